@@ -1,0 +1,101 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# The whole road once: service, desktop program, phone, pairing, and a sentence that ends in a text editor.
+# usage: demo.sh FOLDER-WITH-THE-PROGRAMS ["a sentence"]
+set -euo pipefail
+bin=$(realpath "$1")
+sentence=${2:-"Good morning from the phone: 3 × 4 = 12, naïve café, and a 👍🏽."}
+here=$(dirname "$(realpath "${BASH_SOURCE[0]}")")
+if [ -z "${DISPLAY:-}" ]; then
+  echo "No display here: using a virtual one."
+  exec "$here/../Tests/Desktop/desktop.sh" "$0" "$@"
+fi
+
+work=$(mktemp -d)
+processes=()
+finish() {
+  for pid in "${processes[@]}"; do kill "$pid" 2>/dev/null || true; done
+  wait 2>/dev/null || true
+  rm -rf "$work"
+}
+trap finish EXIT
+# The demonstration has a Mac and a phone of its own, apart from what the user may have paired.
+export XDG_DATA_HOME=$work/data XDG_CONFIG_HOME=$work/config
+
+fail() {
+  echo "demo: $1" >&2
+  for log in "$work"/*.log; do echo "--- ${log##*/}" >&2 && tail -n 20 "$log" >&2; done
+  exit 1
+}
+# await SECONDS COMMAND...: until the command succeeds
+await() {
+  local deadline=$((SECONDS + $1)) && shift
+  until "$@" >/dev/null 2>&1; do
+    [ $SECONDS -lt $deadline ] || return 1
+    sleep 0.1
+  done
+}
+step() { printf '\n\033[1m%s\033[0m\n' "$1"; }
+field() { sed -nE "s/.*\"$1\":\"([^\"]*)\".*/\1/p" | tail -n 1; }
+events() { grep -F "$1" "$work/desktop.out"; }
+
+step "1. The service comes up"
+"$bin/quillet-service" --listen 127.0.0.1:0 --database "$work/service.db" >"$work/service.out" 2>"$work/service.log" &
+processes+=($!)
+await 10 grep -q listening "$work/service.out" || fail "the service did not start"
+url=$(sed -nE 's/.*(http:[^ ]+).*/\1/p' "$work/service.out")
+echo "$url"
+
+step "2. An editor is in front"
+touch "$work/note.txt"
+mousepad "$work/note.txt" >"$work/editor.log" 2>&1 &
+processes+=($!)
+await 20 xdotool search --onlyvisible --class mousepad || fail "the editor did not open"
+sleep 1
+xdotool search --onlyvisible --class mousepad windowactivate 2>/dev/null || true
+
+step "3. The desktop program registers and connects"
+mkfifo "$work/desktop.in"
+"$bin/QuilletCompanion" --terminal --json -QLTServerURLOverride "$url" <"$work/desktop.in" >"$work/desktop.out" 2>"$work/desktop.log" &
+processes+=($!)
+exec 3>"$work/desktop.in"
+await 20 events '"status":"connected"' || fail "the desktop program did not connect"
+events '"event":"connection"'
+
+step "4. A phone pairs with it"
+phone() { "$bin/quillet-phone" --state "$work/phone" "$@"; }
+phone init --service "$url" --name "Pocket phone"
+echo pair >&3
+await 10 events '"phase":"invitation"' || fail "no pairing code"
+code=$(events '"phase":"invitation"' | field code)
+echo "Code on the Mac: $code"
+phone --json pair "$code" --yes >"$work/pair.out" 2>"$work/pair.log" &
+pairing=$!
+await 15 events '"phase":"verify"' || fail "the phone's claim did not arrive"
+words() { sed -nE 's/.*"words":\[([^]]*)\].*/\1/p' | tail -n 1; }
+mac_words=$(events '"phase":"verify"' | words)
+phone_words=$(words <"$work/pair.out")
+echo "Words on the Mac:   $mac_words"
+echo "Words on the phone: $phone_words"
+[ "$mac_words" = "$phone_words" ] || fail "the words differ"
+echo confirm >&3
+wait $pairing || fail "pairing failed"
+await 10 events '"phase":"paired"' || fail "the Mac did not finish pairing"
+phone macs
+
+step "5. A sentence goes from the phone, sealed, through the relay"
+xdotool search --onlyvisible --class mousepad windowactivate 2>/dev/null || true
+sleep 0.5
+phone presence
+echo "The phone says: $sentence"
+phone say "$sentence"
+
+step "6. The words stand in the editor"
+xdotool key ctrl+s
+await 5 test -s "$work/note.txt" || fail "the editor saved nothing"
+cat "$work/note.txt"
+echo
+[ "$(cat "$work/note.txt")" = "$sentence" ] || fail "the text differs"
+if [ -n "${QUILLET_SCREENSHOT:-}" ]; then import -window root "$QUILLET_SCREENSHOT"; fi
+echo quit >&3
+echo "Done: the editor holds exactly what the phone said."

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+#include "Fuzz/FuzzInput.h"
+#include "QuilletKit/ServiceModels.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace quillet;
+  try {
+    const TranscribeBody::Parsed parsed = TranscribeBody::parse({data, size});
+    fuzz::require(parsed.audio.data() + parsed.audio.size() == data + size);
+    const Bytes built = TranscribeBody::build(parsed.meta, parsed.audio);
+    fuzz::require(TranscribeBody::parse(built).audio.size() == parsed.audio.size());
+  } catch (const JSONCoding::DecodingError&) {
+  }
+  return 0;
+}

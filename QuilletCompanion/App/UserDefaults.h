@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <boost/json/object.hpp>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quillet {
+
+/// The user's settings: a volatile domain from the launch arguments above a lasting one in a JSON file. Writes go to the
+/// lasting domain and are durable at once. Main thread only.
+class UserDefaults {
+ public:
+  /// Takes pairs "-key value" out of `arguments`, which keeps the rest. Values read as true/false, as a JSON array of
+  /// strings, or as a string.
+  static boost::json::object takeArgumentDomain(std::vector<std::string>& arguments);
+  /// A value from its text form, by the rule above.
+  static boost::json::value valueFrom(std::string_view text);
+
+  /// Without a path the lasting domain lives in memory. A file that can't be read counts as empty and is moved aside.
+  explicit UserDefaults(std::optional<std::filesystem::path> file, boost::json::object arguments = {});
+
+  /// Absent for a missing key or a value of another type. A boolean also reads from "YES", "NO", "1" and "0".
+  std::optional<std::string> string(std::string_view key) const;
+  bool boolean(std::string_view key) const;
+  std::vector<std::string> strings(std::string_view key) const;
+  /// The value of any type; null when missing.
+  boost::json::value value(std::string_view key) const;
+  const boost::json::object& lasting() const { return lasting_; }
+
+  void set(std::string_view key, boost::json::value value);
+  void remove(std::string_view key);
+
+ private:
+  const boost::json::value* find(std::string_view key) const;
+  void load();
+  void save() const;
+
+  std::optional<std::filesystem::path> file_;
+  boost::json::object arguments_, lasting_;
+};
+
+}  // namespace quillet

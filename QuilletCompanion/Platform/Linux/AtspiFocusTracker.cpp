@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Platform/Linux/AtspiFocusTracker.h"
+
+#include <signal.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "QuilletCompanion/Platform/Linux/AtspiFocusSearch.h"
+
+namespace quillet {
+namespace {
+
+constexpr auto focusEvent = "object:state-changed:focused";
+constexpr auto searchAgainAfter = std::chrono::seconds(2);
+constexpr std::chrono::milliseconds retryDelay{100};
+constexpr int mostAttempts = 20;
+constexpr std::size_t mostArrivals = 64;
+constexpr std::size_t mostApplications = 64;
+
+}  // namespace
+
+AtspiFocusTracker::AtspiFocusTracker(std::int32_t ownPID, HungApplications& hung) : ownPID_(ownPID), hung_(hung) {
+  const auto takeNow = [this] {
+    CallBudget budget(hung_);
+    takeArrivals(budget);
+  };
+  for (QTimer* timer : {&soon_, &retry_}) {
+    timer->setSingleShot(true);
+    QObject::connect(timer, &QTimer::timeout, timer, takeNow);
+  }
+  retry_.setInterval(retryDelay);
+}
+
+AtspiFocusTracker::~AtspiFocusTracker() {
+  if (!listener_) return;
+  GErrorSlot error;
+  atspi_event_listener_deregister(listener_.get(), focusEvent, error);
+}
+
+void AtspiFocusTracker::start() {
+  if (listener_) return;
+  listener_.reset(atspi_event_listener_new(&AtspiFocusTracker::handle, this, nullptr));
+  GErrorSlot error;
+  if (!atspi_event_listener_register(listener_.get(), focusEvent, error)) listener_.reset();
+}
+
+void AtspiFocusTracker::handle(AtspiEvent* event, void* self) {
+  auto& tracker = *static_cast<AtspiFocusTracker*>(self);
+  // libatspi delivers events also while one of our own calls waits, so nothing is asked here.
+  if (event->detail1 == 1 && event->source != nullptr) {
+    if (tracker.arrivals_.size() == mostArrivals) tracker.arrivals_.pop_front();
+    tracker.arrivals_.push_back({.source = addRef(event->source)});
+    tracker.soon_.start();
+  }
+  g_boxed_free(ATSPI_TYPE_EVENT, event);
+}
+
+AtspiElementRef AtspiFocusTracker::focused(std::int32_t pid, unsigned long window, CallBudget& budget) {
+  if (pid == ownPID_) return nullptr;
+  takeArrivals(budget);
+  auto& application = applications_[pid];
+  if (hasFocus(application.text, budget)) return application.text;
+  if (!shouldSearch(application, window)) return nullptr;
+  auto found = searchFocusedText(pid, budget);
+  application.searchedWindow = window;
+  application.searchedAt = std::chrono::steady_clock::now();
+  if (found) application.text = found;
+  return found;
+}
+
+bool AtspiFocusTracker::hasFocus(const AtspiElementRef& element, CallBudget& budget) {
+  if (!element || !budget.mayCall(element->pid())) return false;
+  const GRef<AtspiStateSet> states(atspi_accessible_get_state_set(element->accessible()));
+  return states && atspi_state_set_contains(states.get(), ATSPI_STATE_FOCUSED);
+}
+
+bool AtspiFocusTracker::shouldSearch(const Application& application, unsigned long window) const {
+  if (application.searchedWindow != window) return true;
+  return !application.text && std::chrono::steady_clock::now() - application.searchedAt >= searchAgainAfter;
+}
+
+void AtspiFocusTracker::takeArrivals(CallBudget& budget) {
+  if (std::exchange(taking_, true)) return;
+  std::deque<Arrival> unanswered;
+  while (!arrivals_.empty()) {
+    auto arrival = std::move(arrivals_.front());
+    arrivals_.pop_front();
+    if (!take(arrival, budget) && ++arrival.attempts < mostAttempts) unanswered.push_back(std::move(arrival));
+  }
+  arrivals_ = std::move(unanswered);
+  if (!arrivals_.empty() && !retry_.isActive()) retry_.start();
+  taking_ = false;
+}
+
+bool AtspiFocusTracker::take(const Arrival& arrival, CallBudget& budget) {
+  const auto pid = pidOf(arrival.source.get());
+  if (pid == 0 || pid == ownPID_) return true;
+  if (arrival.attempts == 0) hung_.remove(pid);
+  const auto summary = summarize(arrival.source.get(), pid, budget);
+  if (!summary.answered() || summary.role == ATSPI_ROLE_INVALID) return false;
+  if (!summary.has(ATSPI_STATE_FOCUSED)) return true;  // it lost the focus meanwhile
+  forgetGone();
+  AtspiElementRef element;
+  if (summary.isTextual()) {
+    element = std::make_shared<AtspiElement>(addRef(arrival.source.get()), pid);
+    applications_[pid].text = element;
+  }
+  // Not from here: the caller may be in the middle of an operation.
+  QMetaObject::invokeMethod(
+      &soon_,
+      [this, pid, element] {
+        if (onFocusEvent) onFocusEvent(pid, element);
+      },
+      Qt::QueuedConnection);
+  return true;
+}
+
+std::int32_t AtspiFocusTracker::pidOf(AtspiAccessible* source) {
+  const auto* application = source->parent.app;
+  if (application == nullptr || application->bus_name == nullptr) return 0;
+  const auto known = pids_.find(application->bus_name);
+  if (known != pids_.end()) return known->second;
+  const auto pid = processOf(source);
+  if (pids_.size() >= mostApplications) pids_.clear();
+  if (pid != 0) pids_.emplace(application->bus_name, pid);
+  return pid;
+}
+
+void AtspiFocusTracker::forgetGone() {
+  if (applications_.size() < mostApplications) return;
+  std::erase_if(applications_, [](const auto& entry) { return kill(entry.first, 0) != 0 && errno == ESRCH; });
+}
+
+}  // namespace quillet

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QTimer>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <string>
+
+#include "QuilletCompanion/Platform/Linux/AtspiElement.h"
+
+namespace quillet {
+
+/// Follows the focus events of all applications and remembers the text element of each that was focused last. Main
+/// thread only. Our own process's events are dropped before anything of them is asked.
+class AtspiFocusTracker {
+ public:
+  AtspiFocusTracker(std::int32_t ownPID, HungApplications& hung);
+  ~AtspiFocusTracker();
+  AtspiFocusTracker(const AtspiFocusTracker&) = delete;
+  AtspiFocusTracker& operator=(const AtspiFocusTracker&) = delete;
+
+  /// Called from the event loop after the focus of the application `pid` moved: with the text element that got it, or
+  /// with nothing if something else did.
+  std::function<void(std::int32_t pid, const ElementRef& element)> onFocusEvent;
+
+  /// Begins to listen, once libatspi is connected. Repeats do nothing.
+  void start();
+  /// The text element of `pid` that has the focus now. `window` is the window that is active: an application of which
+  /// no event told is searched at most once for each of its windows and every two seconds.
+  AtspiElementRef focused(std::int32_t pid, unsigned long window, CallBudget& budget);
+
+ private:
+  struct Arrival {
+    GRef<AtspiAccessible> source;
+    int attempts = 0;
+  };
+  struct Application {
+    AtspiElementRef text;
+    unsigned long searchedWindow = 0;
+    MonotonicTime searchedAt{};
+  };
+
+  static void handle(AtspiEvent* event, void* self);
+  std::int32_t pidOf(AtspiAccessible* source);
+  bool hasFocus(const AtspiElementRef& element, CallBudget& budget);
+  bool shouldSearch(const Application& application, unsigned long window) const;
+  void takeArrivals(CallBudget& budget);
+  /// False if the element doesn't answer yet.
+  bool take(const Arrival& arrival, CallBudget& budget);
+  void forgetGone();
+
+  std::int32_t ownPID_;
+  HungApplications& hung_;
+  GRef<AtspiEventListener> listener_;
+  std::deque<Arrival> arrivals_;
+  bool taking_ = false;
+  std::map<std::string, std::int32_t> pids_;  ///< By unique bus name, which is never given twice.
+  std::map<std::int32_t, Application> applications_;
+  QTimer soon_, retry_;
+};
+
+}  // namespace quillet

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "QuilletCompanion/Platform/Linux/AtspiElement.h"
+#include "QuilletCompanion/Platform/Linux/KeyTypist.h"
+
+namespace quillet {
+
+/// Reads the text of one element within a budget. Toolkits count offsets in code points or in UTF-16 units; here that
+/// never matters, because an offset is measured by the text that the toolkit says lies before it. Web containers whose
+/// text is made of children are read as one text, a line for each child block.
+class AtspiTextReader {
+ public:
+  AtspiTextReader(AtspiElementRef element, CallBudget& budget);
+
+  std::optional<std::string> value();
+  std::optional<AXTextRange> selection();
+  /// In the toolkit's own unit, of the innermost element that holds the caret.
+  std::optional<KeyTypist::Observation> observation();
+
+ private:
+  struct Range {
+    int start = 0, end = 0;
+  };
+  /// The element that holds the caret, and the UTF-16 units of the whole text before it.
+  struct Leaf {
+    AtspiElementRef element;
+    std::int64_t before = 0;
+    int caret = 0;
+  };
+
+  std::optional<int> count(const AtspiElement& element);
+  std::optional<int> caret(const AtspiElement& element);
+  /// Absent if it can't be told; empty at the caret without a selection.
+  std::optional<Range> range(const AtspiElement& element, int caretOffset);
+  std::optional<std::string> slice(const AtspiElement& element, int start, int end);
+  std::optional<Leaf> leafAtCaret(bool measure);
+  /// Absent unless the caret stands at a child.
+  std::optional<std::string> textBeforeChildAtCaret(const Leaf& leaf);
+  AtspiElementRef child(const AtspiElement& element, std::int64_t index);
+  std::optional<std::string> flattened(const AtspiElement& element, std::string_view raw, int depth);
+  std::optional<std::string> whole(const AtspiElement& element, int depth);
+  bool isBlock(const AtspiElement& element);
+
+  AtspiElementRef element_;
+  CallBudget& budget_;
+  AtspiToolkit toolkit_;
+};
+
+}  // namespace quillet

@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Platform/Linux/FrontWindow.h"
+
+#include <QMetaObject>
+#include <QSocketNotifier>
+#include <algorithm>
+#include <memory>
+
+// Last: its macros break other headers.
+#include <X11/Xatom.h>
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+
+namespace quillet {
+namespace {
+
+struct XFreeDeleter {
+  void operator()(void* data) const { XFree(data); }
+};
+template <typename T>
+using XOwned = std::unique_ptr<T, XFreeDeleter>;
+
+std::string lowered(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  return text;
+}
+
+}  // namespace
+
+bool WindowHandle::isSame(const ElementHandle& other) const {
+  const auto* window = dynamic_cast<const WindowHandle*>(&other);
+  return window != nullptr && window->id_ == id_;
+}
+
+FrontWindow::FrontWindow(const std::string& display) : connection_(display) {
+  if (!connection_.usable()) return;
+  const auto atom = [this](const char* name) { return XInternAtom(connection_.get(), name, False); };
+  activeWindow_ = atom("_NET_ACTIVE_WINDOW");
+  windowPID_ = atom("_NET_WM_PID");
+  gtkApplicationId_ = atom("_GTK_APPLICATION_ID");
+  utf8String_ = atom("UTF8_STRING");
+  watch();
+}
+
+FrontWindow::~FrontWindow() {
+  delete notifier_;
+}
+
+void FrontWindow::watch() {
+  XSelectInput(connection_.get(), DefaultRootWindow(connection_.get()), PropertyChangeMask);
+  XFlush(connection_.get());
+  notifier_ = new QSocketNotifier(ConnectionNumber(connection_.get()), QSocketNotifier::Read);
+  QObject::connect(notifier_, &QSocketNotifier::activated, &context_, [this] { readEvents(); });
+}
+
+void FrontWindow::readEvents() {
+  bool changed = false;
+  while (connection_.usable() && XPending(connection_.get()) > 0) {
+    XEvent event;
+    XNextEvent(connection_.get(), &event);
+    changed = changed || (event.type == PropertyNotify && event.xproperty.atom == activeWindow_);
+  }
+  if (!connection_.usable()) notifier_->setEnabled(false);
+  if (changed && onChange) onChange();
+}
+
+std::optional<FrontWindow::Owner> FrontWindow::owner() {
+  if (!connection_.usable()) return std::nullopt;
+  const X11ErrorTrap trap(connection_);
+  const auto window = number(DefaultRootWindow(connection_.get()), activeWindow_, XA_WINDOW);
+  if (!window || *window == 0) return std::nullopt;
+  const auto pid = number(*window, windowPID_, XA_CARDINAL);
+  if (!pid || *pid == 0) return std::nullopt;
+  if (last_.window != *window || last_.pid != static_cast<std::int32_t>(*pid)) {
+    last_ = {.window = *window, .pid = static_cast<std::int32_t>(*pid)};
+    identify(last_);
+  }
+  // Events that came with the replies no longer make the socket readable.
+  if (connection_.usable() && XEventsQueued(connection_.get(), QueuedAlready) > 0) {
+    QMetaObject::invokeMethod(
+        &context_, [this] { readEvents(); }, Qt::QueuedConnection);
+  }
+  return last_;
+}
+
+std::optional<unsigned long> FrontWindow::number(unsigned long window, unsigned long property,
+                                                 unsigned long type) const {
+  Atom actual = 0;
+  int format = 0;
+  unsigned long count = 0, rest = 0;
+  unsigned char* raw = nullptr;
+  const int status =
+      XGetWindowProperty(connection_.get(), window, property, 0, 1, False, type, &actual, &format, &count, &rest, &raw);
+  const XOwned<unsigned char> data(raw);
+  if (status != Success || !data || actual != type || format != 32 || count < 1) return std::nullopt;
+  return *reinterpret_cast<const unsigned long*>(data.get());
+}
+
+std::string FrontWindow::text(unsigned long window, unsigned long property) const {
+  Atom actual = 0;
+  int format = 0;
+  unsigned long count = 0, rest = 0;
+  unsigned char* raw = nullptr;
+  const int status = XGetWindowProperty(connection_.get(), window, property, 0, 256, False, utf8String_, &actual,
+                                        &format, &count, &rest, &raw);
+  const XOwned<unsigned char> data(raw);
+  if (status != Success || !data || format != 8) return {};
+  return {reinterpret_cast<const char*>(data.get()), count};
+}
+
+void FrontWindow::identify(Owner& owner) const {
+  XClassHint hint{};
+  if (XGetClassHint(connection_.get(), owner.window, &hint) != 0) {
+    const XOwned<char> instance(hint.res_name), name(hint.res_class);
+    if (name) owner.windowClass = name.get();
+  }
+  owner.id = text(owner.window, gtkApplicationId_);
+  if (owner.id.empty()) owner.id = lowered(owner.windowClass);
+}
+
+}  // namespace quillet

@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
+
+#include <QCoreApplication>
+#include <QThread>
+#include <chrono>
+
+#include "QuilletCompanion/Platform/Linux/AtspiElement.h"
+#include "QuilletCompanion/Platform/Linux/AtspiFocusTracker.h"
+#include "QuilletCompanion/Platform/Linux/AtspiTextReader.h"
+#include "QuilletCompanion/Platform/Linux/AtspiTextWriter.h"
+
+namespace quillet {
+namespace {
+
+constexpr std::size_t mostUnits = 20;
+
+void checkMainThread() {
+  Q_ASSERT(QThread::currentThread() == QCoreApplication::instance()->thread());
+}
+
+bool isPasswordField(const AtspiElement& element, CallBudget& budget) {
+  if (!budget.mayCall(element.pid())) return false;
+  GErrorSlot error;
+  return atspi_accessible_get_role(element.accessible(), error) == ATSPI_ROLE_PASSWORD_TEXT;
+}
+
+}  // namespace
+
+SystemAccessibilityProvider::SystemAccessibilityProvider(std::int32_t ownPID, ScreenLockMonitor& lockMonitor,
+                                                         KeyTypist& keyTypist)
+    : ownPID_(ownPID),
+      lockMonitor_(lockMonitor),
+      keyTypist_(keyTypist),
+      tracker_(std::make_unique<AtspiFocusTracker>(ownPID, hung_)) {
+  front_.onChange = [this] {
+    if (onFrontWindowChange) onFrontWindowChange();
+  };
+  tracker_->onFocusEvent = [this](std::int32_t pid, const ElementRef& element) {
+    const auto owner = front_.owner();
+    if (owner && owner->pid == pid && onFocusChange) onFocusChange(element);
+  };
+}
+
+SystemAccessibilityProvider::~SystemAccessibilityProvider() = default;
+
+bool SystemAccessibilityProvider::enableAccessibility() {
+  checkMainThread();
+  return bus_.enable() && isTrusted();
+}
+
+bool SystemAccessibilityProvider::isGrantStale() {
+  checkMainThread();
+  return bus_.isStale();
+}
+
+bool SystemAccessibilityProvider::isTrusted() {
+  checkMainThread();
+  if (!bus_.isEnabled()) return false;
+  tracker_->start();
+  return true;
+}
+
+bool SystemAccessibilityProvider::isSecureInputEnabled() {
+  checkMainThread();
+  const auto owner = front_.owner();
+  if (!owner) return false;
+  CallBudget budget(hung_);
+  const auto element = focusedText(owner->pid, budget);
+  return element && isPasswordField(*element, budget);
+}
+
+bool SystemAccessibilityProvider::isOwnApplicationActive() {
+  checkMainThread();
+  const auto owner = front_.owner();
+  return owner && owner->pid == ownPID_;
+}
+
+std::optional<FrontApplication> SystemAccessibilityProvider::frontApplication() {
+  checkMainThread();
+  const auto owner = front_.owner();
+  if (!owner) return std::nullopt;
+  FrontApplication application{.pid = owner->pid, .name = entries_.name(owner->id, owner->windowClass)};
+  if (!owner->id.empty()) application.bundleId = owner->id;
+  if (application.name.empty()) application.name = owner->windowClass;
+  if (application.name.empty()) application.name = owner->id.empty() ? "App" : owner->id;
+  return application;
+}
+
+ElementRef SystemAccessibilityProvider::focusedWindow(std::int32_t pid) {
+  checkMainThread();
+  if (pid == ownPID_) return nullptr;
+  const auto owner = front_.owner();
+  return owner && owner->pid == pid ? std::make_shared<WindowHandle>(owner->window) : nullptr;
+}
+
+ElementRef SystemAccessibilityProvider::focusedElement(std::int32_t pid) {
+  checkMainThread();
+  CallBudget budget(hung_);
+  return focusedText(pid, budget);
+}
+
+std::shared_ptr<const AtspiElement> SystemAccessibilityProvider::focusedText(std::int32_t pid, CallBudget& budget) {
+  if (pid == ownPID_ || !isTrusted()) return nullptr;
+  const auto owner = front_.owner();
+  return tracker_->focused(pid, owner && owner->pid == pid ? owner->window : 0, budget);
+}
+
+std::shared_ptr<const AtspiElement> SystemAccessibilityProvider::usable(const ElementRef& element) const {
+  checkMainThread();
+  auto found = std::dynamic_pointer_cast<const AtspiElement>(element);
+  return found && found->pid() != ownPID_ ? found : nullptr;
+}
+
+ElementTraits SystemAccessibilityProvider::inspect(const ElementRef& element) {
+  const auto target = usable(element);
+  if (!target) return {};
+  CallBudget budget(hung_);
+  return traitsOf(*target, budget);
+}
+
+std::optional<AXTextRange> SystemAccessibilityProvider::selectedRange(const ElementRef& element) {
+  const auto target = usable(element);
+  if (!target) return std::nullopt;
+  CallBudget budget(hung_);
+  return AtspiTextReader(target, budget).selection();
+}
+
+std::optional<std::string> SystemAccessibilityProvider::readValue(const ElementRef& element) {
+  const auto target = usable(element);
+  if (!target) return std::nullopt;
+  CallBudget budget(hung_);
+  if (isPasswordField(*target, budget)) return std::nullopt;
+  return AtspiTextReader(target, budget).value();
+}
+
+bool SystemAccessibilityProvider::replaceSelection(const ElementRef& element, std::string_view text) {
+  const auto target = usable(element);
+  if (!target) return false;
+  CallBudget budget(hung_);
+  return replaceSelectedText(*target, text, budget);
+}
+
+bool SystemAccessibilityProvider::typeUnicode(std::int32_t pid, std::u16string_view units) {
+  checkMainThread();
+  const auto deadline = std::chrono::steady_clock::now() + CallBudget::limit;
+  if (units.empty() || units.size() > mostUnits || pid == ownPID_) return false;
+  const auto owner = front_.owner();
+  if (!owner || owner->pid != pid) return false;  // keys go to whatever is in front
+  CallBudget budget(hung_, deadline);
+  const auto element = focusedText(pid, budget);
+  typedInto_ = element;
+  const auto look = [&]() -> std::optional<KeyTypist::Observation> {
+    return element ? AtspiTextReader(element, budget).observation() : std::nullopt;
+  };
+  return keyTypist_.type(units, look, deadline);
+}
+
+}  // namespace quillet

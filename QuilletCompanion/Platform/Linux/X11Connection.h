@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+// Xlib's own headers define macros like None and Bool; only sources include them.
+struct _XDisplay;
+
+namespace quillet {
+
+/// A display connection of our own whose failures never end the process. Main thread only.
+class X11Connection {
+ public:
+  /// Connects to `display`, or to the environment's if it is empty.
+  explicit X11Connection(const std::string& display);
+  ~X11Connection();
+  X11Connection(const X11Connection&) = delete;
+  X11Connection& operator=(const X11Connection&) = delete;
+
+  /// False if it never opened, lacks XKB, or broke.
+  bool usable() const { return display_ != nullptr && !broken_; }
+  _XDisplay* get() const { return display_; }
+
+ private:
+  _XDisplay* display_ = nullptr;
+  bool broken_ = false;
+};
+
+/// While it lives, errors that the X server reports about any connection are ignored instead of ending the process.
+/// Waits for the server at its end. Nests.
+class X11ErrorTrap {
+ public:
+  explicit X11ErrorTrap(const X11Connection& connection);
+  ~X11ErrorTrap();
+  X11ErrorTrap(const X11ErrorTrap&) = delete;
+  X11ErrorTrap& operator=(const X11ErrorTrap&) = delete;
+
+ private:
+  const X11Connection& connection_;
+  void (*previous_)();  ///< The handler to put back, whose type only Xlib's header knows.
+};
+
+}  // namespace quillet

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "QuilletCompanion/Platform/Linux/KeymapPlan.h"
+#include "QuilletCompanion/Platform/Linux/X11Connection.h"
+
+namespace quillet {
+
+/// The core keyboard of an X display: its layout, its modifiers, and key events of our own. Every call is a no-op
+/// that answers false or nothing once `usable` is false. Main thread only.
+class X11Keyboard {
+ public:
+  struct Layout {
+    std::map<char32_t, KeymapPlan::NativeKey> natives;
+    /// Keycodes that the layout leaves free, with the character that we gave them.
+    std::map<Keycode, std::optional<char32_t>> borrowable;
+  };
+  struct State {
+    bool shortcutHeld = false;  ///< Control, Alt or Super, also locked or latched.
+    bool shiftingHeld = false;  ///< Another modifier that changes what the layout's keys write.
+    bool capsLock = false;
+    unsigned group = 0;
+    std::set<Keycode> held;
+    bool operator==(const State&) const = default;
+  };
+
+  /// Connects, and frees the keycodes that a killed run left assigned.
+  explicit X11Keyboard(const std::string& display);
+  ~X11Keyboard();
+
+  /// False without a display, XKB or XTEST.
+  bool usable() const { return xtest_ && connection_.usable(); }
+  State state();
+  /// Whether the layout changed since the last `readLayout`.
+  bool layoutChanged();
+  Layout readLayout(unsigned group);
+  /// Gives keycodes of `borrowable` a character each that needs no modifier, in one request.
+  bool assign(const std::vector<KeymapPlan::Assignment>& assignments);
+  /// Frees every keycode that was assigned.
+  void restore();
+  /// Presses and releases each key, with Caps Lock off meanwhile. Returns once the server has handled all of it.
+  bool post(const std::vector<KeymapPlan::Stroke>& strokes, bool capsLock);
+
+ private:
+  struct Keymap;
+
+  void adoptLeftovers();
+  bool change(const std::map<Keycode, unsigned long>& symbols);
+  void recordBorrowed();
+  void press(Keycode keycode, bool down);
+
+  X11Connection connection_;
+  bool xtest_ = false;
+  int xkbEventBase_ = 0;
+  Keycode shiftKey_ = 0;
+  std::unique_ptr<Keymap> keymap_;
+  std::map<Keycode, unsigned long> borrowed_;  ///< What we assigned: keycode to keysym.
+};
+
+}  // namespace quillet

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "QuilletKit/DeviceIdentity.h"
+#include "QuilletKit/Observable.h"
+
+namespace quillet {
+
+struct StoredPeer {
+  PeerIdentity identity;
+  std::int64_t pairedAt = 0;  ///< Milliseconds since 1970.
+  bool operator==(const StoredPeer&) const = default;
+};
+
+/// The paired phones: the root of trust of the delivery path. One JSON file; what can't be read stays as it is on disk
+/// until the next write. Main thread only.
+class PeerStore {
+ public:
+  /// Without a path the store lives in memory. Never fails.
+  explicit PeerStore(std::optional<std::filesystem::path> fileURL);
+
+  const Observable<std::vector<StoredPeer>>& peers() const { return peers_; }
+  std::optional<StoredPeer> peer(const std::string& deviceId) const;
+  /// Memory first, then the file. Throws std::invalid_argument for an inconsistent identity, or the write's error.
+  void upsert(const PeerIdentity& identity, std::int64_t pairedAt);
+  /// Throws the write's error. An unknown id writes nothing.
+  void remove(const std::string& deviceId);
+  /// Throws when the file can't be removed; memory is empty all the same.
+  void removeAll();
+
+ private:
+  void load();
+  void store(std::vector<StoredPeer> peers);
+
+  std::optional<std::filesystem::path> fileURL_;
+  Observable<std::vector<StoredPeer>> peers_;
+};
+
+}  // namespace quillet

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace quillet {
+
+/// An opaque reference to a window or an element of another application; it keeps what it wraps alive. Platforms
+/// derive from it. Never prints contents.
+class ElementHandle {
+ public:
+  virtual ~ElementHandle() = default;
+  /// The same object of the platform (the pointers may differ).
+  virtual bool isSame(const ElementHandle& other) const = 0;
+};
+using ElementRef = std::shared_ptr<const ElementHandle>;
+
+/// Both absent, or both present and the same element.
+inline bool sameElement(const ElementRef& a, const ElementRef& b) {
+  if (!a || !b) return !a && !b;
+  return a == b || a->isSame(*b);
+}
+
+/// In UTF-16 units, never negative.
+struct AXTextRange {
+  std::int64_t location = 0;
+  std::int64_t length = 0;
+  bool operator==(const AXTextRange&) const = default;
+};
+
+/// Roles and subroles use the vocabulary "AXTextField", "AXTextArea", "AXComboBox", "AXSearchField",
+/// "AXSecureTextField"; other roles are the platform's own words.
+struct ElementTraits {
+  std::optional<std::string> role, subrole;
+  bool isSecure = false;
+  bool editable = false;
+};
+
+struct FrontApplication {
+  std::int32_t pid = 0;
+  std::optional<std::string> bundleId;
+  std::string name;
+};
+
+/// The seam between insertion and the desktop. Main thread only. Nothing fails: what the platform can't tell is absent
+/// or false. Each call blocks for 0.75 s at most.
+class AccessibilityProvider {
+ public:
+  virtual ~AccessibilityProvider() = default;
+  virtual std::int32_t ownPID() const = 0;
+  virtual bool isTrusted() = 0;
+  virtual bool isLocked() = 0;
+  virtual bool isSecureInputEnabled() = 0;
+  /// Whether this application is the active one (its window has the focus).
+  virtual bool isOwnApplicationActive() = 0;
+  virtual std::optional<FrontApplication> frontApplication() = 0;
+  virtual ElementRef focusedWindow(std::int32_t pid) = 0;
+  virtual ElementRef focusedElement(std::int32_t pid) = 0;
+  virtual ElementTraits inspect(const ElementRef& element) = 0;
+  virtual std::optional<AXTextRange> selectedRange(const ElementRef& element) = 0;
+  /// UTF-8.
+  virtual std::optional<std::string> readValue(const ElementRef& element) = 0;
+  /// Replaces the selection, or inserts at the caret. True if the platform claimed success, which proves nothing.
+  virtual bool replaceSelection(const ElementRef& element, std::string_view text) = 0;
+  /// Control, Option (Alt) or Command (Super) is held.
+  virtual bool modifiersDown() = 0;
+  /// Types 1 to 20 UTF-16 units as key events with no shift, layout or repeat artefact. True if events were posted.
+  virtual bool typeUnicode(std::int32_t pid, std::u16string_view units) = 0;
+};
+
+}  // namespace quillet

@@ -1,0 +1,264 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Target/TextInserter.h"
+
+#include <algorithm>
+#include <boost/asio/post.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <exception>
+#include <utility>
+#include <vector>
+
+#include "QuilletKit/Log.h"
+#include "QuilletKit/Unicode.h"
+
+namespace quillet {
+namespace {
+
+constexpr Duration kModifierPoll = std::chrono::milliseconds(20);
+constexpr std::size_t kMaximumChunk = 20;  // What one key event carries.
+
+constexpr InsertionReport kUnconfirmedWrite{InsertionOutcome::uncertain, std::nullopt, InsertionMethod::accessibility};
+constexpr InsertionReport kUnconfirmedTyping{InsertionOutcome::uncertain, std::nullopt, InsertionMethod::typing};
+
+InsertionReport inserted(std::optional<InsertionMethod> method) {
+  return {InsertionOutcome::inserted, std::nullopt, method};
+}
+InsertionReport refused(RefusalReason reason) {
+  return {InsertionOutcome::refused, reason, std::nullopt};
+}
+
+/// Undoes what fields do to punctuation. Every scalar concerned is one UTF-16 unit.
+std::u16string normalised(std::u16string_view text) {
+  std::u16string result;
+  result.reserve(text.size());
+  for (const char16_t unit : text) {
+    switch (unit) {
+      case 0x2018:
+      case 0x2019:
+      case 0x201B:
+        result += u'\'';
+        break;
+      case 0x201C:
+      case 0x201D:
+      case 0x201E:
+        result += u'"';
+        break;
+      case 0x00A0:
+      case 0x2007:
+      case 0x202F:
+        result += u' ';
+        break;
+      case 0x200B:
+      case 0xFEFF:
+        break;
+      default:
+        result += unit;
+    }
+  }
+  return result;
+}
+
+std::size_t countMatches(const std::u16string& haystack, std::u16string_view needle) {
+  std::size_t count = 0;
+  for (auto at = haystack.find(needle); at != std::u16string::npos; at = haystack.find(needle, at + needle.size())) {
+    ++count;
+  }
+  return count;
+}
+
+bool occursMoreOften(const std::u16string& text, const std::u16string& before, const std::u16string& after) {
+  if (before == after) return false;
+  const std::u16string plain = normalised(text);
+  const std::u16string_view needle = Unicode::trim(std::u16string_view(plain));
+  if (needle.empty()) return false;
+  return countMatches(normalised(after), needle) > countMatches(normalised(before), needle);
+}
+
+bool replacedExactly(const std::u16string& before, AXTextRange selection, const std::u16string& after,
+                     const std::u16string& text) {
+  if (selection.location < 0 || selection.length < 0) return false;
+  const auto location = static_cast<std::size_t>(selection.location);
+  const auto length = static_cast<std::size_t>(selection.length);
+  if (location > before.size() || length > before.size() - location) return false;
+  return after.size() == before.size() - length + text.size() && after.compare(location, text.size(), text) == 0;
+}
+
+std::vector<std::u16string_view> chunksOf(std::u16string_view text, std::size_t limit) {
+  std::vector<std::u16string_view> chunks;
+  std::size_t start = 0;
+  std::size_t end = 0;
+  for (const auto cluster : Unicode::graphemeClusters(text)) {
+    if (end > start && end - start + cluster.size() > limit) {
+      chunks.push_back(text.substr(start, end - start));
+      start = end;
+    }
+    end += cluster.size();
+  }
+  if (end > start) chunks.push_back(text.substr(start, end - start));
+  return chunks;
+}
+
+}  // namespace
+
+struct TextInserter::Job {
+  const std::string& text;
+  std::u16string units;  ///< `text` in UTF-16, as fields count.
+  const TargetSnapshot& snapshot;
+  const ElementRef& element;
+  const std::string& app;
+  FieldState before;
+};
+
+TextInserter::TextInserter(AccessibilityProvider& provider, TargetGuard& targetGuard, InsertionPacing pacing,
+                           TimeSource time)
+    : provider_(provider), targetGuard_(targetGuard), pacing_(pacing), time_(std::move(time)) {}
+
+Awaitable<InsertionReport> TextInserter::insert(std::string text, TargetSnapshot snapshot) {
+  namespace this_coro = boost::asio::this_coro;
+  if (text.empty()) co_return inserted(std::nullopt);
+  const auto* element = std::get_if<ElementRef>(&snapshot.kind);
+  if (element == nullptr) co_return giveToLocalTest(text);
+  auto units = Unicode::toUTF16(text);
+  if (!units) co_return refused(RefusalReason::unsupportedTarget);
+  const Job job{.text = text,
+                .units = std::move(*units),
+                .snapshot = snapshot,
+                .element = *element,
+                .app = snapshot.bundleId ? *snapshot.bundleId : snapshot.appName,
+                .before = look(*element)};
+  const bool callerThrows = co_await this_coro::throw_if_cancelled();
+  co_await this_coro::throw_if_cancelled(false);
+  InsertionReport report;
+  std::exception_ptr failure;
+  try {
+    report = co_await insertIntoElement(job);
+  } catch (...) {
+    failure = std::current_exception();
+  }
+  co_await this_coro::throw_if_cancelled(callerThrows);
+  if (failure) std::rethrow_exception(failure);
+  co_return report;
+}
+
+InsertionReport TextInserter::giveToLocalTest(const std::string& text) {
+  const auto field = targetGuard_.localTest();
+  return field && field->receive(text) ? inserted(std::nullopt) : refused(RefusalReason::focusChanged);
+}
+
+Awaitable<InsertionReport> TextInserter::insertIntoElement(const Job& job) {
+  if (!accessibilityIneffective_.contains(job.app)) {
+    if (const auto report = co_await write(job)) co_return *report;
+  }
+  if (const auto reason = refusalBeforeTyping(job)) co_return refused(*reason);
+  if (!co_await modifiersReleased()) co_return refused(RefusalReason::busy);
+  co_return co_await type(job);
+}
+
+Awaitable<std::optional<InsertionReport>> TextInserter::write(const Job& job) {
+  if (!provider_.replaceSelection(job.element, job.text)) {
+    const auto verdict = compare(job.before, look(job.element), job.units);
+    if (verdict == WriteVerdict::noEffect || !job.before.observable()) co_return std::nullopt;
+    co_return kUnconfirmedWrite;
+  }
+  switch (co_await awaitVerdict(job, pacing_.accessibilitySettle)) {
+    case WriteVerdict::applied:
+      co_return inserted(InsertionMethod::accessibility);
+    case WriteVerdict::noEffect:
+      accessibilityIneffective_.insert(job.app);
+      Log::info("insertion", "AX write had no effect in {}; typing from now on", job.app);
+      co_return std::nullopt;
+    case WriteVerdict::changedUnexpectedly:
+    case WriteVerdict::unobservable:
+      break;
+  }
+  co_return kUnconfirmedWrite;
+}
+
+std::optional<RefusalReason> TextInserter::refusalBeforeTyping(const Job& job) {
+  if (const auto reason = targetGuard_.validate(job.snapshot, true)) return reason;
+  // What can't be read can't be verified, and a line break would be a key press.
+  if (!job.before.observable() || Unicode::containsControl(job.units)) return RefusalReason::unsupportedTarget;
+  return std::nullopt;
+}
+
+Awaitable<bool> TextInserter::modifiersReleased() {
+  const MonotonicTime deadline = time_.monotonic() + pacing_.modifierWait;
+  while (provider_.modifiersDown()) {
+    if (time_.monotonic() >= deadline) co_return false;
+    co_await pause(kModifierPoll);
+  }
+  co_return true;
+}
+
+Awaitable<InsertionReport> TextInserter::type(const Job& job) {
+  const auto chunks = chunksOf(job.units, static_cast<std::size_t>(std::max(pacing_.chunkUTF16Limit, 1)));
+  bool typed = false;
+  for (const auto chunk : chunks) {
+    if (const auto reason = typeChunk(job, chunk, !typed)) co_return typed ? kUnconfirmedTyping : refused(*reason);
+    typed = true;
+    if (pacing_.interChunkDelay > Duration::zero()) co_await pause(pacing_.interChunkDelay);
+  }
+  const auto verdict = co_await awaitVerdict(job, pacing_.typingSettle);
+  co_return verdict == WriteVerdict::applied ? inserted(InsertionMethod::typing) : kUnconfirmedTyping;
+}
+
+std::optional<RefusalReason> TextInserter::typeChunk(const Job& job, std::u16string_view chunk, bool first) {
+  if (const auto reason = targetGuard_.validate(job.snapshot, first)) return reason;
+  if (provider_.modifiersDown()) return RefusalReason::busy;
+  if (chunk.empty() || chunk.size() > kMaximumChunk) return RefusalReason::unsupportedTarget;
+  if (!provider_.typeUnicode(job.snapshot.pid, chunk)) return RefusalReason::unsupportedTarget;
+  return std::nullopt;
+}
+
+Awaitable<TextInserter::WriteVerdict> TextInserter::awaitVerdict(const Job& job, Duration settle) {
+  const MonotonicTime deadline = time_.monotonic() + settle;
+  for (;;) {
+    const auto verdict = compare(job.before, look(job.element), job.units);
+    if (verdict == WriteVerdict::applied || time_.monotonic() >= deadline) co_return verdict;
+    co_await pause(pacing_.pollInterval);
+  }
+}
+
+Awaitable<void> TextInserter::pause(Duration duration) {
+  const std::weak_ptr<const bool> alive = alive_;
+  try {
+    if (duration > Duration::zero()) {
+      co_await time_.sleep(duration);
+    } else {
+      co_await boost::asio::post(co_await boost::asio::this_coro::executor, boost::asio::use_awaitable);
+    }
+  } catch (const std::exception& error) {
+    if (!isCancellation(error)) throw;
+  }
+  if (alive.expired()) throw boost::system::system_error(boost::asio::error::operation_aborted);
+}
+
+TextInserter::FieldState TextInserter::look(const ElementRef& element) {
+  FieldState state;
+  if (!element) return state;
+  if (const auto value = provider_.readValue(element)) state.value = Unicode::toUTF16(*value);
+  state.selection = provider_.selectedRange(element);
+  return state;
+}
+
+TextInserter::WriteVerdict TextInserter::compare(const FieldState& before, const FieldState& after,
+                                                 const std::u16string& text) {
+  if (before.value && after.value) return compareValues(before, after, text);
+  if (!before.selection || !after.selection) return WriteVerdict::unobservable;
+  const AXTextRange moved{before.selection->location + static_cast<std::int64_t>(text.size()), 0};
+  if (*after.selection == moved) return WriteVerdict::applied;
+  return before.selection == after.selection ? WriteVerdict::noEffect : WriteVerdict::changedUnexpectedly;
+}
+
+TextInserter::WriteVerdict TextInserter::compareValues(const FieldState& before, const FieldState& after,
+                                                       const std::u16string& text) {
+  if (before.selection && replacedExactly(*before.value, *before.selection, *after.value, text)) {
+    return WriteVerdict::applied;
+  }
+  if (occursMoreOften(text, *before.value, *after.value)) return WriteVerdict::applied;
+  if (*before.value != *after.value) return WriteVerdict::changedUnexpectedly;
+  if (!before.selection || !after.selection) return WriteVerdict::noEffect;
+  return before.selection == after.selection ? WriteVerdict::noEffect : WriteVerdict::changedUnexpectedly;
+}
+
+}  // namespace quillet

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletKit/Log.h"
+
+#include <spdlog/sinks/stdout_sinks.h>
+#include <spdlog/sinks/systemd_sink.h>
+#include <spdlog/spdlog.h>
+
+#include <cstdlib>
+#include <memory>
+#include <mutex>
+
+namespace quillet::Log {
+namespace {
+
+std::mutex mutex;
+Sink customSink;
+std::shared_ptr<spdlog::logger> logger;
+
+spdlog::level::level_enum spdLevel(Level level) {
+  switch (level) {
+    case Level::debug:
+      return spdlog::level::debug;
+    case Level::info:
+      return spdlog::level::info;
+    case Level::standard:
+      return spdlog::level::warn;
+    case Level::error:
+      return spdlog::level::err;
+  }
+  return spdlog::level::err;
+}
+
+std::shared_ptr<spdlog::logger> makeLogger(std::string_view program) {
+  spdlog::sink_ptr sink;
+  if (std::getenv("JOURNAL_STREAM") != nullptr) {
+    sink = std::make_shared<spdlog::sinks::systemd_sink_mt>(std::string(program));
+    sink->set_pattern("%v");
+  } else {
+    sink = std::make_shared<spdlog::sinks::stderr_sink_mt>();
+    sink->set_pattern("%Y-%m-%dT%H:%M:%S.%e %l %v");
+  }
+  auto made = std::make_shared<spdlog::logger>(std::string(program), sink);
+  made->flush_on(spdlog::level::debug);
+  return made;
+}
+
+}  // namespace
+
+void configure(Level minimum, std::string_view program) {
+  const std::lock_guard lock(mutex);
+  logger = makeLogger(program);
+  logger->set_level(spdLevel(minimum));
+}
+
+Sink setSink(Sink sink) {
+  const std::lock_guard lock(mutex);
+  return std::exchange(customSink, std::move(sink));
+}
+
+void write(Level level, std::string_view category, std::string_view message) {
+  const std::lock_guard lock(mutex);
+  if (customSink) return customSink({level, category, message});
+  if (!logger) logger = makeLogger("quillet");
+  logger->log(spdLevel(level), "com.fernhollow.quillet.mac {}: {}", category, message);
+}
+
+}  // namespace quillet::Log

@@ -1,0 +1,209 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletPhone/Phone.h"
+
+#include <algorithm>
+
+#include "QuilletKit/Base64URL.h"
+
+namespace quillet {
+namespace {
+
+constexpr auto kPollInterval = std::chrono::seconds(1);
+constexpr std::int64_t kIdentityGraceMilliseconds = 5'000;
+constexpr int kLongestWaitSeconds = 20;
+
+ServiceURL serviceURL(const std::string& text) {
+  auto url = ServiceURL::parse(text);
+  if (!url) throw PhoneError(PhoneExit::usage, "The service's address \"" + text + "\" is not an http or https URL.");
+  return *url;
+}
+
+/// The service's failures in the phone's terms.
+template <typename T>
+Awaitable<T> asked(Awaitable<T> operation) {
+  std::optional<PhoneError> failure;
+  try {
+    co_return co_await std::move(operation);
+  } catch (const APIError& error) {
+    failure = phoneError(error);
+  }
+  throw *failure;
+}
+
+/// Opens what must come from the paired Mac.
+template <typename Payload>
+Payload opened(const Envelope& envelope, EnvelopePurpose purpose, const DeviceIdentity& own, const PeerIdentity& mac) {
+  try {
+    return envelope.open<Payload>(purpose, own, mac);
+  } catch (const std::exception&) {
+    throw PhoneError(PhoneExit::verificationFailed, "The answer could not be opened: it isn't from the paired Mac.");
+  }
+}
+
+Crypto::Key macKeyOf(const ClaimPairingResponse& response, const std::optional<PairingInvitation>& invitation) {
+  const auto raw = Base64URL::decode(response.macEphemeralPublicKey);
+  if (!raw || raw->size() != Crypto::kKeySize) {
+    throw PhoneError(PhoneExit::verificationFailed, "The pairing session has no valid key.");
+  }
+  const auto key = Crypto::keyFrom(*raw);
+  if (invitation && invitation->macEphemeralPublicKey != key) {
+    throw PhoneError(PhoneExit::verificationFailed, "The service gave another key than the invitation.");
+  }
+  return key;
+}
+
+}  // namespace
+
+PhoneError phoneError(const APIError& error) {
+  if (const auto* server = error.server()) {
+    return {PhoneExit::serviceRefused, server->body.message + " (" + server->body.code + ")"};
+  }
+  if (std::holds_alternative<APIError::Decoding>(error.detail)) {
+    return {PhoneExit::serviceRefused, std::string("The service's answer makes no sense: ") + error.what()};
+  }
+  return {PhoneExit::unreachable, std::string("The service can't be reached: ") + error.what()};
+}
+
+Phone::Phone(PhoneState state, std::filesystem::path folder, DeviceIdentity identity, HTTPSession& session,
+             TimeSource time)
+    : state_(std::move(state)),
+      folder_(std::move(folder)),
+      identity_(identity),
+      time_(std::move(time)),
+      api_(serviceURL(state_.service), identity, session) {}
+
+std::string Phone::makeId() { return Crypto::hexLower(Crypto::randomBytes(16)); }
+
+Awaitable<void> Phone::registerDevice() {
+  co_await asked(api_.registerDevice(DevicePlatform::ios, state_.name, "quillet-phone " QUILLET_VERSION));
+}
+
+Awaitable<Phone::Claim> Phone::claim(std::string invitationOrCode) {
+  const auto invitation = PairingInvitation::parse(invitationOrCode);
+  const Crypto::Key privateKey = Crypto::generatePrivateKey();
+  const Crypto::Key publicKey = Crypto::x25519PublicKey(privateKey);
+  ClaimPairingRequest request{.phoneEphemeralPublicKey = Base64URL::encode(publicKey), .phoneName = state_.name};
+  if (invitation) {
+    request.sessionId = invitation->sessionId;
+  } else {
+    request.code = PairingCode::normalise(invitationOrCode);
+  }
+  const ClaimPairingResponse response = co_await asked(api_.claimPairing(request));
+  try {
+    const auto macKey = macKeyOf(response, invitation);
+    PairingCrypto crypto(response.sessionId, macKey, publicKey, response.macDeviceId, identity_.deviceId(), privateKey);
+    co_return Claim{response.sessionId, response.macDeviceId, response.macName, response.expiresAt, std::move(crypto)};
+  } catch (const Crypto::KeyError&) {
+    throw PhoneError(PhoneExit::verificationFailed, "The pairing session has no valid key.");
+  }
+}
+
+Awaitable<void> Phone::cancelPairing(std::string sessionId) { co_await asked(api_.cancelPairing(std::move(sessionId))); }
+
+Awaitable<PeerIdentity> Phone::confirm(Claim claim) {
+  const std::string sealed = claim.crypto.sealIdentity(identity_.peerIdentity(state_.name, DevicePlatform::ios));
+  PairingStatus status = co_await asked(api_.confirmPairing(claim.sessionId, sealed));
+  PeerIdentity mac = co_await awaitPaired(claim, std::move(status));
+  std::erase_if(state_.macs, [&](const PairedMac& known) { return known.identity.deviceId == mac.deviceId; });
+  state_.macs.push_back({mac, time_.now()});
+  state_.save(folder_);
+  co_return mac;
+}
+
+Awaitable<PeerIdentity> Phone::awaitPaired(const Claim& claim, PairingStatus status) {
+  while (status.state != PairingState::paired || !status.peerSealedIdentity) {
+    if (status.state == PairingState::cancelled) throw PhoneError(PhoneExit::pairingFailed, "Pairing was cancelled.");
+    if (status.state == PairingState::expired || time_.now() >= claim.expiresAt + kIdentityGraceMilliseconds) {
+      throw PhoneError(PhoneExit::pairingFailed, "The pairing request expired.");
+    }
+    co_await time_.sleep(kPollInterval);
+    status = co_await asked(api_.pairingStatus(claim.sessionId));
+  }
+  PeerIdentity mac;
+  try {
+    mac = claim.crypto.openIdentity(*status.peerSealedIdentity, claim.macDeviceId);
+  } catch (const std::exception&) {
+    throw PhoneError(PhoneExit::verificationFailed, "Pairing could not be verified.");
+  }
+  if (mac.platform == DevicePlatform::ios) {
+    throw PhoneError(PhoneExit::verificationFailed, "Pairing could not be verified: the other side is a phone.");
+  }
+  co_return mac;
+}
+
+Awaitable<std::vector<Phone::MacPresence>> Phone::presence() {
+  const PresenceResponse response = co_await asked(api_.presence());
+  std::vector<MacPresence> macs;
+  for (const auto& mac : response.macs) {
+    MacPresence entry{.macId = mac.macId, .online = mac.online, .lastSeenAt = mac.lastSeenAt};
+    if (const auto* known = state_.mac(mac.macId)) {
+      entry.name = known->identity.name;
+      if (mac.readiness) {
+        try {
+          entry.readiness =
+              mac.readiness->envelope.open<ReadinessPayload>(EnvelopePurpose::readiness, identity_, known->identity);
+        } catch (const std::exception&) {
+          entry.readiness.reset();  // sealed for an earlier identity, or not by this Mac: nothing is known then
+        }
+      }
+    }
+    macs.push_back(std::move(entry));
+  }
+  co_return macs;
+}
+
+Awaitable<PrepareResultPayload> Phone::prepare(PeerIdentity mac, std::string utteranceId) {
+  const PrepareRequestPayload payload{makeId(), std::move(utteranceId), time_.now()};
+  PrepareRelayRequest request{payload.requestId,
+                              Envelope::seal(payload, EnvelopePurpose::prepare, identity_, mac)};
+  const EnvelopeResponse response = co_await asked(api_.prepareTarget(mac.deviceId, std::move(request)));
+  auto result = opened<PrepareResultPayload>(response.envelope, EnvelopePurpose::prepareResult, identity_, mac);
+  if (result.requestId != payload.requestId || result.utteranceId != payload.utteranceId) {
+    throw PhoneError(PhoneExit::verificationFailed, "The answer belongs to another request.");
+  }
+  co_return result;
+}
+
+Awaitable<Phone::DeliveryReport> Phone::deliver(PeerIdentity mac, std::string utteranceId, std::string token,
+                                                std::string text) {
+  const DeliveryPayload payload{utteranceId, std::move(token), std::move(text), RecognitionMode::local, time_.now()};
+  DeliveryRequest request{utteranceId, Envelope::seal(payload, EnvelopePurpose::delivery, identity_, mac)};
+  const DeliveryStatus status = co_await asked(api_.submitDelivery(mac.deviceId, std::move(request)));
+  co_return reportFrom(status, mac);
+}
+
+Awaitable<Phone::DeliveryReport> Phone::wait(PeerIdentity mac, std::string utteranceId, Duration limit) {
+  const auto deadline = time_.monotonic() + limit;
+  for (;;) {
+    const auto left = std::chrono::ceil<std::chrono::seconds>(deadline - time_.monotonic()).count();
+    const int seconds = static_cast<int>(std::clamp<std::int64_t>(left, 0, kLongestWaitSeconds));
+    const DeliveryStatus status = co_await asked(api_.waitForDelivery(mac.deviceId, utteranceId, seconds));
+    const auto state = status.state;
+    const bool open = state == DeliveryTransportState::queued || state == DeliveryTransportState::received;
+    if (!open || time_.monotonic() >= deadline) co_return reportFrom(status, mac);
+  }
+}
+
+Awaitable<Phone::DeliveryReport> Phone::cancelDelivery(PeerIdentity mac, std::string utteranceId) {
+  const DeliveryStatus status = co_await asked(api_.cancelDelivery(mac.deviceId, std::move(utteranceId)));
+  co_return reportFrom(status, mac);
+}
+
+Awaitable<void> Phone::unpair(PeerIdentity mac) {
+  co_await asked(api_.removePair(mac.deviceId));
+  std::erase_if(state_.macs, [&](const PairedMac& known) { return known.identity.deviceId == mac.deviceId; });
+  state_.save(folder_);
+}
+
+Phone::DeliveryReport Phone::reportFrom(const DeliveryStatus& status, const PeerIdentity& mac) const {
+  DeliveryReport report{status.state, status.macOnline, std::nullopt};
+  if (!status.resultEnvelope) return report;
+  auto result = opened<ResultPayload>(*status.resultEnvelope, EnvelopePurpose::result, identity_, mac);
+  if (result.utteranceId != status.utteranceId || !result.verify(mac)) {
+    throw PhoneError(PhoneExit::verificationFailed, "The result's signature is not the paired Mac's.");
+  }
+  report.result = std::move(result);
+  return report;
+}
+
+}  // namespace quillet

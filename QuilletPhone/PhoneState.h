@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "QuilletKit/DeviceIdentity.h"
+
+namespace quillet {
+
+struct PairedMac {
+  PeerIdentity identity;
+  std::int64_t pairedAt = 0;  ///< Milliseconds since 1970.
+};
+
+/// What a phone remembers between runs: "phone.json" in its folder. The keys are in a secret store beside it.
+struct PhoneState {
+  std::string name;
+  std::string service;  ///< URL of the service.
+  std::vector<PairedMac> macs;
+
+  /// Absent when there is none yet. Throws std::runtime_error for a file that can't be read.
+  static std::optional<PhoneState> load(const std::filesystem::path& folder);
+  /// Durable when it returns; throws AtomicFile's errors.
+  void save(const std::filesystem::path& folder) const;
+
+  /// The one that `wanted` names by id, by the start of an id or by name; the only one when `wanted` is empty. Absent when
+  /// there is none or more than one.
+  const PairedMac* mac(const std::string& wanted) const;
+};
+
+}  // namespace quillet

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "QuilletKit/ServiceModels.h"
+#include "QuilletService/PairDirectory.h"
+#include "QuilletService/RateLimiter.h"
+
+namespace quillet {
+
+/// The endpoints of a device about itself, its pairs and its feedback. All throw ServiceError.
+class DeviceService {
+ public:
+  DeviceService(Store& store, RelayHub& hub, PairDirectory& pairs, const TimeSource& time);
+
+  /// Registers, or brings a registration up to date. The request's signature was checked against its own key.
+  RegisterResponse registerDevice(const RegisterRequest& request);
+  OK rename(const Device& device, const RenameRequest& request);
+  PairsResponse pairs(const Device& device);
+  OK removePair(const Device& device, const std::string& peerDeviceId);
+  /// Deletes all that is stored about the device, and refuses its identity from now on.
+  OK deleteDevice(const Device& device);
+  OK sendFeedback(const Device& device, const FeedbackRequest& request);
+  /// Notes that the device was here, at most once a minute.
+  void noteSeen(const Device& device);
+  void sweep() { feedbackLimit_.sweep(); }
+
+ private:
+  PairSummary summary(const Pair& pair, const std::string& peerId);
+
+  Store& store_;
+  RelayHub& hub_;
+  PairDirectory& pairs_;
+  TimeSource time_;
+  RateLimiter feedbackLimit_;
+};
+
+}  // namespace quillet

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletService/HTTPServer.h"
+
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/use_awaitable.hpp>
+
+#include "QuilletKit/Log.h"
+#include "QuilletService/HTTPConnection.h"
+
+namespace quillet {
+namespace {
+
+namespace asio = boost::asio;
+using asio::ip::tcp;
+using namespace std::chrono_literals;
+
+constexpr auto kPauseAfterFailure = 100ms;
+
+tcp::endpoint resolve(asio::io_context& context, const std::string& host, std::uint16_t port) {
+  tcp::resolver resolver(context);
+  return *resolver.resolve(host, std::to_string(port), tcp::resolver::passive).begin();
+}
+
+asio::ssl::context makeTLS(const TLSFiles& files) {
+  asio::ssl::context tls(asio::ssl::context::tls_server);
+  tls.set_options(asio::ssl::context::default_workarounds | asio::ssl::context::no_tlsv1 |
+                  asio::ssl::context::no_tlsv1_1);
+  tls.use_certificate_chain_file(files.certificate);
+  tls.use_private_key_file(files.key, asio::ssl::context::pem);
+  return tls;
+}
+
+}  // namespace
+
+HTTPServer::HTTPServer(asio::io_context& context, Service& service, const std::string& host, std::uint16_t port,
+                       const std::optional<TLSFiles>& tls, ServerLimits limits)
+    : context_(context),
+      service_(service),
+      router_(service),
+      limits_(limits),
+      acceptor_(context, resolve(context, host, port)),
+      accepting_(context.get_executor()) {
+  if (tls) tls_ = makeTLS(*tls);
+}
+
+void HTTPServer::start() {
+  accepting_.start([this] { return accept(); });
+}
+
+std::string HTTPServer::url() const {
+  const auto bound = endpoint();
+  const std::string address = bound.address().to_string();
+  const std::string host = bound.address().is_v6() ? "[" + address + "]" : address;
+  return (tls_ ? "https://" : "http://") + host + ":" + std::to_string(bound.port());
+}
+
+Awaitable<void> HTTPServer::accept() {
+  while (!stopping_) {
+    boost::system::error_code error;
+    tcp::socket socket(context_);
+    co_await acceptor_.async_accept(socket, asio::redirect_error(asio::use_awaitable, error));
+    if (stopping_ || error == asio::error::operation_aborted) co_return;
+    if (error) {  // out of descriptors, as a rule
+      Log::standard("service", "Could not accept a connection: {}", error.value());
+      asio::steady_timer pause(context_, kPauseAfterFailure);
+      co_await pause.async_wait(asio::use_awaitable);
+      continue;
+    }
+    socket.set_option(tcp::no_delay(true), error);
+    startConnection(*this, std::move(socket), tls_ ? &*tls_ : nullptr);
+  }
+}
+
+void HTTPServer::stop(std::function<void()> done) {
+  stopping_ = true;
+  done_ = std::move(done);
+  boost::system::error_code ignored;
+  acceptor_.close(ignored);
+  service_.hub.shutDown();
+  const auto open = connections_;
+  for (ServerConnection* connection : open) connection->finish();
+  if (connections_.empty() && done_) std::exchange(done_, nullptr)();
+}
+
+void HTTPServer::remove(ServerConnection& connection) {
+  connections_.erase(&connection);
+  if (stopping_ && connections_.empty() && done_) std::exchange(done_, nullptr)();
+}
+
+}  // namespace quillet

@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletService/Options.h"
+
+#include <charconv>
+#include <cstdlib>
+#include <map>
+
+namespace quillet {
+namespace {
+
+template <typename Number>
+Number parseNumber(std::string_view option, std::string_view text, Number least, Number most) {
+  Number value{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size() || value < least || value > most) {
+    throw Options::UsageError(std::string(option) + " needs a number from " + std::to_string(least) + " to " +
+                              std::to_string(most));
+  }
+  return value;
+}
+
+std::chrono::seconds parseSeconds(std::string_view option, std::string_view text) {
+  return std::chrono::seconds(parseNumber<int>(option, text, 1, 86'400));
+}
+
+void parseListen(Options& options, std::string_view text) {
+  const auto colon = text.rfind(':');
+  if (colon == text.npos || colon == 0) throw Options::UsageError("--listen needs HOST:PORT");
+  std::string_view host = text.substr(0, colon);
+  if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
+  options.host = host;
+  options.port = parseNumber<std::uint16_t>("--listen", text.substr(colon + 1), 0, 65535);
+}
+
+Log::Level parseLevel(std::string_view text) {
+  static const std::map<std::string_view, Log::Level> kLevels = {{"debug", Log::Level::debug},
+                                                                 {"info", Log::Level::info},
+                                                                 {"default", Log::Level::standard},
+                                                                 {"error", Log::Level::error}};
+  const auto found = kLevels.find(text);
+  if (found == kLevels.end()) throw Options::UsageError("--log needs debug, info, default or error");
+  return found->second;
+}
+
+void apply(Options& options, TLSFiles& tls, std::string_view name, std::string_view value) {
+  if (name == "--listen") {
+    parseListen(options, value);
+  } else if (name == "--database") {
+    options.settings.database = value;
+  } else if (name == "--max-age") {
+    options.settings.maximumAge = parseSeconds(name, value);
+  } else if (name == "--pairing-ttl") {
+    options.settings.pairingTimeToLive = parseSeconds(name, value);
+  } else if (name == "--certificate") {
+    tls.certificate = value;
+  } else if (name == "--key") {
+    tls.key = value;
+  } else if (name == "--log") {
+    options.logLevel = parseLevel(value);
+  } else {
+    throw Options::UsageError("Unknown option " + std::string(name));
+  }
+}
+
+}  // namespace
+
+Options Options::parse(std::span<const char* const> arguments) {
+  Options options;
+  TLSFiles tls;
+  options.settings.database = defaultDatabase();
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    const std::string_view name = arguments[i];
+    if (name == "--help") {
+      options.help = true;
+    } else if (name == "--version") {
+      options.version = true;
+    } else if (i + 1 == arguments.size()) {
+      throw UsageError(std::string(name) + (name.starts_with("--") ? " needs a value" : " isn't an option"));
+    } else {
+      apply(options, tls, name, arguments[++i]);
+    }
+  }
+  if (tls.certificate.empty() != tls.key.empty()) throw UsageError("--certificate and --key go together");
+  if (!tls.key.empty()) options.tls = tls;
+  return options;
+}
+
+std::string_view Options::usage() {
+  return "usage: quillet-service [options]\n"
+         "  --listen HOST:PORT     address to serve (127.0.0.1:8080); port 0 takes a free one\n"
+         "  --database PATH        where state is kept (quillet/service.sqlite in the folder for state)\n"
+         "  --max-age SECONDS      how far a request's time may be off (300)\n"
+         "  --pairing-ttl SECONDS  life of a pairing session (120)\n"
+         "  --certificate FILE     certificate chain, PEM; serves TLS together with --key\n"
+         "  --key FILE             private key, PEM\n"
+         "  --log LEVEL            debug, info, default or error (info)\n"
+         "  --help, --version\n";
+}
+
+std::filesystem::path Options::defaultDatabase() {
+  const char* const state = std::getenv("XDG_STATE_HOME");
+  const char* const home = std::getenv("HOME");
+  const std::filesystem::path base = state != nullptr && *state == '/'
+                                         ? std::filesystem::path(state)
+                                         : std::filesystem::path(home != nullptr ? home : ".") / ".local/state";
+  return base / "quillet" / "service.sqlite";
+}
+
+}  // namespace quillet

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletService/PairDirectory.h"
+
+namespace quillet {
+
+void PairDirectory::add(const Pair& pair) {
+  store_.devices.addPair(pair);
+  store_.database.makeDurable();
+  hub_.send(pair.macId, RelayServer::Paired{pair.phoneId});
+}
+
+bool PairDirectory::remove(const std::string& macId, const std::string& phoneId, bool tellDesktop) {
+  if (!store_.devices.arePaired(macId, phoneId)) return false;
+  Transaction transaction(store_.database);
+  store_.devices.removePair(macId, phoneId);
+  store_.deliveries.removeOfPair(macId, phoneId);
+  transaction.commit();
+  store_.database.makeDurable();
+  if (tellDesktop) hub_.send(macId, RelayServer::PairRevoked{phoneId});
+  return true;
+}
+
+}  // namespace quillet

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+#include "QuilletService/RelayHub.h"
+#include "QuilletService/Store.h"
+
+namespace quillet {
+
+/// Who is paired with whom. Changes reach the desktop's socket, and what was stored for a pair goes with it.
+class PairDirectory {
+ public:
+  PairDirectory(Store& store, RelayHub& hub) : store_(store), hub_(hub) {}
+
+  /// Stores the pair for good before the desktop is told.
+  void add(const Pair& pair);
+  /// False if they weren't paired. The desktop is told unless it asked for this itself.
+  bool remove(const std::string& macId, const std::string& phoneId, bool tellDesktop);
+  bool arePaired(const std::string& macId, const std::string& phoneId) {
+    return store_.devices.arePaired(macId, phoneId);
+  }
+
+ private:
+  Store& store_;
+  RelayHub& hub_;
+};
+
+}  // namespace quillet

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <boost/asio/steady_timer.hpp>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <variant>
+
+#include "QuilletKit/Clock.h"
+#include "QuilletKit/WireModels.h"
+#include "QuilletService/DeliveryStore.h"
+
+namespace quillet {
+
+/// A desktop's open socket, as the hub sees it.
+class RelaySocket {
+ public:
+  virtual ~RelaySocket() = default;
+  /// Queues a text frame; a client that doesn't read them is dropped.
+  virtual void send(std::string frame) = 0;
+  /// Starts an orderly close. The owner detaches the socket when it has ended.
+  virtual void close(int closeCode) = 0;
+};
+
+enum class PrepareFailure { offline, timedOut, tooMany };
+using PrepareOutcome = std::variant<Envelope, PrepareFailure>;
+
+/// Who is connected, and who waits for something that a desktop will send. Holds no message. One thread.
+class RelayHub {
+ public:
+  RelayHub(Executor executor, TimeSource time) : executor_(std::move(executor)), time_(std::move(time)) {}
+
+  /// Makes this the desktop's socket; an older one is closed. The socket is referenced until `detach`.
+  void attach(const std::string& macId, RelaySocket& socket);
+  /// False if another socket has taken its place. Otherwise what waits for the desktop's answer fails.
+  bool detach(const std::string& macId, RelaySocket& socket);
+  bool isOnline(const std::string& macId) const { return sockets_.contains(macId); }
+  /// False if the desktop isn't connected.
+  bool send(const std::string& macId, const RelayServerMessage& message);
+  void disconnect(const std::string& macId, int closeCode);
+  /// Closes all sockets and ends all waits.
+  void shutDown();
+
+  /// Passes a prepare to the desktop and waits for its answer.
+  Awaitable<PrepareOutcome> prepare(std::string macId, std::string phoneId, PrepareRelayRequest request,
+                                    Duration limit);
+  /// The desktop's answer; goes to whoever waits for it, if anyone still does.
+  void answerPrepare(const std::string& macId, const RelayClient::PrepareResult& answer);
+
+  /// Returns when `deliveryChanged` is called for the key, or after the limit.
+  Awaitable<void> waitForDelivery(DeliveryKey key, Duration limit);
+  void deliveryChanged(const DeliveryKey& key);
+  std::size_t waiting() const { return prepares_.size() + deliveries_.size(); }
+
+ private:
+  struct Waiter;
+  using Waiters = std::unordered_multimap<std::string, Waiter*>;
+  Awaitable<void> wait(Waiters& waiters, std::string key, Waiter& waiter, Duration limit);
+  static void wake(Waiters& waiters, const std::string& key);
+
+  Executor executor_;
+  TimeSource time_;
+  bool shutDown_ = false;
+  std::unordered_map<std::string, RelaySocket*> sockets_;
+  std::unordered_map<std::string, int> prepareCounts_;
+  Waiters prepares_, deliveries_;
+};
+
+}  // namespace quillet

@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletService/RelayService.h"
+
+#include "QuilletKit/JSONCoding.h"
+#include "QuilletKit/Log.h"
+#include "QuilletService/ServiceError.h"
+#include "QuilletService/Validation.h"
+
+namespace quillet {
+namespace {
+
+bool isPending(DeliveryTransportState state) {
+  return state == DeliveryTransportState::queued || state == DeliveryTransportState::received;
+}
+
+std::string_view shortened(const std::string& deviceId) {
+  return std::string_view(deviceId).substr(0, 8);
+}
+
+[[noreturn]] void refuse(PrepareFailure failure) {
+  switch (failure) {
+    case PrepareFailure::offline:
+      throw ServiceError(503, "mac_offline", "The computer isn't connected.", true);
+    case PrepareFailure::timedOut:
+      throw ServiceError(504, "mac_timeout", "The computer didn't answer in time.", true);
+    case PrepareFailure::tooMany:
+      break;
+  }
+  throw Refusal::tooManyRequests();
+}
+
+}  // namespace
+
+RelayService::RelayService(Store& store, RelayHub& hub, PairDirectory& pairs, const TimeSource& time,
+                           RelayLimits limits)
+    : store_(store), hub_(hub), pairs_(pairs), time_(time), limits_(limits) {}
+
+Awaitable<EnvelopeResponse> RelayService::prepare(Device phone, std::string macId, PrepareRelayRequest request) {
+  requirePair(phone, macId);
+  Validation::requireId(request.requestId, "requestId");
+  Validation::requireRoute(request.envelope, EnvelopePurpose::prepare, phone.id, macId);
+  PrepareOutcome outcome = co_await hub_.prepare(macId, phone.id, std::move(request), limits_.prepare);
+  if (const auto* failure = std::get_if<PrepareFailure>(&outcome)) refuse(*failure);
+  co_return EnvelopeResponse{std::get<Envelope>(std::move(outcome))};
+}
+
+DeliveryStatus RelayService::submit(const Device& phone, const std::string& macId, const DeliveryRequest& request) {
+  requirePair(phone, macId);
+  Validation::requireId(request.utteranceId, "utteranceId");
+  Validation::requireRoute(request.envelope, EnvelopePurpose::delivery, phone.id, macId);
+  const DeliveryKey key{macId, phone.id, request.utteranceId};
+  auto known = store_.deliveries.delivery(key);
+  if (known && known->state == DeliveryTransportState::cancelled) return statusOf(key, known);
+
+  Delivery delivery{.envelope = JSONCoding::encode(request.envelope)};
+  if (known && known->envelope == delivery.envelope) return statusOf(key, known);
+  if (!known || !isPending(known->state)) requireRoom(macId, delivery.envelope.size());
+  delivery.sent = hub_.isOnline(macId) || (known && known->sent);
+  store_.deliveries.save(key, delivery, time_.now());
+  forward(key, request.envelope);
+  return statusOf(key, delivery);
+}
+
+Awaitable<DeliveryStatus> RelayService::status(Device phone, std::string macId, std::string utteranceId,
+                                               std::chrono::milliseconds wait) {
+  requirePair(phone, macId);
+  const DeliveryKey key{macId, phone.id, utteranceId};
+  auto delivery = store_.deliveries.delivery(key);
+  if (wait.count() > 0 && delivery && isPending(delivery->state)) {
+    co_await hub_.waitForDelivery(key, std::min(wait, limits_.longestWait));
+    requirePair(phone, macId);
+    delivery = store_.deliveries.delivery(key);
+  }
+  co_return statusOf(key, delivery);
+}
+
+DeliveryStatus RelayService::cancel(const Device& phone, const std::string& macId, const std::string& utteranceId) {
+  requirePair(phone, macId);
+  const DeliveryKey key{macId, phone.id, utteranceId};
+  auto delivery = store_.deliveries.delivery(key);
+  if (delivery && delivery->state == DeliveryTransportState::queued && !delivery->sent) {
+    delivery->state = DeliveryTransportState::cancelled;
+    delivery->envelope.clear();
+    store_.deliveries.save(key, *delivery, time_.now());
+    hub_.deliveryChanged(key);
+  }
+  return statusOf(key, delivery);
+}
+
+PresenceResponse RelayService::presence(const Device& phone) {
+  if (phone.isDesktop()) throw Refusal::wrongPlatform("Only a phone can read presence.");
+  PresenceResponse response;
+  for (const Pair& pair : store_.devices.pairsOf(phone.id)) {
+    PresenceResponse::Mac mac{.macId = pair.macId, .online = hub_.isOnline(pair.macId)};
+    if (const auto device = store_.devices.device(pair.macId)) mac.lastSeenAt = device->lastSeenAt;
+    if (const auto stored = store_.deliveries.presence(pair.macId, phone.id)) {
+      mac.readiness = {JSONCoding::decode<Envelope>(stored->envelope), stored->at};
+    }
+    response.macs.push_back(std::move(mac));
+  }
+  return response;
+}
+
+void RelayService::connected(const Device& desktop, RelaySocket& socket) {
+  hub_.attach(desktop.id, socket);
+  store_.devices.markSeen(desktop.id, time_.now());
+  Log::info("relay", "{} connected", desktop.shortId());
+  for (PendingDelivery& waiting : store_.deliveries.pending(desktop.id)) {
+    if (!forward(waiting.key, JSONCoding::decode<Envelope>(waiting.envelope))) return;
+    store_.deliveries.markSent(waiting.key);
+  }
+}
+
+void RelayService::disconnected(const Device& desktop, RelaySocket& socket) {
+  if (!hub_.detach(desktop.id, socket)) return;
+  store_.devices.markSeen(desktop.id, time_.now());
+  Log::info("relay", "{} disconnected", desktop.shortId());
+}
+
+void RelayService::handleFrame(const std::string& macId, std::string_view frame) {
+  try {
+    auto message = JSONCoding::decode<RelayClientMessage>(frame);
+    std::visit([&](auto& content) { handle(macId, std::move(content)); }, message);
+  } catch (const JSONCoding::DecodingError&) {
+    Log::standard("relay", "Ignoring an undecodable frame of {}", shortened(macId));
+  }
+}
+
+void RelayService::handle(const std::string& macId, RelayClient::PrepareResult answer) {
+  if (!Validation::fitsRoute(answer.envelope, EnvelopePurpose::prepareResult, macId, answer.to)) return;
+  hub_.answerPrepare(macId, answer);
+}
+
+void RelayService::handle(const std::string& macId, RelayClient::Received received) {
+  // Waiting calls are for results; they go on waiting.
+  store_.deliveries.markReceived(macId, received.utteranceId, time_.now());
+}
+
+void RelayService::handle(const std::string& macId, RelayClient::Result result) {
+  if (!Validation::fitsRoute(result.envelope, EnvelopePurpose::result, macId, result.to)) return;
+  const DeliveryKey key{macId, result.to, result.utteranceId};
+  auto delivery = store_.deliveries.delivery(key);
+  if (!delivery) return;
+  delivery->state = DeliveryTransportState::result;
+  delivery->result = JSONCoding::encode(result.envelope);
+  store_.deliveries.save(key, *delivery, time_.now());
+  hub_.deliveryChanged(key);
+}
+
+void RelayService::handle(const std::string& macId, RelayClient::Presence presence) {
+  const std::int64_t now = time_.now();
+  Transaction transaction(store_.database);
+  for (const PresenceUpdate& update : presence.updates) {
+    const bool fits = Validation::fitsRoute(update.envelope, EnvelopePurpose::readiness, macId, update.to);
+    if (!fits || !pairs_.arePaired(macId, update.to)) continue;
+    store_.deliveries.savePresence(macId, update.to, {JSONCoding::encode(update.envelope), now});
+  }
+  store_.devices.markSeen(macId, now);
+  transaction.commit();
+}
+
+void RelayService::sweep() {
+  const std::int64_t now = time_.now();
+  for (const DeliveryKey& key :
+       store_.deliveries.expire(now - limits_.pendingLife.count(), now - limits_.doneLife.count(), now)) {
+    hub_.deliveryChanged(key);
+  }
+}
+
+void RelayService::requirePair(const Device& phone, const std::string& macId) {
+  if (phone.isDesktop()) throw Refusal::wrongPlatform("Only a phone can address a computer.");
+  if (!pairs_.arePaired(macId, phone.id)) throw Refusal::notPaired(403);
+}
+
+void RelayService::requireRoom(const std::string& macId, std::size_t bytes) {
+  const Backlog backlog = store_.deliveries.backlog(macId);
+  if (backlog.count >= limits_.backlogCount ||
+      backlog.bytes + static_cast<std::int64_t>(bytes) > limits_.backlogBytes) {
+    throw ServiceError(429, "queue_full", "Too much waits for this computer already.", true);
+  }
+}
+
+bool RelayService::forward(const DeliveryKey& key, Envelope envelope) {
+  return hub_.send(key.macId, RelayServer::Deliver{key.utteranceId, key.phoneId, std::move(envelope)});
+}
+
+DeliveryStatus RelayService::statusOf(const DeliveryKey& key, const std::optional<Delivery>& delivery) const {
+  DeliveryStatus status{.utteranceId = key.utteranceId, .macOnline = hub_.isOnline(key.macId)};
+  if (!delivery) return status;
+  status.state = delivery->state;
+  if (delivery->result) status.resultEnvelope = JSONCoding::decode<Envelope>(*delivery->result);
+  return status;
+}
+
+}  // namespace quillet

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "QuilletKit/ServiceModels.h"
+#include "QuilletService/PairDirectory.h"
+
+namespace quillet {
+
+struct RelayLimits {
+  std::chrono::milliseconds prepare{10'000};         ///< How long a desktop may take to answer a prepare.
+  std::chrono::milliseconds longestWait{60'000};     ///< The most that one call waits for a delivery.
+  std::chrono::milliseconds pendingLife{3'600'000};  ///< Then a delivery without result expires.
+  std::chrono::milliseconds doneLife{86'400'000};    ///< Then a finished delivery is forgotten.
+  std::int64_t backlogCount = 200;                   ///< Deliveries that may wait for one desktop…
+  std::int64_t backlogBytes = 4'000'000;             ///< …and their size.
+};
+
+/// Carries sealed envelopes between phones and desktops: the phones' endpoints, and what comes and goes over a
+/// desktop's socket. A delivery is kept until its result or its expiry, and goes out again on each new socket until
+/// then; the desktop recognises repeats. The same envelope again is the same attempt; a newly sealed one for the same
+/// utterance is delivered anew. Endpoints throw ServiceError.
+class RelayService {
+ public:
+  RelayService(Store& store, RelayHub& hub, PairDirectory& pairs, const TimeSource& time, RelayLimits limits);
+
+  Awaitable<EnvelopeResponse> prepare(Device phone, std::string macId, PrepareRelayRequest request);
+  DeliveryStatus submit(const Device& phone, const std::string& macId, const DeliveryRequest& request);
+  /// Returns at once for a finished delivery; otherwise when it finishes, or after `wait`.
+  Awaitable<DeliveryStatus> status(Device phone, std::string macId, std::string utteranceId,
+                                   std::chrono::milliseconds wait);
+  /// Only what never left for the desktop can be cancelled; otherwise the status tells how far it got.
+  DeliveryStatus cancel(const Device& phone, const std::string& macId, const std::string& utteranceId);
+  PresenceResponse presence(const Device& phone);
+
+  /// A desktop's socket is open: what waits for it goes out.
+  void connected(const Device& desktop, RelaySocket& socket);
+  void disconnected(const Device& desktop, RelaySocket& socket);
+  /// One text frame of a desktop. What can't be used is dropped.
+  void handleFrame(const std::string& macId, std::string_view frame);
+  void sweep();
+
+ private:
+  void handle(const std::string& macId, RelayClient::PrepareResult answer);
+  void handle(const std::string& macId, RelayClient::Received received);
+  void handle(const std::string& macId, RelayClient::Result result);
+  void handle(const std::string& macId, RelayClient::Presence presence);
+  void requirePair(const Device& phone, const std::string& macId);
+  void requireRoom(const std::string& macId, std::size_t bytes);
+  bool forward(const DeliveryKey& key, Envelope envelope);
+  DeliveryStatus statusOf(const DeliveryKey& key, const std::optional<Delivery>& delivery) const;
+
+  Store& store_;
+  RelayHub& hub_;
+  PairDirectory& pairs_;
+  TimeSource time_;
+  RelayLimits limits_;
+};
+
+}  // namespace quillet

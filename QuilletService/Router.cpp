@@ -1,0 +1,217 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletService/Router.h"
+
+#include <array>
+#include <charconv>
+
+#include "QuilletKit/JSONCoding.h"
+#include "QuilletKit/Log.h"
+#include "QuilletService/Validation.h"
+
+namespace quillet {
+namespace {
+
+constexpr std::string_view kRelayPath = "/v1/mac/connect";
+constexpr std::string_view kTranscribePath = "/v1/transcribe";
+constexpr std::size_t kBodyLimit = 1 << 20;
+constexpr std::size_t kUploadLimit = 16'000'000;
+
+struct Path {
+  std::string_view path, query;
+};
+
+Path split(std::string_view target) {
+  const auto mark = target.find('?');
+  if (mark == target.npos) return {target, {}};
+  return {target.substr(0, mark), target.substr(mark + 1)};
+}
+
+/// A request on its way to an endpoint. `ids` are what stood in the braces of the route's pattern.
+struct Call {
+  Service& service;
+  SignedRequest request;
+  std::string_view query;
+  std::array<std::string, 2> ids;
+  Device device;
+
+  template <typename Body>
+  Body body() const {
+    return JSONCoding::decode<Body>(request.body);
+  }
+};
+
+using Reply = Awaitable<std::string>;
+
+template <typename Response>
+std::string encoded(const Response& response) {
+  return JSONCoding::encode(response);
+}
+
+enum class Access { open, ownKey, signedByDevice };
+
+struct Route {
+  std::string_view method, pattern;
+  Access access;
+  Reply (*run)(Call&);
+};
+
+/// Compares segment by segment; "{}" takes any one that isn't empty.
+bool matches(std::string_view pattern, std::string_view path, std::array<std::string, 2>& ids) {
+  std::size_t taken = 0;
+  while (!pattern.empty() && !path.empty()) {
+    const std::string_view want = pattern.substr(0, pattern.find('/', 1));
+    const std::string_view have = path.substr(0, path.find('/', 1));
+    if (want == "/{}") {
+      if (have.size() < 2) return false;
+      ids.at(taken++) = have.substr(1);
+    } else if (want != have) {
+      return false;
+    }
+    pattern.remove_prefix(want.size());
+    path.remove_prefix(have.size());
+  }
+  return pattern.empty() && path.empty();
+}
+
+std::chrono::seconds parseWait(std::string_view query) {
+  constexpr std::string_view kName = "wait=";
+  if (query.empty()) return {};
+  int seconds = 0;
+  const char* const end = query.data() + query.size();
+  const bool named = query.starts_with(kName);
+  const auto parsed = std::from_chars(query.data() + (named ? kName.size() : 0), end, seconds);
+  if (!named || parsed.ec != std::errc() || parsed.ptr != end || seconds < 0) {
+    throw Refusal::badRequest("The query must be wait= and a number of seconds.");
+  }
+  return std::chrono::seconds(seconds);
+}
+
+RegisterRequest checkedRegistration(Call& call) {
+  auto request = call.body<RegisterRequest>();
+  const Crypto::Key key = Validation::publicKey(request.signingPublicKey, "signingPublicKey");
+  if (DeviceIdentity::fingerprint(key) != call.request.deviceId) throw Refusal::badSignature();
+  call.service.authenticator.authenticate(call.request, key);
+  return request;
+}
+
+const Route kRoutes[] = {
+    {"POST", "/v1/macs/{}/prepare", Access::signedByDevice,
+     [](Call& c) -> Reply {
+       co_return encoded(co_await c.service.relay.prepare(c.device, c.ids[0], c.body<PrepareRelayRequest>()));
+     }},
+    {"POST", "/v1/macs/{}/deliveries", Access::signedByDevice,
+     [](Call& c) -> Reply {
+       co_return encoded(c.service.relay.submit(c.device, c.ids[0], c.body<DeliveryRequest>()));
+     }},
+    {"GET", "/v1/macs/{}/deliveries/{}", Access::signedByDevice,
+     [](Call& c) -> Reply {
+       co_return encoded(co_await c.service.relay.status(c.device, c.ids[0], c.ids[1], parseWait(c.query)));
+     }},
+    {"DELETE", "/v1/macs/{}/deliveries/{}", Access::signedByDevice,
+     [](Call& c) -> Reply { co_return encoded(c.service.relay.cancel(c.device, c.ids[0], c.ids[1])); }},
+    {"GET", "/v1/presence", Access::signedByDevice,
+     [](Call& c) -> Reply { co_return encoded(c.service.relay.presence(c.device)); }},
+    {"GET", "/v1/config", Access::open, [](Call& c) -> Reply { co_return encoded(c.service.config()); }},
+    {"GET", "/v1/health", Access::open, [](Call&) -> Reply { co_return encoded(OK{true}); }},
+    {"POST", "/v1/devices/register", Access::ownKey,
+     [](Call& c) -> Reply { co_return encoded(c.service.devices.registerDevice(checkedRegistration(c))); }},
+    {"PATCH", "/v1/devices/me", Access::signedByDevice,
+     [](Call& c) -> Reply { co_return encoded(c.service.devices.rename(c.device, c.body<RenameRequest>())); }},
+    {"POST", "/v1/devices/me/delete", Access::signedByDevice,
+     [](Call& c) -> Reply { co_return encoded(c.service.devices.deleteDevice(c.device)); }},
+    {"GET", "/v1/pairs", Access::signedByDevice,
+     [](Call& c) -> Reply { co_return encoded(c.service.devices.pairs(c.device)); }},
+    {"DELETE", "/v1/pairs/{}", Access::signedByDevice,
+     [](Call& c) -> Reply { co_return encoded(c.service.devices.removePair(c.device, c.ids[0])); }},
+    {"POST", "/v1/feedback", Access::signedByDevice,
+     [](Call& c) -> Reply { co_return encoded(c.service.devices.sendFeedback(c.device, c.body<FeedbackRequest>())); }},
+    {"POST", "/v1/pairing/sessions", Access::signedByDevice,
+     [](Call& c) -> Reply { co_return encoded(c.service.pairing.create(c.device, c.body<CreatePairingRequest>())); }},
+    {"POST", "/v1/pairing/claim", Access::signedByDevice,
+     [](Call& c) -> Reply { co_return encoded(c.service.pairing.claim(c.device, c.body<ClaimPairingRequest>())); }},
+    {"GET", "/v1/pairing/sessions/{}", Access::signedByDevice,
+     [](Call& c) -> Reply { co_return encoded(c.service.pairing.status(c.device, c.ids[0])); }},
+    {"POST", "/v1/pairing/sessions/{}/confirm", Access::signedByDevice,
+     [](Call& c) -> Reply {
+       co_return encoded(c.service.pairing.confirm(c.device, c.ids[0], c.body<ConfirmPairingRequest>()));
+     }},
+    {"POST", "/v1/pairing/sessions/{}/cancel", Access::signedByDevice,
+     [](Call& c) -> Reply { co_return encoded(c.service.pairing.cancel(c.device, c.ids[0])); }},
+    {"POST", kTranscribePath, Access::signedByDevice,
+     [](Call&) -> Reply {
+       throw ServiceError(501, "not_available", "This service doesn't transcribe.");
+       co_return std::string();
+     }},
+};
+
+const Route* findRoute(const SignedRequest& request, std::string_view path, std::array<std::string, 2>& ids) {
+  bool pathKnown = false;
+  for (const Route& route : kRoutes) {
+    if (!matches(route.pattern, path, ids)) continue;
+    if (route.method == request.method) return &route;
+    pathKnown = true;
+  }
+  if (pathKnown) throw ServiceError(405, "method_not_allowed", "This path doesn't take that method.");
+  return nullptr;
+}
+
+HTTPReply replyFor(const ServiceError& error) {
+  return {error.status, encoded(ErrorWrapper{error.body})};
+}
+
+}  // namespace
+
+Awaitable<HTTPReply> Router::handle(SignedRequest request) {
+  std::exception_ptr error;
+  try {
+    co_return co_await dispatch(request);
+  } catch (...) {
+    error = std::current_exception();
+  }
+  if (isCancellation(error)) std::rethrow_exception(error);
+  co_return refusal(error);
+}
+
+Awaitable<HTTPReply> Router::dispatch(SignedRequest request) {
+  const auto [path, query] = split(request.target);
+  Call call{service_, request, query, {}, {}};
+  const Route* route = findRoute(request, path, call.ids);
+  if (route == nullptr) throw Refusal::notFound("There is nothing at this path.");
+  if (route->access == Access::signedByDevice) {
+    call.device = service_.authenticator.authenticate(request);
+    service_.devices.noteSeen(call.device);
+  }
+  std::string body = co_await route->run(call);
+  co_return HTTPReply{200, std::move(body)};
+}
+
+Device Router::authenticateRelay(const SignedRequest& request) {
+  Device device = service_.authenticator.authenticate(request);
+  if (!device.isDesktop()) throw Refusal::wrongPlatform("Only a desktop can open a relay socket.");
+  return device;
+}
+
+HTTPReply Router::refusal(const std::exception_ptr& error) {
+  try {
+    std::rethrow_exception(error);
+  } catch (const ServiceError& e) {
+    return replyFor(e);
+  } catch (const JSONCoding::DecodingError&) {
+    return replyFor(Refusal::badRequest("The body isn't what this path takes."));
+  } catch (const DatabaseError& e) {
+    Log::error("service", "A request failed with database code {}", e.code);
+  } catch (const std::exception& e) {
+    Log::error("service", "A request failed with an exception of type {}", typeid(e).name());
+  }
+  return replyFor({500, "internal", "Something went wrong. Try again in a while.", true});
+}
+
+bool Router::isRelayPath(std::string_view target) {
+  return split(target).path == kRelayPath;
+}
+
+std::size_t Router::bodyLimit(std::string_view target) {
+  return split(target).path == kTranscribePath ? kUploadLimit : kBodyLimit;
+}
+
+}  // namespace quillet

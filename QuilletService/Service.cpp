@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletService/Service.h"
+
+#include "QuilletKit/Log.h"
+
+namespace quillet {
+namespace {
+
+using namespace std::chrono_literals;
+constexpr Duration kSweepInterval = 30s;
+
+}  // namespace
+
+Service::Service(const Executor& executor, const TimeSource& time, const ServiceSettings& settings)
+    : settings_(settings),
+      time_(time),
+      store_(settings.database),
+      hub(executor, time),
+      authenticator(store_.devices, time, settings.maximumAge),
+      pairDirectory(store_, hub),
+      devices(store_, hub, pairDirectory, time),
+      pairing(store_, pairDirectory, time, settings.pairingTimeToLive),
+      relay(store_, hub, pairDirectory, time, settings.relay) {}
+
+ServiceConfig Service::config() const {
+  ServiceConfig config;
+  config.pairingTtlSeconds = std::chrono::ceil<std::chrono::seconds>(settings_.pairingTimeToLive).count();
+  config.cloud = {"none", "none", "1", std::nullopt};
+  return config;
+}
+
+Awaitable<void> Service::keepHouse() {
+  for (;;) {
+    co_await time_.sleep(kSweepInterval);
+    try {
+      sweep();
+    } catch (const DatabaseError& e) {
+      Log::error("service", "Housekeeping failed with database code {}", e.code);
+    }
+  }
+}
+
+void Service::sweep() {
+  authenticator.sweep();
+  devices.sweep();
+  pairing.sweep();
+  relay.sweep();
+}
+
+}  // namespace quillet

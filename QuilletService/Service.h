@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <filesystem>
+
+#include "QuilletKit/ServiceModels.h"
+#include "QuilletService/Authenticator.h"
+#include "QuilletService/DeviceService.h"
+#include "QuilletService/PairingService.h"
+#include "QuilletService/RelayService.h"
+
+namespace quillet {
+
+struct ServiceSettings {
+  std::filesystem::path database = ":memory:";
+  std::chrono::milliseconds maximumAge{300'000};
+  std::chrono::milliseconds pairingTimeToLive{120'000};
+  RelayLimits relay;
+};
+
+/// The whole service without its sockets: state, rules and endpoints. One thread, which `executor` runs on.
+class Service {
+ public:
+  /// Throws DatabaseError when the database can't be opened.
+  Service(const Executor& executor, const TimeSource& time, const ServiceSettings& settings);
+
+  ServiceConfig config() const;
+  /// Forgets what is over, now and every half minute until cancelled.
+  Awaitable<void> keepHouse();
+  void sweep();
+
+ private:
+  ServiceSettings settings_;
+  TimeSource time_;
+  Store store_;
+
+ public:
+  RelayHub hub;
+  Authenticator authenticator;
+  PairDirectory pairDirectory;
+  DeviceService devices;
+  PairingService pairing;
+  RelayService relay;
+};
+
+}  // namespace quillet

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletService/Validation.h"
+
+#include "QuilletKit/Base64URL.h"
+#include "QuilletKit/Unicode.h"
+#include "QuilletService/ServiceError.h"
+
+namespace quillet::Validation {
+namespace {
+
+constexpr std::size_t kLongestName = 256;
+constexpr std::size_t kLongestId = 128;
+
+}  // namespace
+
+Crypto::Key publicKey(std::string_view text, std::string_view what) {
+  const auto raw = Base64URL::decode(text);
+  if (!raw || raw->size() != Crypto::kKeySize) throw Refusal::badRequest(std::string(what) + " isn't a public key.");
+  return Crypto::keyFrom(*raw);
+}
+
+void requireName(std::string_view name) {
+  if (name.empty() || name.size() > kLongestName || Unicode::containsControl(name)) {
+    throw Refusal::badRequest("The name must have 1 to 256 bytes and no control characters.");
+  }
+}
+
+void requireId(std::string_view id, std::string_view what) {
+  const bool fits =
+      !id.empty() && id.size() <= kLongestId && id.find_first_of(" ?#%/|") == id.npos && !Unicode::containsControl(id);
+  if (!fits) throw Refusal::badRequest(std::string(what) + " can't be used as an id.");
+}
+
+bool fitsRoute(const Envelope& envelope, EnvelopePurpose purpose, std::string_view from, std::string_view to) {
+  return envelope.purpose == purpose && envelope.from == from && envelope.to == to;
+}
+
+void requireRoute(const Envelope& envelope, EnvelopePurpose purpose, std::string_view from, std::string_view to) {
+  if (!fitsRoute(envelope, purpose, from, to))
+    throw Refusal::badRequest("The envelope doesn't belong to this request.");
+}
+
+}  // namespace quillet::Validation

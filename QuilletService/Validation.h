@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "QuilletKit/Crypto.h"
+#include "QuilletKit/WireModels.h"
+
+/// The forms that requests must keep. All throw ServiceError 400.
+namespace quillet::Validation {
+
+/// 32 raw bytes in base64url. `what` names the key in the message.
+Crypto::Key publicKey(std::string_view text, std::string_view what);
+/// A display name: not empty, at most 256 bytes, no control characters.
+void requireName(std::string_view name);
+/// An id that a client chose: 1 to 128 bytes that can stand in a path.
+void requireId(std::string_view id, std::string_view what);
+/// The routing fields of an envelope are those of the request that carries it.
+void requireRoute(const Envelope& envelope, EnvelopePurpose purpose, std::string_view from, std::string_view to);
+bool fitsRoute(const Envelope& envelope, EnvelopePurpose purpose, std::string_view from, std::string_view to);
+
+}  // namespace quillet::Validation

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <boost/beast/core.hpp>
+#include <boost/beast/http.hpp>
+#include <boost/asio/ssl/stream.hpp>
+#include <boost/beast/websocket.hpp>
+#include <boost/beast/websocket/ssl.hpp>
+#include <deque>
+#include <memory>
+#include <string>
+
+#include "QuilletKit/Log.h"
+#include "QuilletService/HTTPServer.h"
+
+namespace quillet {
+
+/// A desktop's relay socket. Frames that come in go to the relay at once; frames that go out queue up to a bound.
+template <typename Stream>
+class WebSocketSession final : public RelaySocket, public std::enable_shared_from_this<WebSocketSession<Stream>> {
+ public:
+  using Upgrade = boost::beast::http::request<boost::beast::http::string_body>;
+
+  WebSocketSession(Stream stream, Service& service, Device device, const ServerLimits& limits)
+      : socket_(std::move(stream)), service_(service), device_(std::move(device)), limits_(limits) {}
+
+  /// Answers the upgrade and serves the socket until it ends.
+  Awaitable<void> run(Upgrade upgrade) {
+    boost::system::error_code error;
+    configure();
+    co_await socket_.async_accept(upgrade, boost::asio::redirect_error(boost::asio::use_awaitable, error));
+    if (error) co_return;
+    guarded([this] { service_.relay.connected(device_, *this); });
+    co_await receive();
+    closing_ = true;
+    guarded([this] { service_.relay.disconnected(device_, *this); });
+  }
+
+  void send(std::string frame) override {
+    if (closing_) return;
+    queuedBytes_ += frame.size();
+    if (queuedBytes_ > limits_.relayQueue) {
+      Log::standard("relay", "{} doesn't read its frames; dropped", device_.shortId());
+      return drop();
+    }
+    queue_.push_back(std::move(frame));
+    if (queue_.size() == 1) writeNext();
+  }
+
+  void close(int closeCode) override {
+    if (std::exchange(closing_, true)) return;
+    socket_.async_close(boost::beast::websocket::close_reason(static_cast<std::uint16_t>(closeCode)),
+                        [self = this->shared_from_this()](boost::system::error_code) {});
+  }
+
+ private:
+  void configure() {
+    namespace websocket = boost::beast::websocket;
+    socket_.set_option(websocket::stream_base::timeout{std::chrono::seconds(5), limits_.relayIdle, false});
+    socket_.read_message_max(limits_.relayMessage);
+    socket_.auto_fragment(false);
+    socket_.text(true);
+  }
+
+  Awaitable<void> receive() {
+    for (;;) {
+      boost::system::error_code error;
+      co_await socket_.async_read(buffer_, boost::asio::redirect_error(boost::asio::use_awaitable, error));
+      if (error) co_return;
+      const auto data = buffer_.cdata();
+      const std::string_view frame(static_cast<const char*>(data.data()), data.size());
+      if (closing_) {
+        // What a replaced socket still says doesn't count.
+      } else if (frame == "ping") {
+        send("pong");
+      } else {
+        guarded([&] { service_.relay.handleFrame(device_.id, frame); });
+      }
+      buffer_.consume(buffer_.size());
+    }
+  }
+
+  void writeNext() {
+    socket_.async_write(boost::asio::buffer(queue_.front()),
+                        [self = this->shared_from_this()](boost::system::error_code error, std::size_t) {
+                          self->queuedBytes_ -= self->queue_.front().size();
+                          self->queue_.pop_front();
+                          if (!error && !self->queue_.empty()) self->writeNext();
+                        });
+  }
+
+  void drop() {
+    closing_ = true;
+    boost::beast::get_lowest_layer(socket_).close();
+  }
+
+  /// A failing database must not take the socket down with it, nor the process.
+  template <typename Step>
+  void guarded(Step step) {
+    try {
+      step();
+    } catch (const std::exception& e) {
+      Log::error("relay", "A relay step failed with an exception of type {}", typeid(e).name());
+    }
+  }
+
+  boost::beast::websocket::stream<Stream> socket_;
+  Service& service_;
+  Device device_;
+  const ServerLimits& limits_;
+  boost::beast::flat_buffer buffer_;
+  std::deque<std::string> queue_;
+  std::size_t queuedBytes_ = 0;
+  bool closing_ = false;
+};
+
+}  // namespace quillet

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+#include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <csignal>
+#include <iostream>
+
+#include "QuilletService/Options.h"
+
+namespace {
+
+using namespace quillet;
+using namespace std::chrono_literals;
+
+constexpr int kFailure = 1;
+constexpr int kUsage = 2;
+constexpr auto kShutDownTime = 3s;
+
+int serve(const Options& options) {
+  boost::asio::io_context context(1);
+  const TimeSource time = systemTime(context.get_executor());
+  Service service(context.get_executor(), time, options.settings);
+  HTTPServer server(context, service, options.host, options.port, options.tls);
+  Task housekeeping(context.get_executor());
+  housekeeping.start([&service] { return service.keepHouse(); });
+
+  boost::asio::signal_set signals(context, SIGINT, SIGTERM);
+  boost::asio::steady_timer patience(context);
+  signals.async_wait([&](boost::system::error_code error, int) {
+    if (error) return;
+    patience.expires_after(kShutDownTime);
+    patience.async_wait([&](boost::system::error_code) { context.stop(); });
+    server.stop([&] { context.stop(); });
+  });
+
+  server.start();
+  std::cout << "quillet-service listening on " << server.url() << std::endl;
+  context.run();
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options;
+  try {
+    options = Options::parse({argv + 1, static_cast<std::size_t>(argc - 1)});
+  } catch (const Options::UsageError& e) {
+    std::cerr << "quillet-service: " << e.what() << '\n' << Options::usage();
+    return kUsage;
+  }
+  if (options.help || options.version) {
+    std::cout << (options.help ? Options::usage() : std::string_view("quillet-service " QUILLET_VERSION "\n"));
+    return 0;
+  }
+  std::signal(SIGPIPE, SIG_IGN);
+  Log::configure(options.logLevel, "quillet-service");
+  try {
+    return serve(options);
+  } catch (const std::exception& e) {
+    std::cerr << "quillet-service: " << e.what() << '\n';
+    return kFailure;
+  }
+}

@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <boost/algorithm/hex.hpp>
+#include <boost/json.hpp>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "QuilletKit/APIClient.h"
+#include "QuilletKit/Crypto.h"
+#include "QuilletKit/Envelope.h"
+#include "QuilletKit/JSONCoding.h"
+
+namespace quillet::vectors {
+
+namespace json = boost::json;
+
+/// What the kit gave isn't what the vector says.
+struct Mismatch : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+inline void require(bool fits, std::string_view what) {
+  if (!fits) throw Mismatch(std::string(what) + " differs");
+}
+
+inline std::string text(const json::value& value) {
+  return std::string(value.as_string());
+}
+
+inline Bytes fromHex(std::string_view hex) {
+  Bytes bytes;
+  boost::algorithm::unhex(hex.begin(), hex.end(), std::back_inserter(bytes));
+  return bytes;
+}
+
+/// One case of a vectors file, with the identities that its file names.
+struct Case {
+  const json::object& fields;
+  const json::object& identities;
+
+  std::string expectation() const { return text(fields.at("expect")); }
+  const json::object& in() const { return fields.at("in").as_object(); }
+  const json::object& mid() const { return fields.at("mid").as_object(); }
+  const json::object& out() const { return fields.at("out").as_object(); }
+  const json::value& in(std::string_view key) const { return in().at(key); }
+  std::string inText(std::string_view key) const { return text(in(key)); }
+  std::string outText(std::string_view key) const { return text(out().at(key)); }
+  Bytes inBytes(std::string_view key) const { return fromHex(inText(key)); }
+  bool jsonExact() const { return !fields.contains("jsonExact") || fields.at("jsonExact").as_bool(); }
+
+  DeviceIdentity device(std::string_view inKey) const {
+    const json::object& named = identities.at(inText(inKey)).as_object();
+    return {Crypto::keyFrom(fromHex(text(named.at("signingSeedHex")))),
+            Crypto::keyFrom(fromHex(text(named.at("agreementSeedHex"))))};
+  }
+  /// The identity given in full under `peerKey`, or named under `nameKey`.
+  PeerIdentity peer(std::string_view peerKey, std::string_view nameKey) const {
+    const json::value& value =
+        in().contains(peerKey) ? in(peerKey) : identities.at(inText(nameKey)).as_object().at("peer");
+    return JSONCoding::decode<PeerIdentity>(json::serialize(value));
+  }
+};
+
+template <typename T>
+T decodeValue(const json::value& value) {
+  return JSONCoding::decode<T>(json::serialize(value));
+}
+
+template <typename T>
+void requireValue(const T& actual, const json::value& expected, std::string_view what) {
+  require(json::parse(JSONCoding::encode(actual)) == expected, what);
+}
+
+inline void requireJSON(const Case& test, std::string_view actual, std::string_view expected) {
+  if (test.jsonExact()) return require(actual == expected, "JSON");
+  require(json::parse(actual) == json::parse(expected), "JSON value");
+}
+
+inline std::string nameOf(EnvelopeError::Code code) {
+  constexpr const char* kNames[] = {"badKey",       "badEncoding",        "wrongRecipient", "wrongSender",
+                                    "wrongPurpose", "unsupportedVersion", "badSignature"};
+  return kNames[static_cast<std::size_t>(code)];
+}
+
+/// How the vectors call the failure that is being handled.
+inline std::string nameOfCurrentFailure() {
+  try {
+    throw;
+  } catch (const EnvelopeError& error) {
+    return nameOf(error.code);
+  } catch (const Crypto::KeyError&) {
+    return "keyLibrary";
+  } catch (const Crypto::BoxSizeError&) {
+    return "aeadSize";
+  } catch (const Crypto::AuthenticationError&) {
+    return "aeadAuth";
+  } catch (const JSONCoding::DecodingError&) {
+    return "decoding";
+  } catch (const APIError& error) {
+    return error.server() != nullptr ? "server" : "decoding";
+  } catch (const std::exception& error) {
+    return std::string("an unexpected failure (") + error.what() + ")";
+  }
+}
+
+}  // namespace quillet::vectors

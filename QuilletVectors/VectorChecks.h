@@ -1,0 +1,380 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <algorithm>
+#include <optional>
+#include <tuple>
+
+#include "QuilletKit/APIResponse.h"
+#include "QuilletKit/Base64URL.h"
+#include "QuilletKit/PairingCrypto.h"
+#include "QuilletKit/RequestSigner.h"
+#include "QuilletKit/ServiceModels.h"
+#include "QuilletVectors/VectorCase.h"
+
+/// One function for each kind of case. A check throws Mismatch, or lets the kit's own failure through.
+namespace quillet::vectors {
+
+/// The refusal of a function that reports by giving nothing.
+struct Nothing {};
+
+// --- Base64url ---
+
+inline void checkBase64Encode(const Case& test) {
+  require(Base64URL::encode(test.inBytes("bytesHex")) == test.outText("text"), "text");
+}
+
+inline void checkBase64Decode(const Case& test) {
+  const auto bytes = Base64URL::decode(test.inText("text"));
+  if (!bytes) throw Nothing{};
+  require(Crypto::hexLower(*bytes) == test.outText("bytesHex"), "bytes");
+}
+
+// --- Messages ---
+
+template <typename... Types>
+struct Named {
+  std::array<std::string_view, sizeof...(Types)> names;
+
+  /// Calls `use` with the type of that name.
+  template <typename Use>
+  void with(std::string_view name, Use use) const {
+    std::size_t index = 0;
+    const bool known = ((names[index++] == name && (use(std::type_identity<Types>{}), true)) || ...);
+    if (!known) throw Mismatch("no type " + std::string(name));
+  }
+};
+
+inline constexpr Named<PrepareRequestPayload, PrepareResultPayload, DeliveryPayload, ResultPayload, ReadinessPayload>
+    kPayloadsByPurpose{{"prepare", "prepareResult", "delivery", "result", "readiness"}};
+
+inline constexpr Named<PrepareRequestPayload, PrepareResultPayload, DeliveryPayload, ResultPayload, ReadinessPayload,
+                       PeerIdentity, Envelope, PrepareRelayRequest, EnvelopeResponse, DeliveryRequest, DeliveryStatus,
+                       PresenceResponse, ServiceConfig, RegisterRequest, RegisterResponse, RenameRequest, OK,
+                       PairSummary, PairsResponse, FeedbackRequest, CreatePairingRequest, CreatePairingResponse,
+                       ClaimPairingRequest, ClaimPairingResponse, ConfirmPairingRequest, PairingStatus, TranscribeMeta,
+                       TranscribeResponse, ErrorWrapper, APIErrorBody, PresenceUpdate>
+    kTypes{{"PrepareRequestPayload",
+            "PrepareResultPayload",
+            "DeliveryPayload",
+            "ResultPayload",
+            "ReadinessPayload",
+            "PeerIdentity",
+            "Envelope",
+            "PrepareRelayRequest",
+            "EnvelopeResponse",
+            "DeliveryRequest",
+            "DeliveryStatus",
+            "PresenceResponse",
+            "ServiceConfig",
+            "RegisterRequest",
+            "RegisterResponse",
+            "Body",
+            "OK",
+            "PairSummary",
+            "PairsResponse",
+            "FeedbackRequest",
+            "CreatePairingRequest",
+            "CreatePairingResponse",
+            "ClaimPairingRequest",
+            "ClaimPairingResponse",
+            "ConfirmPairingRequest",
+            "PairingStatus",
+            "TranscribeMeta",
+            "TranscribeResponse",
+            "ErrorWrapper",
+            "APIErrorBody",
+            "PresenceUpdate"}};
+
+inline void checkEncode(const Case& test) {
+  kTypes.with(test.inText("type"), [&]<typename T>(std::type_identity<T>) {
+    requireJSON(test, JSONCoding::encode(decodeValue<T>(test.in("value"))), test.outText("json"));
+  });
+}
+
+inline void checkDecode(const Case& test) {
+  kTypes.with(test.inText("type"), [&]<typename T>(std::type_identity<T>) {
+    const T value = JSONCoding::decode<T>(test.inText("json"));
+    requireValue(value, test.out().at("value"), "value");
+  });
+}
+
+inline void checkServerFrame(const Case& test) {
+  const auto frame = JSONCoding::decode<RelayServerMessage>(test.inText("json"));
+  json::object expected = test.out().at("value").as_object();
+  require(expected.contains("unknown") == std::holds_alternative<RelayServer::Unknown>(frame), "kind");
+  expected.erase("unknown");
+  json::object actual = json::parse(JSONCoding::encode(frame)).as_object();
+  if (!expected.contains("type")) actual.erase("type");
+  require(actual == expected, "frame");
+}
+
+inline void checkClientFrame(const Case& test) {
+  requireJSON(test, JSONCoding::encode(decodeValue<RelayClientMessage>(test.in("value"))), test.outText("json"));
+}
+
+inline void checkDeviceKind(const Case& test) {
+  const auto kind = deviceKindFromModel(test.inText("model"));
+  const json::value* expected = test.out().if_contains("kind");
+  const bool expectsNone = expected == nullptr || expected->is_null();
+  require(expectsNone ? !kind : kind && rawValue(*kind) == text(*expected), "kind");
+}
+
+inline void checkEmail(const Case& test) {
+  require(Feedback::isEmail(test.inText("text")) == test.out().at("ok").as_bool(), "verdict");
+}
+
+// --- Envelopes ---
+
+inline EnvelopePurpose purposeOf(const Case& test) {
+  const auto purpose = fromRaw<EnvelopePurpose>(test.inText("purpose"));
+  if (!purpose) throw Mismatch("no such purpose");
+  return *purpose;
+}
+
+template <typename Payload>
+void checkSealing(const Case& test, const Payload& payload) {
+  const EnvelopePurpose purpose = purposeOf(test);
+  const DeviceIdentity sender = test.device("sender");
+  const PeerIdentity recipient = test.peer("recipientPeer", "recipient");
+  if (!test.in().contains("nonceHex")) {
+    Envelope::seal(payload, purpose, sender, recipient);
+    return;
+  }
+  const std::string plaintext = JSONCoding::encode(payload);
+  requireJSON(test, plaintext, text(test.mid().at("plaintext")));
+  const Bytes nonceBytes = test.inBytes("nonceHex");
+  Crypto::Nonce nonce{};
+  require(nonceBytes.size() == nonce.size(), "nonce length");
+  std::copy(nonceBytes.begin(), nonceBytes.end(), nonce.begin());
+  const Envelope sealed = Envelope::sealBytes(plaintext, purpose, sender, recipient, test.inBytes("saltHex"), nonce);
+  require(Envelope::additionalData(purpose, sealed.from, sealed.to) == text(test.mid().at("additionalData")),
+          "additional data");
+  if (test.jsonExact()) requireValue(sealed, test.out().at("envelope"), "envelope");
+
+  const DeviceIdentity opener = test.device("recipient");
+  const PeerIdentity author = sender.peerIdentity("", DevicePlatform::ios);
+  require(sealed.open<Payload>(purpose, opener, author) == payload, "reopened payload");
+  const auto given = decodeValue<Envelope>(test.out().at("envelope"));
+  require(given.open<Payload>(purpose, opener, author) == payload, "payload of the given envelope");
+}
+
+inline void checkSeal(const Case& test) {
+  kPayloadsByPurpose.with(test.inText("purpose"), [&]<typename Payload>(std::type_identity<Payload>) {
+    checkSealing(test, decodeValue<Payload>(test.in("payload")));
+  });
+}
+
+inline void checkOpen(const Case& test) {
+  const auto envelope = JSONCoding::decode<Envelope>(test.inText("envelopeJson"));
+  kPayloadsByPurpose.with(test.inText("purpose"), [&]<typename Payload>(std::type_identity<Payload>) {
+    const auto payload =
+        envelope.open<Payload>(purposeOf(test), test.device("recipient"), test.peer("senderPeer", "sender"));
+    requireValue(payload, test.out().at("payload"), "payload");
+  });
+}
+
+inline void checkConsistency(const Case& test) {
+  require(test.peer("peer", "name").isConsistent() == test.out().at("consistent").as_bool(), "verdict");
+}
+
+inline void checkFingerprint(const Case& test) {
+  require(DeviceIdentity::fingerprint(test.inBytes("publicKeyHex")) == test.outText("deviceId"), "id");
+}
+
+// --- Signatures ---
+
+inline void checkResultSign(const Case& test) {
+  json::object fields = test.in("fields").as_object();
+  fields["signature"] = "";
+  const auto unsignedResult = decodeValue<ResultPayload>(fields);
+  const ResultPayload& u = unsignedResult;
+  require(ResultPayload::canonicalString(u.utteranceId, u.outcome, u.reason, u.at) == text(test.mid().at("canonical")),
+          "canonical string");
+  const DeviceIdentity signer = test.device("signer");
+  const auto result = ResultPayload::makeSigned(u.utteranceId, u.outcome, u.reason, u.appName, u.method, u.at, signer);
+  require(result.signature == test.outText("signature"), "signature");
+  require(JSONCoding::encode(result) == test.outText("resultJson"), "JSON");
+}
+
+inline void checkResultVerify(const Case& test) {
+  const auto result = JSONCoding::decode<ResultPayload>(test.inText("resultJson"));
+  require(result.verify(test.peer("senderPeer", "sender")) == test.out().at("valid").as_bool(), "verdict");
+}
+
+inline ServiceURL parsedURL(const std::string& url) {
+  const auto parsed = ServiceURL::parse(url);
+  if (!parsed) throw Mismatch("the URL is refused");
+  return *parsed;
+}
+
+inline void checkRequestSign(const Case& test) {
+  const json::object& identity = test.identities.begin()->value().as_object();
+  const RequestSigner signer({Crypto::keyFrom(fromHex(text(identity.at("signingSeedHex")))),
+                              Crypto::keyFrom(fromHex(text(identity.at("agreementSeedHex"))))});
+  const Bytes body = test.inBytes("bodyHex");
+  const std::int64_t timestamp = test.in("timestamp").to_number<std::int64_t>();
+  require(RequestSigner::canonicalString(test.inText("method"), text(test.mid().at("pathWithQuery")), timestamp,
+                                         test.inText("nonce"), body) == text(test.mid().at("canonical")),
+          "canonical string");
+  HTTPRequest request{test.inText("method"), parsedURL(test.inText("url")), {}, std::string(textOf(body))};
+  signer.sign(request, timestamp, test.inText("nonce"));
+  for (const auto& [name, value] : test.out().at("headers").as_object()) {
+    const std::pair<std::string, std::string> header(name, text(value));
+    require(std::find(request.headers.begin(), request.headers.end(), header) != request.headers.end(), header.first);
+  }
+}
+
+inline void checkResolve(const Case& test) {
+  require(parsedURL(test.inText("baseURL")).resolve(test.inText("path")).text() == test.outText("url"), "URL");
+}
+
+inline void checkWebSocket(const Case& test) {
+  require(parsedURL(test.inText("url")).webSocket().text() == test.outText("url"), "URL");
+}
+
+inline void checkResponse(const Case& test) {
+  try {
+    kTypes.with(test.inText("type"), [&]<typename T>(std::type_identity<T>) {
+      decodeResponse<T>(static_cast<int>(test.in("status").as_int64()), test.inText("bodyText"));
+    });
+  } catch (const APIError& error) {
+    if (error.server() != nullptr && test.expectation() == "server") {
+      require(error.server()->body.code == test.outText("code"), "code");
+      require(error.server()->body.retryable == test.out().at("retryable").as_bool(), "retryable");
+    }
+    throw;
+  }
+}
+
+// --- Pairing ---
+
+inline void checkWordTable(const Case& test) {
+  const json::array& words = test.out().at("words").as_array();
+  require(words.size() == pairingWords().size() &&
+              std::equal(words.begin(), words.end(), pairingWords().begin(),
+                         [](const json::value& a, std::string_view b) { return a.as_string() == b; }),
+          "words");
+}
+
+inline PairingCrypto pairing(const Case& test, std::string_view privateKey) {
+  return {test.inText("sessionId"),
+          Crypto::keyFrom(test.inBytes("macEphemeralPublicKeyHex")),
+          Crypto::keyFrom(test.inBytes("phoneEphemeralPublicKeyHex")),
+          test.inText("macDeviceId"),
+          test.inText("phoneDeviceId"),
+          Crypto::keyFrom(test.inBytes(privateKey))};
+}
+
+inline void checkAgree(const Case& test) {
+  for (const auto* side : {"macEphemeralPrivateKeyHex", "phoneEphemeralPrivateKeyHex"}) {
+    const PairingCrypto crypto = pairing(test, side);
+    require(Crypto::hexLower(crypto.transcriptHash()) == text(test.mid().at("transcriptHashHex")), "transcript hash");
+    require(crypto.verificationPhrase() == test.outText("phrase"), "phrase");
+    const auto words = crypto.verificationWords();
+    require(json::value_from(words) == test.out().at("words"), "words");
+  }
+}
+
+inline void checkConstruct(const Case& test) {
+  pairing(test, "ownPrivateKeyHex");
+}
+
+inline void checkSealIdentity(const Case& test) {
+  const Bytes nonceBytes = test.inBytes("nonceHex");
+  Crypto::Nonce nonce{};
+  require(nonceBytes.size() == nonce.size(), "nonce length");
+  std::copy(nonceBytes.begin(), nonceBytes.end(), nonce.begin());
+  const auto peer = test.peer("peer", "name");
+  const std::string sealed = pairing(test, "ownPrivateKeyHex").sealIdentity(peer, nonce);
+  if (test.jsonExact()) return require(sealed == test.outText("sealed"), "sealed identity");
+  require(pairing(test, "ownPrivateKeyHex").openIdentity(sealed, peer.deviceId) == peer, "reopened identity");
+}
+
+inline void checkOpenIdentity(const Case& test) {
+  const auto peer = pairing(test, "ownPrivateKeyHex").openIdentity(test.inText("sealed"), test.inText("expectedId"));
+  requireValue(peer, test.out().at("peer"), "identity");
+}
+
+inline void checkInvitationText(const Case& test) {
+  const PairingInvitation invitation{test.inText("sessionId"),
+                                     Crypto::keyFrom(test.inBytes("macEphemeralPublicKeyHex"))};
+  require(invitation.text() == test.outText("text"), "text");
+}
+
+inline void checkInvitationParse(const Case& test) {
+  const auto invitation = PairingInvitation::parse(test.inText("text"));
+  if (!invitation) throw Nothing{};
+  require(invitation->sessionId == test.outText("sessionId"), "session id");
+  require(Crypto::hexLower(invitation->macEphemeralPublicKey) == test.outText("macEphemeralPublicKeyHex"), "key");
+}
+
+inline void checkCodeNormalise(const Case& test) {
+  require(PairingCode::normalise(test.inText("text")) == test.outText("code"), "code");
+}
+
+inline void checkCodeDisplay(const Case& test) {
+  require(PairingCode::display(test.inText("text")) == test.outText("text"), "text");
+}
+
+// --- Uploads ---
+
+inline void checkUploadBuild(const Case& test) {
+  const auto meta = decodeValue<TranscribeMeta>(test.in("meta"));
+  requireJSON(test, JSONCoding::encode(meta), text(test.mid().at("metaJson")));
+  if (!test.jsonExact()) return;
+  const Bytes body = TranscribeBody::build(meta, test.inBytes("audioHex"));
+  if (test.out().contains("bodyHex")) require(Crypto::hexLower(body) == test.outText("bodyHex"), "body");
+  if (test.out().contains("bodySha256")) {
+    require(Crypto::hexLower(Crypto::sha256(body)) == test.outText("bodySha256"), "hash of the body");
+  }
+}
+
+inline void checkUploadParse(const Case& test) {
+  const Bytes body = test.inBytes("bodyHex");
+  const auto parsed = TranscribeBody::parse(body);
+  requireValue(parsed.meta, test.out().at("meta"), "metadata");
+  require(Crypto::hexLower(parsed.audio) == test.outText("audioHex"), "audio");
+}
+
+// --- All kinds ---
+
+struct Kind {
+  std::string_view name;
+  std::string_view inKey;  ///< Tells kinds of one name apart; empty where there is but one.
+  void (*check)(const Case&);
+};
+
+inline constexpr Kind kKinds[] = {
+    {"encode", "bytesHex", checkBase64Encode},
+    {"decode", "text", checkBase64Decode},
+    {"encode", "type", checkEncode},
+    {"decode", "type", checkDecode},
+    {"serverFrame", "", checkServerFrame},
+    {"clientFrame", "", checkClientFrame},
+    {"deviceKind", "", checkDeviceKind},
+    {"email", "", checkEmail},
+    {"seal", "", checkSeal},
+    {"open", "", checkOpen},
+    {"consistency", "", checkConsistency},
+    {"fingerprint", "", checkFingerprint},
+    {"sign", "fields", checkResultSign},
+    {"verify", "resultJson", checkResultVerify},
+    {"sign", "url", checkRequestSign},
+    {"resolve", "", checkResolve},
+    {"webSocket", "", checkWebSocket},
+    {"response", "", checkResponse},
+    {"wordTable", "", checkWordTable},
+    {"agree", "", checkAgree},
+    {"construct", "", checkConstruct},
+    {"sealIdentity", "", checkSealIdentity},
+    {"openIdentity", "", checkOpenIdentity},
+    {"invitationText", "", checkInvitationText},
+    {"invitationParse", "", checkInvitationParse},
+    {"codeNormalise", "", checkCodeNormalise},
+    {"codeDisplay", "", checkCodeDisplay},
+    {"build", "meta", checkUploadBuild},
+    {"parse", "bodyHex", checkUploadParse},
+};
+
+}  // namespace quillet::vectors

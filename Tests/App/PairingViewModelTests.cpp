@@ -1,0 +1,286 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/App/PairingViewModel.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <stdexcept>
+
+#include "Tests/Doubles/FakePairingAPI.h"
+#include "Tests/Doubles/VirtualTime.h"
+
+namespace quillet {
+namespace {
+
+using namespace std::chrono_literals;
+using test::FakePairingAPI;
+using Model = PairingViewModel;
+using Kind = Model::Failure::Kind;
+using Call = FakePairingAPI::Call;
+
+class PairingViewModelTest : public testing::Test {
+ protected:
+  PairingViewModelTest() {
+    model = std::make_unique<Model>(
+        time.executor(), api, mac, [] { return "Desk"; },
+        [this](const PeerIdentity& peer) {
+          if (diskIsFull) throw std::runtime_error("full");
+          paired.push_back(peer);
+        },
+        time.source());
+  }
+  ~PairingViewModelTest() override {
+    model.reset();
+    time.run();  // lets what was cancelled unwind
+  }
+  template <typename Phase>
+  const Phase* phase() {
+    return std::get_if<Phase>(&model->phase.get());
+  }
+  Model::Phase failure(Kind kind, std::string message = {}) { return Model::Failure{kind, std::move(message)}; }
+  void begin() {
+    model->start();
+    time.run();
+  }
+  void beginVerification(std::string phoneName = "Ada's phone") {
+    begin();
+    api.claim(std::move(phoneName));
+    time.advance(1s);
+  }
+  void beginConfirmation() {
+    beginVerification();
+    model->confirm();
+    time.advance(100ms);
+  }
+
+  test::VirtualTime time;
+  FakePairingAPI api{time.source().now};
+  DeviceIdentity mac = DeviceIdentity::generate();
+  std::vector<PeerIdentity> paired;
+  bool diskIsFull = false;
+  std::unique_ptr<Model> model;
+};
+
+TEST_F(PairingViewModelTest, PairsAPhoneWhoseWordsAgree) {
+  model->start();
+  EXPECT_TRUE(phase<Model::Starting>());
+  time.run();
+  ASSERT_TRUE(phase<Model::Invitation>());
+  const auto invitation = PairingInvitation::parse(phase<Model::Invitation>()->qrContent);
+  ASSERT_TRUE(invitation);
+  EXPECT_EQ(invitation->macEphemeralPublicKey, Crypto::keyFrom(api.macKeys[0]));
+  model->confirm();  // too early to count
+  api.claim("Ada's phone");
+  time.advance(1s);
+  ASSERT_TRUE(phase<Model::Verify>());
+  EXPECT_EQ(phase<Model::Verify>()->words, api.phoneCrypto(mac.deviceId()).verificationWords());
+  time.advance(5s);
+  ASSERT_TRUE(phase<Model::Verify>());
+  model->confirm();
+  time.advance(100ms);
+  ASSERT_TRUE(phase<Model::Confirming>());
+  ASSERT_EQ(api.sealedIdentities.size(), 1u);
+  EXPECT_EQ(api.phoneCrypto(mac.deviceId()).openIdentity(api.sealedIdentities[0], mac.deviceId()),
+            mac.peerIdentity("Desk", DevicePlatform::macos));
+  api.pair(mac.deviceId());
+  time.advance(1s);
+  ASSERT_TRUE(phase<Model::Paired>());
+  EXPECT_EQ(paired, std::vector{api.phone.peerIdentity("Ada's phone", DevicePlatform::ios)});
+  model->stop();
+  time.run();
+  EXPECT_TRUE(phase<Model::Paired>());
+  EXPECT_TRUE(api.cancelled.empty());
+  model->showCode.set(true);
+  model->start();
+  EXPECT_TRUE(phase<Model::Starting>());
+  EXPECT_FALSE(model->showCode.get());
+}
+
+TEST_F(PairingViewModelTest, AnUnclaimedCodeRenewsItselfWithNewKeys) {
+  begin();
+  time.advance(119s);
+  EXPECT_EQ(api.macKeys.size(), 1u);
+  time.advance(1s);
+  ASSERT_EQ(api.macKeys.size(), 2u);
+  EXPECT_NE(api.macKeys[0], api.macKeys[1]);
+  EXPECT_EQ(api.cancelled, std::vector<std::string>{"session1"});
+  for (const int status : {404, 410}) {
+    api.failures[Call::status] = {FakePairingAPI::server(status, "gone")};
+    time.advance(1s);
+  }
+  EXPECT_EQ(api.macKeys.size(), 4u);
+  EXPECT_EQ(phase<Model::Invitation>()->sessionId, "session4");
+}
+
+TEST_F(PairingViewModelTest, OfflineKeepsTheCodeAndThenRetries) {
+  begin();
+  api.outage = FakePairingAPI::transport();
+  time.advance(119s);
+  EXPECT_TRUE(phase<Model::Invitation>());
+  EXPECT_TRUE(model->networkTrouble.get());
+  time.advance(1s);
+  EXPECT_EQ(model->phase.get(), failure(Kind::offline));
+  api.outage.reset();
+  time.advance(4999ms);
+  EXPECT_EQ(model->phase.get(), failure(Kind::offline));
+  time.advance(1ms);
+  EXPECT_TRUE(phase<Model::Invitation>());
+  EXPECT_FALSE(model->networkTrouble.get());
+}
+
+TEST_F(PairingViewModelTest, WaitingEndsAsTheServiceSays) {
+  const struct {
+    PairingState state;
+    Kind kind;
+  } ends[] = {{PairingState::paired, Kind::verificationFailed}, {PairingState::cancelled, Kind::cancelledByPhone}};
+  for (const auto& end : ends) {
+    begin();
+    api.status.state = end.state;
+    time.advance(1s);
+    EXPECT_EQ(model->phase.get(), failure(end.kind));
+  }
+  begin();
+  api.failures[Call::status] = {FakePairingAPI::server(500, "Broken.")};
+  time.advance(1s);
+  EXPECT_EQ(model->phase.get(), failure(Kind::server, "Broken."));
+  EXPECT_EQ(api.cancelled, (std::vector<std::string>{"session1", "session3"}));
+  api.failures[Call::create] = {FakePairingAPI::server(429, "Later.")};
+  begin();
+  EXPECT_EQ(model->phase.get(), failure(Kind::server, "Later."));
+  EXPECT_EQ(phase<Model::Failure>()->detail(), "Later.");
+}
+
+TEST_F(PairingViewModelTest, ShowsATidyPhoneName) {
+  std::string family;
+  for (int i = 0; i < 100; ++i) family += "👩‍👧";
+  const struct {
+    std::string given, shown;
+  } names[] = {{" \n ", "iPhone"}, {" Ada \n", "Ada"}, {family, family.substr(0, family.size() / 100 * 64)}};
+  for (const auto& name : names) {
+    beginVerification(name.given);
+    ASSERT_TRUE(phase<Model::Verify>());
+    EXPECT_EQ(phase<Model::Verify>()->phoneName, name.shown);
+  }
+}
+
+TEST_F(PairingViewModelTest, RefusesAClaimThatCannotBeVerified) {
+  const std::function<void()> spoilers[] = {
+      [this] { api.status.phoneEphemeralPublicKey = Base64URL::encode(Bytes(31, 9)); },
+      [this] { api.status.phoneEphemeralPublicKey = "!"; },
+      [this] { api.status.phoneEphemeralPublicKey.reset(); },
+      [this] { api.status.phoneDeviceId = ""; },
+  };
+  for (const auto& spoil : spoilers) {
+    begin();
+    api.claim("phone");
+    spoil();
+    time.advance(1s);
+    EXPECT_EQ(model->phase.get(), failure(Kind::verificationFailed));
+    EXPECT_EQ(api.cancelled.size(), api.macKeys.size());
+  }
+}
+
+TEST_F(PairingViewModelTest, ConfirmCountsUntilTheCodeExpires) {
+  beginVerification();
+  time.advance(std::chrono::milliseconds(api.status.expiresAt - time.source().now() - 50));
+  model->confirm();
+  time.advance(100ms);
+  EXPECT_TRUE(phase<Model::Confirming>());
+
+  beginVerification();
+  time.advance(std::chrono::milliseconds(api.status.expiresAt - time.source().now()));
+  EXPECT_EQ(model->phase.get(), failure(Kind::expired));
+  model->confirm();
+  time.advance(1s);
+  EXPECT_EQ(model->phase.get(), failure(Kind::expired));
+  EXPECT_EQ(api.cancelled.back(), api.status.sessionId);
+}
+
+TEST_F(PairingViewModelTest, VerificationHearsOfTheOtherSide) {
+  for (const auto& [state, kind] :
+       {std::pair(PairingState::cancelled, Kind::cancelledByPhone), std::pair(PairingState::expired, Kind::expired)}) {
+    beginVerification();
+    api.failures[Call::status] = {FakePairingAPI::server(500, "ignored"), FakePairingAPI::transport()};
+    time.advance(2s);
+    ASSERT_TRUE(phase<Model::Verify>());
+    api.status.state = state;
+    time.advance(1s);
+    EXPECT_EQ(model->phase.get(), failure(kind));
+  }
+  EXPECT_TRUE(api.cancelled.empty());
+}
+
+TEST_F(PairingViewModelTest, ConfirmationIsTriedFiveTimes) {
+  for (int i = 0; i < 5; ++i) api.failures[Call::confirm].push_back(FakePairingAPI::transport());
+  beginConfirmation();
+  time.advance(3999ms);
+  EXPECT_TRUE(phase<Model::Confirming>());
+  time.advance(1ms);
+  EXPECT_EQ(model->phase.get(), failure(Kind::offline));
+  EXPECT_EQ(api.confirmations, 5);
+  time.advance(60s);
+  EXPECT_EQ(model->phase.get(), failure(Kind::offline));
+
+  api.failures[Call::confirm] = {FakePairingAPI::transport(), FakePairingAPI::server(409, "No.")};
+  beginConfirmation();
+  time.advance(1s);
+  EXPECT_EQ(model->phase.get(), failure(Kind::server, "No."));
+  EXPECT_EQ(api.cancelled.back(), "session2");
+}
+
+TEST_F(PairingViewModelTest, TheFinalWaitHasFiveSecondsOfGrace) {
+  beginConfirmation();
+  const auto left = std::chrono::milliseconds(api.status.expiresAt - time.source().now());
+  time.advance(left + 4s);
+  ASSERT_TRUE(phase<Model::Confirming>());
+  time.advance(2s);
+  EXPECT_EQ(model->phase.get(), failure(Kind::expired));
+  EXPECT_EQ(api.cancelled, std::vector<std::string>{"session1"});
+
+  beginConfirmation();
+  api.status.state = PairingState::cancelled;
+  time.advance(1s);
+  EXPECT_EQ(model->phase.get(), failure(Kind::cancelledByPhone));
+}
+
+TEST_F(PairingViewModelTest, ABadPhoneOrAFailedStoreIsNotPaired) {
+  beginConfirmation();
+  api.pair(mac.deviceId(), DevicePlatform::windows);
+  time.advance(1s);
+  EXPECT_EQ(model->phase.get(), failure(Kind::verificationFailed));
+  EXPECT_TRUE(paired.empty());
+
+  beginConfirmation();
+  api.pair("another desktop");
+  time.advance(1s);
+  EXPECT_EQ(model->phase.get(), failure(Kind::verificationFailed));
+
+  diskIsFull = true;
+  beginConfirmation();
+  api.pair(mac.deviceId());
+  time.advance(1s);
+  EXPECT_EQ(model->phase.get(), failure(Kind::verificationFailed));
+  EXPECT_EQ(api.cancelled.size(), 3u);
+}
+
+TEST_F(PairingViewModelTest, CancelStopAndTheEndOfTheModelEndTheRun) {
+  beginVerification();
+  model->cancel();
+  time.advance(10s);
+  EXPECT_EQ(model->phase.get(), failure(Kind::cancelledHere));
+  begin();
+  model->stop();
+  time.advance(10s);
+  EXPECT_TRUE(phase<Model::Idle>());
+  EXPECT_EQ(api.cancelled, (std::vector<std::string>{"session1", "session2"}));
+  EXPECT_EQ(time.sleepers(), 0u);
+
+  begin();
+  model->stop();
+  model.reset();
+  time.advance(10s);
+  EXPECT_EQ(api.cancelled.back(), "session3");
+}
+
+}  // namespace
+}  // namespace quillet

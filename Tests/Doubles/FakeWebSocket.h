@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "QuilletKit/WebSocketTask.h"
+
+namespace quillet::test {
+
+/// A WebSocket whose other end is the test, through the shared Line. Nothing happens by itself.
+class FakeWebSocket final : public WebSocketTask {
+ public:
+  struct Line {
+    explicit Line(const Executor& executor) : changed(executor, boost::asio::steady_timer::time_point::max()) {}
+
+    HTTPRequest request;
+    std::size_t maximumMessageSize = 0;
+    bool resumed = false;
+    bool destroyed = false;
+    std::vector<std::string> sent;
+    std::vector<std::function<void(bool)>> completions;
+    std::optional<int> cancelledWith;
+    std::optional<int> refused;
+
+    /// Answers the completion of everything sent so far.
+    void complete(bool written) {
+      for (auto& completion : std::exchange(completions, {})) {
+        if (completion) completion(written);
+      }
+    }
+    void deliver(std::string text, bool isText = true) {
+      incoming.push_back({isText, std::move(text)});
+      changed.cancel();
+    }
+    void fail(std::optional<int> status = {}) {
+      refused = status;
+      failed = true;
+      changed.cancel();
+    }
+
+    std::deque<WebSocketMessage> incoming;
+    bool failed = false;
+    boost::asio::steady_timer changed;
+  };
+
+  explicit FakeWebSocket(std::shared_ptr<Line> line) : line_(std::move(line)) {}
+  ~FakeWebSocket() override { line_->destroyed = true; }
+
+  void resume() override { line_->resumed = true; }
+  void sendText(std::string text, std::function<void(bool)> completion) override {
+    line_->sent.push_back(std::move(text));
+    line_->completions.push_back(std::move(completion));
+  }
+  Awaitable<WebSocketMessage> receive() override { return next(line_); }
+  std::optional<int> refusedStatus() const override { return line_->refused; }
+  void cancel(int closeCode) override { line_->cancelledWith = closeCode; }
+
+ private:
+  static Awaitable<WebSocketMessage> next(std::shared_ptr<Line> line) {
+    while (line->incoming.empty() && !line->failed) {
+      boost::system::error_code ignored;
+      co_await line->changed.async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, ignored));
+      if (isCancelled(co_await boost::asio::this_coro::cancellation_state)) {
+        throw boost::system::system_error(boost::asio::error::operation_aborted);
+      }
+    }
+    if (line->incoming.empty()) throw TransportError("The connection was lost.");
+    WebSocketMessage message = std::move(line->incoming.front());
+    line->incoming.pop_front();
+    co_return message;
+  }
+
+  std::shared_ptr<Line> line_;
+};
+
+}  // namespace quillet::test

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <algorithm>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "QuilletKit/Log.h"
+
+namespace quillet::test {
+
+/// What was logged during the running test. Errors must be announced with `expect`, or the test fails.
+class LogCapture {
+ public:
+  static LogCapture& instance() {
+    static LogCapture capture;
+    return capture;
+  }
+
+  void begin() {
+    const std::lock_guard lock(mutex_);
+    lines_.clear();
+    expected_.clear();
+    Log::setSink([this](const Log::Line& line) {
+      const std::lock_guard guard(mutex_);
+      lines_.push_back({line.level, std::string(line.message)});
+    });
+  }
+  /// Announces an error line by its exact text.
+  void expect(std::string message) {
+    const std::lock_guard lock(mutex_);
+    expected_.push_back(std::move(message));
+  }
+  bool contains(std::string_view message) {
+    const std::lock_guard lock(mutex_);
+    return std::any_of(lines_.begin(), lines_.end(), [&](const auto& l) { return l.message == message; });
+  }
+  std::vector<std::string> unannouncedErrors() {
+    const std::lock_guard lock(mutex_);
+    std::vector<std::string> found;
+    for (const auto& line : lines_) {
+      if (line.level != Log::Level::error) continue;
+      if (std::find(expected_.begin(), expected_.end(), line.message) == expected_.end()) found.push_back(line.message);
+    }
+    return found;
+  }
+
+ private:
+  struct Entry {
+    Log::Level level;
+    std::string message;
+  };
+  std::mutex mutex_;
+  std::vector<Entry> lines_;
+  std::vector<std::string> expected_;
+};
+
+}  // namespace quillet::test

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletKit/Base64URL.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "QuilletKit/Crypto.h"
+
+namespace quillet {
+namespace {
+
+using namespace std::string_view_literals;
+
+std::string decodedHex(std::string_view text) {
+  const auto bytes = Base64URL::decode(text);
+  return bytes ? Crypto::hexLower(*bytes) : "invalid";
+}
+
+TEST(Base64URL, TextsThatDecode) {
+  const std::pair<std::string_view, std::string_view> cases[] = {
+      {"", ""},           {"QQ", "41"},       {"QQ=", "41"},   {"QQ==", "41"},          {"QUI", "4142"},
+      {"QUI=", "4142"},   {"QR", "41"},       {"QUJ", "4142"}, {"QUJDQQ=", "41424341"}, {"-_-_", "fbffbf"},
+      {"+/+/", "fbffbf"}, {"-/+_", "fbffbf"},
+  };
+  for (const auto& [text, hex] : cases) EXPECT_EQ(decodedHex(text), hex) << text;
+}
+
+TEST(Base64URL, TextsThatAreNoBase64) {
+  const std::string_view cases[] = {"A",
+                                    "QUJDR",
+                                    "QUJD=",
+                                    "QUJD==",
+                                    "QUJD====",
+                                    "=",
+                                    "==",
+                                    "===",
+                                    "====",
+                                    "Q===",
+                                    "Q=",
+                                    "Q=Q=",
+                                    "QQ==QUJD",
+                                    "QU D",
+                                    "QUJD\n",
+                                    "QU*D",
+                                    "QQ\n=",
+                                    "QUI=\n",
+                                    "QU\0D"sv,
+                                    "Q\xc3\xa9"
+                                    "D",
+                                    "QUJDQQ=\0"sv};
+  for (const auto text : cases) EXPECT_EQ(decodedHex(text), "invalid") << text;
+}
+
+TEST(Base64URL, EveryLengthAndByteComesBack) {
+  for (std::size_t length = 0; length < 300; ++length) {
+    Bytes bytes(length);
+    for (std::size_t i = 0; i < length; ++i) bytes[i] = static_cast<std::uint8_t>(i * 7 + length);
+    const std::string text = Base64URL::encode(bytes);
+    EXPECT_EQ(text.size(), (length * 8 + 5) / 6);
+    EXPECT_EQ(text.find_first_of("+/="), std::string::npos);
+    EXPECT_EQ(Base64URL::decode(text), bytes) << length;
+  }
+}
+
+TEST(Base64URL, OnlyTheAlphabetIsAccepted) {
+  const std::string_view alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_+/";
+  for (int position = 0; position < 7; ++position) {
+    for (int byte = 0; byte < 256; ++byte) {
+      std::string text = "AAAAAAA";
+      text[position] = static_cast<char>(byte);
+      const bool pad = position == 6 && byte == '=';  // Completed by a second one.
+      EXPECT_EQ(Base64URL::decode(text).has_value(), pad || alphabet.find(static_cast<char>(byte)) != alphabet.npos)
+          << byte << " at " << position;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quillet

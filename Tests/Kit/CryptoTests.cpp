@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletKit/Crypto.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <set>
+#include <thread>
+#include <vector>
+
+namespace quillet {
+namespace {
+
+using namespace Crypto;
+
+Key filledKey(std::uint8_t value) {
+  Key key;
+  key.fill(value);
+  return key;
+}
+
+TEST(Crypto, KeysHaveExactly32Bytes) {
+  for (const std::size_t size : {0, 31, 33, 64}) EXPECT_THROW(keyFrom(Bytes(size)), KeyError) << size;
+  EXPECT_EQ(keyFrom(Bytes(32, 7)), filledKey(7));
+}
+
+TEST(Crypto, RandomKeysDiffer) {
+  std::set<Key> keys;
+  for (int i = 0; i < 64; ++i) keys.insert(generatePrivateKey());
+  EXPECT_EQ(keys.size(), 64u);
+  EXPECT_EQ(randomBytes(5).size(), 5u);
+}
+
+TEST(Crypto, DigestInHexadecimal) {
+  EXPECT_EQ(hexLower(sha256({})), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+  EXPECT_EQ(hexLower(sha256(bytesOf("abc"))), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+}
+
+TEST(Crypto, ASignatureFitsOneKeyAndOneMessage) {
+  const Key first = filledKey(1), second = filledKey(2);
+  // Two keys by turns: what is remembered of one must not sign for the other.
+  const Signature byFirst = sign(first, bytesOf("text"));
+  const Signature bySecond = sign(second, bytesOf("text"));
+  EXPECT_EQ(sign(first, bytesOf("text")), byFirst);
+  EXPECT_NE(byFirst, bySecond);
+  EXPECT_TRUE(verify(ed25519PublicKey(first), bytesOf("text"), byFirst));
+  EXPECT_TRUE(verify(ed25519PublicKey(second), bytesOf("text"), bySecond));
+  EXPECT_FALSE(verify(ed25519PublicKey(first), bytesOf("text"), bySecond));
+  EXPECT_FALSE(verify(ed25519PublicKey(first), bytesOf("texT"), byFirst));
+  EXPECT_FALSE(verify(ed25519PublicKey(first), bytesOf("text"), ByteView(byFirst).first(63)));
+  EXPECT_FALSE(verify(ed25519PublicKey(first), bytesOf("text"), {}));
+}
+
+TEST(Crypto, AgreementIsSymmetric) {
+  const Key mine = generatePrivateKey(), theirs = generatePrivateKey();
+  EXPECT_EQ(sharedSecret(mine, x25519PublicKey(theirs)), sharedSecret(theirs, x25519PublicKey(mine)));
+}
+
+TEST(Crypto, AZeroSharedSecretIsAKeyError) {
+  Key one{};
+  one[0] = 1;
+  for (const Key& publicKey : {Key{}, one}) EXPECT_THROW(sharedSecret(filledKey(9), publicKey), KeyError);
+}
+
+TEST(Crypto, DerivationTakesEmptyParts) {
+  const Bytes zeros(32);
+  // An absent salt stands for as many zeros as the digest is long.
+  EXPECT_EQ(hkdf(bytesOf("key"), {}, bytesOf("info"), 42), hkdf(bytesOf("key"), zeros, bytesOf("info"), 42));
+  EXPECT_EQ(hkdf(bytesOf("key"), Bytes(), {}, 32).size(), 32u);
+  EXPECT_NE(hkdf(bytesOf("key"), bytesOf("salt"), {}, 32), hkdf(bytesOf("key"), {}, {}, 32));
+  EXPECT_NE(hkdf(bytesOf("key"), {}, bytesOf("a"), 32), hkdf(bytesOf("key"), {}, bytesOf("b"), 32));
+}
+
+TEST(Crypto, ABoxIsNonceCiphertextTag) {
+  const Nonce nonce{1, 2, 3};
+  const Bytes box = seal(filledKey(3), nonce, bytesOf("text"), bytesOf("bound"));
+  ASSERT_EQ(box.size(), 12u + 4 + 16);
+  EXPECT_TRUE(std::equal(nonce.begin(), nonce.end(), box.begin()));
+  EXPECT_EQ(textOf(open(filledKey(3), box, bytesOf("bound"))), "text");
+}
+
+TEST(Crypto, NothingCanBeSealed) {
+  const Bytes box = seal(filledKey(3), {}, {}, {});
+  EXPECT_EQ(box.size(), 28u);
+  EXPECT_EQ(open(filledKey(3), box, {}), Bytes());
+}
+
+TEST(Crypto, AChangeAnywhereIsNoticed) {
+  const Bytes box = seal(filledKey(3), {}, bytesOf("text"), bytesOf("bound"));
+  for (std::size_t i = 0; i < box.size(); ++i) {
+    Bytes changed = box;
+    changed[i] ^= 0x10;
+    EXPECT_THROW(open(filledKey(3), changed, bytesOf("bound")), AuthenticationError) << i;
+  }
+  EXPECT_THROW(open(filledKey(4), box, bytesOf("bound")), AuthenticationError);
+  EXPECT_THROW(open(filledKey(3), box, bytesOf("bounD")), AuthenticationError);
+  EXPECT_THROW(open(filledKey(3), box, {}), AuthenticationError);
+  EXPECT_THROW(open(filledKey(3), Bytes(27), {}), BoxSizeError);
+  EXPECT_THROW(open(filledKey(3), Bytes(28), {}), AuthenticationError);
+  // A failure leaves nothing behind that would disturb the next use.
+  EXPECT_EQ(textOf(open(filledKey(3), box, bytesOf("bound"))), "text");
+}
+
+TEST(Crypto, ManyThreadsAtOnce) {
+  std::atomic<int> wrong = 0;
+  std::vector<std::thread> threads;
+  for (std::uint8_t t = 1; t <= 4; ++t) {
+    threads.emplace_back([&wrong, t] {
+      const Key key = filledKey(t);
+      for (int i = 0; i < 50; ++i) {
+        const Bytes message = randomBytes(200);
+        if (open(key, seal(key, {}, message, {}), {}) != message) ++wrong;
+        if (!verify(ed25519PublicKey(key), sha256(message), sign(key, sha256(message)))) ++wrong;
+        if (hkdf(message, {}, {}, 32) != hkdf(message, Bytes(32), {}, 32)) ++wrong;
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(wrong, 0);
+}
+
+}  // namespace
+}  // namespace quillet

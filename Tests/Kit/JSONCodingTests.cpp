@@ -1,0 +1,293 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <limits>
+#include <map>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "QuilletKit/JSONFields.h"
+
+namespace quillet {
+namespace {
+
+using JSONCoding::DecodingError;
+using JSONCoding::EncodingError;
+
+enum class Colour { red, green };
+constexpr auto rawNames(std::type_identity<Colour>) {
+  return rawTable<2>({"red", "green"});
+}
+
+struct Record {
+  std::int64_t count = 0;
+  std::optional<std::string> note;
+  bool operator==(const Record&) const = default;
+};
+constexpr auto jsonFields(std::type_identity<Record>) {
+  using namespace JSONCoding;
+  return fields(field("count", &Record::count), field("note", &Record::note));
+}
+
+struct Settings {
+  double volume = 0.5;
+  std::uint8_t level = 7;
+  bool enabled = true;
+  std::vector<Colour> colours;
+  std::map<std::string, Record> records;
+  RawJSON kept{"{}"};
+};
+constexpr auto jsonFields(std::type_identity<Settings>) {
+  using namespace JSONCoding;
+  return fields(field("colours", &Settings::colours), defaulted("enabled", &Settings::enabled),
+                field("kept", &Settings::kept), defaulted("level", &Settings::level),
+                field("records", &Settings::records), defaulted("volume", &Settings::volume));
+}
+
+/// Written as a string of its two numbers: what no description by fields can say.
+struct Range {
+  std::int64_t from = 0, to = 0;
+};
+void writeJSON(JSONWriter& writer, const Range& range) {
+  writer.string(std::to_string(range.from) + "-" + std::to_string(range.to));
+}
+void readJSON(const JSONReader& reader, Range& range) {
+  const std::string text(reader.string());
+  if (std::sscanf(text.c_str(), "%ld-%ld", &range.from, &range.to) != 2) reader.fail("not a range");
+}
+
+struct Start {
+  std::int64_t at = 0;
+};
+struct Stop {};
+struct Other {
+  std::string kind;
+};
+constexpr auto jsonFields(std::type_identity<Start>) {
+  return JSONCoding::fields(JSONCoding::field("at", &Start::at), JSONCoding::constant("kind", "start"));
+}
+constexpr auto jsonFields(std::type_identity<Stop>) {
+  return JSONCoding::fields(JSONCoding::constant("kind", "stop"));
+}
+constexpr auto jsonFields(std::type_identity<Other>) {
+  return JSONCoding::fields(JSONCoding::field("kind", &Other::kind));
+}
+
+std::string nested(std::size_t depth) {
+  return R"({"count":1,"x":)" + std::string(depth, '[') + std::string(depth, ']') + "}";
+}
+
+TEST(JSONDecoding, RefusesWhatIsNoJSONOrOfAnotherType) {
+  const std::string refused[] = {
+      "",
+      " ",
+      "null",
+      "[]",
+      "1",
+      "\"count\"",
+      "{",
+      R"({"count":1)",
+      R"({"count":1}})",
+      R"({"count":1} 2)",
+      R"({"count":1,})",
+      R"({"count":1}//)",
+      R"({'count':1})",
+      R"({count:1})",
+      "\xEF\xBB\xBF{\"count\":1}",
+      R"({})",
+      R"({"Count":1})",
+      R"({"count":null})",
+      R"({"count":1.0})",
+      R"({"count":1e3})",
+      R"({"count":1E0})",
+      R"({"count":"1"})",
+      R"({"count":true})",
+      R"({"count":01})",
+      R"({"count":+1})",
+      R"({"count":NaN})",
+      R"({"count":9223372036854775808})",
+      R"({"count":-9223372036854775809})",
+      R"({"count":18446744073709551617})",
+      R"({"count":1,"note":2})",
+      R"({"count":1,"note":{}})",
+      R"({"count":1,"note":"\ud800"})",
+      R"({"count":1,"note":"\ud800x"})",
+      R"({"count":1,"note":"\ude00"})",
+      R"({"count":1,"note":"\ude00\ud83d"})",
+      R"({"count":1,"note":"\ud83d\ud83d"})",
+      R"({"count":1,"note":"\x41"})",
+      "{\"count\":1,\"note\":\"\xC0\xAF\"}",
+      "{\"count\":1,\"note\":\"\xED\xA0\x80\"}",
+      "{\"count\":1,\"note\":\"\xF4\x90\x80\x80\"}",
+      "{\"count\":1,\"note\":\"\xE2\x82\"}",
+      "{\"count\":1,\"note\":\"a\nb\"}",
+      std::string("{\"count\":1,\"note\":\"a\0b\"}", 24),
+      R"({"count":1,"count":"2"})",
+      R"({"count":1,"count":null})",
+      R"({"count":1,"x":"\ud800"})",
+      "{\"count\":1,\"x\":\"\xFF\"}",
+      "{\"count\":1,\"\xFF\":0}",
+      R"({"count":1,"x":[1,2})",
+      R"({"count":1,"x":nul})",
+      nested(40),
+      nested(200'000),
+  };
+  for (const std::string& text : refused) {
+    EXPECT_THROW(JSONCoding::decode<Record>(text), DecodingError) << text.substr(0, 80);
+  }
+}
+
+TEST(JSONDecoding, AcceptsEveryWayToWriteTheSame) {
+  const Record plain{1, std::nullopt};
+  const Record noted{1, "a/b\xF0\x9F\x98\x80"};
+  const std::pair<std::string, Record> accepted[] = {
+      {R"({"count":1})", plain},
+      {" \t\r\n{ \"count\" : 1 }\n", plain},
+      {R"({"count":1,"note":null})", plain},
+      {R"({"note":null,"count":1,"x":1.5e300,"y":[{"z":[null,true]}],"":{}})", plain},
+      {R"({"count":"2","count":1})", plain},
+      {R"({"count":null,"count":1})", plain},
+      {R"({"count":1,"note":5,"note":null})", plain},
+      {R"({"\u0063ount":1})", plain},
+      {R"({"count":1,"note":"x","note":"a\/b\ud83d\ude00"})", noted},
+      {"{\"count\":1,\"note\":\"a/b\xF0\x9F\x98\x80\"}", noted},
+      {nested(20), plain},
+  };
+  for (const auto& [text, expected] : accepted) EXPECT_EQ(JSONCoding::decode<Record>(text), expected) << text;
+}
+
+TEST(JSONDecoding, KeepsEvery64BitInteger) {
+  for (const std::int64_t value :
+       {std::int64_t{0}, std::int64_t{-1}, (std::int64_t{1} << 53) + 1, (std::int64_t{1} << 32) + 1,
+        std::numeric_limits<std::int64_t>::max(), std::numeric_limits<std::int64_t>::min()}) {
+    const std::string text = JSONCoding::encode(Record{value, std::nullopt});
+    EXPECT_EQ(text, R"({"count":)" + std::to_string(value) + "}");
+    EXPECT_EQ(JSONCoding::decode<Record>(text).count, value);
+  }
+}
+
+TEST(JSONDecoding, NamesTheKeyAndNeverTheValue) {
+  try {
+    JSONCoding::decode<Record>(R"({"count":1,"note":["secret"]})");
+    FAIL() << "decoded";
+  } catch (const DecodingError& error) {
+    EXPECT_STREQ(error.what(), "\"note\" is not a string");
+  }
+}
+
+TEST(JSONEncoding, EscapesNoMoreThanItMust) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"a/b", R"("a/b")"},
+      {"\"\\", R"("\"\\")"},
+      {"\b\f\n\r\t", R"("\b\f\n\r\t")"},
+      {std::string("\0\x1F", 2), R"("\u0000\u001f")"},
+      {"\x7F\xC3\xA9\xE2\x80\xA8\xF0\x9F\x98\x80", "\"\x7F\xC3\xA9\xE2\x80\xA8\xF0\x9F\x98\x80\""},
+      {"", R"("")"},
+  };
+  for (const auto& [text, expected] : cases) {
+    EXPECT_EQ(JSONCoding::encode(text), expected);
+    EXPECT_EQ(JSONCoding::decode<std::string>(expected), text);
+  }
+}
+
+TEST(JSONEncoding, FindsASpecialCharacterAtAnyPlace) {
+  for (const std::string special : {"\"", "\\", "\x01", "\x1F", "\xC3\xA9"}) {
+    for (std::size_t at = 0; at < 70; ++at) {
+      const std::string text = std::string(at, 'x') + special + std::string(69 - at, 'y');
+      const std::string encoded = JSONCoding::encode(text);
+      EXPECT_EQ(JSONCoding::decode<std::string>(encoded), text);
+      EXPECT_EQ(encoded.size(), 2 + 69 + (special < " " ? 6 : 2)) << at;
+    }
+    EXPECT_THROW(JSONCoding::encode(std::string(40, 'x') + special + "\xFF"), EncodingError);
+  }
+}
+
+TEST(JSONEncoding, RefusesTextThatIsNotUTF8) {
+  for (const std::string text : {"\xFF", "\x80", "\xC0\xAF", "\xE0\x80\x80", "\xED\xA0\x80", "\xED\xBF\xBF",
+                                 "\xF4\x90\x80\x80", "\xE2\x82", "\xF0\x9F\x98", "\xC3"}) {
+    EXPECT_THROW(JSONCoding::encode(Record{1, text}), EncodingError);
+    EXPECT_THROW(JSONCoding::encode(Record{1, text + "abc"}), EncodingError);
+    EXPECT_THROW(JSONCoding::encode(std::map<std::string, std::string>{{text, ""}}), EncodingError);
+  }
+  EXPECT_THROW(JSONCoding::encode(std::numeric_limits<double>::quiet_NaN()), EncodingError);
+}
+
+TEST(JSONCoding, ReadsAndWritesNestedTypes) {
+  Settings settings;
+  settings.colours = {Colour::green, Colour::red};
+  settings.records = {{"b", {2, "x"}}, {"a\"", {1, std::nullopt}}};
+  settings.kept.text = R"({"later":[1,true]})";
+  const std::string text = JSONCoding::encode(settings);
+  EXPECT_EQ(text, R"({"colours":["green","red"],"enabled":true,"kept":{"later":[1,true]},"level":7,)"
+                  R"("records":{"a\"":{"count":1},"b":{"count":2,"note":"x"}},"volume":0.5})");
+  const auto read = JSONCoding::decode<Settings>(text);
+  EXPECT_EQ(read.colours, settings.colours);
+  EXPECT_EQ(read.records, settings.records);
+  EXPECT_EQ(read.kept, settings.kept);
+}
+
+TEST(JSONCoding, DefaultedMembersKeepTheirValueButNotAnyType) {
+  const auto read = JSONCoding::decode<Settings>(
+      R"({"colours":[],"kept":{"b":[{}, -1.5, "é"],"a":null},"level":null,"records":{},"volume":2})");
+  EXPECT_EQ(read.level, 7);
+  EXPECT_TRUE(read.enabled);
+  EXPECT_EQ(read.volume, 2.0);
+  EXPECT_EQ(read.kept.text, R"({"a":null,"b":[{},-1.5,"é"]})");
+  for (const char* member : {R"("level":256)", R"("level":-1)", R"("enabled":1)", R"("enabled":"true")",
+                             R"("volume":"1")", R"("colours":["blue"])", R"("colours":["Red"])", R"("colours":{})",
+                             R"("colours":[null])", R"("records":[])", R"("records":{"a":{}})"}) {
+    const std::string text = R"({"colours":[],"kept":0,"records":{},)" + std::string(member) + "}";
+    EXPECT_THROW(JSONCoding::decode<Settings>(text), DecodingError) << member;
+  }
+}
+
+TEST(JSONCoding, KeepsOfRepeatedMembersTheLastAlone) {
+  using Records = std::map<std::string, Record>;
+  const auto read = JSONCoding::decode<Records>(
+      R"({"b":7,"a":{"count":1,"note":"x"},"\u0061":{"count":2},"b":{"count":3},"c":{"count":4}})");
+  EXPECT_EQ(read, (Records{{"a", {2, std::nullopt}}, {"b", {3, std::nullopt}}, {"c", {4, std::nullopt}}}));
+}
+
+TEST(JSONCoding, KeepsEveryBitOfADouble) {
+  std::mt19937_64 random(1);
+  std::vector<double> values = {0.1, 1e300, -5e-324, 1.7976931348623157e308, 0.30000000000000004};
+  for (int i = 0; i < 2000; ++i) {
+    const auto value = std::bit_cast<double>(random());
+    if (std::isfinite(value)) values.push_back(value);
+  }
+  EXPECT_EQ(JSONCoding::decode<std::vector<double>>(JSONCoding::encode(values)), values);
+}
+
+TEST(JSONCoding, KeepsManyEscapedTextsApart) {
+  std::map<std::string, std::string> texts;
+  for (int i = 0; i < 300; ++i) {
+    const std::string number = std::to_string(i);
+    texts["\n" + number] = number + "\"" + std::string(static_cast<std::size_t>(i), 'x') + "\\\t";
+  }
+  EXPECT_EQ((JSONCoding::decode<std::map<std::string, std::string>>(JSONCoding::encode(texts))), texts);
+}
+
+TEST(JSONCoding, TakesAPairOfFunctions) {
+  EXPECT_EQ(JSONCoding::encode(std::vector<Range>{{1, 2}, {3, 4}}), R"(["1-2","3-4"])");
+  EXPECT_EQ(JSONCoding::decode<std::vector<Range>>(R"(["5-6"])").front().to, 6);
+  EXPECT_THROW(JSONCoding::decode<std::vector<Range>>(R"(["5"])"), DecodingError);
+}
+
+TEST(JSONCoding, TellsAlternativesApartByTheirTag) {
+  using Closed = std::variant<Start, Stop>;
+  using Open = std::variant<Start, Stop, Other>;
+  EXPECT_EQ(JSONCoding::encode(Closed{Start{5}}), R"({"at":5,"kind":"start"})");
+  EXPECT_EQ(std::get<Start>(JSONCoding::decode<Closed>(R"({"kind":"start","at":5})")).at, 5);
+  EXPECT_EQ(JSONCoding::decode<Closed>(R"({"kind":"stop","at":"ignored"})").index(), 1U);
+  EXPECT_EQ(std::get<Other>(JSONCoding::decode<Open>(R"({"kind":"pause"})")).kind, "pause");
+  for (const char* text : {R"({"kind":"pause"})", R"({"kind":"start"})", R"({"at":5})", R"({"kind":5})", "[]"}) {
+    EXPECT_THROW(JSONCoding::decode<Closed>(text), DecodingError) << text;
+  }
+}
+
+}  // namespace
+}  // namespace quillet

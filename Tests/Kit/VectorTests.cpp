@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "QuilletVectors/VectorRun.h"
+
+namespace quillet::vectors {
+namespace {
+
+const std::filesystem::path kFolder = std::filesystem::path(QUILLET_SOURCE_DIR) / "Tests/data/vectors";
+
+void expectAllPass(const Tally& tally, std::int64_t atLeast) {
+  for (const auto& failure : tally.failures) {
+    ADD_FAILURE() << failure.file << ": " << failure.id << ": " << failure.reason;
+  }
+  EXPECT_GE(tally.passed, atLeast);
+}
+
+TEST(Vectors, HoldForTheKit) {
+  Tally tally;
+  runPath(kFolder, tally);
+  expectAllPass(tally, 171);
+}
+
+TEST(Vectors, PublishedOnesHoldForTheAlgorithms) {
+  const char* given = std::getenv("QUILLET_WYCHEPROOF_DIR");
+  const std::filesystem::path folder =
+      given != nullptr ? given : std::filesystem::path(QUILLET_SOURCE_DIR) / "../shared/vectors/wycheproof";
+  if (!std::filesystem::is_directory(folder)) GTEST_SKIP() << "QUILLET_WYCHEPROOF_DIR names no folder";
+  Tally tally;
+  runPath(folder, tally);
+  expectAllPass(tally, 1000);
+}
+
+class ChangedVector : public testing::Test {
+ protected:
+  void SetUp() override { std::filesystem::create_directories(folder_); }
+  void TearDown() override { std::filesystem::remove_all(folder_); }
+
+  /// The tally of one vectors file with `cases`, which may be any text.
+  Tally run(const std::string& content) {
+    std::ofstream(folder_ / "case.json") << content;
+    Tally tally;
+    runPath(folder_, tally);
+    return tally;
+  }
+
+  std::filesystem::path folder_ =
+      std::filesystem::path(testing::TempDir()) / ("quillet-vectors-" + std::to_string(::getpid()));
+};
+
+TEST_F(ChangedVector, FailsWhereTheKitDiffers) {
+  const std::string start = R"({"cases":[{"id":"x","expect":)";
+  const std::string wrong[] = {
+      R"("ok","kind":"encode","in":{"bytesHex":"00"},"out":{"text":"AB"}}]})",
+      R"("invalid","kind":"decode","in":{"text":"AA"},"out":{"bytesHex":"00"}}]})",
+      R"("ok","kind":"decode","in":{"text":"A"},"out":{"bytesHex":"00"}}]})",
+      R"("ok","kind":"email","in":{"text":"a@b"},"out":{"ok":true}}]})",
+      R"("decoding","kind":"serverFrame","in":{"json":"{\"type\":\"news\"}"},"out":{"value":{"unknown":true}}}]})",
+      R"("decoding","kind":"response","in":{"type":"OK","status":500,"bodyText":"{}"}}]})",
+      R"("anyError","kind":"codeNormalise","in":{"text":"a"},"out":{"code":"A"}}]})",
+  };
+  for (const std::string& each : wrong) EXPECT_EQ(run(start + each).failures.size(), 1U) << each;
+  const Tally unknown = run(start + R"("ok","kind":"dance","in":{}}]})");
+  EXPECT_EQ(unknown.skipped, 1);
+  EXPECT_EQ(unknown.passed, 0);
+}
+
+TEST_F(ChangedVector, RefusesWhatHoldsNoVectors) {
+  for (const char* content : {"", "[]", "{}", R"({"cases":5})", R"({"cases":[{}]})", "{\"cases\":"}) {
+    EXPECT_THROW(run(content), InputError) << content;
+  }
+  Tally tally;
+  EXPECT_THROW(runPath(folder_ / "absent.json", tally), InputError);
+}
+
+}  // namespace
+}  // namespace quillet::vectors

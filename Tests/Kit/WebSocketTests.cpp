@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include "QuilletKit/WebSocketTask.h"
+#include "Tests/Doubles/LoopbackServer.h"
+
+namespace quillet::test {
+namespace {
+
+using namespace std::chrono_literals;
+using Socket = LoopbackServer::Socket;
+namespace websocket = boost::beast::websocket;
+
+struct WebSocketTest : testing::Test {
+  NetworkThread network;
+  MainThread main;
+  HTTPSession session{network.executor()};
+  std::atomic<int> closeCode{0};
+
+  std::unique_ptr<WebSocketTask> open(LoopbackServer& server, std::chrono::milliseconds timeout = 20s) {
+    HTTPRequest request = server.request("/v1/mac/connect", "GET", "ws");
+    request.headers = {{"X-QLT-Device", "d"}};
+    request.timeout = timeout;
+    auto task = makeWebSocketTask(session, main.executor(), std::move(request), 1000);
+    task->resume();
+    return task;
+  }
+  /// "text …", "binary …" or the failure.
+  std::string receive(WebSocketTask& task) {
+    try {
+      const WebSocketMessage message = main.await(task.receive());
+      return (message.isText ? "text " : "binary ") + message.data.substr(0, 20);
+    } catch (const TransportError&) {
+      return "failed";
+    }
+  }
+  /// Reads until the other side ends it, counting the texts, and keeps the close code.
+  LoopbackServer::Serve reading(std::atomic<int>& texts) {
+    return [this, &texts](LoopbackServer& self, Socket socket) -> Awaitable<void> {
+      auto stream = co_await self.upgrade(std::move(socket));
+      try {
+        for (;;) {
+          co_await LoopbackServer::readText(stream);
+          ++texts;
+        }
+      } catch (const boost::system::system_error& error) {
+        closeCode = error.code() == websocket::error::closed ? stream.reason().code : 1006;
+      }
+    };
+  }
+};
+
+TEST_F(WebSocketTest, SendsInOrderAndReceivesWhatTheOtherSideSays) {
+  LoopbackServer server([](LoopbackServer& self, Socket socket) -> Awaitable<void> {
+    auto stream = co_await self.upgrade(std::move(socket));
+    co_await stream.async_ping({}, boost::asio::use_awaitable);
+    for (;;) {
+      const std::string text = co_await LoopbackServer::readText(stream);
+      stream.text(text != "binary");
+      co_await stream.async_write(boost::asio::buffer(text), boost::asio::use_awaitable);
+    }
+  });
+  const auto task = open(server);
+  std::vector<std::string> completed;
+  for (const std::string text : {"one", "two", "binary"}) {
+    task->sendText(text, [&completed, text](bool written) { completed.push_back(written ? text : "lost"); });
+  }
+  EXPECT_EQ(receive(*task), "text one");
+  EXPECT_EQ(receive(*task), "text two");
+  EXPECT_EQ(receive(*task), "binary binary");
+  EXPECT_TRUE(main.runUntil([&] { return completed.size() == 3; }));
+  EXPECT_EQ(completed, (std::vector<std::string>{"one", "two", "binary"}));
+  EXPECT_EQ(server.requests().at(0)["X-QLT-Device"], "d");
+  EXPECT_FALSE(task->refusedStatus());
+}
+
+TEST_F(WebSocketTest, ARefusedUpgradeTellsItsStatusAndFailsWhatWasQueued) {
+  const std::pair<std::string, std::optional<int>> cases[] = {
+      {LoopbackServer::answer(401, "{}"), 401},
+      {"HTTP/1.0 502 Bad Gateway\r\nContent-Type: text/html\r\n\r\n<html>", 502},
+      {LoopbackServer::answer(200, "no upgrade"), 200},
+      {"HTTP/1.1 101 Switching\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n\r\n", std::nullopt},
+      {"nonsense\r\n\r\n", std::nullopt},
+      {"", std::nullopt},
+  };
+  for (const auto& [answer, status] : cases) {
+    LoopbackServer server([text = answer](LoopbackServer& self, Socket socket) -> Awaitable<void> {
+      co_await self.readRequest(socket);
+      co_await LoopbackServer::write(socket, text);
+    });
+    const auto task = open(server);
+    std::optional<bool> written;
+    task->sendText("ping", [&](bool success) { written = success; });
+    EXPECT_EQ(receive(*task), "failed") << answer;
+    EXPECT_EQ(task->refusedStatus(), status) << answer;
+    EXPECT_TRUE(main.runUntil([&] { return written.has_value(); }));
+    EXPECT_EQ(written, false) << answer;
+  }
+}
+
+TEST_F(WebSocketTest, FailsOnWhatNoGoodServiceSends) {
+  const std::pair<std::string, std::string> cases[] = {
+      {std::string("\x81\x02hi", 4), "text hi"},
+      {std::string("\x81\x02\xff\xfe", 4), "failed"},                           // a text that isn't UTF-8
+      {std::string("\x82\x02\xff\xfe", 4), "binary \xff\xfe"},                  // the reader judges these
+      {std::string("\x82\x7e\x03\xe9", 4) + std::string(1001, 'x'), "failed"},  // over the limit
+      {std::string("\x82\x7e\x03\xe8", 4) + std::string(1000, 'x'), "binary " + std::string(20, 'x')},
+      {std::string("\xff\xff", 2), "failed"},
+      {"", "failed"},  // dropped without a close frame
+  };
+  for (const auto& [frame, expected] : cases) {
+    LoopbackServer server([bytes = frame](LoopbackServer& self, Socket socket) -> Awaitable<void> {
+      auto stream = co_await self.upgrade(std::move(socket));
+      co_await LoopbackServer::write(stream.next_layer(), bytes);
+    });
+    const auto task = open(server);
+    EXPECT_EQ(receive(*task), expected) << frame.size();
+    EXPECT_EQ(receive(*task), "failed") << "a failure stays one";
+  }
+}
+
+TEST_F(WebSocketTest, BoundsTheUpgrade) {
+  LoopbackServer server([](LoopbackServer& self, Socket socket) -> Awaitable<void> {
+    co_await self.readRequest(socket);
+    co_await LoopbackServer::stall();
+  });
+  const auto task = open(server, 50ms);
+  EXPECT_EQ(receive(*task), "failed");
+}
+
+TEST_F(WebSocketTest, EndsPolitelyAfterWhatWasQueuedOrDropsAtOnce) {
+  for (const int code : {1001, 1000, 1006}) {
+    closeCode = 0;
+    std::atomic<int> texts{0};
+    LoopbackServer server(reading(texts));
+    auto task = open(server);
+    bool proved = false;
+    task->sendText("ping", [&](bool written) { proved = written; });
+    ASSERT_TRUE(main.runUntil([&] { return proved; }));
+    for (int i = 0; i < 5; ++i) task->sendText("last words", [](bool) { FAIL() << "called back after its end"; });
+    task->cancel(code);
+    task.reset();
+    EXPECT_TRUE(main.runUntil([&] { return closeCode != 0; }));
+    EXPECT_EQ(closeCode, code);
+    if (code != 1006) {
+      EXPECT_EQ(texts, 6);
+    }
+  }
+}
+
+TEST_F(WebSocketTest, ACancelledReceiveLeavesTheSocketAlone) {
+  std::atomic<int> texts{0};
+  LoopbackServer server(reading(texts));
+  auto task = open(server);
+  for (const bool destroyed : {false, true}) {
+    bool cancelled = false;
+    Task waiting(main.executor());
+    waiting.start([&]() -> Awaitable<void> {
+      try {
+        co_await task->receive();
+      } catch (const std::exception& error) {
+        cancelled = isCancellation(error);
+      }
+    });
+    bool written = false;
+    task->sendText("x", [&](bool success) { written = success; });
+    EXPECT_TRUE(main.runUntil([&] { return written; }));
+    destroyed ? task.reset() : waiting.cancel();
+    EXPECT_TRUE(main.runUntil([&] { return cancelled; })) << destroyed;
+  }
+}
+
+}  // namespace
+}  // namespace quillet::test

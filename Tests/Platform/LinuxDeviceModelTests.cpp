@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Platform/Linux/LinuxDeviceModel.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace quillet {
+namespace {
+
+class LinuxDeviceModelTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern = (std::filesystem::temp_directory_path() / "sys-XXXXXX").string();
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+    sys = pattern;
+  }
+  void TearDown() override { std::filesystem::remove_all(sys); }
+  void write(const std::string& path, const std::string& content) {
+    std::filesystem::create_directories((sys / path).parent_path());
+    std::ofstream(sys / path) << content;
+  }
+
+  std::filesystem::path sys;
+};
+
+TEST_F(LinuxDeviceModelTest, ReadsTheProductName) {
+  const LinuxDeviceModel model(sys);
+  EXPECT_EQ(model.modelName(), std::nullopt);
+  write("class/dmi/id/product_name", "\n");
+  EXPECT_EQ(model.modelName(), std::nullopt);
+  write("class/dmi/id/product_name", std::string("Macmini7,1\0rest\n", 16));
+  EXPECT_EQ(model.modelName(), "Macmini7,1");
+}
+
+TEST_F(LinuxDeviceModelTest, OnlyABatteryOfTheSystemCounts) {
+  const LinuxDeviceModel model(sys);
+  EXPECT_FALSE(model.hasBattery());
+  write("class/power_supply/AC/type", "Mains\n");
+  write("class/power_supply/mouse/type", "Battery\n");
+  write("class/power_supply/mouse/scope", "Device\n");
+  EXPECT_FALSE(model.hasBattery());
+  write("class/power_supply/BAT0/type", "Battery\n");
+  EXPECT_TRUE(model.hasBattery());
+}
+
+}  // namespace
+}  // namespace quillet

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <gio/gio.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "QuilletCompanion/Platform/Linux/DBusSignals.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+
+namespace quillet::test {
+
+/// Serves the main context until `condition` holds; false if it doesn't within half a minute.
+template <typename Condition>
+bool eventually(Condition condition) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    if (g_main_context_iteration(nullptr, FALSE) == FALSE) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  return true;
+}
+
+/// A program that ends with its scope.
+class ChildProgram {
+ public:
+  explicit ChildProgram(std::vector<const char*> arguments,
+                        GSubprocessFlags flags = G_SUBPROCESS_FLAGS_STDERR_SILENCE) {
+    arguments.push_back(nullptr);
+    process_.reset(g_subprocess_newv(arguments.data(), flags, nullptr));
+  }
+  ~ChildProgram() {
+    if (!process_) return;
+    g_subprocess_force_exit(process_.get());
+    g_subprocess_wait(process_.get(), nullptr, nullptr);
+  }
+  ChildProgram(const ChildProgram&) = delete;
+  ChildProgram& operator=(const ChildProgram&) = delete;
+  GSubprocess* get() const { return process_.get(); }
+
+ private:
+  GRef<GSubprocess> process_;
+};
+
+/// A message bus of its own under the address variable of the system or the session bus, which is put back at the end.
+class PrivateBus {
+ public:
+  explicit PrivateBus(GBusType type)
+      : type_(type),
+        variable_(type == G_BUS_TYPE_SYSTEM ? "DBUS_SYSTEM_BUS_ADDRESS" : "DBUS_SESSION_BUS_ADDRESS"),
+        address_("unix:path=" + (folder_.path() / "bus").string()),
+        daemon_({"dbus-daemon", "--nofork", "--nopidfile", ("--config-file=" + configuration()).c_str()}) {
+    use();
+    EXPECT_TRUE(eventually([&] { return std::filesystem::exists(folder_.path() / "bus"); }));
+  }
+  ~PrivateBus() { unsetenv(variable_); }
+  PrivateBus(const PrivateBus&) = delete;
+  PrivateBus& operator=(const PrivateBus&) = delete;
+
+  void use() const { setenv(variable_, address_.c_str(), 1); }
+  /// A client that sees what the tested object sees.
+  const DBusSignals& client() {
+    if (!client_) client_ = std::make_unique<DBusSignals>(type_);
+    return *client_;
+  }
+  bool hasOwner(const char* name) {
+    const auto reply = client().call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                     "NameHasOwner", g_variant_new("(s)", name));
+    gboolean owned = FALSE;
+    if (reply) g_variant_get(reply.get(), "(b)", &owned);
+    return owned != FALSE;
+  }
+  /// Waits until a program serves the name.
+  bool awaitOwner(const char* name) {
+    return eventually([&] { return hasOwner(name); });
+  }
+  /// Calls the control interface of a mock object.
+  bool mock(const char* service, const char* path, const char* method, GVariant* arguments) {
+    return client().call(service, path, "org.freedesktop.DBus.Mock", method, arguments) != nullptr;
+  }
+
+ private:
+  /// Everybody may do everything, and nothing is started on demand.
+  std::string configuration() const {
+    const auto file = folder_.path() / "bus.conf";
+    std::ofstream(file) << "<busconfig><type>session</type><listen>" << address_ << "</listen>"
+                        << "<policy context='default'><allow send_destination='*' eavesdrop='true'/>"
+                        << "<allow eavesdrop='true'/><allow own='*'/></policy></busconfig>";
+    return file.string();
+  }
+
+  GBusType type_;
+  const char* variable_;
+  TemporaryFolder folder_;
+  std::string address_;
+  ChildProgram daemon_;
+  std::unique_ptr<DBusSignals> client_;
+};
+
+/// logind as python-dbusmock plays it, with one active session named "c1" that the environment says is ours.
+class MockLogind {
+ public:
+  explicit MockLogind(PrivateBus& bus) : bus_(bus) {
+    setenv("XDG_SESSION_ID", "c1", 1);
+    EXPECT_TRUE(bus_.awaitOwner(service));
+    // The name may be there before the template is.
+    EXPECT_TRUE(eventually([&] {
+      return bus_.mock(service, manager, "AddSession", g_variant_new("(ssusb)", "c1", "seat0", 1000U, "someone", TRUE));
+    }));
+  }
+  ~MockLogind() { unsetenv("XDG_SESSION_ID"); }
+
+  bool setSession(const char* property, bool value) {
+    GVariantBuilder changes;
+    g_variant_builder_init(&changes, G_VARIANT_TYPE_VARDICT);
+    g_variant_builder_add(&changes, "{sv}", property, g_variant_new_boolean(value));
+    return bus_.mock(service, session, "UpdateProperties",
+                     g_variant_new("(sa{sv})", "org.freedesktop.login1.Session", &changes));
+  }
+  bool callSession(const char* method) {
+    return bus_.client().call(service, session, "org.freedesktop.login1.Session", method, nullptr) != nullptr;
+  }
+  bool prepareForSleep(bool sleeping) {
+    GVariant* const argument = g_variant_new_variant(g_variant_new_boolean(sleeping));
+    return bus_.mock(service, manager, "EmitSignal",
+                     g_variant_new("(sss@av)", "org.freedesktop.login1.Manager", "PrepareForSleep", "b",
+                                   g_variant_new_array(G_VARIANT_TYPE_VARIANT, &argument, 1)));
+  }
+
+  static constexpr const char* service = "org.freedesktop.login1";
+  static constexpr const char* manager = "/org/freedesktop/login1";
+  static constexpr const char* session = "/org/freedesktop/login1/session/c1";
+
+ private:
+  PrivateBus& bus_;
+  ChildProgram program_{{"/usr/bin/python3", "-m", "dbusmock", "--system", "--template", "logind"}};
+};
+
+}  // namespace quillet::test

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Platform/Linux/SecretServiceStore.h"
+
+#include <gtest/gtest.h>
+#include <libsecret/secret.h>
+
+#include "Tests/Doubles/SecretStoreContract.h"
+#include "Tests/Platform/PrivateBus.h"
+
+namespace quillet::test {
+namespace {
+
+/// One for the whole process, as the library keeps its connection.
+PrivateBus& sessionBus() {
+  static PrivateBus bus(G_BUS_TYPE_SESSION);
+  bus.use();
+  return bus;
+}
+
+/// A real Secret Service in an empty home.
+class Keyring {
+ public:
+  static constexpr bool kDurable = true;
+
+  /// With `login` there is an unlocked collection for secrets; without, storing one would ask the person.
+  explicit Keyring(bool login = true) {
+    setenv("HOME", home_.path().c_str(), 1);
+    setenv("XDG_RUNTIME_DIR", home_.path().c_str(), 1);
+    for (const char* variable : {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME"}) unsetenv(variable);
+    constexpr auto flags = static_cast<GSubprocessFlags>(
+        G_SUBPROCESS_FLAGS_STDIN_PIPE | G_SUBPROCESS_FLAGS_STDOUT_SILENCE | G_SUBPROCESS_FLAGS_STDERR_SILENCE);
+    program_ =
+        login ? std::make_unique<ChildProgram>(std::vector<const char*>{"gnome-keyring-daemon", "--foreground",
+                                                                        "--unlock", "--components=secrets"},
+                                               flags)
+              : std::make_unique<ChildProgram>(
+                    std::vector<const char*>{"gnome-keyring-daemon", "--foreground", "--components=secrets"}, flags);
+    auto* const input = g_subprocess_get_stdin_pipe(program_->get());
+    g_output_stream_write_all(input, "\n", 1, nullptr, nullptr, nullptr);
+    g_output_stream_close(input, nullptr, nullptr);
+    EXPECT_TRUE(bus_.awaitOwner("org.freedesktop.secrets"));
+  }
+  /// The library remembers the service that it talked to.
+  ~Keyring() {
+    program_.reset();
+    secret_service_disconnect();
+    EXPECT_TRUE(eventually([this] { return !bus_.hasOwner("org.freedesktop.secrets"); }));
+  }
+  std::unique_ptr<SecretStore> open(const std::string& service) {
+    return std::make_unique<SecretServiceStore>(service);
+  }
+
+ private:
+  TemporaryFolder home_;
+  PrivateBus& bus_ = sessionBus();
+  std::unique_ptr<ChildProgram> program_;
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(SecretService, SecretStoreContract, Keyring);
+
+TEST(SecretServiceAvailability, NeedsAnUnlockedCollection) {
+  const Keyring keyring;
+  EXPECT_TRUE(SecretServiceStore::available());
+}
+
+TEST(SecretServiceAvailability, IsFalseWhereAPersonWouldBeAsked) {
+  const Keyring keyring(false);
+  EXPECT_FALSE(SecretServiceStore::available());
+}
+
+TEST(SecretServiceAvailability, IsFalseWithoutAServiceWhoseCallsThenFail) {
+  ASSERT_TRUE(eventually([] { return !sessionBus().hasOwner("org.freedesktop.secrets"); }));
+  EXPECT_FALSE(SecretServiceStore::available());
+  SecretServiceStore store("com.example.service");
+  EXPECT_THROW(store.load("item"), SecretStoreError);
+  EXPECT_THROW(store.save(Bytes{1}, "item"), SecretStoreError);
+  EXPECT_THROW(store.remove("item"), SecretStoreError);
+}
+
+}  // namespace
+}  // namespace quillet::test

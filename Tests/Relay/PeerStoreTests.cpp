@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Relay/PeerStore.h"
+
+#include <gtest/gtest.h>
+
+#include "QuilletKit/JSONCoding.h"
+#include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/LogCapture.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+
+namespace quillet {
+namespace {
+
+class PeerStoreTest : public testing::Test {
+ protected:
+  PeerIdentity identity(const std::string& name) {
+    return DeviceIdentity::generate().peerIdentity(name, DevicePlatform::ios);
+  }
+  std::string json(const PeerIdentity& peer) {
+    return R"({"identity":)" + JSONCoding::encode(peer) + R"(,"pairedAt":1})";
+  }
+  std::string bytes() { return test::readText(file); }
+  void fill(const std::string& text) { test::writeText(file, text); }
+
+  test::TemporaryFolder folder;
+  std::filesystem::path file = folder.path() / "peers.json";
+};
+
+TEST_F(PeerStoreTest, KeepsPeersInOrderOfPairingAcrossLaunches) {
+  const auto a = identity("a");
+  auto b = identity("b");
+  {
+    PeerStore store(file);
+    store.upsert(b, 1);
+    store.upsert(a, 2);
+    b.name = "renamed";
+    store.upsert(b, 3);
+  }
+  EXPECT_EQ(PeerStore(file).peers().get(), (std::vector<StoredPeer>{{a, 2}, {b, 3}}));
+  EXPECT_EQ(bytes().substr(0, 11), R"({"peers":[{)");
+}
+
+TEST_F(PeerStoreTest, AnUnreadableFileStaysUntouched) {
+  for (const char* text : {"no json", "[]", R"({"peers":[]})", R"({"version":1,"peers":[{"pairedAt":1}]})"}) {
+    SCOPED_TRACE(text);
+    test::LogCapture::instance().expect("Could not read paired devices; keeping the file untouched");
+    fill(text);
+    EXPECT_TRUE(PeerStore(file).peers().get().empty());
+    EXPECT_EQ(bytes(), text);
+  }
+  EXPECT_TRUE(test::LogCapture::instance().contains("Could not read paired devices; keeping the file untouched"));
+}
+
+TEST_F(PeerStoreTest, SaysNothingAboutAnEmptyFileOrNone) {
+  EXPECT_TRUE(PeerStore(file).peers().get().empty());
+  fill("");
+  EXPECT_TRUE(PeerStore(file).peers().get().empty());
+}
+
+TEST_F(PeerStoreTest, DropsInconsistentPeersFromMemoryFirst) {
+  auto forged = identity("forged");
+  forged.deviceId[0] = forged.deviceId[0] == '0' ? '1' : '0';
+  const auto good = identity("good");
+  fill(R"({"version":7,"peers":[)" + json(forged) + "," + json(good) + "]}");
+  const auto before = bytes();
+  PeerStore store(file);
+  EXPECT_EQ(store.peers().get(), (std::vector<StoredPeer>{{good, 1}}));
+  EXPECT_EQ(bytes(), before);
+  EXPECT_THROW(store.upsert(forged, 2), std::invalid_argument);
+  EXPECT_EQ(bytes(), before);
+  store.upsert(identity("new"), 2);
+  EXPECT_EQ(bytes().find(forged.deviceId), std::string::npos);
+}
+
+TEST_F(PeerStoreTest, RemovesAndTellsOfFailedWrites) {
+  const auto a = identity("a");
+  PeerStore store(file);
+  store.upsert(a, 1);
+  std::filesystem::remove(file);
+  store.remove("unknown");
+  EXPECT_FALSE(std::filesystem::exists(file));
+  std::filesystem::create_directories(file / "blocked");
+  EXPECT_ANY_THROW(store.remove(a.deviceId));
+  EXPECT_FALSE(store.peer(a.deviceId));
+  EXPECT_ANY_THROW(store.upsert(a, 2));
+  EXPECT_TRUE(store.peer(a.deviceId));
+  EXPECT_ANY_THROW(store.removeAll());
+  EXPECT_TRUE(store.peers().get().empty());
+  std::filesystem::remove_all(file);
+  store.upsert(a, 3);
+  store.removeAll();
+  EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST_F(PeerStoreTest, LivesInMemoryWithoutAFile) {
+  PeerStore store(std::nullopt);
+  const auto a = identity("a");
+  store.upsert(a, 1);
+  EXPECT_EQ(store.peer(a.deviceId), (StoredPeer{a, 1}));
+  store.remove(a.deviceId);
+  store.removeAll();
+  EXPECT_TRUE(store.peers().get().empty());
+}
+
+}  // namespace
+}  // namespace quillet

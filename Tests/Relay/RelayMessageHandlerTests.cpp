@@ -1,0 +1,287 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Relay/RelayMessageHandler.h"
+
+#include <gtest/gtest.h>
+
+#include "Tests/Doubles/FakeAccessibilityProvider.h"
+#include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/LogCapture.h"
+#include "Tests/Doubles/RecordingTransport.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Doubles/VirtualTime.h"
+
+namespace quillet {
+namespace {
+
+using namespace std::chrono_literals;
+using test::LogCapture;
+
+struct Phone {
+  DeviceIdentity keys = DeviceIdentity::generate();
+  PeerIdentity peer = keys.peerIdentity("Ada's phone", DevicePlatform::ios);
+};
+
+/// A desktop with one paired phone, a real journal on a real disk, and virtual time.
+class RelayMessageHandlerTest : public testing::Test {
+ protected:
+  RelayMessageHandlerTest() {
+    peers.upsert(phone.peer, 1);
+    start();
+  }
+
+  ~RelayMessageHandlerTest() override {
+    handler.reset();
+    time.advance(std::chrono::seconds(10));  // lets what was cancelled unwind
+  }
+
+  void start() {
+    journal = std::make_unique<InsertionJournal>(file, time.source().now);
+    handler = std::make_unique<RelayMessageHandler>(time.executor(), mac, peers, guard, *journal, inserter,
+                                                    time.source().now);
+    handler->setTransport(transport);
+    handler->setEvents(events);
+  }
+  RelayServer::Prepare prepareFrame(const std::string& requestId, const std::string& inner) {
+    const PrepareRequestPayload payload{inner, "u", 1};
+    return {
+        requestId, phone.peer.deviceId,
+        Envelope::seal(payload, EnvelopePurpose::prepare, phone.keys, mac.peerIdentity("Mac", DevicePlatform::macos))};
+  }
+  std::string token() { return std::get<TargetSnapshot>(guard.prepare(phone.peer.deviceId)).token; }
+  RelayServer::Deliver deliverFrame(const std::string& utteranceId, const std::string& withToken, const Phone& from,
+                                    const std::string& inner) {
+    const DeliveryPayload payload{inner, withToken, "Hello", RecognitionMode::cloud, 1};
+    return {
+        utteranceId, from.peer.deviceId,
+        Envelope::seal(payload, EnvelopePurpose::delivery, from.keys, mac.peerIdentity("Mac", DevicePlatform::macos))};
+  }
+  RelayServer::Deliver deliverFrame(const std::string& utteranceId, const std::string& withToken) {
+    return deliverFrame(utteranceId, withToken, phone, utteranceId);
+  }
+  std::vector<ResultPayload> results(const Phone& reader) {
+    std::vector<ResultPayload> opened;
+    for (const auto& frame : transport->all<RelayClient::Result>()) {
+      if (frame.to != reader.peer.deviceId) continue;
+      opened.push_back(frame.envelope.open<ResultPayload>(EnvelopePurpose::result, reader.keys,
+                                                          mac.peerIdentity("Mac", DevicePlatform::macos)));
+      EXPECT_TRUE(opened.back().verify(mac.peerIdentity("Mac", DevicePlatform::macos)));
+    }
+    return opened;
+  }
+  std::vector<ResultPayload> results() { return results(phone); }
+  void expectRefusal(RefusalReason reason) {
+    ASSERT_FALSE(results().empty());
+    EXPECT_EQ(results().back().outcome, InsertionOutcome::refused);
+    EXPECT_EQ(results().back().reason, reason);
+    EXPECT_EQ(desktop.text(), "");
+  }
+  std::optional<JournalEntry> entry(const std::string& utteranceId) {
+    return journal->entry(phone.peer.deviceId, utteranceId);
+  }
+  void blockDisk() {
+    std::filesystem::remove(file);
+    std::filesystem::create_directory(file);
+  }
+
+  test::VirtualTime time;
+  test::TemporaryFolder folder;
+  std::filesystem::path file = folder.path() / "journal.json";
+  DeviceIdentity mac = DeviceIdentity::generate();
+  Phone phone, stranger;
+  PeerStore peers{std::nullopt};
+  test::FakeAccessibilityProvider desktop;
+  TargetGuard guard{desktop, {}, time.source().now};
+  TextInserter inserter{desktop, guard, {}, time.source()};
+  std::shared_ptr<test::RecordingTransport> transport = std::make_shared<test::RecordingTransport>();
+  std::shared_ptr<test::RecordingEventSink> events = std::make_shared<test::RecordingEventSink>();
+  std::unique_ptr<InsertionJournal> journal;
+  std::unique_ptr<RelayMessageHandler> handler;
+};
+
+TEST_F(RelayMessageHandlerTest, APreparedDeliveryIsInsertedAndToldOnce) {
+  handler->handle(prepareFrame("r", "r"));
+  time.run();
+  const auto answers = transport->all<RelayClient::PrepareResult>();
+  ASSERT_EQ(answers.size(), 1u);
+  const auto answer = answers[0].envelope.open<PrepareResultPayload>(EnvelopePurpose::prepareResult, phone.keys,
+                                                                     mac.peerIdentity("Mac", DevicePlatform::macos));
+  ASSERT_EQ(answer.status, PrepareStatus::ready);
+  EXPECT_EQ(answer.appName, "Editor");
+
+  handler->handle(deliverFrame("u", answer.token.value()));
+  EXPECT_EQ(transport->all<RelayClient::Received>().size(), 1u);
+  EXPECT_TRUE(results().empty());
+  time.advance(5s);
+  EXPECT_EQ(desktop.text(), "Hello");
+  ASSERT_EQ(results().size(), 1u);
+  EXPECT_EQ(results()[0].outcome, InsertionOutcome::inserted);
+  EXPECT_EQ(results()[0].appName, "Editor");
+  EXPECT_EQ(events->told, std::vector<std::string>{"inserted Ada's phone"});
+  EXPECT_TRUE(LogCapture::instance().contains("Insertion finished: inserted accessibility -"));
+  start();  // what the disk says
+  EXPECT_EQ(entry("u")->state, JournalState::inserted);
+  EXPECT_EQ(entry("u")->result, results()[0]);
+}
+
+TEST_F(RelayMessageHandlerTest, RepeatsAreAnsweredFromTheJournalWhileTypingAndAfter) {
+  desktop.field().write = test::FakeField::Write::fails;  // so that it types, which takes time
+  const auto frame = deliverFrame("u", token());
+  handler->handle(frame);
+  handler->handle(frame);
+  time.run();
+  ASSERT_EQ(entry("u")->state, JournalState::attempting);
+  handler->handle(frame);
+  time.advance(10s);
+  start();
+  handler->handle(frame);
+  handler->handle(frame);
+  time.advance(10s);
+  EXPECT_EQ(desktop.text(), "Hello");
+  EXPECT_EQ(transport->all<RelayClient::Received>().size(), 5u);
+  ASSERT_EQ(results().size(), 5u);
+  for (const auto& result : results()) EXPECT_EQ(result, results()[0]);
+}
+
+TEST_F(RelayMessageHandlerTest, WithoutADurableEntryNothingIsInserted) {
+  LogCapture::instance().expect("Journal write failed; refusing to insert");
+  blockDisk();
+  const auto frame = deliverFrame("u", token());
+  handler->handle(frame);
+  time.advance(5s);
+  expectRefusal(RefusalReason::busy);
+  EXPECT_FALSE(entry("u"));
+  std::filesystem::remove(file);
+  handler->handle(frame);
+  time.advance(5s);
+  expectRefusal(RefusalReason::tokenUnknown);  // the token was spent all the same
+  EXPECT_EQ(entry("u")->state, JournalState::refused);
+}
+
+TEST_F(RelayMessageHandlerTest, AFailedFinalWriteStillTellsAndNeverRepeats) {
+  LogCapture::instance().expect("Journal write of the final state failed");
+  desktop.field().write = test::FakeField::Write::fails;
+  const auto frame = deliverFrame("u", token());
+  handler->handle(frame);
+  time.run();
+  const auto attempting = test::readText(file);
+  blockDisk();
+  time.advance(10s);
+  ASSERT_EQ(results().size(), 1u);
+  EXPECT_EQ(results()[0].outcome, InsertionOutcome::inserted);
+  EXPECT_EQ(entry("u")->state, JournalState::attempting);
+
+  std::filesystem::remove(file);
+  test::writeText(file, attempting);
+  start();
+  handler->handle(frame);
+  handler->handle(frame);
+  time.advance(10s);
+  EXPECT_EQ(desktop.text(), "Hello");
+  ASSERT_EQ(results().size(), 3u);
+  EXPECT_EQ(results()[1].outcome, InsertionOutcome::uncertain);
+  EXPECT_EQ(results()[1], results()[2]);
+}
+
+TEST_F(RelayMessageHandlerTest, RefusesDeliveriesBeyondSixteenPendingButNoPrepare) {
+  for (int i = 0; i < 15; ++i) handler->handle(prepareFrame("r", "r"));
+  handler->handle(deliverFrame("last", "no token"));
+  EXPECT_TRUE(results().empty());
+  handler->handle(deliverFrame("over", "no token"));
+  expectRefusal(RefusalReason::busy);
+  handler->handle(prepareFrame("r", "r"));
+  time.run();
+  EXPECT_EQ(transport->all<RelayClient::PrepareResult>().size(), 16u);
+  expectRefusal(RefusalReason::tokenUnknown);
+  EXPECT_TRUE(entry("last"));
+  EXPECT_FALSE(entry("over"));
+  handler->handle(deliverFrame("over", token()));
+  time.advance(5s);
+  EXPECT_EQ(desktop.text(), "Hello");
+}
+
+TEST_F(RelayMessageHandlerTest, DropsWhatNoPairedPhoneSent) {
+  auto posing = deliverFrame("u1", token(), stranger, "u1");
+  posing.from = phone.peer.deviceId;
+  auto misdirected = deliverFrame("u2", token());
+  misdirected.envelope.to = stranger.peer.deviceId;
+  handler->handle(posing);
+  handler->handle(misdirected);
+  handler->handle(deliverFrame("u3", token(), stranger, "u3"));
+  time.advance(5s);
+  EXPECT_EQ(transport->all<RelayClient::Received>().size(), 3u);
+  EXPECT_EQ(transport->sent.size(), 3u);
+  EXPECT_EQ(desktop.text(), "");
+
+  handler->handle(prepareFrame("r", "another"));
+  auto broken = prepareFrame("r", "r");
+  broken.envelope.purpose = EnvelopePurpose::delivery;
+  handler->handle(broken);
+  time.run();
+  EXPECT_TRUE(LogCapture::instance().contains("Dropped prepare with mismatched request id"));
+  EXPECT_TRUE(LogCapture::instance().contains("Dropped prepare that failed to open"));
+  EXPECT_EQ(transport->sent.size(), 3u);
+}
+
+TEST_F(RelayMessageHandlerTest, RefusesAndRemembersAsTheFaultAsks) {
+  const auto good = token();
+  handler->handle(deliverFrame("inner", good, phone, "other"));
+  time.run();
+  expectRefusal(RefusalReason::tokenUnknown);
+  EXPECT_FALSE(entry("inner"));
+
+  peers.upsert(stranger.peer, 2);
+  handler->handle(deliverFrame("foreign", good, stranger, "foreign"));
+  time.run();
+  ASSERT_EQ(results(stranger).size(), 1u);
+  EXPECT_EQ(results(stranger)[0].reason, RefusalReason::tokenUnknown);
+  EXPECT_TRUE(journal->entry(stranger.peer.deviceId, "foreign"));
+
+  desktop.setText("moved");
+  handler->handle(deliverFrame("stale", good));
+  time.advance(5s);
+  EXPECT_EQ(results().back().reason, RefusalReason::selectionChanged);
+  EXPECT_EQ(results().back().appName, "Editor");
+  EXPECT_EQ(desktop.text(), "moved");
+}
+
+TEST_F(RelayMessageHandlerTest, RevocationOvertakesTheQueue) {
+  const auto spare = token();
+  handler->handle(deliverFrame("u", token()));
+  handler->handle(RelayServer::PairRevoked{phone.peer.deviceId});
+  handler->handle(RelayServer::Paired{phone.peer.deviceId});
+  EXPECT_EQ(events->told, std::vector<std::string>{"revoked " + phone.peer.deviceId});
+  time.advance(5s);
+  EXPECT_EQ(events->told.size(), 2u);
+  EXPECT_TRUE(LogCapture::instance().contains("Dropped delivery from an unknown sender"));
+  EXPECT_EQ(desktop.text(), "");
+  EXPECT_TRUE(std::holds_alternative<RefusalReason>(guard.lookup(spare, phone.peer.deviceId)));
+}
+
+TEST_F(RelayMessageHandlerTest, LeftoverUnitsEndWithTheHandler) {
+  desktop.field().write = test::FakeField::Write::fails;
+  handler->handle(deliverFrame("u", token()));
+  handler->handle(prepareFrame("r", "r"));
+  time.run();
+  handler.reset();
+  time.advance(10s);
+  EXPECT_TRUE(results().empty());
+  EXPECT_TRUE(transport->all<RelayClient::PrepareResult>().empty());
+  EXPECT_EQ(entry("u")->state, JournalState::attempting);
+}
+
+TEST_F(RelayMessageHandlerTest, WithoutATransportTheResultWaitsForTheRepeat) {
+  const auto frame = deliverFrame("u", token());
+  handler->setTransport({});
+  handler->handle(frame);
+  time.advance(5s);
+  EXPECT_TRUE(transport->sent.empty());
+  handler->setTransport(transport);
+  handler->handle(frame);
+  time.advance(5s);
+  ASSERT_EQ(results().size(), 1u);
+  EXPECT_EQ(results()[0].outcome, InsertionOutcome::inserted);
+  EXPECT_EQ(results()[0], entry("u")->result);
+}
+
+}  // namespace
+}  // namespace quillet

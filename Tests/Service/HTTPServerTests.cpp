@@ -1,0 +1,251 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletService/HTTPServer.h"
+
+#include <boost/asio/read.hpp>
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <boost/asio/write.hpp>
+#include <fstream>
+
+#include "QuilletKit/APIClient.h"
+#include "QuilletKit/Log.h"
+#include "QuilletKit/WebSocketTask.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Service/ServiceFixture.h"
+
+namespace quillet::test {
+namespace {
+
+namespace asio = boost::asio;
+using asio::ip::tcp;
+using namespace std::chrono_literals;
+
+constexpr std::size_t kFrameLimit = 1 << 20;
+
+/// A whole service on a loopback port, and real clients of it, all on one thread.
+class HTTPServerTest : public testing::Test {
+ protected:
+  /// Runs a coroutine of the test to its end.
+  template <typename Body>
+  void play(Body body) {
+    bool ended = false;
+    std::exception_ptr failure;
+    asio::co_spawn(context, body(), [&](std::exception_ptr error) {
+      ended = true;
+      failure = error;
+    });
+    const auto deadline = std::chrono::steady_clock::now() + 20s;
+    while (!ended && std::chrono::steady_clock::now() < deadline) context.run_one_until(deadline);
+    ASSERT_TRUE(ended) << "the test's steps didn't end";
+    if (failure) std::rethrow_exception(failure);
+  }
+
+  ServiceURL url() { return ServiceURL::parse(server.url()).value(); }
+  APIClient client(const Party& party) { return APIClient(url(), party.identity, session); }
+
+  /// Sends bytes on a connection of their own and reads to its end.
+  Awaitable<std::string> raw(std::string request) {
+    tcp::socket socket(context);
+    co_await socket.async_connect(server.endpoint(), asio::use_awaitable);
+    co_await asio::async_write(socket, asio::buffer(request), asio::use_awaitable);
+    std::string answer;
+    boost::system::error_code end;
+    co_await asio::async_read(socket, asio::dynamic_buffer(answer), asio::redirect_error(asio::use_awaitable, end));
+    co_return answer;
+  }
+
+  Awaitable<void> enrol(APIClient& api, Party& party) {
+    co_await api.registerDevice(party.peer.platform, party.name, "1.0");
+  }
+  Awaitable<void> pairThem(APIClient& macAPI, APIClient& phoneAPI) {
+    const auto created = co_await macAPI.createPairingSession(Crypto::randomBytes(32), "Desk");
+    ClaimPairingRequest claim{std::nullopt, created.code, freshKey(), "Pocket"};
+    co_await phoneAPI.claimPairing(std::move(claim));
+    co_await phoneAPI.confirmPairing(created.sessionId, "sealed-by-phone");
+    const auto status = co_await macAPI.confirmPairing(created.sessionId, "sealed-by-mac");
+    EXPECT_EQ(status.state, PairingState::paired);
+  }
+  std::unique_ptr<WebSocketTask> connect(APIClient& macAPI) {
+    auto socket = makeWebSocketTask(session, context.get_executor(), macAPI.relayRequest(), kFrameLimit);
+    socket->resume();
+    socket->sendText("ping", [](bool) {});
+    return socket;
+  }
+  template <typename Message>
+  Awaitable<Message> next(WebSocketTask& socket) {
+    const WebSocketMessage message = co_await socket.receive();
+    co_return std::get<Message>(JSONCoding::decode<RelayServerMessage>(message.data));
+  }
+  template <typename Message>
+  void send(WebSocketTask& socket, Message message) {
+    socket.sendText(JSONCoding::encode(RelayClientMessage(std::move(message))), [](bool) {});
+  }
+
+  asio::io_context context{1};
+  TemporaryFolder folder;
+  Service service{context.get_executor(), systemTime(context.get_executor()), {.database = folder.path() / "db"}};
+  HTTPServer server{context, service, "127.0.0.1", 0};
+  HTTPSession session{context.get_executor()};
+  Party mac{"Desk", DevicePlatform::windows}, phone{"Pocket", DevicePlatform::ios};
+
+  void SetUp() override { server.start(); }
+  void TearDown() override {
+    bool stopped = false;
+    server.stop([&] { stopped = true; });
+    const auto deadline = std::chrono::steady_clock::now() + 10s;
+    while (!stopped && std::chrono::steady_clock::now() < deadline) context.run_one_until(deadline);
+    EXPECT_TRUE(stopped) << "a connection outlived the server's stop";
+    context.restart();
+    context.poll();
+  }
+};
+
+/// All that the log and the files of a folder hold.
+std::string contents(const std::filesystem::path& folder) {
+  std::string all;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    std::ifstream file(entry.path(), std::ios::binary);
+    all.append(std::istreambuf_iterator<char>(file), {});
+  }
+  return all;
+}
+
+TEST_F(HTTPServerTest, AnUtteranceGoesThroughAndLeavesNoPlaintext) {
+  constexpr std::string_view kMarker = "purple-elephant-marker";
+  std::string logged;
+  const auto before = Log::setSink([&](const Log::Line& line) { logged.append(line.message).append("\n"); });
+  play([&]() -> Awaitable<void> {
+    APIClient macAPI = client(mac), phoneAPI = client(phone);
+    co_await enrol(macAPI, mac);
+    co_await enrol(phoneAPI, phone);
+    co_await pairThem(macAPI, phoneAPI);
+
+    DeliveryRequest request{"u1", Envelope::sealBytes(kMarker, EnvelopePurpose::delivery, phone.identity, mac.peer)};
+    const DeliveryStatus queued = co_await phoneAPI.submitDelivery(mac.id(), request);
+    EXPECT_EQ(queued.state, DeliveryTransportState::queued);
+    EXPECT_FALSE(queued.macOnline);
+
+    const auto socket = connect(macAPI);
+    const auto deliver = co_await next<RelayServer::Deliver>(*socket);
+    EXPECT_EQ(deliver.envelope, request.envelope);
+    EXPECT_EQ((co_await socket->receive()).data, "pong");
+    send(*socket, RelayClient::Received{"u1"});
+    Envelope result = Envelope::sealBytes(kMarker, EnvelopePurpose::result, mac.identity, phone.peer);
+    send(*socket, RelayClient::Result{"u1", phone.id(), result});
+    const DeliveryStatus done = co_await phoneAPI.waitForDelivery(mac.id(), "u1", 20);
+    EXPECT_EQ(done.state, DeliveryTransportState::result);
+    EXPECT_EQ(done.resultEnvelope, result);
+    co_await phoneAPI.removePair(mac.id());
+    EXPECT_EQ((co_await next<RelayServer::PairRevoked>(*socket)).peerDeviceId, phone.id());
+  });
+  Log::setSink(before);
+  const std::string stored = contents(folder.path());
+  EXPECT_NE(stored.find(phone.id()), stored.npos) << "the search looks in the right place";
+  EXPECT_EQ(stored.find(kMarker), stored.npos);
+  EXPECT_NE(logged.find(mac.id().substr(0, 8)), logged.npos) << "the log was captured";
+  for (const std::string& secret : {std::string(kMarker), mac.id(), phone.id(), mac.name, phone.name,
+                                    mac.peer.signingPublicKey, phone.peer.signingPublicKey}) {
+    EXPECT_EQ(logged.find(secret), logged.npos) << secret;
+  }
+}
+
+TEST_F(HTTPServerTest, APrepareCrossesTheSocketAndBack) {
+  play([&]() -> Awaitable<void> {
+    APIClient macAPI = client(mac), phoneAPI = client(phone);
+    co_await enrol(macAPI, mac);
+    co_await enrol(phoneAPI, phone);
+    co_await pairThem(macAPI, phoneAPI);
+    const auto socket = connect(macAPI);
+    EXPECT_EQ((co_await socket->receive()).data, "pong");
+    Task desktop(context.get_executor());
+    desktop.start([&]() -> Awaitable<void> {
+      const auto prepare = co_await next<RelayServer::Prepare>(*socket);
+      Envelope answer = Envelope::sealBytes("{}", EnvelopePurpose::prepareResult, mac.identity, phone.peer);
+      send(*socket, RelayClient::PrepareResult{prepare.requestId, prepare.from, std::move(answer)});
+    });
+    PrepareRelayRequest request{"r1", Envelope::sealBytes("{}", EnvelopePurpose::prepare, phone.identity, mac.peer)};
+    const EnvelopeResponse response = co_await phoneAPI.prepareTarget(mac.id(), request);
+    EXPECT_EQ(response.envelope.purpose, EnvelopePurpose::prepareResult);
+    EXPECT_EQ(response.envelope.from, mac.id());
+  });
+}
+
+TEST_F(HTTPServerTest, TheRelaySocketIsRefusedWithAStatus) {
+  play([&]() -> Awaitable<void> {
+    APIClient macAPI = client(mac), phoneAPI = client(phone);
+    const auto refusedStatus = [&](APIClient& api) -> Awaitable<int> {
+      const auto socket = connect(api);
+      try {
+        co_await socket->receive();
+      } catch (const TransportError&) {
+      }
+      co_return socket->refusedStatus().value_or(0);
+    };
+    EXPECT_EQ(co_await refusedStatus(macAPI), 401);
+    co_await enrol(macAPI, mac);
+    co_await enrol(phoneAPI, phone);
+    EXPECT_EQ(co_await refusedStatus(phoneAPI), 403);
+    co_await macAPI.deleteDevice();
+    EXPECT_EQ(co_await refusedStatus(macAPI), 403);
+  });
+}
+
+TEST_F(HTTPServerTest, ARegistrationProvesItsOwnKey) {
+  play([&]() -> Awaitable<void> {
+    APIClient phoneAPI = client(phone);
+    // Signed by the phone, but for the key of another device.
+    HTTPRequest request;
+    request.method = "POST";
+    request.url = url().resolve("/v1/devices/register");
+    request.body = JSONCoding::encode(mac.registration());
+    RequestSigner(phone.identity).sign(request, Clock::now());
+    const HTTPResponse refused = co_await session.send(request);
+    EXPECT_EQ(refused.status, 401);
+    const auto first = co_await phoneAPI.registerDevice(DevicePlatform::ios, "A", "1");
+    EXPECT_EQ(first.deviceId, phone.id());
+    const auto again = co_await phoneAPI.registerDevice(DevicePlatform::ios, "B", "2");
+    EXPECT_EQ(again.registeredAt, first.registeredAt);
+    EXPECT_TRUE((co_await phoneAPI.rename("C")).ok);
+  });
+}
+
+TEST_F(HTTPServerTest, WhatIsNoGoodRequestGetsAStatus) {
+  const std::string large(1'100'000, 'x');
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"GET /v1/health HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n", "200"},
+      {"GET /v1/config?x HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n", "200"},
+      {"GET /v1/pairs HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n", "401"},
+      {"GET /v1/nothing HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n", "404"},
+      {"GET /v1/macs//deliveries/u HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n", "404"},
+      {"PUT /v1/pairs HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n", "405"},
+      {"GET /v1/mac/connect HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n", "426"},
+      {"POST /v1/devices/register HTTP/1.1\r\nHost: a\r\nConnection: close\r\nContent-Length: 2\r\n\r\n{}", "400"},
+      {"POST /v1/feedback HTTP/1.1\r\nHost: a\r\nContent-Length: 1100000\r\n\r\n" + large, "413"},
+      {"POST /v1/feedback HTTP/1.1\r\nHost: a\r\nTransfer-Encoding: chunked\r\n\r\n10C8E0\r\n" + large, "413"},
+      {"GET /v1/health HTTP/1.1\r\nHost: a\r\nX: " + large.substr(0, 20'000) + "\r\n\r\n", "431"},
+      {"nonsense\r\n\r\n", "400"},
+  };
+  for (const auto& [request, status] : cases) {
+    std::string answer;
+    play([&]() -> Awaitable<void> { answer = co_await raw(request); });
+    EXPECT_EQ(answer.substr(0, 12), "HTTP/1.1 " + status) << request.substr(0, 60);
+    if (status[0] != '2') {
+      EXPECT_NE(answer.find(R"({"error":{"code":)"), answer.npos) << answer;
+    }
+  }
+}
+
+TEST_F(HTTPServerTest, OneConnectionServesManyRequests) {
+  std::string answer;
+  play([&]() -> Awaitable<void> {
+    answer = co_await raw(
+        "GET /v1/health HTTP/1.1\r\nHost: a\r\n\r\nGET /v1/health HTTP/1.1\r\nHost: a\r\n"
+        "Connection: close\r\n\r\n");
+  });
+  const auto first = answer.find(R"({"ok":true})");
+  ASSERT_NE(first, answer.npos);
+  EXPECT_NE(answer.find(R"({"ok":true})", first + 1), answer.npos);
+}
+
+}  // namespace
+}  // namespace quillet::test

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletService/Options.h"
+
+#include <gtest/gtest.h>
+
+namespace quillet::test {
+namespace {
+
+Options parse(std::vector<const char*> arguments) {
+  return Options::parse(arguments);
+}
+
+TEST(OptionsTest, ReadsEverything) {
+  const Options options = parse({"--listen", "[::1]:0", "--database", "/x/y", "--max-age", "60", "--pairing-ttl", "30",
+                                 "--certificate", "c", "--key", "k", "--log", "debug"});
+  EXPECT_EQ(options.host, "::1");
+  EXPECT_EQ(options.port, 0);
+  EXPECT_EQ(options.settings.database, "/x/y");
+  EXPECT_EQ(options.settings.maximumAge, std::chrono::minutes(1));
+  EXPECT_EQ(options.settings.pairingTimeToLive, std::chrono::seconds(30));
+  ASSERT_TRUE(options.tls);
+  EXPECT_EQ(options.tls->key, "k");
+  EXPECT_EQ(options.logLevel, Log::Level::debug);
+  EXPECT_EQ(parse({}).host, "127.0.0.1") << "nothing but this machine unless asked";
+}
+
+TEST(OptionsTest, RefusesWhatItDoesNotUnderstand) {
+  for (const auto& arguments : std::vector<std::vector<const char*>>{{"--listen"},
+                                                                     {"--listen", "8080"},
+                                                                     {"--listen", ":80"},
+                                                                     {"--listen", "a:65536"},
+                                                                     {"--listen", "a:80x"},
+                                                                     {"--max-age", "0"},
+                                                                     {"--pairing-ttl", "soon"},
+                                                                     {"--certificate", "c"},
+                                                                     {"--log", "loud"},
+                                                                     {"--colour", "red"},
+                                                                     {"serve"}}) {
+    EXPECT_THROW(Options::parse(arguments), Options::UsageError) << arguments[0];
+  }
+}
+
+}  // namespace
+}  // namespace quillet::test

@@ -1,0 +1,273 @@
+// SPDX-License-Identifier: MIT
+#include "Tests/Service/ServiceFixture.h"
+
+namespace quillet::test {
+namespace {
+
+using namespace std::chrono_literals;
+using State = DeliveryTransportState;
+
+class RelayServiceTest : public ServiceTest {
+ protected:
+  RelayServiceTest() { pairThem(); }
+  ~RelayServiceTest() override {
+    if (connected_) service.relay.disconnected(macDevice, socket);
+  }
+
+  void connect() {
+    connected_ = true;
+    service.relay.connected(macDevice, socket);
+  }
+  DeliveryStatus submit(const std::string& utterance, const Envelope& envelope) {
+    return service.relay.submit(phoneDevice, mac.id(), {utterance, envelope});
+  }
+  DeliveryStatus submit(const std::string& utterance) {
+    return submit(utterance, sealed(EnvelopePurpose::delivery, phone, mac));
+  }
+  State stateOf(const std::string& utterance) { return start(wait(utterance, 0s))->response.value().state; }
+  Awaitable<DeliveryStatus> wait(const std::string& utterance, std::chrono::seconds seconds) {
+    return service.relay.status(phoneDevice, mac.id(), utterance, seconds);
+  }
+  void answer(const std::string& utterance, const Envelope& result) {
+    frameFromDesktop(RelayClient::Result{utterance, phone.id(), result});
+  }
+  auto prepare(const std::string& requestId) {
+    return start(
+        service.relay.prepare(phoneDevice, mac.id(), {requestId, sealed(EnvelopePurpose::prepare, phone, mac)}));
+  }
+
+  FakeRelaySocket socket;
+  bool connected_ = false;
+};
+
+TEST_F(RelayServiceTest, APrepareReturnsWithTheDesktopsAnswer) {
+  connect();
+  const auto call = prepare("r1");
+  ASSERT_EQ(socket.all<RelayServer::Prepare>().size(), 1U);
+  EXPECT_EQ(socket.all<RelayServer::Prepare>()[0].from, phone.id());
+  const Envelope result = sealed(EnvelopePurpose::prepareResult, mac, phone);
+  frameFromDesktop(RelayClient::PrepareResult{"r2", phone.id(), result});
+  frameFromDesktop(RelayClient::PrepareResult{"r1", other.id(), sealed(EnvelopePurpose::prepareResult, mac, other)});
+  frameFromDesktop(RelayClient::PrepareResult{"r1", phone.id(), sealed(EnvelopePurpose::result, mac, phone)});
+  time.run();
+  EXPECT_FALSE(call->ended()) << "none of these is the answer";
+  frameFromDesktop(RelayClient::PrepareResult{"r1", phone.id(), result});
+  time.run();
+  ASSERT_TRUE(call->response);
+  EXPECT_EQ(call->response->envelope, result);
+  EXPECT_EQ(service.hub.waiting(), 0U);
+}
+
+TEST_F(RelayServiceTest, APrepareFailsWhenTheDesktopIsAwaySilentOrLost) {
+  EXPECT_EQ(prepare("r0")->refusal, "503 mac_offline");
+  connect();
+  const auto silent = prepare("r1");
+  time.advance(10s - 1ms);
+  EXPECT_FALSE(silent->ended());
+  time.advance(1ms);
+  EXPECT_EQ(silent->refusal, "504 mac_timeout");
+  const auto lost = prepare("r2");
+  service.relay.disconnected(macDevice, socket);
+  time.run();
+  EXPECT_EQ(lost->refusal, "503 mac_offline");
+}
+
+TEST_F(RelayServiceTest, OnlyPairedPhonesReachADesktop) {
+  connect();
+  const Envelope envelope = sealed(EnvelopePurpose::delivery, other, mac);
+  EXPECT_EQ(refusalOf([&] { service.relay.submit(otherDevice, mac.id(), {"u", envelope}); }), "403 not_paired");
+  EXPECT_EQ(refusalOf([&] { service.relay.submit(macDevice, mac.id(), {"u", envelope}); }), "403 wrong_platform");
+  EXPECT_EQ(refusalOf([&] { service.relay.cancel(otherDevice, mac.id(), "u"); }), "403 not_paired");
+  EXPECT_EQ(start(service.relay.prepare(otherDevice, mac.id(), {"r", envelope}))->refusal, "403 not_paired");
+  EXPECT_EQ(start(service.relay.status(otherDevice, mac.id(), "u", 0s))->refusal, "403 not_paired");
+  EXPECT_TRUE(socket.frames.empty());
+  EXPECT_TRUE(service.relay.presence(otherDevice).macs.empty());
+}
+
+TEST_F(RelayServiceTest, AnEnvelopeMustBelongToItsRequest) {
+  for (const Envelope& foreign :
+       {sealed(EnvelopePurpose::delivery, other, mac), sealed(EnvelopePurpose::delivery, phone, other),
+        sealed(EnvelopePurpose::prepare, phone, mac)}) {
+    EXPECT_EQ(refusalOf([&] { submit("u", foreign); }), "400 bad_request");
+  }
+  for (const std::string& id : {std::string(), std::string("a/b"), std::string("a?b"), std::string(129, 'u')}) {
+    EXPECT_EQ(refusalOf([&] { submit(id); }), "400 bad_request") << id;
+  }
+}
+
+TEST_F(RelayServiceTest, DeliveriesWaitForTheDesktopAndGoOutInOrder) {
+  EXPECT_EQ(stateOf("u1"), State::unknown);
+  EXPECT_EQ(submit("u1").state, State::queued);
+  EXPECT_FALSE(submit("u2").macOnline);
+  connect();
+  const auto sent = socket.all<RelayServer::Deliver>();
+  ASSERT_EQ(sent.size(), 2U);
+  EXPECT_EQ(sent[0].utteranceId, "u1");
+  EXPECT_EQ(sent[1].utteranceId, "u2");
+  EXPECT_EQ(sent[0].from, phone.id());
+  frameFromDesktop(RelayClient::Received{"u1"});
+  EXPECT_EQ(stateOf("u1"), State::received);
+  EXPECT_EQ(stateOf("u2"), State::queued);
+  EXPECT_TRUE(submit("u3").macOnline);
+  EXPECT_EQ(socket.all<RelayServer::Deliver>().size(), 3U);
+}
+
+TEST_F(RelayServiceTest, ReceivedCountsForEveryPhonesDeliveryOfThatUtterance) {
+  service.pairDirectory.add({mac.id(), other.id(), time.wall});
+  submit("u");
+  service.relay.submit(otherDevice, mac.id(), {"u", sealed(EnvelopePurpose::delivery, other, mac)});
+  frameFromDesktop(RelayClient::Received{"u"});
+  EXPECT_EQ(stateOf("u"), State::received);
+  EXPECT_EQ(start(service.relay.status(otherDevice, mac.id(), "u", 0s))->response->state, State::received);
+}
+
+TEST_F(RelayServiceTest, WithoutAResultADeliveryGoesOutOnEachNewSocket) {
+  connect();
+  submit("u");
+  frameFromDesktop(RelayClient::Received{"u"});
+  FakeRelaySocket second;
+  service.relay.connected(macDevice, second);
+  EXPECT_TRUE(socket.closedWith) << "the newer socket replaces the older";
+  EXPECT_EQ(second.all<RelayServer::Deliver>().size(), 1U);
+  service.relay.disconnected(macDevice, socket);
+  EXPECT_TRUE(service.hub.isOnline(mac.id())) << "the older one's end changes nothing";
+  answer("u", sealed(EnvelopePurpose::result, mac, phone));
+  FakeRelaySocket third;
+  service.relay.connected(macDevice, third);
+  EXPECT_TRUE(third.frames.empty());
+  service.relay.disconnected(macDevice, third);
+}
+
+TEST_F(RelayServiceTest, TheSameEnvelopeIsOneAttemptAndANewOneIsAnother) {
+  connect();
+  const Envelope first = sealed(EnvelopePurpose::delivery, phone, mac);
+  submit("u", first);
+  submit("u", first);
+  EXPECT_EQ(socket.all<RelayServer::Deliver>().size(), 1U);
+  const Envelope result = sealed(EnvelopePurpose::result, mac, phone);
+  answer("u", result);
+  const auto repeated = submit("u", first);
+  EXPECT_EQ(repeated.state, State::result);
+  EXPECT_EQ(repeated.resultEnvelope, result);
+  EXPECT_EQ(submit("u").state, State::queued);
+  EXPECT_EQ(socket.all<RelayServer::Deliver>().size(), 2U);
+}
+
+TEST_F(RelayServiceTest, AWaitEndsWithTheResultOrItsLimit) {
+  connect();
+  submit("u");
+  const auto call = start(wait("u", 20s));
+  const auto impatient = start(wait("u", 5s));
+  const auto patient = start(wait("u", 3600s));
+  frameFromDesktop(RelayClient::Received{"u"});
+  time.advance(5s);
+  ASSERT_TRUE(impatient->response);
+  EXPECT_EQ(impatient->response->state, State::received);
+  EXPECT_FALSE(call->ended());
+  const Envelope result = sealed(EnvelopePurpose::result, mac, phone);
+  answer("u", sealed(EnvelopePurpose::result, mac, other));
+  answer("u", result);
+  time.run();
+  ASSERT_TRUE(call->response && patient->response);
+  EXPECT_EQ(call->response->state, State::result);
+  EXPECT_EQ(call->response->resultEnvelope, result);
+  EXPECT_TRUE(start(wait("u", 20s))->ended()) << "there is nothing to wait for";
+
+  submit("v");
+  const auto capped = start(wait("v", 3600s));
+  time.advance(59s);
+  EXPECT_FALSE(capped->ended());
+  time.advance(1s);
+  EXPECT_TRUE(capped->ended());
+  EXPECT_EQ(service.hub.waiting(), 0U);
+}
+
+TEST_F(RelayServiceTest, OnlyWhatNeverLeftCanBeCancelled) {
+  submit("early");
+  const auto waiting = start(wait("early", 20s));
+  EXPECT_EQ(service.relay.cancel(phoneDevice, mac.id(), "early").state, State::cancelled);
+  time.run();
+  ASSERT_TRUE(waiting->response);
+  EXPECT_EQ(waiting->response->state, State::cancelled);
+  EXPECT_EQ(submit("early").state, State::cancelled) << "a late submission doesn't revive it";
+  submit("late");
+  connect();
+  ASSERT_EQ(socket.all<RelayServer::Deliver>().size(), 1U);
+  EXPECT_EQ(service.relay.cancel(phoneDevice, mac.id(), "late").state, State::queued);
+  EXPECT_EQ(service.relay.cancel(phoneDevice, mac.id(), "never").state, State::unknown);
+}
+
+TEST_F(RelayServiceTest, OldDeliveriesExpireAndAreForgotten) {
+  submit("u");
+  const auto call = start(wait("u", 60s));
+  time.advance(59s);
+  service.sweep();
+  EXPECT_FALSE(call->ended());
+  time.advance(1h);
+  service.sweep();
+  EXPECT_EQ(stateOf("u"), State::expired);
+  connect();
+  EXPECT_TRUE(socket.frames.empty());
+  time.advance(25h);
+  service.sweep();
+  EXPECT_EQ(stateOf("u"), State::unknown);
+}
+
+TEST_F(RelayServiceTest, TheQueueOfADesktopIsBounded) {
+  const Envelope large = sealed(EnvelopePurpose::delivery, phone, mac, std::string(700'000, 'x'));
+  for (int i = 0; i < 4; ++i) submit("large" + std::to_string(i), large);
+  EXPECT_EQ(refusalOf([&] { submit("large5", large); }), "429 queue_full");
+  EXPECT_EQ(refusalOf([&] { submit("small"); }), "");
+}
+
+TEST_F(RelayServiceTest, PresenceIsStoredForPairedPhonesOnly) {
+  connect();
+  time.advance(5s);
+  const Envelope readiness = sealed(EnvelopePurpose::readiness, mac, phone);
+  const Envelope toStranger = sealed(EnvelopePurpose::readiness, mac, other);
+  frameFromDesktop(RelayClient::Presence{{{phone.id(), readiness}, {other.id(), toStranger}}});
+  service.pairDirectory.add({mac.id(), other.id(), time.wall});
+  auto macs = service.relay.presence(phoneDevice).macs;
+  ASSERT_EQ(macs.size(), 1U);
+  EXPECT_TRUE(macs[0].online);
+  EXPECT_EQ(macs[0].lastSeenAt, time.wall + 5000);
+  ASSERT_TRUE(macs[0].readiness);
+  EXPECT_EQ(macs[0].readiness->envelope, readiness);
+  EXPECT_EQ(macs[0].readiness->at, time.wall + 5000);
+  EXPECT_FALSE(service.relay.presence(otherDevice).macs.at(0).readiness) << "it wasn't paired when that was sent";
+}
+
+TEST_F(RelayServiceTest, UndecodableFramesAreDropped) {
+  connect();
+  for (const std::string_view frame : {"", "{", "[]", R"({"type":"other"})", R"({"type":"result"})"}) {
+    service.relay.handleFrame(mac.id(), frame);
+  }
+  EXPECT_FALSE(socket.closedWith);
+}
+
+TEST_F(RelayServiceTest, RevokingAPairRemovesAllOfIt) {
+  connect();
+  submit("u");
+  service.devices.removePair(phoneDevice, mac.id());
+  ASSERT_EQ(socket.all<RelayServer::PairRevoked>().size(), 1U);
+  EXPECT_EQ(socket.all<RelayServer::PairRevoked>()[0].peerDeviceId, phone.id());
+  EXPECT_EQ(refusalOf([&] { submit("v"); }), "403 not_paired");
+  EXPECT_EQ(refusalOf([&] { service.devices.removePair(phoneDevice, mac.id()); }), "404 not_paired");
+  pairThem();
+  EXPECT_EQ(stateOf("u"), State::unknown);
+  service.devices.removePair(macDevice, phone.id());
+  EXPECT_EQ(socket.all<RelayServer::PairRevoked>().size(), 1U) << "the desktop knows what it asked for";
+}
+
+TEST_F(RelayServiceTest, DeletingADeviceEndsItsPairsAndItsSocket) {
+  connect();
+  service.devices.deleteDevice(phoneDevice);
+  EXPECT_EQ(socket.all<RelayServer::PairRevoked>().size(), 1U);
+  EXPECT_TRUE(service.devices.pairs(macDevice).pairs.empty());
+  EXPECT_FALSE(socket.closedWith);
+  service.devices.deleteDevice(macDevice);
+  EXPECT_TRUE(socket.closedWith);
+}
+
+}  // namespace
+}  // namespace quillet::test

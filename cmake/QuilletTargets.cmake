@@ -1,0 +1,44 @@
+# SPDX-License-Identifier: MIT
+# Each folder is a target; a new file is picked up by itself.
+
+add_library(quillet_options INTERFACE)
+target_include_directories(quillet_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(quillet_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Werror
+  -Wno-missing-field-initializers)
+target_compile_definitions(quillet_options INTERFACE BOOST_ASIO_NO_DEPRECATED QUILLET_VERSION="${PROJECT_VERSION}")
+if(QUILLET_SANITIZE)
+  target_compile_options(quillet_options INTERFACE -fsanitize=${QUILLET_SANITIZE} -fno-omit-frame-pointer
+    -fno-sanitize-recover=all)
+  target_link_options(quillet_options INTERFACE -fsanitize=${QUILLET_SANITIZE})
+endif()
+
+# quillet_library(NAME FOLDER...): all sources of the folders but main.cpp.
+function(quillet_library name)
+  set(sources)
+  foreach(folder ${ARGN})
+    file(GLOB found CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.cpp ${PROJECT_SOURCE_DIR}/${folder}/*.h)
+    list(APPEND sources ${found})
+  endforeach()
+  list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
+  add_library(${name} STATIC ${sources})
+  target_link_libraries(${name} PUBLIC quillet_options)
+endfunction()
+
+# quillet_program(NAME FOLDER LIBRARY...): FOLDER/main.cpp.
+function(quillet_program name folder)
+  add_executable(${name} ${PROJECT_SOURCE_DIR}/${folder}/main.cpp)
+  target_link_libraries(${name} PRIVATE ${ARGN})
+endfunction()
+
+# quillet_tests(FOLDER LIBRARY...): one test program for Tests/FOLDER.
+function(quillet_tests folder)
+  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Tests/${folder}/*.cpp)
+  if(NOT sources)
+    return()
+  endif()
+  add_executable(${folder}Tests ${sources} ${PROJECT_SOURCE_DIR}/Tests/Doubles/TestMain.cpp)
+  target_link_libraries(${folder}Tests PRIVATE ${ARGN} GTest::gtest GTest::gmock)
+  target_compile_definitions(${folder}Tests PRIVATE QUILLET_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
+    QUILLET_BIN_DIR="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
+  gtest_discover_tests(${folder}Tests PROPERTIES TIMEOUT 120 DISCOVERY_TIMEOUT 60)
+endfunction()
