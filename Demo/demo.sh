@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # The whole road once: service, desktop program, phone, pairing, and a sentence that ends in a text editor.
-# usage: demo.sh FOLDER-WITH-THE-PROGRAMS ["a sentence"]
+# usage: demo.sh FOLDER-WITH-THE-PROGRAMS [EDITOR] ["a sentence"]
+# EDITOR opens the file that it is given and saves on Ctrl+S: mousepad (the default), featherpad, gnome-text-editor.
 set -euo pipefail
 bin=$(realpath "$1")
-sentence=${2:-"Good morning from the phone: 3 × 4 = 12, naïve café, and a 👍🏽."}
+editor=${2:-mousepad}
+sentence=${3:-"Good morning from the phone: 3 × 4 = 12, naïve café, and a 👍🏽."}
 here=$(dirname "$(realpath "${BASH_SOURCE[0]}")")
 if [ -z "${DISPLAY:-}" ]; then
   echo "No display here: using a virtual one."
@@ -48,11 +50,14 @@ echo "$url"
 
 step "2. An editor is in front"
 touch "$work/note.txt"
-mousepad "$work/note.txt" >"$work/editor.log" 2>&1 &
+"$editor" "$work/note.txt" >"$work/editor.log" 2>&1 &
 processes+=($!)
-await 20 xdotool search --onlyvisible --class mousepad || fail "the editor did not open"
-sleep 1
-xdotool search --onlyvisible --class mousepad windowactivate 2>/dev/null || true
+# Some programs say "gnome-text-editor", some "org.gnome.TextEditor".
+window() { xdotool search --onlyvisible --class "${editor//-/.?}|${editor##*-}" | tail -n 1; }
+opened() { [ -n "$(window)" ]; }
+front() { xdotool windowactivate "$(window)" && [ "$(xdotool getactivewindow)" = "$(window)" ]; }
+await 20 opened || fail "the editor did not open"
+await 10 front || fail "the editor did not come to the front"
 
 step "3. The desktop program registers and connects"
 mkfifo "$work/desktop.in"
@@ -84,9 +89,10 @@ await 10 events '"phase":"paired"' || fail "the Mac did not finish pairing"
 phone macs
 
 step "5. A sentence goes from the phone, sealed, through the relay"
-xdotool search --onlyvisible --class mousepad windowactivate 2>/dev/null || true
-sleep 0.5
-phone presence
+await 10 front || fail "the editor did not come to the front"
+ready() { phone presence | tee "$work/presence.out" | grep -q "online, ready"; }
+await 30 ready || fail "the desktop program sees no field: $(cat "$work/presence.out")"
+cat "$work/presence.out"
 echo "The phone says: $sentence"
 phone say "$sentence"
 

@@ -5,6 +5,8 @@
 #include <boost/asio/use_awaitable.hpp>
 #include <cmath>
 
+#include "QuilletKit/RunOn.h"
+
 namespace quillet {
 namespace {
 
@@ -26,7 +28,7 @@ TimeSource systemTime(Executor timers) {
       .now = [] { return Clock::now(); },
       .monotonic = [] { return std::chrono::steady_clock::now(); },
       .sleep = [timers](Duration duration) -> Awaitable<void> {
-        co_await boost::asio::co_spawn(timers, wait(duration), boost::asio::use_awaitable);
+        co_await runOn(timers, wait(duration));
       },
   };
 }

@@ -40,6 +40,7 @@ bool isCancellation(const std::exception_ptr& error) noexcept {
 
 void Task::cancel() {
   if (auto state = std::exchange(state_, nullptr); state && !state->finished) {
+    state->cancelled = true;
     state->signal.emit(boost::asio::cancellation_type::terminal);
   }
 }

@@ -3,7 +3,6 @@
 
 #include <boost/asio/any_io_executor.hpp>
 #include <boost/asio/awaitable.hpp>
-#include <boost/asio/bind_cancellation_slot.hpp>
 #include <boost/asio/cancellation_signal.hpp>
 #include <boost/asio/cancellation_state.hpp>
 #include <boost/asio/co_spawn.hpp>
@@ -12,6 +11,7 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 namespace quillet {
@@ -33,37 +33,59 @@ inline bool isCancelled(const boost::asio::cancellation_state& state) {
 /// Starting replaces; destruction cancels. Use from the executor's own thread only. A body that ends in an exception
 /// other than a cancellation is a programming error and stops the process with a log line.
 class Task {
+ private:
+  struct State {
+    boost::asio::cancellation_signal signal;
+    bool cancelled = false;
+    bool finished = false;
+  };
+
  public:
+  /// Tells a body that its task was cancelled or replaced.
+  class Token {
+   public:
+    bool cancelled() const { return state_->cancelled; }
+
+   private:
+    friend class Task;
+    explicit Token(std::shared_ptr<const State> state) : state_(std::move(state)) {}
+    std::shared_ptr<const State> state_;
+  };
+
   explicit Task(Executor executor) : executor_(std::move(executor)) {}
   ~Task() { cancel(); }
   Task(const Task&) = delete;
   Task& operator=(const Task&) = delete;
 
-  /// Cancels what runs and starts `body`, a callable that gives Awaitable<void>. The callable lives as long as its
-  /// coroutine. The first step runs from the executor, not inside this call.
+  /// Cancels what runs and starts `body`, a callable that gives Awaitable<void> and may take a Token. The callable lives
+  /// as long as its coroutine; a task that is cancelled before its first step never calls it. The first step runs from the executor, not inside this call.
   template <typename Body>
   void start(Body body) {
     cancel();
     state_ = std::make_shared<State>();
-    boost::asio::co_spawn(executor_, run(std::move(body)),
-                          boost::asio::bind_cancellation_slot(state_->signal.slot(), Completion{state_}));
+    boost::asio::co_spawn(executor_, run(state_, std::move(body)), Completion{state_});
   }
 
   void cancel();
   bool running() const { return state_ && !state_->finished; }
 
  private:
-  struct State {
-    boost::asio::cancellation_signal signal;
-    bool finished = false;
-  };
+  // Names its slot itself: for a handler wrapped by bind_cancellation_slot, co_spawn carries a cancellation to the
+  // executor by a pointer that may dangle when it gets there; for this form it passes it on at once.
   struct Completion {
+    using cancellation_slot_type = boost::asio::cancellation_slot;
     std::shared_ptr<State> state;
+    cancellation_slot_type get_cancellation_slot() const noexcept { return state->signal.slot(); }
     void operator()(std::exception_ptr error) const;
   };
   template <typename Body>
-  static Awaitable<void> run(Body body) {
-    co_await body();
+  static Awaitable<void> run(std::shared_ptr<const State> state, Body body) {
+    if (state->cancelled) co_return;
+    if constexpr (std::is_invocable_v<Body&, const Token&>) {
+      co_await body(Token(state));
+    } else {
+      co_await body();
+    }
   }
 
   Executor executor_;

@@ -219,29 +219,27 @@ void AppModel::authenticationRejected() {
 
 void AppModel::startRegistration(int refusals) {
   if (!api_) return;
-  registrationTask_.start(
-      [self = weak_from_this(), api = api_, refusals]() -> Awaitable<void> {
-        if (const auto strong = self.lock()) co_await strong->registrationLoop(api, refusals);
-      });
+  registrationTask_.start([self = weak_from_this(), api = api_, refusals](Task::Token token) -> Awaitable<void> {
+    if (const auto strong = self.lock()) co_await strong->registrationLoop(token, api, refusals);
+  });
 }
 
-Awaitable<bool> AppModel::waitBeforeRetry(Backoff& backoff) {
+Awaitable<void> AppModel::waitBeforeRetry(Backoff& backoff) {
   const auto delay = std::chrono::milliseconds(std::llround(backoff.nextDelay(parts_.jitter()) * 1000.0));
   registration.set(Offline{parts_.time.now() + delay.count()});
   co_await parts_.time.sleep(delay);
-  co_return !isCancelled(co_await boost::asio::this_coro::cancellation_state);
 }
 
 // A service that registers this device and goes on refusing its socket would otherwise be asked at network speed: from
 // the second refusal in a row the registration waits first.
-Awaitable<void> AppModel::registrationLoop(std::shared_ptr<APIClient> api, int refusals) {
+Awaitable<void> AppModel::registrationLoop(Task::Token token, std::shared_ptr<APIClient> api, int refusals) {
   Backoff backoff{.base = 2.0};
   if (refusals > 1) {
     backoff.attempt = refusals - 2;
-    if (!co_await waitBeforeRetry(backoff)) co_return;
+    co_await waitBeforeRetry(backoff);
     backoff.attempt = 0;
   }
-  for (;;) {
+  while (!token.cancelled()) {
     registration.set(Step::registering);
     std::exception_ptr error;
     try {
@@ -249,15 +247,17 @@ Awaitable<void> AppModel::registrationLoop(std::shared_ptr<APIClient> api, int r
     } catch (...) {
       error = std::current_exception();
     }
-    const bool cancelled = isCancelled(co_await boost::asio::this_coro::cancellation_state);
-    if (cancelled || isCancellation(error)) co_return;
-    if (!error) co_return registered();
+    if (token.cancelled() || isCancellation(error)) co_return;
+    if (!error) {
+      registered();
+      co_return;
+    }
     if (isRevocation(error)) {
       registration.set(Step::revoked);
       connection_->stop();
       co_return;
     }
-    if (!co_await waitBeforeRetry(backoff)) co_return;
+    co_await waitBeforeRetry(backoff);
   }
 }
 

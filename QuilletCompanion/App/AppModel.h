@@ -118,8 +118,8 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   void wireServices(DeviceIdentity identity);
   void wireConnection();
   void startRegistration(int refusals = 0);
-  Awaitable<void> registrationLoop(std::shared_ptr<APIClient> api, int refusals);
-  Awaitable<bool> waitBeforeRetry(Backoff& backoff);
+  Awaitable<void> registrationLoop(Task::Token token, std::shared_ptr<APIClient> api, int refusals);
+  Awaitable<void> waitBeforeRetry(Backoff& backoff);
   void registered();
   void startHeartbeat();
   void startTrustPolling();

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <boost/asio/bind_cancellation_slot.hpp>
 #include <boost/asio/co_spawn.hpp>
 
 #include "QuilletCompanion/Target/LocalTestField.h"

@@ -1,0 +1,240 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <QFile>
+#include <QRasterWindow>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
+#include "Tests/Desktop/Editor.h"
+
+namespace quillet::test {
+namespace {
+
+using std::chrono::milliseconds;
+
+class StubLock : public ScreenLockMonitor {
+  bool isScreenLocked() override { return false; }
+};
+
+template <typename Call>
+milliseconds timed(Call call) {
+  const auto start = std::chrono::steady_clock::now();
+  call();
+  return std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start);
+}
+
+class Accessibility : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(eventually([this] { return provider.enableAccessibility(); }));
+  }
+
+  /// Waits until the program is in front with an element that has the focus.
+  ElementRef awaitFocus(const Editor& editor) {
+    ElementRef found;
+    EXPECT_TRUE(eventually([&] {
+      const auto front = provider.frontApplication();
+      if (!front || front->pid != editor.pid()) return false;
+      found = provider.focusedElement(editor.pid());
+      return found != nullptr && provider.inspect(found).role.has_value();
+    }));
+    return found;
+  }
+  bool becomes(const ElementRef& element, const std::string& value, AXTextRange selection) {
+    return eventually(
+        [&] { return provider.readValue(element) == value && provider.selectedRange(element) == selection; },
+        std::chrono::seconds(5));
+  }
+
+  StubLock lock;
+  KeyTypist typist;
+  SystemAccessibilityProvider provider{getpid(), lock, typist};
+};
+
+struct EditorCase {
+  const char* program;
+  const char* id;
+  const char* role;
+};
+
+class EditorAccess : public Accessibility, public testing::WithParamInterface<EditorCase> {};
+
+TEST_P(EditorAccess, ReadsAndReplacesInUTF16Units) {
+  const Editor editor(GetParam().program, {Editor::emptyFile});
+  const auto field = awaitFocus(editor);
+  ASSERT_TRUE(field);
+  EXPECT_EQ(provider.frontApplication()->bundleId, GetParam().id);
+  EXPECT_FALSE(provider.frontApplication()->name.empty());
+  const auto traits = provider.inspect(field);
+  EXPECT_EQ(traits.role, GetParam().role);
+  EXPECT_TRUE(traits.editable);
+  EXPECT_FALSE(traits.isSecure);
+  EXPECT_FALSE(provider.isSecureInputEnabled());
+  EXPECT_TRUE(becomes(field, "", {0, 0}));
+
+  // The wave with its skin tone is 4 units, 2 code points, 8 bytes.
+  EXPECT_TRUE(provider.replaceSelection(field, "Grüße 👋🏽 an alle"));
+  EXPECT_TRUE(becomes(field, "Grüße 👋🏽 an alle", {18, 0}));
+  EXPECT_TRUE(provider.replaceSelection(field, ".\n日本"));
+  EXPECT_TRUE(becomes(field, "Grüße 👋🏽 an alle.\n日本", {22, 0}));
+
+  press({"shift+Left", "shift+Left"});
+  EXPECT_TRUE(becomes(field, "Grüße 👋🏽 an alle.\n日本", {20, 2}));
+  EXPECT_TRUE(provider.replaceSelection(field, "𝄞é"));
+  EXPECT_TRUE(becomes(field, "Grüße 👋🏽 an alle.\n𝄞é", {23, 0}));
+  EXPECT_TRUE(sameElement(field, provider.focusedElement(editor.pid())));
+}
+
+TEST_P(EditorAccess, IsFoundWithoutAFocusEvent) {
+  const Editor editor(GetParam().program, {Editor::emptyFile});
+  const auto field = awaitFocus(editor);
+  ASSERT_TRUE(field);
+  SystemAccessibilityProvider late(getpid(), lock, typist);
+  ElementRef found;
+  EXPECT_LE(timed([&] { found = late.focusedElement(editor.pid()); }), milliseconds(950));
+  EXPECT_TRUE(sameElement(field, found));
+}
+
+TEST_P(EditorAccess, SuspendedProgramBlocksNobodyForLong) {
+  const Editor editor(GetParam().program, {Editor::emptyFile});
+  const auto field = awaitFocus(editor);
+  ASSERT_TRUE(field);
+  editor.suspend();
+  const std::vector<std::function<void()>> calls{
+      [&] { EXPECT_FALSE(provider.focusedElement(editor.pid())); },
+      [&] { EXPECT_FALSE(provider.isSecureInputEnabled()); },
+      [&] { EXPECT_FALSE(provider.inspect(field).editable); },
+      [&] { EXPECT_FALSE(provider.selectedRange(field)); },
+      [&] { EXPECT_FALSE(provider.readValue(field)); },
+      [&] { EXPECT_FALSE(provider.replaceSelection(field, "late")); },
+      [&] { EXPECT_TRUE(provider.focusedWindow(editor.pid())); },
+  };
+  milliseconds all{0};
+  for (const auto& call : calls) {
+    const auto one = timed(call);
+    EXPECT_LE(one, milliseconds(900));
+    all += one;
+  }
+  EXPECT_GE(all, milliseconds(300));
+  EXPECT_LE(all, milliseconds(1500)) << "a hung program was asked again and again";
+  editor.resume();
+  EXPECT_TRUE(becomes(field, "", {0, 0})) << "something was written after the time was up";
+}
+
+INSTANTIATE_TEST_SUITE_P(Toolkits, EditorAccess,
+                         testing::Values(EditorCase{"mousepad", "org.xfce.mousepad", "AXTextArea"},
+                                         EditorCase{"featherpad", "featherpad", "AXTextArea"},
+                                         EditorCase{"gnome-text-editor", "org.gnome.TextEditor", "AXTextArea"}),
+                         [](const auto& tested) {
+                           std::string name = tested.param.program;
+                           std::erase(name, '-');
+                           return name;
+                         });
+
+TEST_F(Accessibility, SingleLineFieldTakesTextInTheMiddle) {
+  const Editor dialog("zenity", {"--entry", "--entry-text=ab😀cd"});
+  const auto field = awaitFocus(dialog);
+  ASSERT_TRUE(field);
+  EXPECT_EQ(provider.inspect(field).role, "AXTextField");
+  press({"End", "Left", "Left"});
+  ASSERT_TRUE(becomes(field, "ab😀cd", {4, 0}));
+  EXPECT_TRUE(provider.replaceSelection(field, "ü"));
+  EXPECT_TRUE(becomes(field, "ab😀ücd", {5, 0}));
+}
+
+TEST_F(Accessibility, PasswordFieldIsSecureAndNeverRead) {
+  const Editor dialog("zenity", {"--password"});
+  const auto field = awaitFocus(dialog);
+  ASSERT_TRUE(field);
+  const auto traits = provider.inspect(field);
+  EXPECT_TRUE(traits.isSecure);
+  EXPECT_EQ(traits.subrole, "AXSecureTextField");
+  EXPECT_TRUE(provider.isSecureInputEnabled());
+  EXPECT_FALSE(provider.readValue(field));
+}
+
+TEST_F(Accessibility, ReadOnlyTextIsLeftAlone) {
+  const Editor dialog("sh", {"-c", "printf fixed > text && exec zenity --text-info --filename=text"});
+  const auto field = awaitFocus(dialog);
+  ASSERT_TRUE(field);
+  EXPECT_FALSE(provider.inspect(field).editable);
+  EXPECT_FALSE(provider.replaceSelection(field, "x"));
+  EXPECT_EQ(provider.readValue(field), "fixed");
+}
+
+TEST_F(Accessibility, DialogOfTheSameProgramIsAnotherWindowAndTellsOfItsFocus) {
+  const Editor editor("mousepad");
+  const auto field = awaitFocus(editor);
+  const auto window = provider.focusedWindow(editor.pid());
+  ASSERT_TRUE(field);
+  ASSERT_TRUE(window);
+  EXPECT_TRUE(sameElement(window, provider.focusedWindow(editor.pid())));
+  std::vector<ElementRef> told;
+  int windowChanges = 0;
+  provider.onFocusChange = [&](const ElementRef& element) { told.push_back(element); };
+  provider.onFrontWindowChange = [&] { ++windowChanges; };
+  press({"ctrl+r"});
+  ElementRef entry;
+  EXPECT_TRUE(eventually([&] {
+    entry = provider.focusedElement(editor.pid());
+    return entry && !sameElement(entry, field) && !sameElement(window, provider.focusedWindow(editor.pid()));
+  }));
+  EXPECT_EQ(provider.inspect(entry).role, "AXTextField");
+  EXPECT_TRUE(eventually([&] { return windowChanges > 0 && !told.empty() && sameElement(told.back(), entry); }));
+  press({"Escape"});
+  EXPECT_TRUE(eventually([&] {
+    return sameElement(field, provider.focusedElement(editor.pid())) &&
+           sameElement(window, provider.focusedWindow(editor.pid()));
+  }));
+}
+
+TEST_F(Accessibility, OwnWindowIsNeverAsked) {
+  QRasterWindow window;
+  window.show();
+  ASSERT_TRUE(eventually([&] { return provider.isOwnApplicationActive(); }));
+  EXPECT_EQ(provider.frontApplication()->pid, getpid());
+  EXPECT_LE(timed([&] {
+              EXPECT_FALSE(provider.focusedElement(getpid()));
+              EXPECT_FALSE(provider.focusedWindow(getpid()));
+              EXPECT_FALSE(provider.isSecureInputEnabled());
+              EXPECT_FALSE(provider.typeUnicode(getpid(), u"x"));
+            }),
+            milliseconds(300));
+}
+
+TEST_F(Accessibility, ProgramThatDiesInFrontLeavesNothing) {
+  Editor editor("featherpad", {Editor::emptyFile});
+  const auto field = awaitFocus(editor);
+  const auto pid = editor.pid();
+  ASSERT_TRUE(field);
+  editor.kill();
+  EXPECT_TRUE(eventually([&] {
+    const auto front = provider.frontApplication();
+    return !front || front->pid != pid;
+  }));
+  EXPECT_FALSE(provider.focusedElement(pid));
+  EXPECT_FALSE(provider.inspect(field).role);
+  EXPECT_FALSE(provider.readValue(field));
+  EXPECT_FALSE(provider.replaceSelection(field, "x"));
+}
+
+TEST_F(Accessibility, TypesChunksThatNeedMoreKeysThanThereAre) {
+  const Editor editor("mousepad");
+  const auto field = awaitFocus(editor);
+  ASSERT_TRUE(field);
+  const std::vector<std::u16string> chunks{u"Üben: αβγδεζηθ", u"ικλμνξοπρστυφχψω", u"жщъыьэюя 👋🏽 — ok"};
+  for (const auto& chunk : chunks) EXPECT_TRUE(provider.typeUnicode(editor.pid(), chunk));
+  EXPECT_TRUE(becomes(field, "Üben: αβγδεζηθικλμνξοπρστυφχψωжщъыьэюя 👋🏽 — ok",
+                      {48, 0}));
+  EXPECT_FALSE(provider.typeUnicode(editor.pid() + 1, u"x"));
+  EXPECT_FALSE(provider.typeUnicode(editor.pid(), u""));
+  EXPECT_FALSE(provider.typeUnicode(editor.pid(), u"123456789012345678901"));
+}
+
+}  // namespace
+}  // namespace quillet::test

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <signal.h>
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <chrono>
+#include <functional>
+
+namespace quillet::test {
+
+/// Serves the event loop until the condition holds. False if it doesn't within the bound.
+inline bool eventually(const std::function<bool()>& condition,
+                       std::chrono::milliseconds bound = std::chrono::seconds(20)) {
+  const auto deadline = std::chrono::steady_clock::now() + bound;
+  QTimer tick;  // so that the wait for events ends
+  tick.start(std::chrono::milliseconds(10));
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+  }
+  return true;
+}
+
+/// A program with a home folder of its own, in which it is started beside an empty file, and killed at the end of the
+/// scope.
+class Editor {
+ public:
+  static constexpr auto emptyFile = "document.txt";
+
+  explicit Editor(const QString& program, const QStringList& arguments = {}) {
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("HOME", home_.path());
+    process_.setProcessEnvironment(environment);
+    process_.setStandardOutputFile(QProcess::nullDevice());
+    process_.setStandardErrorFile(QProcess::nullDevice());
+    process_.setWorkingDirectory(home_.path());
+    QFile(path(emptyFile)).open(QIODevice::WriteOnly);
+    process_.start(program, arguments);
+    process_.waitForStarted();
+  }
+  ~Editor() { kill(); }
+
+  std::int32_t pid() const { return static_cast<std::int32_t>(process_.processId()); }
+  QString path(const QString& file) const { return home_.filePath(file); }
+  void kill() {
+    if (process_.state() == QProcess::NotRunning) return;
+    process_.kill();
+    process_.waitForFinished();
+  }
+  void suspend() const { ::kill(pid(), SIGSTOP); }
+  void resume() const { ::kill(pid(), SIGCONT); }
+
+ private:
+  QTemporaryDir home_;
+  QProcess process_;
+};
+
+/// Presses keys by their X names, as a person would, for example "shift+Left".
+inline void press(const QStringList& keys) {
+  QProcess::execute("xdotool", QStringList{"key", "--clearmodifiers"} + keys);
+}
+
+}  // namespace quillet::test
