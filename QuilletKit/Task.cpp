@@ -41,7 +41,8 @@ bool isCancellation(const std::exception_ptr& error) noexcept {
 void Task::cancel() {
   if (auto state = std::exchange(state_, nullptr); state && !state->finished) {
     state->cancelled = true;
-    state->signal.emit(boost::asio::cancellation_type::terminal);
+    // Before the first step there is nobody to catch what a cancelled suspension throws.
+    if (state->begun) state->signal.emit(boost::asio::cancellation_type::terminal);
   }
 }
 

@@ -36,6 +36,7 @@ class Task {
  private:
   struct State {
     boost::asio::cancellation_signal signal;
+    bool begun = false;
     bool cancelled = false;
     bool finished = false;
   };
@@ -79,8 +80,9 @@ class Task {
     void operator()(std::exception_ptr error) const;
   };
   template <typename Body>
-  static Awaitable<void> run(std::shared_ptr<const State> state, Body body) {
+  static Awaitable<void> run(std::shared_ptr<State> state, Body body) {
     if (state->cancelled) co_return;
+    state->begun = true;
     if constexpr (std::is_invocable_v<Body&, const Token&>) {
       co_await body(Token(state));
     } else {

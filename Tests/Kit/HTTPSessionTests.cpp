@@ -170,8 +170,10 @@ TEST_F(HTTPSessionTest, HopsSurviveACancellationAtAnyMomentOfTheirEnd) {
   constexpr int kRounds = 500;
   for (int round = 0; round < kRounds; ++round) {
     Task task(main.executor());
+    bool begun = false;
     bool finished = false;
     task.start([&]() -> Awaitable<void> {
+      begun = true;
       try {
         co_await runOn(network.executor(), []() -> Awaitable<void> { co_return; }());
       } catch (const boost::system::system_error&) {
@@ -179,6 +181,7 @@ TEST_F(HTTPSessionTest, HopsSurviveACancellationAtAnyMomentOfTheirEnd) {
       finished = true;
     });
     for (int step = 0; step < round % 7; ++step) std::this_thread::yield();
+    main.runUntil([&] { return begun; });
     main.runUntil([&, polls = 0]() mutable { return finished || ++polls > round % 4; });
     task.cancel();
     main.runUntil([&] { return finished; });
