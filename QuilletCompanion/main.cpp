@@ -131,7 +131,9 @@ class LineInput {
   bool everRead_ = false;
 };
 
-void print(const std::string& line) { std::cout << line << std::endl; }
+void print(const std::string& line) {
+  std::cout << line << std::endl;
+}
 
 /// Lets what was suspended in the model end before what it refers to goes away.
 void drain(std::shared_ptr<AppModel> model) {

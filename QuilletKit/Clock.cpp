@@ -27,9 +27,7 @@ TimeSource systemTime(Executor timers) {
   return {
       .now = [] { return Clock::now(); },
       .monotonic = [] { return std::chrono::steady_clock::now(); },
-      .sleep = [timers](Duration duration) -> Awaitable<void> {
-        co_await runOn(timers, wait(duration));
-      },
+      .sleep = [timers](Duration duration) -> Awaitable<void> { co_await runOn(timers, wait(duration)); },
   };
 }
 

@@ -197,8 +197,7 @@ void writeValue(JSONWriter& writer, const T& value) {
     writeJSON(writer, value);
   } else if constexpr (Described<T>) {
     writer.beginObject();
-    std::apply([&](const auto&... each) { (detail::writeField(writer, value, each), ...); },
-               kJSONFields<T>);
+    std::apply([&](const auto&... each) { (detail::writeField(writer, value, each), ...); }, kJSONFields<T>);
     writer.endObject();
   } else if constexpr (RawEnum<T>) {
     writer.string(rawValue(value));
@@ -227,8 +226,7 @@ void readValue(const JSONReader& reader, T& value) {
   if constexpr (CustomCoded<T>) {
     readJSON(reader, value);
   } else if constexpr (Described<T>) {
-    std::apply([&](const auto&... each) { (detail::readField(reader, value, each), ...); },
-               kJSONFields<T>);
+    std::apply([&](const auto&... each) { (detail::readField(reader, value, each), ...); }, kJSONFields<T>);
   } else if constexpr (RawEnum<T>) {
     detail::readEnum(reader, value);
   } else if constexpr (std::is_same_v<T, std::string>) {

@@ -58,8 +58,9 @@ class Task {
   Task(const Task&) = delete;
   Task& operator=(const Task&) = delete;
 
-  /// Cancels what runs and starts `body`, a callable that gives Awaitable<void> and may take a Token. The callable lives
-  /// as long as its coroutine; a task that is cancelled before its first step never calls it. The first step runs from the executor, not inside this call.
+  /// Cancels what runs and starts `body`, a callable that gives Awaitable<void> and may take a Token. The callable
+  /// lives as long as its coroutine; a task that is cancelled before its first step never calls it. The first step runs
+  /// from the executor, not inside this call.
   template <typename Body>
   void start(Body body) {
     cancel();

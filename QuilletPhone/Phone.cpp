@@ -72,7 +72,9 @@ Phone::Phone(PhoneState state, std::filesystem::path folder, DeviceIdentity iden
       time_(std::move(time)),
       api_(serviceURL(state_.service), identity, session) {}
 
-std::string Phone::makeId() { return Crypto::hexLower(Crypto::randomBytes(16)); }
+std::string Phone::makeId() {
+  return Crypto::hexLower(Crypto::randomBytes(16));
+}
 
 Awaitable<void> Phone::registerDevice() {
   co_await asked(api_.registerDevice(DevicePlatform::ios, state_.name, "quillet-phone " QUILLET_VERSION));
@@ -98,7 +100,9 @@ Awaitable<Phone::Claim> Phone::claim(std::string invitationOrCode) {
   }
 }
 
-Awaitable<void> Phone::cancelPairing(std::string sessionId) { co_await asked(api_.cancelPairing(std::move(sessionId))); }
+Awaitable<void> Phone::cancelPairing(std::string sessionId) {
+  co_await asked(api_.cancelPairing(std::move(sessionId)));
+}
 
 Awaitable<PeerIdentity> Phone::confirm(Claim claim) {
   const std::string sealed = claim.crypto.sealIdentity(identity_.peerIdentity(state_.name, DevicePlatform::ios));
@@ -154,8 +158,7 @@ Awaitable<std::vector<Phone::MacPresence>> Phone::presence() {
 
 Awaitable<PrepareResultPayload> Phone::prepare(PeerIdentity mac, std::string utteranceId) {
   const PrepareRequestPayload payload{makeId(), std::move(utteranceId), time_.now()};
-  PrepareRelayRequest request{payload.requestId,
-                              Envelope::seal(payload, EnvelopePurpose::prepare, identity_, mac)};
+  PrepareRelayRequest request{payload.requestId, Envelope::seal(payload, EnvelopePurpose::prepare, identity_, mac)};
   const EnvelopeResponse response = co_await asked(api_.prepareTarget(mac.deviceId, std::move(request)));
   auto result = opened<PrepareResultPayload>(response.envelope, EnvelopePurpose::prepareResult, identity_, mac);
   if (result.requestId != payload.requestId || result.utteranceId != payload.utteranceId) {

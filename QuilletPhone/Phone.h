@@ -18,16 +18,16 @@ namespace quillet {
 /// How a command ended; the values are the program's exit codes.
 enum class PhoneExit {
   done = 0,
-  failure = 1,            ///< Of this machine: files, keys.
+  failure = 1,  ///< Of this machine: files, keys.
   usage = 2,
-  notReady = 3,           ///< No `init` yet, or no such Mac paired.
-  unreachable = 4,        ///< The service can't be reached.
-  serviceRefused = 5,     ///< The service said no.
-  targetRefused = 6,      ///< The Mac said no; nothing was inserted.
-  uncertain = 7,          ///< The text may have gone in.
-  pairingFailed = 8,      ///< Cancelled, expired or not confirmed.
-  verificationFailed = 9, ///< An answer that isn't from the paired Mac.
-  noAnswer = 10           ///< Delivered to the service, no result in time.
+  notReady = 3,            ///< No `init` yet, or no such Mac paired.
+  unreachable = 4,         ///< The service can't be reached.
+  serviceRefused = 5,      ///< The service said no.
+  targetRefused = 6,       ///< The Mac said no; nothing was inserted.
+  uncertain = 7,           ///< The text may have gone in.
+  pairingFailed = 8,       ///< Cancelled, expired or not confirmed.
+  verificationFailed = 9,  ///< An answer that isn't from the paired Mac.
+  noAnswer = 10            ///< Delivered to the service, no result in time.
 };
 
 struct PhoneError : std::runtime_error {

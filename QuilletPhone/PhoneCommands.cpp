@@ -122,7 +122,8 @@ class PhoneRun {
   bool wordsAgree(const Phone::Claim& claim) {
     const auto words = claim.crypto.verificationWords();
     if (arguments_.json) {
-      out_ << json::serialize(json::object{{"macName", claim.macName}, {"words", json::array(words.begin(), words.end())}})
+      out_ << json::serialize(
+                  json::object{{"macName", claim.macName}, {"words", json::array(words.begin(), words.end())}})
            << std::endl;
     } else {
       out_ << claim.macName << "\nVerification words: " << claim.crypto.verificationPhrase() << std::endl;

@@ -26,8 +26,8 @@ struct PhoneArguments {
 
 extern const char* const kPhoneHelp;
 
-/// Runs one command to its end. Answers go to `out`, questions and errors to `err`, replies to questions come from `in`.
-/// `defaultFolder` is used unless --state names another.
+/// Runs one command to its end. Answers go to `out`, questions and errors to `err`, replies to questions come from
+/// `in`. `defaultFolder` is used unless --state names another.
 PhoneExit runPhone(const PhoneArguments& arguments, const std::filesystem::path& defaultFolder, std::istream& in,
                    std::ostream& out, std::ostream& err);
 

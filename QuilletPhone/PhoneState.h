@@ -27,8 +27,8 @@ struct PhoneState {
   /// Durable when it returns; throws AtomicFile's errors.
   void save(const std::filesystem::path& folder) const;
 
-  /// The one that `wanted` names by id, by the start of an id or by name; the only one when `wanted` is empty. Absent when
-  /// there is none or more than one.
+  /// The one that `wanted` names by id, by the start of an id or by name; the only one when `wanted` is empty. Absent
+  /// when there is none or more than one.
   const PairedMac* mac(const std::string& wanted) const;
 };
 

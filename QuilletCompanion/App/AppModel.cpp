@@ -417,9 +417,9 @@ void AppModel::stopServices() {
   upkeepTask_.cancel();
   if (connection_) connection_->stop();
   handler_.reset();
-  retired_.insert(retired_.end(), {api_, std::shared_ptr<void>(std::move(targetGuard_)),
-                                   std::shared_ptr<void>(std::move(inserter_)),
-                                   std::shared_ptr<void>(std::move(journal_))});
+  retired_.insert(retired_.end(),
+                  {api_, std::shared_ptr<void>(std::move(targetGuard_)), std::shared_ptr<void>(std::move(inserter_)),
+                   std::shared_ptr<void>(std::move(journal_))});
   api_.reset();
   connection_.reset();
   identity_.reset();
@@ -435,7 +435,9 @@ void AppModel::peerRevoked(const std::string& id) {
   serverPairs.set(std::move(pairs));
 }
 
-void AppModel::peerPaired() { startUpkeep(); }
+void AppModel::peerPaired() {
+  startUpkeep();
+}
 
 void AppModel::insertionSucceeded(const std::string& phoneName) {
   if (onInsertion) onInsertion(phoneName);

@@ -10,8 +10,8 @@
 
 namespace quillet {
 
-/// The user's settings: a volatile domain from the launch arguments above a lasting one in a JSON file. Writes go to the
-/// lasting domain and are durable at once. Main thread only.
+/// The user's settings: a volatile domain from the launch arguments above a lasting one in a JSON file. Writes go to
+/// the lasting domain and are durable at once. Main thread only.
 class UserDefaults {
  public:
   /// Takes pairs "-key value" out of `arguments`, which keeps the rest. Values read as true/false, as a JSON array of

@@ -71,7 +71,9 @@ json::object describe(const AppModel::Registration& registration) {
                              [](const AppModel::Failed& failed) {
                                return json::object{{"state", "failed"}, {"message", failed.message}};
                              },
-                             [](AppModel::Step step) { return json::object{{"state", stepName(step)}}; }},
+                             [](AppModel::Step step) {
+                               return json::object{{"state", stepName(step)}};
+                             }},
                     registration);
 }
 
@@ -145,7 +147,9 @@ void TerminalFrontEnd::answer(std::string_view name, Object fields, const std::s
   emit(std::move(fields), text);
 }
 
-void TerminalFrontEnd::refuse(const std::string& text) { answer("error", {{"message", text}}, text); }
+void TerminalFrontEnd::refuse(const std::string& text) {
+  answer("error", {{"message", text}}, text);
+}
 
 void TerminalFrontEnd::handleLine(std::string_view line) {
   const std::string_view word = Unicode::trim(line);
@@ -223,7 +227,9 @@ void TerminalFrontEnd::peers() {
   answer("peers", {{"peers", std::move(list)}}, text.empty() ? "No phone is paired." : text);
 }
 
-void TerminalFrontEnd::help() { answer("help", {{"text", kHelp}}, std::string(kHelp)); }
+void TerminalFrontEnd::help() {
+  answer("help", {{"text", kHelp}}, std::string(kHelp));
+}
 
 void TerminalFrontEnd::showRegistration() {
   auto fields = describe(model_.registration.get());

@@ -183,12 +183,11 @@ TEST_P(TypingTest, TypesEveryCharacterRight) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Editors, TypingTest, testing::Values("mousepad", "featherpad", "gnome-text-editor"),
-                         [](const auto& editor) {
-                           std::string name = editor.param;
-                           std::erase(name, '-');
-                           return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Editors, TypingTest, testing::Values("mousepad", "featherpad"), [](const auto& editor) {
+  std::string name = editor.param;
+  std::erase(name, '-');
+  return name;
+});
 
 }  // namespace
 }  // namespace quillet
