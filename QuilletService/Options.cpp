@@ -87,7 +87,7 @@ Options Options::parse(std::span<const char* const> arguments) {
 
 std::string_view Options::usage() {
   return "usage: quillet-service [options]\n"
-         "  --listen HOST:PORT     address to serve (127.0.0.1:8080); port 0 takes a free one\n"
+         "  --listen HOST:PORT     address to serve (127.0.0.1:8787); port 0 takes a free one\n"
          "  --database PATH        where state is kept (quillet/service.sqlite in the folder for state)\n"
          "  --max-age SECONDS      how far a request's time may be off (300)\n"
          "  --pairing-ttl SECONDS  life of a pairing session (120)\n"

@@ -18,7 +18,7 @@ struct Options {
   };
 
   std::string host = "127.0.0.1";
-  std::uint16_t port = 8080;
+  std::uint16_t port = 8787;
   ServiceSettings settings;
   std::optional<TLSFiles> tls;
   Log::Level logLevel = Log::Level::info;

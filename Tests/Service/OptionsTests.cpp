@@ -26,7 +26,7 @@ TEST(OptionsTest, ReadsEverything) {
 
 TEST(OptionsTest, RefusesWhatItDoesNotUnderstand) {
   for (const auto& arguments : std::vector<std::vector<const char*>>{{"--listen"},
-                                                                     {"--listen", "8080"},
+                                                                     {"--listen", "8787"},
                                                                      {"--listen", ":80"},
                                                                      {"--listen", "a:65536"},
                                                                      {"--listen", "a:80x"},
