@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include <benchmark/benchmark.h>
-
 #include <boost/json.hpp>
 #include <string>
 
+#include "Benchmarks/Table.h"
 #include "QuilletKit/JSONCoding.h"
 #include "QuilletKit/WireModels.h"
 
 /// The relay frame of one dictated text (1.4 KB), beside what the JSON library costs by itself.
-namespace quillet {
+namespace quillet::bench {
 namespace {
 
 RelayServerMessage sampleFrame() {
@@ -21,31 +20,27 @@ RelayServerMessage sampleFrame() {
   return RelayServer::Deliver{"0f8fad5b-d9cb-469f-a165-70867728950e", envelope.from, envelope};
 }
 
-void decodeFrame(benchmark::State& state) {
-  const std::string text = JSONCoding::encode(sampleFrame());
-  for (auto _ : state) benchmark::DoNotOptimize(JSONCoding::decode<RelayServerMessage>(text));
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
-}
-BENCHMARK(decodeFrame);
-
-void parseAlone(benchmark::State& state) {
-  const std::string text = JSONCoding::encode(sampleFrame());
-  for (auto _ : state) benchmark::DoNotOptimize(boost::json::parse(text));
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
-}
-BENCHMARK(parseAlone);
-
-void encodeFrame(benchmark::State& state) {
+void codec(Table& table) {
+  table.section("Relay frame of 1.4 KB, fully checked");
   const RelayServerMessage frame = sampleFrame();
-  for (auto _ : state) benchmark::DoNotOptimize(JSONCoding::encode(frame));
+  const std::string text = JSONCoding::encode(frame);
+  const boost::json::value value = boost::json::parse(text);
+  const Comparison decoding =
+      compare([&] { keep(JSONCoding::decode<RelayServerMessage>(text)); }, [&] { keep(boost::json::parse(text)); });
+  const Comparison encoding =
+      compare([&] { keep(JSONCoding::encode(frame)); }, [&] { keep(boost::json::serialize(value)); });
+  table.add({"decode", {decoding.ours / 1000, "us"}, "", {}, 1.0});
+  table.add({"decode, beside the bare library",
+             {decoding.ours / 1000, "us"},
+             "boost::json::parse",
+             Figure{decoding.floor / 1000, "us"}});
+  table.add({"encode", {encoding.ours / 1000, "us"}, "", {}, 1.5});
+  table.add({"encode, beside the bare library",
+             {encoding.ours / 1000, "us"},
+             "boost::json::serialize",
+             Figure{encoding.floor / 1000, "us"}});
 }
-BENCHMARK(encodeFrame);
-
-void serializeAlone(benchmark::State& state) {
-  const boost::json::value value = boost::json::parse(JSONCoding::encode(sampleFrame()));
-  for (auto _ : state) benchmark::DoNotOptimize(boost::json::serialize(value));
-}
-BENCHMARK(serializeAlone);
+const Section kSection("codec", codec);
 
 }  // namespace
-}  // namespace quillet
+}  // namespace quillet::bench

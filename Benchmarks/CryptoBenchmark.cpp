@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include <benchmark/benchmark.h>
-
 #include <string>
 
+#include "Benchmarks/Table.h"
 #include "QuilletKit/Base64URL.h"
 #include "QuilletKit/Envelope.h"
 #include "QuilletKit/WireModels.h"
 
 /// Sealing and opening a dictated text of 1 KB, each beside its primitives alone: agreement, derivation, box,
-/// base64url, JSON. The whole may cost at most 1.15 times the primitives.
-namespace quillet {
+/// base64url, JSON.
+namespace quillet::bench {
 namespace {
 
 constexpr EnvelopePurpose kPurpose = EnvelopePurpose::delivery;
@@ -23,71 +22,48 @@ struct Fixture {
                           RecognitionMode::cloud, 1760000000000};
   Envelope envelope = Envelope::seal(payload, kPurpose, sender, recipientPeer);
   std::string bound = Envelope::additionalData(kPurpose, envelope.from, envelope.to);
+
+  void sealByHand() const {
+    const std::string plaintext = JSONCoding::encode(payload);
+    const Bytes salt = Crypto::randomBytes(Crypto::kKeySize);
+    const Crypto::Key secret = Crypto::sharedSecret(sender.agreementKey, recipientKey);
+    const Crypto::Key key = Crypto::keyFrom(Crypto::hkdf(secret, salt, bytesOf(bound), Crypto::kKeySize));
+    const Bytes box = Crypto::seal(key, Crypto::Nonce{}, bytesOf(plaintext), bytesOf(bound));
+    keep(Base64URL::encode(box));
+    keep(Base64URL::encode(salt));
+  }
+
+  void openByHand() const {
+    const Bytes salt = *Base64URL::decode(envelope.salt);
+    const Bytes box = *Base64URL::decode(envelope.box);
+    const Crypto::Key secret = Crypto::sharedSecret(recipient.agreementKey, senderKey);
+    const Crypto::Key key = Crypto::keyFrom(Crypto::hkdf(secret, salt, bytesOf(bound), Crypto::kKeySize));
+    const Bytes plaintext = Crypto::open(key, box, bytesOf(bound));
+    keep(JSONCoding::decode<DeliveryPayload>(textOf(plaintext)));
+  }
 };
 
-void sealEnvelope(benchmark::State& state) {
+void envelope(Table& table) {
+  table.section("Sealed envelope of 1 KB");
   const Fixture fixture;
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(Envelope::seal(fixture.payload, kPurpose, fixture.sender, fixture.recipientPeer));
-  }
+  const Comparison sealing =
+      compare([&] { keep(Envelope::seal(fixture.payload, kPurpose, fixture.sender, fixture.recipientPeer)); },
+              [&] { fixture.sealByHand(); });
+  const Comparison opening =
+      compare([&] { keep(fixture.envelope.open<DeliveryPayload>(kPurpose, fixture.recipient, fixture.senderPeer)); },
+              [&] { fixture.openByHand(); });
+  table.add({"payload object to Envelope",
+             {sealing.ours / 1000, "us"},
+             "its primitives",
+             Figure{sealing.floor / 1000, "us"},
+             1.15});
+  table.add({"Envelope to payload object",
+             {opening.ours / 1000, "us"},
+             "its primitives",
+             Figure{opening.floor / 1000, "us"},
+             1.15});
 }
-BENCHMARK(sealEnvelope);
-
-void sealPrimitives(benchmark::State& state) {
-  const Fixture fixture;
-  const Crypto::Nonce nonce{};
-  for (auto _ : state) {
-    const std::string plaintext = JSONCoding::encode(fixture.payload);
-    const Bytes salt = Crypto::randomBytes(Crypto::kKeySize);
-    const Crypto::Key secret = Crypto::sharedSecret(fixture.sender.agreementKey, fixture.recipientKey);
-    const Crypto::Key key = Crypto::keyFrom(Crypto::hkdf(secret, salt, bytesOf(fixture.bound), Crypto::kKeySize));
-    const Bytes box = Crypto::seal(key, nonce, bytesOf(plaintext), bytesOf(fixture.bound));
-    benchmark::DoNotOptimize(Base64URL::encode(box));
-    benchmark::DoNotOptimize(Base64URL::encode(salt));
-  }
-}
-BENCHMARK(sealPrimitives);
-
-void openEnvelope(benchmark::State& state) {
-  const Fixture fixture;
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(fixture.envelope.open<DeliveryPayload>(kPurpose, fixture.recipient, fixture.senderPeer));
-  }
-}
-BENCHMARK(openEnvelope);
-
-void openPrimitives(benchmark::State& state) {
-  const Fixture fixture;
-  for (auto _ : state) {
-    const Bytes salt = *Base64URL::decode(fixture.envelope.salt);
-    const Bytes box = *Base64URL::decode(fixture.envelope.box);
-    const Crypto::Key secret = Crypto::sharedSecret(fixture.recipient.agreementKey, fixture.senderKey);
-    const Crypto::Key key = Crypto::keyFrom(Crypto::hkdf(secret, salt, bytesOf(fixture.bound), Crypto::kKeySize));
-    const Bytes plaintext = Crypto::open(key, box, bytesOf(fixture.bound));
-    benchmark::DoNotOptimize(JSONCoding::decode<DeliveryPayload>(textOf(plaintext)));
-  }
-}
-BENCHMARK(openPrimitives);
-
-void agreement(benchmark::State& state) {
-  const Fixture fixture;
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(Crypto::sharedSecret(fixture.sender.agreementKey, fixture.recipientKey));
-  }
-}
-BENCHMARK(agreement);
-
-void derivation(benchmark::State& state) {
-  const Crypto::Key secret = Crypto::generatePrivateKey();
-  for (auto _ : state) benchmark::DoNotOptimize(Crypto::hkdf(secret, secret, bytesOf("info"), Crypto::kKeySize));
-}
-BENCHMARK(derivation);
-
-void signing(benchmark::State& state) {
-  const DeviceIdentity identity = DeviceIdentity::generate();
-  for (auto _ : state) benchmark::DoNotOptimize(Crypto::sign(identity.signingKey, bytesOf("message")));
-}
-BENCHMARK(signing);
+const Section kSection("envelope", envelope);
 
 }  // namespace
-}  // namespace quillet
+}  // namespace quillet::bench
