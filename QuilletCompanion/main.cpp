@@ -135,13 +135,15 @@ void print(const std::string& line) {
   std::cout << line << std::endl;
 }
 
-/// Lets what was suspended in the model end before what it refers to goes away.
+/// Lets what was suspended in the model end before what it refers to goes away; an insertion that runs, too.
 void drain(std::shared_ptr<AppModel> model) {
   model->stopServices();
   const std::weak_ptr<AppModel> left = model;
-  model.reset();
   const QDeadlineTimer deadline(1000);
-  while (!left.expired() && !deadline.hasExpired()) QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+  const auto serve = [] { QCoreApplication::processEvents(QEventLoop::AllEvents, 10); };
+  while (model->isFinishing() && !deadline.hasExpired()) serve();
+  model.reset();
+  while (!left.expired() && !deadline.hasExpired()) serve();
   QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
 }
 

@@ -35,14 +35,6 @@ fs::path folderOf(const fs::path& path) {
   return path.has_parent_path() ? path.parent_path() : fs::path(".");
 }
 
-void createFolders(const fs::path& folder) {
-  if (fs::is_directory(folder)) return;
-  if (folder.has_parent_path() && folder.parent_path() != folder) createFolders(folder.parent_path());
-  if (::mkdir(folder.c_str(), kFolderMode) == 0) return;
-  const std::error_code code(errno == EEXIST ? ENOTDIR : errno, std::generic_category());
-  if (!fs::is_directory(folder)) throw fs::filesystem_error("create folder", folder, code);
-}
-
 /// The open temporary file; closed and unlinked unless it took the destination's place.
 class TemporaryFile {
  public:
@@ -68,8 +60,9 @@ class TemporaryFile {
     }
   }
 
+  /// One attempt only: after a failure the system counts the lost pages as written, and a second flush succeeds.
   void flush() const {
-    if (::fdatasync(descriptor_) != 0 && ::fsync(descriptor_) != 0) throw Failure("fsync", errno);
+    if (::fdatasync(descriptor_) != 0) throw Failure("fsync", errno);
   }
 
   void close() {
@@ -102,6 +95,14 @@ Failure::Failure(std::string failedOperation, std::int32_t errorCode)
     : std::runtime_error(failedOperation + ": errno " + std::to_string(errorCode)),
       operation(std::move(failedOperation)),
       code(errorCode) {}
+
+void createFolders(const fs::path& folder) {
+  if (fs::is_directory(folder)) return;
+  if (folder.has_parent_path() && folder.parent_path() != folder) createFolders(folder.parent_path());
+  if (::mkdir(folder.c_str(), kFolderMode) == 0) return;
+  const std::error_code code(errno == EEXIST ? ENOTDIR : errno, std::generic_category());
+  if (!fs::is_directory(folder)) throw fs::filesystem_error("create folder", folder, code);
+}
 
 void write(ByteView data, const fs::path& path) {
   const fs::path folder = folderOf(path);

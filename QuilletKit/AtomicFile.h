@@ -22,4 +22,7 @@ struct Failure : std::runtime_error {
 /// Throws Failure or std::filesystem::filesystem_error.
 void write(ByteView data, const std::filesystem::path& path);
 
+/// Creates the folder (0700) and those above it, where they are missing. Throws std::filesystem::filesystem_error.
+void createFolders(const std::filesystem::path& folder);
+
 }  // namespace quillet::AtomicFile

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "QuilletCompanion/Relay/PresenceBuilder.h"
+#include "QuilletCompanion/Relay/StoredFile.h"
 #include "QuilletKit/Log.h"
 #include "QuilletKit/Unicode.h"
 
@@ -16,11 +17,6 @@ constexpr auto kHeartbeatPeriod = std::chrono::seconds(30);
 constexpr auto kTrustPollPeriod = std::chrono::seconds(2);
 constexpr std::int64_t kReconcileGraceMilliseconds = 120'000;
 constexpr std::size_t kMaximumSocketMessage = 1'048'576;
-
-std::optional<std::filesystem::path> inFolder(const std::optional<std::filesystem::path>& folder, const char* name) {
-  if (!folder) return std::nullopt;
-  return *folder / name;
-}
 
 std::string firstMacName(const UserDefaults& defaults, const std::string& hostName) {
   const std::string chosen = defaults.string("macName").value_or("");
@@ -82,7 +78,7 @@ AppModel::AppModel(AppModelParts parts)
       parts_(std::move(parts)),
       localTest_(std::make_shared<LocalTestField>([this] { return parts_.provider.isOwnApplicationActive(); },
                                                   parts_.time.now)),
-      peerStore_(inFolder(parts_.supportFolder, "peers.json")),
+      peerStore_(supportFile(parts_.supportFolder, "peers.json")),
       registrationTask_(parts_.mainThread),
       readinessTask_(parts_.mainThread),
       heartbeatTask_(parts_.mainThread),
@@ -187,7 +183,7 @@ void AppModel::wireConnection() {
         return makeWebSocketTask(parts_.session, parts_.mainThread, std::move(request), kMaximumSocketMessage);
       },
       parts_.systemEvents, parts_.time, parts_.jitter);
-  handler_ = std::make_unique<RelayMessageHandler>(parts_.mainThread, *identity_, peerStore_, *targetGuard_, *journal_,
+  handler_ = std::make_shared<RelayMessageHandler>(parts_.mainThread, *identity_, peerStore_, *targetGuard_, *journal_,
                                                    *inserter_, parts_.time.now);
   handler_->setTransport(connection_);
   handler_->setEvents(weak_from_this());
@@ -416,6 +412,7 @@ void AppModel::stopServices() {
   heartbeatTask_.cancel();
   upkeepTask_.cancel();
   if (connection_) connection_->stop();
+  lastHandler_ = handler_;
   handler_.reset();
   retired_.insert(retired_.end(),
                   {api_, std::shared_ptr<void>(std::move(targetGuard_)), std::shared_ptr<void>(std::move(inserter_)),

@@ -97,6 +97,8 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   /// Milliseconds since 1970, as the service told last.
   std::optional<std::int64_t> lastSeen(const std::string& peerDeviceId) const;
   void stopServices();
+  /// Whether, after a stop, an insertion is still running; its outcome is then yet to be journalled.
+  bool isFinishing() const { return !lastHandler_.expired(); }
 
   /// The desktop's focus moved inside the front application (the element that a notification named, if any), or another
   /// window came to the front.
@@ -143,7 +145,8 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   std::unique_ptr<TargetGuard> targetGuard_;
   std::unique_ptr<TextInserter> inserter_;
   std::shared_ptr<RelayConnection> connection_;
-  std::unique_ptr<RelayMessageHandler> handler_;
+  std::shared_ptr<RelayMessageHandler> handler_;
+  std::weak_ptr<RelayMessageHandler> lastHandler_;
   /// Services of an earlier identity, kept for what was suspended in them when they were replaced.
   std::vector<std::shared_ptr<void>> retired_;
 

@@ -25,13 +25,6 @@ constexpr auto jsonFields(std::type_identity<FileFormat>) {
   return fields(field("entries", &FileFormat::entries), field("version", &FileFormat::version));
 }
 
-bool makeFolder(const std::filesystem::path& folder) {
-  std::error_code error;
-  const bool created = std::filesystem::create_directories(folder, error);
-  if (created) std::filesystem::permissions(folder, std::filesystem::perms::owner_all, error);
-  return !error;
-}
-
 std::string keyOf(const std::string& peerId, const std::string& utteranceId) {
   return peerId + "|" + utteranceId;
 }
@@ -64,18 +57,18 @@ InsertionJournal::~InsertionJournal() = default;
 
 std::unique_ptr<InsertionJournal> InsertionJournal::openJournal(
     const std::optional<std::filesystem::path>& supportFolder, Now now) {
-  if (!supportFolder || !makeFolder(*supportFolder)) {
+  const auto path = supportFile(supportFolder, "journal.json");
+  if (!path) {
     Log::error("insertion", "No Application Support directory; journal kept in memory");
     return std::make_unique<InsertionJournal>(std::nullopt, std::move(now));
   }
-  const auto path = *supportFolder / "journal.json";
   try {
     return std::make_unique<InsertionJournal>(path, now);
   } catch (const std::exception&) {
     Log::error("insertion", "Journal unreadable; moving it aside");
   }
   std::error_code ignored;
-  std::filesystem::rename(path, *supportFolder / ("journal.corrupt-" + std::to_string(now()) + ".json"), ignored);
+  std::filesystem::rename(*path, *supportFolder / ("journal.corrupt-" + std::to_string(now()) + ".json"), ignored);
   try {
     return std::make_unique<InsertionJournal>(path, now);
   } catch (const std::exception&) {
@@ -99,6 +92,11 @@ void InsertionJournal::record(const JournalEntry& entry) {
     restore(key, entry, previous);
     throw;
   }
+}
+
+void InsertionJournal::close() {
+  fileURL_.reset();
+  document_ = {};
 }
 
 void InsertionJournal::load() {

@@ -106,7 +106,6 @@ void RelayConnection::openSocket(HTTPRequest request) {
 void RelayConnection::markConnected(Identity id) {
   if (!isCurrent(id) || state_.get() != State(Phase::connecting)) return;
   backoff_.attempt = 0;
-  consecutiveRefusals_ = 0;
   state_.set(Phase::connected);
   hasEverConnected_.set(true);
   lastConnectedAt_.set(time_.now());
@@ -141,7 +140,6 @@ void RelayConnection::socketFailed(Identity id, bool refused) {
   tearDown(kFoundDead);
   if (!running_) return;
   if (refused) {
-    ++consecutiveRefusals_;
     const Identity before = connectionId_;
     if (onAuthenticationRejected) onAuthenticationRejected();
     if (!isCurrent(before)) return;  // the callback has started over, or stopped

@@ -51,8 +51,6 @@ class RelayConnection final : public RelayTransport, public std::enable_shared_f
   /// Milliseconds since 1970.
   const Observable<std::optional<std::int64_t>>& lastConnectedAt() const { return lastConnectedAt_; }
   const Observable<bool>& hasEverConnected() const { return hasEverConnected_; }
-  /// Upgrades refused with 401 or 403 since the last `connected`, the one being told included.
-  int consecutiveRefusals() const { return consecutiveRefusals_; }
   bool isConnected() const { return state_.get() == State(Phase::connected); }
 
  private:
@@ -94,7 +92,6 @@ class RelayConnection final : public RelayTransport, public std::enable_shared_f
   Identity connectionId_ = 0;  ///< Moves on with every socket and every tear-down.
   bool awaitingPong_ = false;
   Backoff backoff_;
-  int consecutiveRefusals_ = 0;
   bool running_ = false;
   bool asleep_ = false;
   bool networkAvailable_ = true;

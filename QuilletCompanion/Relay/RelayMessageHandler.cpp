@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Relay/RelayMessageHandler.h"
 
+#include <algorithm>
 #include <boost/asio/post.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <utility>
@@ -80,9 +81,21 @@ void RelayMessageHandler::receive(const RelayServer::Prepare& frame) {
 void RelayMessageHandler::receive(const RelayServer::Deliver& frame) {
   send(RelayClient::Received{frame.utteranceId});
   if (pending_ < kMostPending) return enqueue(frame);
-  if (const auto peer = peers_.peer(frame.from)) {
-    refuseUnjournalled(frame.utteranceId, RefusalReason::busy, std::nullopt, peer->identity);
-  }
+  if (isUnderWay(frame)) return;
+  const auto peer = peers_.peer(frame.from);
+  if (!peer) return;
+  // Of an utterance that has an outcome, "refused" would be untrue.
+  if (verifiedPeer(frame.from, frame.envelope) && replay(frame.utteranceId, peer->identity)) return;
+  refuseUnjournalled(frame.utteranceId, RefusalReason::busy, std::nullopt, peer->identity);
+}
+
+/// Whether the same utterance runs or waits, so that its answer is still to come.
+bool RelayMessageHandler::isUnderWay(const RelayServer::Deliver& frame) const {
+  const std::pair sought(frame.from, frame.utteranceId);
+  return running_ == sought || std::any_of(queue_.begin(), queue_.end(), [&](const Unit& unit) {
+           const auto* delivery = std::get_if<RelayServer::Deliver>(&unit);
+           return delivery != nullptr && std::pair(delivery->from, delivery->utteranceId) == sought;
+         });
 }
 
 void RelayMessageHandler::receive(const RelayServer::PairRevoked& frame) {
@@ -107,30 +120,35 @@ void RelayMessageHandler::receive(const RelayServer::Unknown& frame) {
 
 void RelayMessageHandler::enqueue(Unit unit) {
   queue_.push_back(std::move(unit));
-  if (++pending_ == 1) {
-    chain_.start([this, alive = std::weak_ptr(alive_)]() -> Awaitable<void> {
-      if (!alive.expired()) co_await runChain();
-    });
+  if (++pending_ == 1) chain_.start([weak = weak_from_this()] { return runChain(weak); });
+}
+
+// A unit that runs keeps the handler; between two units nothing does.
+Awaitable<void> RelayMessageHandler::runChain(std::weak_ptr<RelayMessageHandler> weak) {
+  for (;;) {
+    auto self = weak.lock();
+    if (!self) co_return;
+    const Executor mainThread = self->mainThread_;
+    co_await self->runFirst();
+    const bool isLast = --self->pending_ == 0;
+    self.reset();
+    if (isLast) co_return;
+    // Others of the main thread, a revocation above all, get their turn between two units.
+    co_await boost::asio::post(mainThread, boost::asio::use_awaitable);
   }
 }
 
-// A cancellation may reach the chain one step late, so it asks after each suspension whether the handler still lives.
-Awaitable<void> RelayMessageHandler::runChain() {
-  const std::weak_ptr<const bool> alive = alive_;
-  while (pending_ > 0) {
-    auto unit = std::move(queue_.front());
-    queue_.pop_front();
-    if (auto* delivery = std::get_if<RelayServer::Deliver>(&unit)) {
-      co_await handleDelivery(std::move(*delivery));
-    } else {
-      handlePrepare(std::get<RelayServer::Prepare>(unit));
-    }
-    if (alive.expired()) co_return;
-    if (--pending_ == 0) co_return;
-    // Others of the main thread, a revocation above all, get their turn between two units.
-    co_await boost::asio::post(mainThread_, boost::asio::use_awaitable);
-    if (alive.expired()) co_return;
+Awaitable<void> RelayMessageHandler::runFirst() {
+  auto unit = std::move(queue_.front());
+  queue_.pop_front();
+  if (const auto* prepare = std::get_if<RelayServer::Prepare>(&unit)) {
+    handlePrepare(*prepare);
+    co_return;
   }
+  auto& delivery = std::get<RelayServer::Deliver>(unit);
+  running_ = {delivery.from, delivery.utteranceId};
+  co_await handleDelivery(std::move(delivery));
+  running_ = {};
 }
 
 std::optional<PeerIdentity> RelayMessageHandler::verifiedPeer(const std::string& from, const Envelope& envelope) const {
@@ -172,10 +190,7 @@ Awaitable<void> RelayMessageHandler::handleDelivery(RelayServer::Deliver frame) 
     Log::standard("relay", "Dropped delivery from an unknown sender");
     co_return;
   }
-  if (auto known = journal_.entry(peer->deviceId, frame.utteranceId)) {
-    replayEntry(std::move(*known), *peer);
-    co_return;
-  }
+  if (replay(frame.utteranceId, *peer)) co_return;
   auto payload = openDelivery(frame, *peer);
   if (!payload || payload->utteranceId != frame.utteranceId) {
     refuseUnjournalled(frame.utteranceId, RefusalReason::tokenUnknown, std::nullopt, *peer);
@@ -219,9 +234,7 @@ Awaitable<void> RelayMessageHandler::attempt(DeliveryPayload payload, TargetSnap
                            .createdAt = now,
                            .updatedAt = now};
   if (!recordAttempt(entry, peer)) co_return;
-  const std::weak_ptr<const bool> alive = alive_;
   const auto report = co_await inserter_.insert(std::move(payload.text), std::move(snapshot));
-  if (alive.expired()) co_return;
   finishAttempt(entry, report, peer);
 }
 
@@ -271,6 +284,13 @@ void RelayMessageHandler::refuseUnjournalled(const std::string& utteranceId, Ref
     return;
   }
   sendResult(*result, peer);
+}
+
+bool RelayMessageHandler::replay(const std::string& utteranceId, const PeerIdentity& peer) {
+  auto known = journal_.entry(peer.deviceId, utteranceId);
+  if (!known) return false;
+  replayEntry(std::move(*known), peer);
+  return true;
 }
 
 void RelayMessageHandler::replayEntry(JournalEntry entry, const PeerIdentity& peer) {

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <variant>
 
 #include "QuilletCompanion/Relay/InsertionJournal.h"
@@ -21,10 +22,12 @@ namespace quillet {
 /// Decides what happens to a decoded frame: who sent it, what the target guard says, what the journal remembers, and
 /// what goes back. Deliveries and prepares run one at a time, in order of arrival. An attempt is in the journal before
 /// its text goes to the inserter, and a delivery that finds an entry never gets there. Main thread only.
-class RelayMessageHandler {
+/// Held by a shared_ptr: letting go of it drops what is queued, while an insertion that runs goes on to its end and is
+/// journalled, its result left to the phone's repeat.
+class RelayMessageHandler : public std::enable_shared_from_this<RelayMessageHandler> {
  public:
-  /// The references outlive the handler. Destroying it drops what is queued and abandons what runs, whose entry stays
-  /// `attempting`. `now` in milliseconds since 1970.
+  /// `now` in milliseconds since 1970. The references outlive the handler; the inserter may go while it inserts, and
+  /// the entry then stays `attempting`.
   RelayMessageHandler(Executor mainThread, DeviceIdentity identity, PeerStore& peers, TargetGuard& targetGuard,
                       InsertionJournal& journal, TextInserter& inserter, std::function<std::int64_t()> now);
   ~RelayMessageHandler();
@@ -45,7 +48,9 @@ class RelayMessageHandler {
   void receive(const RelayServer::Unknown& frame);
 
   void enqueue(Unit unit);
-  Awaitable<void> runChain();
+  static Awaitable<void> runChain(std::weak_ptr<RelayMessageHandler> weak);
+  Awaitable<void> runFirst();
+  bool isUnderWay(const RelayServer::Deliver& frame) const;
 
   std::optional<PeerIdentity> verifiedPeer(const std::string& from, const Envelope& envelope) const;
   void handlePrepare(const RelayServer::Prepare& frame);
@@ -61,6 +66,8 @@ class RelayMessageHandler {
                         const PeerIdentity& peer);
   void refuseUnjournalled(const std::string& utteranceId, RefusalReason reason, std::optional<std::string> appName,
                           const PeerIdentity& peer);
+  /// Answers from the journal. False if it doesn't know the utterance.
+  bool replay(const std::string& utteranceId, const PeerIdentity& peer);
   void replayEntry(JournalEntry entry, const PeerIdentity& peer);
   void finishEntry(JournalEntry entry, const PeerIdentity& peer);
 
@@ -76,10 +83,10 @@ class RelayMessageHandler {
   std::function<std::int64_t()> now_;
   std::weak_ptr<RelayTransport> transport_;
   std::weak_ptr<RelayEventSink> events_;
-  std::deque<Unit> queue_;  ///< What waits, without the unit that runs.
-  int pending_ = 0;         ///< What waits and what runs.
-  std::shared_ptr<const bool> alive_ = std::make_shared<const bool>(true);
-  Task chain_;  ///< Runs while `pending_` is above 0.
+  std::deque<Unit> queue_;                       ///< What waits, without the unit that runs.
+  std::pair<std::string, std::string> running_;  ///< Sender and utterance of the delivery that runs.
+  int pending_ = 0;                              ///< What waits and what runs.
+  Task chain_;                                   ///< Runs while `pending_` is above 0.
 };
 
 }  // namespace quillet

@@ -36,7 +36,7 @@ class RelayMessageHandlerTest : public testing::Test {
 
   void start() {
     journal = std::make_unique<InsertionJournal>(file, time.source().now);
-    handler = std::make_unique<RelayMessageHandler>(time.executor(), mac, peers, guard, *journal, inserter,
+    handler = std::make_shared<RelayMessageHandler>(time.executor(), mac, peers, guard, *journal, inserter,
                                                     time.source().now);
     handler->setTransport(transport);
     handler->setEvents(events);
@@ -95,7 +95,7 @@ class RelayMessageHandlerTest : public testing::Test {
   std::shared_ptr<test::RecordingTransport> transport = std::make_shared<test::RecordingTransport>();
   std::shared_ptr<test::RecordingEventSink> events = std::make_shared<test::RecordingEventSink>();
   std::unique_ptr<InsertionJournal> journal;
-  std::unique_ptr<RelayMessageHandler> handler;
+  std::shared_ptr<RelayMessageHandler> handler;
 };
 
 TEST_F(RelayMessageHandlerTest, APreparedDeliveryIsInsertedAndToldOnce) {
@@ -199,6 +199,41 @@ TEST_F(RelayMessageHandlerTest, RefusesDeliveriesBeyondSixteenPendingButNoPrepar
   EXPECT_EQ(desktop.text(), "Hello");
 }
 
+/// "refused" would tell the phone that nothing went in, or will.
+TEST_F(RelayMessageHandlerTest, BeyondTheLimitARepeatIsNeverRefused) {
+  const auto done = deliverFrame("done", token());
+  handler->handle(done);
+  time.advance(5s);
+  ASSERT_EQ(results().size(), 1u);
+
+  desktop.field().write = test::FakeField::Write::fails;
+  const auto typed = deliverFrame("typed", token());
+  const auto waiting = deliverFrame("waiting", "no token");
+  handler->handle(typed);
+  time.run();
+  handler->handle(waiting);
+  for (int i = 2; i < 16; ++i) handler->handle(prepareFrame("r", "r"));
+  for (int i = 0; i < 3; ++i) {
+    handler->handle(typed);
+    handler->handle(waiting);
+  }
+  EXPECT_EQ(results().size(), 1u);
+  handler->handle(done);
+  auto posing = done;
+  posing.envelope.from = stranger.peer.deviceId;
+  handler->handle(posing);
+  handler->handle(deliverFrame("new", "no token"));
+  ASSERT_EQ(results().size(), 4u);
+  EXPECT_EQ(results()[1], results()[0]);
+  EXPECT_EQ(results()[2].reason, RefusalReason::busy);
+  EXPECT_EQ(results()[3].reason, RefusalReason::busy);
+  time.advance(10s);
+  ASSERT_EQ(results().size(), 6u);
+  EXPECT_EQ(results()[4].outcome, InsertionOutcome::inserted);
+  EXPECT_EQ(results()[5].reason, RefusalReason::tokenUnknown);
+  EXPECT_EQ(desktop.text(), "HelloHello");
+}
+
 TEST_F(RelayMessageHandlerTest, DropsWhatNoPairedPhoneSent) {
   auto posing = deliverFrame("u1", token(), stranger, "u1");
   posing.from = phone.peer.deviceId;
@@ -257,16 +292,75 @@ TEST_F(RelayMessageHandlerTest, RevocationOvertakesTheQueue) {
   EXPECT_TRUE(std::holds_alternative<RefusalReason>(guard.lookup(spare, phone.peer.deviceId)));
 }
 
-TEST_F(RelayMessageHandlerTest, LeftoverUnitsEndWithTheHandler) {
+TEST_F(RelayMessageHandlerTest, AnInsertionThatRunsOutlivesTheHandlerAndWhatWaitsDoesNot) {
   desktop.field().write = test::FakeField::Write::fails;
-  handler->handle(deliverFrame("u", token()));
+  const auto frame = deliverFrame("u", token());
+  handler->handle(frame);
+  handler->handle(deliverFrame("waiting", token()));
   handler->handle(prepareFrame("r", "r"));
   time.run();
+  ASSERT_EQ(entry("u")->state, JournalState::attempting);
+  const std::weak_ptr<RelayMessageHandler> left = handler;
+  transport = std::make_shared<test::RecordingTransport>();
   handler.reset();
+  EXPECT_FALSE(left.expired());
   time.advance(10s);
-  EXPECT_TRUE(results().empty());
-  EXPECT_TRUE(transport->all<RelayClient::PrepareResult>().empty());
-  EXPECT_EQ(entry("u")->state, JournalState::attempting);
+  EXPECT_TRUE(left.expired());
+  EXPECT_TRUE(transport->sent.empty());
+  EXPECT_EQ(desktop.text(), "Hello");
+  EXPECT_EQ(entry("u")->state, JournalState::inserted);
+  EXPECT_FALSE(entry("waiting"));
+  start();
+  handler->handle(frame);
+  time.run();
+  ASSERT_EQ(results().size(), 1u);
+  EXPECT_EQ(results()[0].outcome, InsertionOutcome::inserted);
+}
+
+TEST_F(RelayMessageHandlerTest, AClosedJournalLeavesTheFileToItsSuccessor) {
+  desktop.field().write = test::FakeField::Write::fails;
+  handler->handle(deliverFrame("u", token()));
+  time.run();
+  const auto old = std::move(journal);
+  old->close();
+  std::filesystem::remove(file);
+  handler.reset();
+  start();
+  journal->record({.peerId = "p", .utteranceId = "new", .createdAt = 1, .updatedAt = 1});
+  const auto successors = test::readText(file);
+  time.advance(10s);
+  EXPECT_EQ(old->entry(phone.peer.deviceId, "u")->state, JournalState::inserted);
+  EXPECT_EQ(test::readText(file), successors);
+}
+
+TEST_F(RelayMessageHandlerTest, AnswersAfreshWhatTheJournalHoldsNoFittingResultFor) {
+  const auto stored =
+      ResultPayload::makeSigned("u", InsertionOutcome::inserted, std::nullopt, std::nullopt, std::nullopt, 1, mac);
+  const std::pair<JournalState, std::optional<ResultPayload>> cases[] = {{JournalState::attempting, std::nullopt},
+                                                                         {JournalState::refused, stored},
+                                                                         {JournalState::inserted, std::nullopt}};
+  const InsertionOutcome expected[] = {InsertionOutcome::uncertain, InsertionOutcome::refused,
+                                       InsertionOutcome::inserted};
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
+    journal->record({.peerId = phone.peer.deviceId,
+                     .utteranceId = "u",
+                     .state = cases[i].first,
+                     .appName = "Then",
+                     .createdAt = 1,
+                     .updatedAt = 1,
+                     .result = cases[i].second});
+    const auto repeat = deliverFrame("u", token());
+    handler->handle(repeat);
+    handler->handle(repeat);
+    time.advance(5s);
+    ASSERT_EQ(results().size(), 2 * i + 2);
+    EXPECT_EQ(results().back().outcome, expected[i]);
+    EXPECT_EQ(results().back().appName, "Then");
+    EXPECT_EQ(results()[2 * i], results().back());
+    EXPECT_EQ(entry("u")->result, results().back());
+    EXPECT_EQ(entry("u")->updatedAt, results().back().at);
+  }
+  EXPECT_EQ(desktop.text(), "");
 }
 
 TEST_F(RelayMessageHandlerTest, WithoutATransportTheResultWaitsForTheRepeat) {
