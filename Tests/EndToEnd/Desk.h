@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "QuilletCompanion/Relay/RelayMessageHandler.h"
+#include "Tests/Doubles/FakeAccessibilityProvider.h"
+
+namespace quillet::test {
+
+struct PairedPhone {
+  DeviceIdentity keys = DeviceIdentity::generate();
+  PeerIdentity peer = keys.peerIdentity("Pocket", DevicePlatform::ios);
+};
+
+/// The desktop's half behind its socket, on a field in memory and a journal on the disk; can crash and start again.
+class Desk {
+ public:
+  Desk(Executor mainThread, TimeSource time, std::filesystem::path folder, const PeerIdentity& phone)
+      : mainThread_(std::move(mainThread)), time_(std::move(time)), folder_(std::move(folder)) {
+    peers.upsert(phone, 1);
+    start();
+  }
+
+  void start() {
+    journal = InsertionJournal::openJournal(folder_, time_.now);
+    guard_ = std::make_unique<TargetGuard>(desktop, std::weak_ptr<LocalTestTarget>(), time_.now);
+    inserter_ = std::make_unique<TextInserter>(desktop, *guard_, InsertionPacing{}, time_);
+    handler = std::make_shared<RelayMessageHandler>(mainThread_, keys, peers, *guard_, *journal, *inserter_, time_.now);
+  }
+  /// Ends as a killed process does: what was under way goes no further, and the file stays as it is.
+  void crash() {
+    journal->close();
+    handler.reset();
+    inserter_.reset();
+    graves_.push_back(std::move(guard_));
+    graves_.push_back(std::move(journal));
+  }
+
+  std::string token(const PairedPhone& phone) {
+    return std::get<TargetSnapshot>(guard_->prepare(phone.peer.deviceId)).token;
+  }
+  PeerIdentity identity() const { return keys.peerIdentity("Desk", DevicePlatform::macos); }
+
+  DeviceIdentity keys = DeviceIdentity::generate();
+  PeerStore peers{std::nullopt};
+  FakeAccessibilityProvider desktop;
+  std::unique_ptr<InsertionJournal> journal;
+  std::shared_ptr<RelayMessageHandler> handler;
+
+ private:
+  Executor mainThread_;
+  TimeSource time_;
+  std::filesystem::path folder_;
+  std::unique_ptr<TargetGuard> guard_;
+  std::unique_ptr<TextInserter> inserter_;
+  std::vector<std::shared_ptr<void>> graves_;  ///< What suspended work may still refer to.
+};
+
+}  // namespace quillet::test

@@ -1,0 +1,280 @@
+// SPDX-License-Identifier: MIT
+#include "Tests/EndToEnd/FileFaults.h"
+
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+#include "QuilletKit/AtomicFile.h"
+#include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/LogCapture.h"
+#include "Tests/Doubles/RecordingTransport.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Doubles/VirtualTime.h"
+#include "Tests/EndToEnd/Desk.h"
+
+namespace quillet::test {
+namespace {
+
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+using Operations = std::vector<std::string>;
+
+const Operations kOneWrite{"open", "write", "fdatasync", "rename", "open", "fsync"};
+constexpr int kLongestSweep = 100;
+
+bool isInFirstWrite(int failedAt) {
+  return failedAt >= 1 && failedAt <= 6;
+}
+/// The last two operations sync the folder; not every file system can.
+bool isFatal(int failedAt) {
+  return failedAt >= 1 && (failedAt - 1) % 6 < 4;
+}
+
+Operations repeated(int times) {
+  Operations all;
+  while (times-- > 0) all.insert(all.end(), kOneWrite.begin(), kOneWrite.end());
+  return all;
+}
+
+std::ptrdiff_t filesIn(const fs::path& folder) {
+  return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
+}
+
+/// One delivery into a fresh desk whose journal knows an older one.
+struct Round {
+  Round() {
+    desk.handler->setTransport(transport);
+    desk.desktop.field().write = FakeField::Write::fails;  // so that it types
+    desk.journal->record({.peerId = phone.peer.deviceId,
+                          .utteranceId = "older",
+                          .state = JournalState::refused,
+                          .createdAt = 1,
+                          .updatedAt = time.wall});
+    desk.desktop.afterChunk = [this](std::size_t) {
+      const auto inFile = readText(file).find(R"("state":"attempting")") != std::string::npos;
+      const auto& seen = FileFaults::seen();
+      EXPECT_TRUE(inFile && seen.operations.size() >= 5 && !isFatal(seen.failedAt)) << "typed without a durable entry";
+    };
+  }
+  ~Round() {
+    desk.crash();
+    time.advance(10s);
+  }
+
+  void deliver() {
+    desk.handler->handle(delivery);
+    time.advance(10s);
+  }
+  ResultPayload answer() {
+    const auto frames = transport->all<RelayClient::Result>();
+    if (frames.empty()) return {};
+    return frames.back().envelope.open<ResultPayload>(EnvelopePurpose::result, phone.keys, desk.identity());
+  }
+  void restart() {
+    desk.crash();
+    time.advance(10s);
+    desk.desktop.afterChunk = nullptr;
+    desk.start();
+    desk.handler->setTransport(transport);
+  }
+  std::optional<JournalEntry> entry(const std::string& utteranceId) {
+    return desk.journal->entry(phone.peer.deviceId, utteranceId);
+  }
+
+  VirtualTime time;
+  TemporaryFolder folder;
+  fs::path file = folder.path() / "journal.json";
+  PairedPhone phone;
+  Desk desk{time.executor(), time.source(), folder.path(), phone.peer};
+  std::shared_ptr<RecordingTransport> transport = std::make_shared<RecordingTransport>();
+  RelayServer::Deliver delivery{
+      "u", phone.peer.deviceId,
+      Envelope::seal(DeliveryPayload{"u", desk.token(phone), "Hello", RecognitionMode::cloud, 1},
+                     EnvelopePurpose::delivery, phone.keys, desk.identity())};
+};
+
+void expectTheTruth(Round& round, int failedAt) {
+  const auto first = round.answer();
+  const bool refused = isFatal(failedAt) && isInFirstWrite(failedAt);
+  EXPECT_EQ(first.outcome, refused ? InsertionOutcome::refused : InsertionOutcome::inserted);
+  EXPECT_EQ(round.desk.desktop.text(), refused ? "" : "Hello");
+  EXPECT_EQ(filesIn(round.folder.path()), 1) << "a temporary file was left";
+
+  round.restart();
+  EXPECT_TRUE(round.entry("older")) << "the old contents are gone";
+  round.deliver();
+  const auto again = round.answer();
+  EXPECT_EQ(round.desk.desktop.text(), refused ? "" : "Hello");
+  if (refused) {
+    EXPECT_EQ(first.reason, RefusalReason::busy);
+    EXPECT_EQ(again.reason, RefusalReason::tokenUnknown);
+  } else if (isFatal(failedAt)) {
+    EXPECT_EQ(again.outcome, InsertionOutcome::uncertain);
+  } else {
+    EXPECT_EQ(again, first);
+  }
+}
+
+TEST(FileFaultSweep, ADeliveryTellsTheTruthWhicheverOperationFails) {
+  for (const int code : {ENOSPC, EIO}) {
+    bool clean = false;
+    for (int number = 1; !clean; ++number) {
+      SCOPED_TRACE(std::to_string(number) + ", errno " + std::to_string(code));
+      ASSERT_LT(number, kLongestSweep);
+      LogCapture::instance().expect("Journal write failed; refusing to insert");
+      LogCapture::instance().expect("Journal write of the final state failed");
+      Round round;
+      FileFaults::start(number, code);
+      round.deliver();
+      const auto seen = FileFaults::stop();
+      expectTheTruth(round, seen.failedAt);
+      clean = seen.failedAt == 0;
+      if (clean) {
+        EXPECT_EQ(seen.operations, repeated(2));
+        EXPECT_EQ(number, 13);
+      }
+    }
+  }
+}
+
+TEST(FileFaultSweep, ThePeersFileHoldsTheOldListOrTheNew) {
+  const PairedPhone a, b;
+  bool clean = false;
+  for (int number = 1; !clean; ++number) {
+    SCOPED_TRACE(number);
+    ASSERT_LT(number, kLongestSweep);
+    const TemporaryFolder folder;
+    const auto file = folder.path() / "peers.json";
+    PeerStore store(file);
+    store.upsert(a.peer, 1);
+    std::vector<std::vector<StoredPeer>> lists{store.peers().get()};
+    std::vector<bool> threw;
+    FileFaults::start(number, EIO);
+    for (const bool adding : {true, false}) {
+      try {
+        adding ? store.upsert(b.peer, 2) : store.remove(a.peer.deviceId);
+        threw.push_back(false);
+      } catch (const AtomicFile::Failure&) {
+        threw.push_back(true);
+      }
+      lists.push_back(store.peers().get());
+    }
+    const auto seen = FileFaults::stop();
+    clean = seen.failedAt == 0;
+    EXPECT_EQ(threw[0], isFatal(seen.failedAt) && isInFirstWrite(seen.failedAt));
+    EXPECT_EQ(threw[1], isFatal(seen.failedAt) && !isInFirstWrite(seen.failedAt));
+    EXPECT_EQ(lists[1].size(), 2u);
+    EXPECT_EQ(lists[2], (std::vector<StoredPeer>{{b.peer, 2}})) << "memory goes first";
+    EXPECT_EQ(PeerStore(file).peers().get(), threw[1] ? lists[1] : lists[2]);
+    EXPECT_EQ(filesIn(folder.path()), 1);
+    if (clean) {
+      EXPECT_EQ(number, 13);
+    }
+  }
+}
+
+TEST(FileFaultSweep, ARepairThatFailsKeepsTheOldJournalAside) {
+  constexpr std::int64_t kNow = 1'760'000'000'000;
+  bool clean = false;
+  for (int number = 1; !clean; ++number) {
+    SCOPED_TRACE(number);
+    ASSERT_LT(number, kLongestSweep);
+    LogCapture::instance().expect("Journal unreadable; moving it aside");
+    const TemporaryFolder folder;
+    const auto file = folder.path() / "journal.json";
+    const auto now = [] { return kNow; };
+    InsertionJournal(file, now).record({.peerId = "p", .utteranceId = "u", .createdAt = kNow, .updatedAt = kNow});
+    const auto before = readText(file);
+    FileFaults::start(number, ENOSPC);
+    const auto journal = InsertionJournal::openJournal(folder.path(), now);
+    const auto seen = FileFaults::stop();
+    clean = seen.failedAt == 0;
+    const bool isAside = fs::exists(folder.path() / ("journal.corrupt-" + std::to_string(kNow) + ".json"));
+    EXPECT_EQ(isAside, isFatal(seen.failedAt));
+    if (isAside) {
+      EXPECT_EQ(readText(folder.path() / ("journal.corrupt-" + std::to_string(kNow) + ".json")), before);
+      EXPECT_FALSE(journal->entry("p", "u"));
+    } else {
+      EXPECT_EQ(journal->entry("p", "u")->state, JournalState::uncertain);
+      EXPECT_EQ(InsertionJournal(file, now).entry("p", "u"), journal->entry("p", "u"));
+    }
+    EXPECT_NO_THROW(journal->record({.peerId = "p", .utteranceId = "v"}));
+  }
+}
+
+TEST(FileFaultSweep, AnInterruptedWriteGoesOn) {
+  const TemporaryFolder folder;
+  const auto file = folder.path() / "file";
+  FileFaults::start(2, EINTR);
+  AtomicFile::write(bytesOf("text"), file);
+  EXPECT_EQ(FileFaults::stop().failedAt, 2);
+  EXPECT_EQ(readText(file), "text");
+}
+
+/// A file system of 64 KB, for root only.
+class SmallDisk {
+ public:
+  SmallDisk() : mounted_(::mount("tmpfs", folder_.path().c_str(), "tmpfs", 0, "size=64k,mode=700") == 0) {
+    if (!mounted_) reason_ = std::strerror(errno);
+  }
+  ~SmallDisk() {
+    if (mounted_) ::umount2(folder_.path().c_str(), MNT_DETACH);
+  }
+  const fs::path& path() const { return folder_.path(); }
+  bool mounted() const { return mounted_; }
+  const std::string& reason() const { return reason_; }
+
+ private:
+  TemporaryFolder folder_;
+  bool mounted_;
+  std::string reason_;
+};
+
+TEST(FullDisk, RefusesUntilThereIsRoomAgainAndLosesNothing) {
+  const SmallDisk disk;
+  if (!disk.mounted()) GTEST_SKIP() << "needs the right to mount a small file system: " << disk.reason();
+  LogCapture::instance().expect("Journal write failed; refusing to insert");
+  VirtualTime time;
+  const PairedPhone phone;
+  Desk desk(time.executor(), time.source(), disk.path(), phone.peer);
+  const auto transport = std::make_shared<RecordingTransport>();
+  desk.handler->setTransport(transport);
+  const auto say = [&](const std::string& utteranceId) {
+    const DeliveryPayload payload{utteranceId, desk.token(phone), "Hello", RecognitionMode::cloud, 1};
+    desk.handler->handle(
+        RelayServer::Deliver{utteranceId, phone.peer.deviceId,
+                             Envelope::seal(payload, EnvelopePurpose::delivery, phone.keys, desk.identity())});
+    time.advance(5s);
+    return transport->all<RelayClient::Result>().back().envelope.open<ResultPayload>(EnvelopePurpose::result,
+                                                                                     phone.keys, desk.identity());
+  };
+  EXPECT_EQ(say("before").outcome, InsertionOutcome::inserted);
+  const auto kept = readText(disk.path() / "journal.json");
+  std::ofstream(disk.path() / "filler") << std::string(100'000, 'x') << std::flush;
+
+  EXPECT_EQ(say("full").reason, RefusalReason::busy);
+  EXPECT_EQ(desk.desktop.text(), "Hello");
+  EXPECT_EQ(readText(disk.path() / "journal.json"), kept);
+  PeerStore peers(disk.path() / "peers.json");
+  EXPECT_THROW(peers.upsert(phone.peer, 1), AtomicFile::Failure);
+  EXPECT_EQ(filesIn(disk.path()), 2);
+
+  fs::remove(disk.path() / "filler");
+  EXPECT_EQ(say("after").outcome, InsertionOutcome::inserted);
+  EXPECT_EQ(desk.desktop.text(), "HelloHello");
+  desk.crash();
+  desk.start();
+  EXPECT_TRUE(desk.journal->entry(phone.peer.deviceId, "before"));
+  EXPECT_FALSE(desk.journal->entry(phone.peer.deviceId, "full"));
+  desk.crash();
+  time.advance(5s);
+}
+
+}  // namespace
+}  // namespace quillet::test

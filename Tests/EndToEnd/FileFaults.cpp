@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+#include "Tests/EndToEnd/FileFaults.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <utility>
+
+namespace quillet::test::FileFaults {
+namespace {
+
+struct Plan {
+  bool counting = false;
+  int number = 0;
+  int code = 0;
+  Seen seen;
+};
+thread_local Plan plan;
+
+/// True if this one is to fail; errno is then set.
+bool fails(const char* operation) {
+  if (!plan.counting) return false;
+  plan.counting = false;  // what the bookkeeping itself does isn't counted
+  plan.seen.operations.emplace_back(operation);
+  const bool due = static_cast<int>(plan.seen.operations.size()) == plan.number;
+  if (due) plan.seen.failedAt = plan.number;
+  plan.counting = true;
+  if (due) errno = plan.code;
+  return due;
+}
+
+}  // namespace
+
+void start(int number, int code) {
+  plan = {true, number, code, {}};
+}
+
+Seen stop() {
+  return std::exchange(plan, {}).seen;
+}
+
+const Seen& seen() {
+  return plan.seen;
+}
+
+extern "C" {
+
+int __real_open(const char* path, int flags, ...);
+ssize_t __real_write(int descriptor, const void* data, size_t size);
+int __real_fdatasync(int descriptor);
+int __real_fsync(int descriptor);
+int __real_rename(const char* from, const char* to);
+
+int __wrap_open(const char* path, int flags, ...) {
+  std::va_list arguments;
+  va_start(arguments, flags);
+  const auto mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+  va_end(arguments);
+  return fails("open") ? -1 : __real_open(path, flags, mode);
+}
+ssize_t __wrap_write(int descriptor, const void* data, size_t size) {
+  struct stat status {};
+  const bool isFile = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);  // else an event loop's wake-up
+  return isFile && fails("write") ? -1 : __real_write(descriptor, data, size);
+}
+int __wrap_fdatasync(int descriptor) {
+  return fails("fdatasync") ? -1 : __real_fdatasync(descriptor);
+}
+int __wrap_fsync(int descriptor) {
+  return fails("fsync") ? -1 : __real_fsync(descriptor);
+}
+int __wrap_rename(const char* from, const char* to) {
+  return fails("rename") ? -1 : __real_rename(from, to);
+}
+
+}  // extern "C"
+
+}  // namespace quillet::test::FileFaults

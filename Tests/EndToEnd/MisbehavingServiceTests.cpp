@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include "QuilletCompanion/Relay/RelayConnection.h"
+#include "QuilletKit/JSONCoding.h"
+#include "Tests/Doubles/FakeSystemEvents.h"
+#include "Tests/Doubles/LogCapture.h"
+#include "Tests/Doubles/LoopbackServer.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/EndToEnd/Desk.h"
+#include "Tests/EndToEnd/LoopbackService.h"
+
+namespace quillet::test {
+namespace {
+
+using namespace std::chrono_literals;
+using Socket = LoopbackServer::Socket;
+using Phase = RelayConnection::Phase;
+
+/// A server's WebSocket frame.
+std::string framed(char first, const std::string& payload) {
+  std::string frame(1, first);
+  if (payload.size() < 126) {
+    frame += static_cast<char>(payload.size());
+  } else {
+    const bool isLong = payload.size() > 0xffff;
+    frame += isLong ? '\x7f' : '\x7e';
+    for (int shift = isLong ? 56 : 8; shift >= 0; shift -= 8) frame += static_cast<char>(payload.size() >> shift);
+  }
+  return frame + payload;
+}
+std::string text(const std::string& payload) {
+  return framed('\x81', payload);
+}
+
+/// The desktop's half over real sockets.
+class MisbehavingServiceTest : public testing::Test {
+ protected:
+  ~MisbehavingServiceTest() override {
+    if (connection) connection->stop();
+    desk.crash();
+    main.runUntil([] { return false; }, 1s);
+  }
+
+  void start(std::function<HTTPRequest()> makeRequest) {
+    connection = std::make_shared<RelayConnection>(
+        main.executor(), std::move(makeRequest),
+        [this](HTTPRequest request, std::size_t size) {
+          return makeWebSocketTask(session, main.executor(), std::move(request), size);
+        },
+        system, time, [] { return 0.0; });
+    connection->onMessage = [this](const RelayServerMessage& message) {
+      ++messages;
+      desk.handler->handle(message);
+    };
+    connection->onAuthenticationRejected = [this] { ++rejections; };
+    desk.handler->setTransport(connection);
+    connection->start();
+  }
+  RelayServer::Deliver delivery(const std::string& utteranceId) {
+    const DeliveryPayload payload{utteranceId, desk.token(phone), "Hello", RecognitionMode::cloud, 1};
+    return {utteranceId, phone.peer.deviceId,
+            Envelope::seal(payload, EnvelopePurpose::delivery, phone.keys, desk.identity())};
+  }
+
+  NetworkThread network;
+  MainThread main;
+  TimeSource time = systemTime(network.executor());
+  HTTPSession session{network.executor()};
+  FakeSystemEvents system;
+  TemporaryFolder folder;
+  PairedPhone phone;
+  Desk desk{main.executor(), time, folder.path(), phone.peer};
+  std::shared_ptr<RelayConnection> connection;
+  int messages = 0, rejections = 0;
+};
+
+/// Every bad frame is followed, on the same socket or the next, by a delivery that still works.
+TEST_F(MisbehavingServiceTest, BadConnectionsAndFramesDoNoHarm) {
+  const std::string deep(10'000, '['), id(32, 'a');
+  const std::string envelope = JSONCoding::encode(delivery("spare").envelope);
+  const std::vector<std::string> answersInPlaceOfTheUpgrade = {
+      "",
+      "\r\n\r\n",
+      "HTTP/1.1 502 Bad Gateway\r\nContent-Type: text/html\r\nContent-Length: 31\r\n\r\n<html><h1>502 Bad "
+      "Gateway</h1>\n",
+      "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok",
+      "HTTP/1.1 302 Found\r\nLocation: http://127.0.0.1:9/\r\nContent-Length: 0\r\n\r\n",
+      "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n\r\n",
+      LoopbackServer::answer(401, "{}"),
+      LoopbackServer::answer(403, std::string(200'000, 'x')),
+  };
+  const std::vector<std::string> endOfTheSocket = {
+      "",                              // dropped without a close frame
+      std::string("\x81\x7e\x04", 3),  // within a frame's header
+      text(R"({"type":"paired","peerDeviceId":"a"})").substr(0, 20),
+      text(std::string(1'048'577, ' ')),                            // over the limit
+      std::string("\x81\x7f\x7f\xff\xff\xff\xff\xff\xff\xff", 10),  // claims 2^63 bytes
+      text("\xff\xfe"),
+      framed('\xf1', "reserved bits"),
+      framed('\x83', "reserved opcode"),
+      framed('\x80', "continues nothing"),
+      std::string("\x81\x82\0\0\0\0{}", 8),  // masked, as only a client does
+      std::string("\x88\x02\x03\xe9", 4),
+      std::string("\x88\x01\x03", 3),
+  };
+  const std::vector<std::string> droppedFrames = {
+      text(""),
+      text("null"),
+      text("{"),
+      text(deep),
+      text(R"({"type":)" + deep),
+      text(R"({"type":7})"),
+      text(R"({"type":"deliver"})"),
+      text(R"({"type":"deliver","utteranceId":7,"from":[],"envelope":"x"})"),
+      text(R"({"type":"deliver","utteranceId":"u","from":")" + id + R"(","envelope":{}})"),
+      text(R"({"type":"paired","peerDeviceId":"\ud800"})"),
+      text(R"({"type":"prepare","requestId":"r","from":")" + id + R"(","envelope":)" +
+           envelope.substr(0, envelope.size() - 1)),
+      framed('\x82', "\xff\xfe\x00"),
+      framed('\x89', std::string(125, 'p')),
+      std::string("\x01\x03{\"t\x89\x01x\x80\x01}", 11),  // fragments around a control frame; not JSON together
+      text("pong"),
+      text(R"({"type":"pong"})"),
+      text(std::string(1'048'576, ' ')),
+  };
+  const int bad = static_cast<int>(answersInPlaceOfTheUpgrade.size() + endOfTheSocket.size());
+  const std::string goodFrame = text(JSONCoding::encode(RelayServerMessage(delivery("good"))));
+  std::atomic<int> results{0};
+  LoopbackServer server([&](LoopbackServer& self, Socket socket) -> Awaitable<void> {
+    auto number = static_cast<std::size_t>(self.connections() - 1);
+    if (number < answersInPlaceOfTheUpgrade.size()) {
+      co_await self.readRequest(socket);
+      co_return co_await LoopbackServer::write(socket, answersInPlaceOfTheUpgrade[number]);
+    }
+    number -= answersInPlaceOfTheUpgrade.size();
+    auto stream = co_await self.upgrade(std::move(socket));
+    if (number < endOfTheSocket.size()) {
+      co_await LoopbackServer::write(stream.next_layer(), endOfTheSocket[number]);
+      // Whether to give up is the other side's to see, but where nothing more comes.
+      if (endOfTheSocket[number].size() <= 20) co_return;
+      boost::beast::flat_buffer buffer;
+      for (;;) co_await stream.async_read(buffer, boost::asio::use_awaitable);
+    }
+    for (const auto& frame : droppedFrames) co_await LoopbackServer::write(stream.next_layer(), frame);
+    for (int copy = 0; copy < 5; ++copy) co_await LoopbackServer::write(stream.next_layer(), goodFrame);
+    for (;;) {
+      if ((co_await LoopbackServer::readText(stream)).find(R"("type":"result")") != std::string::npos) ++results;
+    }
+  });
+  start([&] { return server.request("/v1/mac/connect", "GET", "ws"); });
+  EXPECT_TRUE(main.runUntil([&] { return results == 5; }, 60s)) << server.connections() << " connections";
+  EXPECT_EQ(server.connections(), bad + 1);
+  EXPECT_EQ(rejections, 2);
+  EXPECT_EQ(desk.desktop.text(), "Hello");
+  EXPECT_EQ(messages, 6) << "five deliveries and one frame of an unknown type";
+}
+
+TEST_F(MisbehavingServiceTest, ComesBackAfterTheServiceWasGone) {
+  auto server = std::make_unique<LoopbackServer>([](LoopbackServer& self, Socket socket) -> Awaitable<void> {
+    auto stream = co_await self.upgrade(std::move(socket));
+    co_await LoopbackServer::stall();
+  });
+  std::optional<HTTPRequest> request = server->request("/v1/mac/connect", "GET", "ws");
+  start([&] { return *request; });
+  ASSERT_TRUE(main.runUntil([&] { return connection->isConnected(); }));
+  server.reset();
+  ASSERT_TRUE(main.runUntil([&] { return !connection->isConnected(); }));
+  int attempts = 0;
+  const auto counting = connection->state().observe([&](const auto& state) {
+    if (state == RelayConnection::State(Phase::connecting)) ++attempts;
+  });
+  ASSERT_TRUE(main.runUntil([&] { return attempts >= 3; })) << "gave up on a port where nobody listens";
+  server = std::make_unique<LoopbackServer>([](LoopbackServer& self, Socket socket) -> Awaitable<void> {
+    auto stream = co_await self.upgrade(std::move(socket));
+    co_await LoopbackServer::stall();
+  });
+  request = server->request("/v1/mac/connect", "GET", "ws");
+  EXPECT_TRUE(main.runUntil([&] { return connection->isConnected(); }));
+  connection->stop();
+}
+
+TEST_F(MisbehavingServiceTest, AClockFarOffIsARefusalUntilItIsRight) {
+  LoopbackService service;
+  service.enrol(desk.keys, DevicePlatform::macos);
+  const APIClient api(service.url(), desk.keys, session);
+  for (const std::int64_t hours : {-24, 24, 24 * 365 * 30}) {
+    service.clockIsOffBy = hours * 3'600'000;
+    const int before = rejections;
+    connection ? connection->reconnectNow() : start([&] { return api.relayRequest(); });
+    EXPECT_TRUE(main.runUntil([&] { return rejections >= before + 2; })) << hours;
+    EXPECT_FALSE(connection->hasEverConnected().get());
+  }
+  service.clockIsOffBy = 0;
+  EXPECT_TRUE(main.runUntil([&] { return connection->isConnected(); }));
+  connection->stop();
+  main.runUntil([] { return false; }, 1s);
+}
+
+}  // namespace
+}  // namespace quillet::test
