@@ -6,13 +6,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <boost/uuid/uuid.hpp>
-#include <boost/uuid/uuid_io.hpp>
 #include <cerrno>
 #include <cstdio>
 #include <system_error>
 
-#include "QuilletKit/Crypto.h"
+#include "QuilletKit/UUID.h"
 
 namespace quillet::AtomicFile {
 namespace {
@@ -21,12 +19,8 @@ namespace fs = std::filesystem;
 constexpr mode_t kFileMode = 0600;
 constexpr mode_t kFolderMode = 0700;
 
-std::string freshUUID() {
-  boost::uuids::uuid uuid;
-  Crypto::fillRandom(uuid.data);
-  uuid.data[6] = (uuid.data[6] & 0x0f) | 0x40;
-  uuid.data[8] = (uuid.data[8] & 0x3f) | 0x80;
-  std::string text = boost::uuids::to_string(uuid);
+std::string upperCaseUUID() {
+  std::string text = randomUUID();
   std::transform(text.begin(), text.end(), text.begin(), [](char c) { return c >= 'a' && c <= 'f' ? c - 32 : c; });
   return text;
 }
@@ -107,7 +101,7 @@ void createFolders(const fs::path& folder) {
 void write(ByteView data, const fs::path& path) {
   const fs::path folder = folderOf(path);
   createFolders(folder);
-  TemporaryFile file(folder / ("." + path.filename().string() + "." + freshUUID() + ".tmp"));
+  TemporaryFile file(folder / ("." + path.filename().string() + "." + upperCaseUUID() + ".tmp"));
   file.writeAll(data);
   file.flush();
   file.close();

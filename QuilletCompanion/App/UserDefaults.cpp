@@ -91,6 +91,11 @@ void UserDefaults::remove(std::string_view key) {
   if (lasting_.erase(key) > 0) save();
 }
 
+void UserDefaults::setString(std::string_view key, std::optional<std::string> value) {
+  if (!value) return remove(key);
+  set(key, boost::json::string(*value));
+}
+
 void UserDefaults::load() {
   if (!file_) return;
   std::ifstream stream(*file_, std::ios::binary);

@@ -8,11 +8,13 @@
 #include <string_view>
 #include <vector>
 
+#include "QuilletKit/PreferenceStore.h"
+
 namespace quillet {
 
 /// The user's settings: a volatile domain from the launch arguments above a lasting one in a JSON file. Writes go to
 /// the lasting domain and are durable at once. Main thread only.
-class UserDefaults {
+class UserDefaults final : public PreferenceStore {
  public:
   /// Takes pairs "-key value" out of `arguments`, which keeps the rest. Values read as true/false, as a JSON array of
   /// strings, or as a string.
@@ -24,7 +26,7 @@ class UserDefaults {
   explicit UserDefaults(std::optional<std::filesystem::path> file, boost::json::object arguments = {});
 
   /// Absent for a missing key or a value of another type. A boolean also reads from "YES", "NO", "1" and "0".
-  std::optional<std::string> string(std::string_view key) const;
+  std::optional<std::string> string(std::string_view key) const override;
   bool boolean(std::string_view key) const;
   std::vector<std::string> strings(std::string_view key) const;
   /// The value of any type; null when missing.
@@ -33,6 +35,7 @@ class UserDefaults {
 
   void set(std::string_view key, boost::json::value value);
   void remove(std::string_view key);
+  void setString(std::string_view key, std::optional<std::string> value) override;
 
  private:
   const boost::json::value* find(std::string_view key) const;

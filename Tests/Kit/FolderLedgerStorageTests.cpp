@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletKit/FolderLedgerStorage.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+
+namespace quillet {
+namespace {
+
+namespace fs = std::filesystem;
+
+class FolderLedgerStorageTest : public testing::Test {
+ protected:
+  void place(const std::string& name, std::string_view text) const { test::writeText(folder.path() / name, text); }
+  std::string text(const std::string& key) {
+    const auto bytes = storage.read(key);
+    return bytes ? std::string(textOf(*bytes)) : "absent";
+  }
+
+  const test::TemporaryFolder folder;
+  FolderLedgerStorage storage{folder.path()};
+};
+
+TEST_F(FolderLedgerStorageTest, KeepsOneFileAKey) {
+  EXPECT_EQ(text("words.a"), "absent");
+  storage.write("words.a", bytesOf("one"));
+  storage.write("words.a", bytesOf("two"));
+  storage.write("words.b", bytesOf(""));
+  EXPECT_EQ(text("words.a"), "two");
+  EXPECT_EQ(text("words.b"), "");
+  EXPECT_EQ(storage.allKeys(), (std::vector<std::string>{"words.a", "words.b"}));
+  EXPECT_TRUE(fs::exists(folder.path() / "words.a.json"));
+  storage.write("words.a", std::nullopt);
+  storage.write("words.absent", std::nullopt);
+  EXPECT_EQ(storage.allKeys(), std::vector<std::string>{"words.b"});
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 1) << "no temporary files stay";
+}
+
+TEST_F(FolderLedgerStorageTest, EveryKeyHasASafeNameOfItsOwn) {
+  const std::string keys[] = {"words.0b5b1c0e-7c5f",
+                              "words.../../etc/passwd",
+                              ".hidden",
+                              "..",
+                              "/",
+                              "words.A",
+                              "words.a",
+                              "words.a.json",
+                              "a%2Eb",
+                              "a b",
+                              "\xFF\n",
+                              "words.ä"};
+  for (const auto& key : keys) {
+    const auto name = FolderLedgerStorage::fileName(key);
+    ASSERT_TRUE(name) << key;
+    EXPECT_EQ(name->find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-.%ABCDEF"), std::string::npos) << *name;
+    EXPECT_NE(name->front(), '.') << *name;
+    EXPECT_EQ(FolderLedgerStorage::keyOf(*name), key) << *name;
+    storage.write(key, bytesOf(key));
+    EXPECT_EQ(text(key), key);
+  }
+  EXPECT_EQ(storage.allKeys().size(), std::size(keys));
+  for (const auto& key : {std::string(), std::string(500, 'a'), std::string(100, '/')}) {
+    EXPECT_FALSE(FolderLedgerStorage::fileName(key));
+    storage.write(key, bytesOf("x"));
+    EXPECT_FALSE(storage.read(key));
+  }
+}
+
+TEST_F(FolderLedgerStorageTest, SeesNoFilesThatItWouldNotHaveNamed) {
+  for (const char* const name :
+       {"words.a", "words.a.json~", ".words.a.json.3F2.tmp", "words.a.sync-conflict-20260805-101112-ABCDEFG.json",
+        "words.a.sync-conflict-20260805-101112-2345672.json", "words.a (conflicted copy 2026-08-05 101112).json",
+        "words.a_conflict-20260805-101112.json", "words.a (1).json", ".syncthing.words.a.json.tmp", "words.A.json",
+        "%77ords.a.json", "words.a%2.json", "words.a%.json", "words.a%zz.json", "words.a%2e.json", ".json",
+        "readme.txt", ".stfolder"}) {
+    place(name, "x");
+  }
+  EXPECT_EQ(storage.allKeys(), std::vector<std::string>{});
+}
+
+TEST_F(FolderLedgerStorageTest, ReadsPlainFilesOfFittingSizeOnly) {
+  place("outside", "secret");
+  place("words.full.json", std::string(256 * 1024, ' '));
+  place("words.over.json", std::string(256 * 1024 + 1, ' '));
+  fs::create_symlink(folder.path() / "outside", folder.path() / "words.link.json");
+  fs::create_directory(folder.path() / "words.folder.json");
+  ASSERT_EQ(::mkfifo((folder.path() / "words.pipe.json").c_str(), 0600), 0);
+  EXPECT_EQ(text("words.full").size(), 256U * 1024);
+  for (const char* const key : {"words.over", "words.link", "words.folder", "words.pipe"}) {
+    EXPECT_EQ(text(key), "absent") << key;
+  }
+}
+
+TEST_F(FolderLedgerStorageTest, NeverMakesTheFolder) {
+  FolderLedgerStorage missing(folder.path() / "not" / "mounted");
+  EXPECT_FALSE(missing.available());
+  missing.write("words.a", bytesOf("x"));
+  EXPECT_FALSE(missing.read("words.a"));
+  EXPECT_TRUE(missing.allKeys().empty());
+  EXPECT_TRUE(fs::is_empty(folder.path()));
+  EXPECT_TRUE(storage.available());
+
+  place("file", "x");
+  FolderLedgerStorage notAFolder(folder.path() / "file");
+  EXPECT_FALSE(notAFolder.available());
+  notAFolder.write("words.a", bytesOf("x"));
+  EXPECT_EQ(test::readText(folder.path() / "file"), "x");
+}
+
+TEST_F(FolderLedgerStorageTest, AWriteThatFailsIsLostQuietly) {
+  storage.write("words.a", bytesOf("old"));
+  fs::create_directories(folder.path() / "words.b.json" / "full");
+  storage.write("words.b", bytesOf("x"));
+  storage.write("words.b", std::nullopt);
+  EXPECT_TRUE(fs::is_directory(folder.path() / "words.b.json"));
+  EXPECT_EQ(text("words.a"), "old");
+}
+
+}  // namespace
+}  // namespace quillet

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletKit/WordLedger.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "QuilletKit/JSONCoding.h"
+
+namespace quillet {
+namespace {
+
+constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+
+TEST(WordCounter, CountsPiecesThatHoldALetterOrANumber) {
+  const struct {
+    const char* text;
+    std::int64_t words;
+  } cases[] = {{"", 0},
+               {" \t\r\n", 0},
+               {"-", 0},
+               {"… — ! 👍🏽", 0},
+               {"one", 1},
+               {"don't stop", 2},
+               {"  two\nwords  ", 2},
+               {"12 × 3.5 = ½", 3},
+               {"(no)break\u00A0space\u2003em\u3000wide\u2028line\u0085next", 6},
+               {"日本語 文 Καλημέρα", 3},
+               {"café e\u0301 \u0301", 2},
+               {"zero\u200Bwidth", 1},
+               {"٣ Ⅷ ⓐ", 3},
+               {"bad\xFF\xFE bytes \xC3", 2}};
+  for (const auto& each : cases) EXPECT_EQ(WordCounter::count(each.text), each.words) << each.text;
+}
+
+TEST(WordLedger, AddsToTodayAndArchivesWhatIsOlderThanTheCutoff) {
+  WordLedger ledger{{{"2025-01-01", 7}, {"2025-06-30", 5}, {"2025-07-01", 3}, {"nonsense", 2}}, 10, "n", "s"};
+  ledger.add(4, "2026-08-05", "2025-07-01");
+  EXPECT_EQ(ledger.days, (std::map<std::string, std::int64_t>{{"2025-07-01", 3}, {"2026-08-05", 4}, {"nonsense", 2}}));
+  EXPECT_EQ(ledger.archived, 22);
+  EXPECT_EQ(ledger.total(), 31);
+
+  const WordLedger before = ledger;
+  ledger.add(0, "2026-08-05", "9999");
+  ledger.add(-3, "2026-08-05", "9999");
+  EXPECT_EQ(ledger, before);
+
+  // Today stays, also where a clock that was set back makes it older than the cutoff.
+  ledger.add(1, "2024-01-01", "2026-01-01");
+  EXPECT_EQ(ledger.days, (std::map<std::string, std::int64_t>{{"2024-01-01", 1}, {"2026-08-05", 4}, {"nonsense", 2}}));
+}
+
+TEST(WordLedger, SumsStopAtTheEndsOfTheRange) {
+  WordLedger ledger{{{"2025-01-01", kMost}, {"2026-01-01", kMost}}, kMost, "", ""};
+  EXPECT_EQ(ledger.total(), kMost);
+  ledger.add(kMost, "2026-01-01", "2025-12-31");
+  EXPECT_EQ(ledger.days, (std::map<std::string, std::int64_t>{{"2026-01-01", kMost}}));
+  EXPECT_EQ(ledger.archived, kMost);
+  EXPECT_EQ(saturatingSum(-kMost, -kMost), std::numeric_limits<std::int64_t>::min());
+}
+
+TEST(WordLedger, IsJSONWithFourRequiredKeys) {
+  const WordLedger ledger{{{"2026-08-05", 4}}, 9, "Desk / \"two\"", "iphone"};
+  EXPECT_EQ(JSONCoding::decode<WordLedger>(JSONCoding::encode(ledger)), ledger);
+  // As other encoders write it.
+  EXPECT_EQ(JSONCoding::decode<WordLedger>(
+                R"( {"symbol":"iphone","name":"Desk \/ \"two\"","new":[1],"days":{"2026-08-05":4},"archived":9})"),
+            ledger);
+  for (const char* const text :
+       {"", "[]", R"({"archived":9,"days":{},"name":""})", R"({"archived":9,"days":{},"name":"","symbol":null})",
+        R"({"archived":9,"days":[],"name":"","symbol":""})", R"({"archived":9,"days":{"a":"4"},"name":"","symbol":""})",
+        R"({"archived":1e99,"days":{},"name":"","symbol":""})"}) {
+    EXPECT_THROW(JSONCoding::decode<WordLedger>(text), JSONCoding::DecodingError) << text;
+  }
+}
+
+}  // namespace
+}  // namespace quillet

@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletKit/WordStatsSummary.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <limits>
+
+namespace quillet {
+namespace {
+
+using Ledgers = std::map<std::string, WordLedger>;
+
+const WordCalendar kBerlin("Europe/Berlin", "de_DE");
+
+/// A moment in the given calendar's zone.
+std::int64_t at(const WordCalendar& calendar, int year, int month, int day, int hour) {
+  return calendar.date(year, month, day).value() + hour * std::int64_t{3'600'000};
+}
+
+Ledgers ledgerOf(std::map<std::string, std::int64_t> days, std::int64_t archived = 0) {
+  return {{"me", {std::move(days), archived, "Desk", "macmini"}}};
+}
+
+TEST(WordCalendar, NamesDaysByZoneAndCalendar) {
+  const std::int64_t evening = 1'785'880'800'000;  // 2026-08-04T22:00:00Z
+  const struct {
+    const char *zone, *locale, *key;
+  } cases[] = {{"Europe/Berlin", "de_DE", "2026-08-05"},
+               {"America/New_York", "en_US", "2026-08-04"},
+               {"Asia/Bangkok", "th_TH", "2569-08-05"},
+               {"UTC", "C", "2026-08-04"},
+               {"UTC", "en_GB.UTF-8", "2026-08-04"}};
+  for (const auto& each : cases) EXPECT_EQ(WordCalendar(each.zone, each.locale).dayKey(evening), each.key) << each.zone;
+}
+
+TEST(WordCalendar, WeeksBeginWhereTheLocaleSays) {
+  const struct {
+    const char* locale;
+    int start;
+  } cases[] = {{"de_DE", 3}, {"en_US", 2}, {"ar_EG", 1}};
+  for (const auto& each : cases) {
+    const WordCalendar calendar("Africa/Cairo", each.locale);
+    const auto week = calendar.week(at(calendar, 2026, 8, 6, 10)).value();
+    EXPECT_EQ(calendar.dayKey(week.start), "2026-08-0" + std::to_string(each.start)) << each.locale;
+    EXPECT_EQ(week.start, calendar.startOfDay(week.start)) << each.locale;
+    EXPECT_EQ(calendar.addingDays(week.start, 7), week.end) << each.locale;
+  }
+}
+
+TEST(WordCalendar, DaysFollowTheClocksOfTheZone) {
+  // The clocks skip the hour after midnight, so the day begins at one.
+  const WordCalendar santiago("America/Santiago", "es_CL");
+  const std::int64_t noon = at(santiago, 2025, 9, 7, 12);
+  EXPECT_EQ(santiago.dayKey(santiago.startOfDay(noon)), "2025-09-07");
+  EXPECT_EQ(santiago.dayKey(santiago.startOfDay(noon) - 1), "2025-09-06");
+  EXPECT_EQ(santiago.startOfDay(noon), santiago.date(2025, 9, 7));
+  // The hour after midnight comes twice, so the day begins at the first.
+  const WordCalendar havana("America/Havana", "es_CU");
+  const std::int64_t start = havana.startOfDay(at(havana, 2025, 11, 2, 12));
+  EXPECT_EQ(havana.dayKey(start - 1), "2025-11-01");
+  EXPECT_EQ(havana.addingDays(start, 1).value() - start, 25 * 3'600'000);
+  // Adding days keeps the time of day when the clocks change.
+  EXPECT_EQ(kBerlin.addingDays(at(kBerlin, 2026, 3, 28, 10), 1), at(kBerlin, 2026, 3, 29, 9));
+}
+
+TEST(WordStatsSummary, AddsUpAllDevices) {
+  const std::int64_t now = at(kBerlin, 2026, 8, 5, 15);  // a Wednesday
+  const Ledgers ledgers = {{"a", {{{"2026-08-05", 10}, {"2026-08-03", 5}, {"2026-08-02", 3}}, 100, "Phone", "iphone"}},
+                           {"me", {{{"2026-08-05", 1}, {"2026-08-06", 50}, {"2026-07-31", 2}}, 7, "Desk", "macmini"}},
+                           {"zero", {{{"2026-08-05", 0}}, 0, "Idle", "ipad"}},
+                           {"b", {{{"2026-08-01", 60}}, 0, "Tablet", "ipad"}},
+                           {"c", {{{"2026-08-01", 60}}, 0, "Other", "ipad"}}};
+  const auto summary = WordStatsSummary::of(ledgers, "me", kBerlin, now);
+  EXPECT_EQ(summary.today, 11);
+  EXPECT_EQ(summary.week, 16) << "from Monday on, without tomorrow";
+  EXPECT_EQ(summary.month, 139);
+  EXPECT_EQ(summary.total, 298);
+  EXPECT_EQ(summary.bestDay, (WordStatsSummary::Day{at(kBerlin, 2026, 8, 1, 0), 120}));
+  EXPECT_EQ(summary.devices, (std::vector<WordStatsSummary::Device>{{"a", "Phone", "iphone", 118, false},
+                                                                    {"me", "Desk", "macmini", 60, true},
+                                                                    {"c", "Other", "ipad", 60, false},
+                                                                    {"b", "Tablet", "ipad", 60, false}}));
+  std::vector<WordStatsSummary::Day> week;
+  const std::int64_t words[] = {0, 2, 120, 3, 5, 0, 11};
+  for (int i = 0; i < 7; ++i) week.push_back({kBerlin.addingDays(at(kBerlin, 2026, 7, 30, 0), i).value(), words[i]});
+  EXPECT_EQ(summary.lastWeek, week);
+}
+
+TEST(WordStatsSummary, IsEmptyWithoutWords) {
+  const auto summary = WordStatsSummary::of({}, "me", kBerlin, at(kBerlin, 2026, 3, 30, 8));
+  ASSERT_EQ(summary.lastWeek.size(), 7U);
+  EXPECT_EQ(summary.lastWeek.back().date, at(kBerlin, 2026, 3, 30, 0));
+  WordStatsSummary expected;
+  expected.lastWeek = summary.lastWeek;
+  EXPECT_EQ(summary, expected);
+}
+
+TEST(WordStatsSummary, CountsStreaksUpToTodayOrYesterday) {
+  const std::int64_t now = at(kBerlin, 2026, 3, 30, 1);  // the day after the clocks changed
+  const struct {
+    std::map<std::string, std::int64_t> days;
+    std::int64_t streak;
+  } cases[] = {{{{"2026-03-30", 1}, {"2026-03-29", 4}}, 2},
+               {{{"2026-03-29", 1}}, 1},
+               {{{"2026-03-28", 1}}, 0},
+               {{{"2026-03-30", 1}, {"2026-03-28", 1}}, 1},
+               {{{"2026-03-30", 0}, {"2026-03-29", 2}, {"2026-03-28", 2}, {"2026-03-27", 0}, {"2026-03-26", 2}}, 2},
+               {{{"2026-03-31", 1}}, 0}};
+  for (const auto& each : cases) {
+    EXPECT_EQ(WordStatsSummary::of(ledgerOf(each.days), "me", kBerlin, now).streak, each.streak);
+  }
+  std::map<std::string, std::int64_t> year;
+  for (int day = 0; day < 366; ++day) year[kBerlin.dayKey(kBerlin.addingDays(now, -day).value())] = 1;
+  EXPECT_EQ(WordStatsSummary::of(ledgerOf(year), "me", kBerlin, now).streak, 366);
+}
+
+TEST(WordStatsSummary, OfEqualDaysTheLaterIsTheBest) {
+  const std::int64_t now = at(kBerlin, 2026, 8, 5, 15);
+  const auto best = [&](std::map<std::string, std::int64_t> days) {
+    return kBerlin.dayKey(WordStatsSummary::of(ledgerOf(std::move(days)), "me", kBerlin, now).bestDay.value().date);
+  };
+  EXPECT_EQ(best({{"2026-01-02", 9}, {"2026-05-01", 9}, {"2026-04-01", 8}}), "2026-05-01");
+  EXPECT_EQ(best({{"2026-05-01", 9}, {"+2026-5-2", 9}, {"2026-01-02", 9}}), "2026-05-02");
+}
+
+TEST(WordStatsSummary, KeysThatAreNoDatesCountForTheTotalAlone) {
+  const std::int64_t now = at(kBerlin, 2026, 8, 5, 15);
+  for (const char* const key : {"", "2026", "2026-08", "2026-08-05-1", "2026-08-x", "2026-08-\u0665", "2026-08- 5",
+                                "99999999999999999999-08-05", "2026/08/05"}) {
+    const auto summary = WordStatsSummary::of(ledgerOf({{key, 4}}, 1), "me", kBerlin, now);
+    EXPECT_EQ(summary.total, 5) << key;
+    EXPECT_EQ(summary.month, 0) << key;
+    EXPECT_FALSE(summary.bestDay) << key;
+  }
+  const auto loose = WordStatsSummary::of(ledgerOf({{"2026-x-8-4", 4}}), "me", kBerlin, now);
+  EXPECT_EQ(loose.week, 4);
+  EXPECT_EQ(loose.lastWeek[5].words, 0) << "found under its own key only";
+}
+
+TEST(WordStatsSummary, SurvivesLedgersFromAnywhere) {
+  constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max();
+  const Ledgers ledgers = {{"a", {{{"2026-08-05", most}, {"2147483647-2147483647-2147483647", 1}}, most, "", ""}},
+                           {"b", {{{"2026-08-05", most}, {"0-0-0", -5}}, -most, "", ""}}};
+  for (const char* const locale : {"de_DE", "th_TH", "fa_IR", "ja_JP@calendar=japanese", "zh_CN@calendar=chinese"}) {
+    const WordCalendar calendar("Europe/Berlin", locale);
+    const auto summary = WordStatsSummary::of(ledgers, "a", calendar, 1'785'880'800'000);
+    EXPECT_EQ(summary.lastWeek.size(), 7U) << locale;
+    EXPECT_EQ(summary.devices.front().total, most) << locale;
+  }
+  // In a calendar of eras the same keys come round again; a streak ends all the same.
+  const WordCalendar eras("UTC", "ja_JP@calendar=japanese");
+  std::map<std::string, std::int64_t> all;
+  for (int key = 0; key < 64 * 12 * 31; ++key) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02d", key / 372 + 1, key / 31 % 12 + 1, key % 31 + 1);
+    all[text] = 1;
+  }
+  EXPECT_EQ(WordStatsSummary::of(ledgerOf(all), "me", eras, 1'785'880'800'000).streak,
+            static_cast<std::int64_t>(all.size()));
+}
+
+}  // namespace
+}  // namespace quillet
