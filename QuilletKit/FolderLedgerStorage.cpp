@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <cstdlib>
 #include <system_error>
 
 #include "QuilletKit/AtomicFile.h"
@@ -60,6 +61,15 @@ class OpenFile {
 };
 
 }  // namespace
+
+std::optional<fs::path> FolderLedgerStorage::folderFrom(const std::optional<std::string>& setting) {
+  if (!setting) return std::nullopt;
+  fs::path folder = *setting;
+  const char* const home = std::getenv("HOME");
+  if (setting->starts_with("~/") && home != nullptr) folder = fs::path(home) / setting->substr(2);
+  if (!folder.is_absolute()) return std::nullopt;
+  return folder;
+}
 
 std::optional<std::string> FolderLedgerStorage::fileName(std::string_view key) {
   constexpr std::string_view kHex = "0123456789ABCDEF";

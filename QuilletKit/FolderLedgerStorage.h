@@ -20,6 +20,9 @@ class FolderLedgerStorage final : public WordLedgerStorage {
  public:
   explicit FolderLedgerStorage(std::filesystem::path folder) : folder_(std::move(folder)) {}
 
+  /// The folder that a setting names: an absolute path, or one that begins with "~/". Absent for anything else.
+  static std::optional<std::filesystem::path> folderFrom(const std::optional<std::string>& setting);
+
   std::optional<Bytes> read(const std::string& key) override;
   void write(const std::string& key, std::optional<ByteView> value) override;
   /// In ascending order.

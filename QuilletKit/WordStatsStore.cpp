@@ -11,7 +11,6 @@ namespace {
 
 constexpr std::string_view kDeviceKey = "qlt.wordLedgerDevice";
 constexpr std::string_view kLedgerKey = "qlt.wordLedger";
-constexpr std::string_view kSharedPrefix = "words.";
 constexpr std::int32_t kDaysKept = 400;
 
 std::optional<WordLedger> ledgerFrom(std::string_view json) {
@@ -93,11 +92,11 @@ std::map<std::string, WordLedger> WordStatsStore::sharedLedgers() const {
   std::map<std::string, WordLedger> found;
   if (cloud_ == nullptr) return found;
   for (const auto& key : cloud_->allKeys()) {
-    if (!key.starts_with(kSharedPrefix)) continue;
+    if (!key.starts_with(sharedPrefix)) continue;
     const auto bytes = cloud_->read(key);
     if (!bytes) continue;
     if (auto ledger = ledgerFrom(textOf(*bytes))) {
-      found.emplace(key.substr(kSharedPrefix.size()), *std::move(ledger));
+      found.emplace(key.substr(sharedPrefix.size()), *std::move(ledger));
     }
   }
   return found;
@@ -125,7 +124,7 @@ void WordStatsStore::saveLocal(const WordLedger& ledger) {
 
 void WordStatsStore::share(const WordLedger& ledger) {
   if (cloud_ == nullptr) return;
-  if (const auto json = jsonOf(ledger)) cloud_->write(std::string(kSharedPrefix) + deviceId_, bytesOf(*json));
+  if (const auto json = jsonOf(ledger)) cloud_->write(std::string(sharedPrefix) + deviceId_, bytesOf(*json));
 }
 
 }  // namespace quillet

@@ -22,6 +22,9 @@ namespace quillet {
 /// other. Nothing here reports a failure: the count never disturbs an insertion. Main thread only.
 class WordStatsStore {
  public:
+  /// In the shared store, followed by the id of a device.
+  static constexpr std::string_view sharedPrefix = "words.";
+
   /// `cloud` may be null; it and `local` outlive the store. `now` gives milliseconds since 1970.
   WordStatsStore(WordLedgerStorage* cloud, PreferenceStore& local, std::string name, std::string symbol,
                  WordCalendar calendar, std::function<std::int64_t()> now);

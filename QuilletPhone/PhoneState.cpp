@@ -19,7 +19,7 @@ constexpr auto jsonFields(std::type_identity<PairedMac>) {
 constexpr auto jsonFields(std::type_identity<PhoneState>) {
   using namespace JSONCoding;
   return fields(field("macs", &PhoneState::macs), field("name", &PhoneState::name),
-                field("service", &PhoneState::service));
+                field("service", &PhoneState::service), field("wordLedgerFolder", &PhoneState::wordLedgerFolder));
 }
 
 std::optional<PhoneState> PhoneState::load(const std::filesystem::path& folder) {

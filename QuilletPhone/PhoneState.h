@@ -21,6 +21,8 @@ struct PhoneState {
   std::string name;
   std::string service;  ///< URL of the service.
   std::vector<PairedMac> macs;
+  /// Where word counts are shared with the Macs: an absolute path, or one from "~/" on.
+  std::optional<std::string> wordLedgerFolder;
 
   /// Absent when there is none yet. Throws std::runtime_error for a file that can't be read.
   static std::optional<PhoneState> load(const std::filesystem::path& folder);

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cstdlib>
+
 #include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
@@ -117,6 +119,20 @@ TEST_F(FolderLedgerStorageTest, AWriteThatFailsIsLostQuietly) {
   storage.write("words.b", std::nullopt);
   EXPECT_TRUE(fs::is_directory(folder.path() / "words.b.json"));
   EXPECT_EQ(text("words.a"), "old");
+}
+
+TEST(FolderLedgerStorageSetting, NamesAnAbsoluteFolder) {
+  const std::string home = std::getenv("HOME") != nullptr ? std::getenv("HOME") : "";
+  setenv("HOME", "/home/someone", 1);
+  EXPECT_EQ(FolderLedgerStorage::folderFrom("/srv/words"), "/srv/words");
+  EXPECT_EQ(FolderLedgerStorage::folderFrom("~/Sync/words"), "/home/someone/Sync/words");
+  for (const char* const text : {"", "words", "./words", "~", "~else/words"}) {
+    EXPECT_FALSE(FolderLedgerStorage::folderFrom(text)) << text;
+  }
+  EXPECT_FALSE(FolderLedgerStorage::folderFrom(std::nullopt));
+  unsetenv("HOME");
+  EXPECT_FALSE(FolderLedgerStorage::folderFrom("~/words"));
+  if (!home.empty()) setenv("HOME", home.c_str(), 1);
 }
 
 }  // namespace

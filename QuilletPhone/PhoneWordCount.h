@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <filesystem>
+#include <string_view>
+
+#include "QuilletPhone/PhoneState.h"
+
+namespace quillet {
+
+/// Adds the words of a text to this phone's ledger; to be called once for each text that a Mac verifiably inserted. The
+/// ledger is in "words.json" in the phone's folder and, where the state names a folder for it that exists, in that one,
+/// where the phone's Macs find it. Never throws: a count that is lost is no failure.
+void recordInsertedWords(const PhoneState& state, const std::filesystem::path& folder, std::string_view text) noexcept;
+
+}  // namespace quillet
