@@ -2,10 +2,13 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "QuilletCompanion/Target/FocusObservers.h"
 
 namespace quillet {
 
@@ -70,6 +73,15 @@ class AccessibilityProvider {
   virtual bool modifiersDown() = 0;
   /// Types 1 to 20 UTF-16 units as key events with no shift, layout or repeat artefact. True if events were posted.
   virtual bool typeUnicode(std::int32_t pid, std::u16string_view units) = 0;
+
+  /// `changed` runs from the event loop after another application or another of its windows, or none, came to the
+  /// front; also when the one in front ended. Never absent.
+  virtual std::unique_ptr<FocusObservation> observeFrontApplication(std::function<void()> changed) = 0;
+  /// `moved` runs from the event loop after the focus moved inside the application `pid`: with the text element that
+  /// got it, even if it lost it again meanwhile, or with nothing if something else did. Absent if that application
+  /// can't be observed.
+  virtual std::unique_ptr<FocusObservation> observeFocus(std::int32_t pid,
+                                                         std::function<void(const ElementRef&)> moved) = 0;
 };
 
 }  // namespace quillet

@@ -115,6 +115,8 @@ class FakeAccessibilityProvider final : public AccessibilityProvider {
     replaceSelection,
     modifiersDown,
     typeUnicode,
+    observeFrontApplication,
+    observeFocus,
     count
   };
   struct Focus {
@@ -135,6 +137,9 @@ class FakeAccessibilityProvider final : public AccessibilityProvider {
     field().text = Unicode::toUTF16(text).value();
     field().selection = {static_cast<std::int64_t>(field().text.size()), 0};
   }
+  /// The desktop's events.
+  void tellFrontChanged() { frontObservers_.notify(); }
+  void tellFocusMoved(std::int32_t pid, int element) { focusObservers_[pid].notify(handle(element)); }
   void activateOwnApplication() { front = FrontApplication{kOwnPid, "own.application", "Quillet"}; }
 
   int calls(Call call) const { return counts_[static_cast<std::size_t>(call)]; }
@@ -144,6 +149,7 @@ class FakeAccessibilityProvider final : public AccessibilityProvider {
   bool locked = false;
   bool secureInput = false;
   bool ownApplicationActive = true;
+  bool observable = true;  ///< Applications let their focus be observed.
   bool modifiersHeld = false;
   int modifierLooks = 0;  ///< Modifiers are held for this many more looks.
   std::optional<FrontApplication> front = FrontApplication{kPid, "org.example.editor", "Editor"};
@@ -187,6 +193,15 @@ class FakeAccessibilityProvider final : public AccessibilityProvider {
   bool modifiersDown() override {
     return counted(Call::modifiersDown, modifiersHeld || (modifierLooks > 0 && modifierLooks-- > 0));
   }
+  std::unique_ptr<FocusObservation> observeFrontApplication(std::function<void()> changed) override {
+    counted(Call::observeFrontApplication, true);
+    return frontObservers_.add(std::move(changed));
+  }
+  std::unique_ptr<FocusObservation> observeFocus(std::int32_t pid,
+                                                 std::function<void(const ElementRef&)> moved) override {
+    counted(Call::observeFocus, true);
+    return observable ? focusObservers_[pid].add(std::move(moved)) : nullptr;
+  }
   bool typeUnicode(std::int32_t, std::u16string_view units) override {
     counted(Call::typeUnicode, true);
     if (units.empty() || units.size() > 20 || (typingFailsAt && typed.size() >= *typingFailsAt)) return false;
@@ -215,6 +230,8 @@ class FakeAccessibilityProvider final : public AccessibilityProvider {
   }
 
   std::array<int, static_cast<std::size_t>(Call::count)> counts_{};
+  FocusObservers<> frontObservers_;
+  std::map<std::int32_t, FocusObservers<ElementRef>> focusObservers_;
 };
 
 }  // namespace quillet::test

@@ -99,13 +99,12 @@ bool AtspiFocusTracker::take(const Arrival& arrival, CallBudget& budget) {
   if (arrival.attempts == 0) hung_.remove(pid);
   const auto summary = summarize(arrival.source.get(), pid, budget);
   if (!summary.answered() || summary.role == ATSPI_ROLE_INVALID) return false;
-  if (!summary.has(ATSPI_STATE_FOCUSED)) return true;  // it lost the focus meanwhile
+  const bool focused = summary.has(ATSPI_STATE_FOCUSED);  // or it lost the focus meanwhile
+  if (!focused && !summary.isTextual()) return true;
   forgetGone();
   AtspiElementRef element;
-  if (summary.isTextual()) {
-    element = std::make_shared<AtspiElement>(addRef(arrival.source.get()), pid);
-    applications_[pid].text = element;
-  }
+  if (summary.isTextual()) element = std::make_shared<AtspiElement>(addRef(arrival.source.get()), pid);
+  if (focused && element) applications_[pid].text = element;
   // Not from here: the caller may be in the middle of an operation.
   QMetaObject::invokeMethod(
       &soon_,

@@ -21,12 +21,13 @@ class AtspiFocusTracker {
   AtspiFocusTracker(const AtspiFocusTracker&) = delete;
   AtspiFocusTracker& operator=(const AtspiFocusTracker&) = delete;
 
-  /// Called from the event loop after the focus of the application `pid` moved: with the text element that got it, or
-  /// with nothing if something else did.
+  /// Called from the event loop after the focus of the application `pid` moved: with the text element that got it,
+  /// even if it lost it again meanwhile, or with nothing if something else did.
   std::function<void(std::int32_t pid, const ElementRef& element)> onFocusEvent;
 
   /// Begins to listen, once libatspi is connected. Repeats do nothing.
   void start();
+  bool isListening() const { return listener_ != nullptr; }
   /// The text element of `pid` that has the focus now. `window` is the window that is active: an application of which
   /// no event told is searched at most once for each of its windows and every two seconds.
   AtspiElementRef focused(std::int32_t pid, unsigned long window, CallBudget& budget);

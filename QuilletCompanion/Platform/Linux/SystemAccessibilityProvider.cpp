@@ -34,9 +34,13 @@ SystemAccessibilityProvider::SystemAccessibilityProvider(std::int32_t ownPID, Sc
       keyTypist_(keyTypist),
       tracker_(std::make_unique<AtspiFocusTracker>(ownPID, hung_)) {
   front_.onChange = [this] {
+    frontObservers_.notify();
     if (onFrontWindowChange) onFrontWindowChange();
   };
   tracker_->onFocusEvent = [this](std::int32_t pid, const ElementRef& element) {
+    if (const auto observed = focusObservers_.find(pid); observed != focusObservers_.end()) {
+      observed->second.notify(element);
+    }
     const auto owner = front_.owner();
     if (owner && owner->pid == pid && onFocusChange) onFocusChange(element);
   };
@@ -154,6 +158,18 @@ bool SystemAccessibilityProvider::typeUnicode(std::int32_t pid, std::u16string_v
     return element ? AtspiTextReader(element, budget).observation() : std::nullopt;
   };
   return keyTypist_.type(units, look, deadline);
+}
+
+std::unique_ptr<FocusObservation> SystemAccessibilityProvider::observeFrontApplication(std::function<void()> changed) {
+  checkMainThread();
+  return frontObservers_.add(std::move(changed));
+}
+
+std::unique_ptr<FocusObservation> SystemAccessibilityProvider::observeFocus(
+    std::int32_t pid, std::function<void(const ElementRef&)> moved) {
+  if (pid == ownPID_ || !isTrusted() || !tracker_->isListening()) return nullptr;
+  std::erase_if(focusObservers_, [](const auto& entry) { return !entry.second.any(); });
+  return focusObservers_[pid].add(std::move(moved));
 }
 
 }  // namespace quillet

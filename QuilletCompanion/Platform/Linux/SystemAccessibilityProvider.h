@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -56,6 +57,9 @@ class SystemAccessibilityProvider final : public AccessibilityProvider {
   bool replaceSelection(const ElementRef& element, std::string_view text) override;
   bool modifiersDown() override { return modifiers_.modifiersDown(); }
   bool typeUnicode(std::int32_t pid, std::u16string_view units) override;
+  std::unique_ptr<FocusObservation> observeFrontApplication(std::function<void()> changed) override;
+  std::unique_ptr<FocusObservation> observeFocus(std::int32_t pid,
+                                                 std::function<void(const ElementRef&)> moved) override;
 
  private:
   std::shared_ptr<const AtspiElement> focusedText(std::int32_t pid, CallBudget& budget);
@@ -70,6 +74,8 @@ class SystemAccessibilityProvider final : public AccessibilityProvider {
   DesktopEntries entries_;
   HungApplications hung_;
   std::unique_ptr<AtspiFocusTracker> tracker_;
+  FocusObservers<> frontObservers_;
+  std::map<std::int32_t, FocusObservers<ElementRef>> focusObservers_;
   ElementRef typedInto_;  ///< Kept so that no other element gets its address, by which the typist tells them apart.
 };
 
