@@ -7,6 +7,8 @@
 #include <boost/beast/core/buffers_to_string.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 
+#include "QuilletKit/ReadMessage.h"
+
 namespace quillet {
 namespace {
 
@@ -80,8 +82,7 @@ Awaitable<void> WebSocketPeer::read() {
       co_await room_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
     }
     beast::flat_buffer buffer;
-    error_code error;
-    co_await stream_.async_read(buffer, asio::redirect_error(asio::use_awaitable, error));
+    const error_code error = co_await readMessage(stream_, buffer);
     if (error == websocket::error::closed) co_return;
     if (error) throw system_error(error);
     if (closeCode_) continue;

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "QuilletKit/Log.h"
+#include "QuilletKit/ReadMessage.h"
 #include "QuilletService/HTTPServer.h"
 
 namespace quillet {
@@ -66,9 +67,7 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
 
   Awaitable<void> receive() {
     for (;;) {
-      boost::system::error_code error;
-      co_await socket_.async_read(buffer_, boost::asio::redirect_error(boost::asio::use_awaitable, error));
-      if (error) co_return;
+      if (co_await readMessage(socket_, buffer_)) co_return;
       const auto data = buffer_.cdata();
       const std::string_view frame(static_cast<const char*>(data.data()), data.size());
       if (closing_) {

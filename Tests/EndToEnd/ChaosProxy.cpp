@@ -110,7 +110,7 @@ Awaitable<bool> ChaosProxy::mistreat(WebSocket& out, std::string frame, std::deq
   } else {
     co_await forward(out, frame);
   }
-  while (!later.empty() && (calm_ || happens(0.3))) {
+  while (!later.empty() && (calm_ || happens(0.6))) {
     const std::string old = std::move(later.front());
     later.pop_front();
     co_await forward(out, old);

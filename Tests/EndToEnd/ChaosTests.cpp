@@ -19,7 +19,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int kDeliveries = 1000;
-constexpr int kLanes = 8;
+constexpr int kLanes = 16;  // More than may be pending, once their frames are repeated.
 constexpr int kDeliveriesBetweenCrashes = 120;
 constexpr int kMostTries = 60;
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <boost/asio/redirect_error.hpp>
+
 #include "QuilletKit/WebSocketTask.h"
 #include "Tests/Doubles/LoopbackServer.h"
 
@@ -145,6 +147,31 @@ TEST_F(WebSocketTest, EndsPolitelyAfterWhatWasQueuedOrDropsAtOnce) {
     if (code != 1006) {
       EXPECT_EQ(texts, 6);
     }
+  }
+}
+
+/// The library's own reading of whole messages stops the process here.
+TEST_F(WebSocketTest, EndsPolitelyWhileAMessageComesInFragments) {
+  const std::string message("\x01\x01[\x80\x01]", 6);
+  std::string burst;
+  for (int i = 0; i < 20'000; ++i) burst += message;
+  for (int i = 0; i < 20; ++i) {
+    closeCode = 0;
+    LoopbackServer server([&](LoopbackServer& self, Socket socket) -> Awaitable<void> {
+      auto stream = co_await self.upgrade(std::move(socket));
+      co_await LoopbackServer::write(stream.next_layer(), burst);
+      boost::beast::flat_buffer buffer;
+      boost::system::error_code error;
+      while (!error) {
+        co_await stream.async_read(buffer, boost::asio::redirect_error(boost::asio::use_awaitable, error));
+      }
+      closeCode = stream.reason().code == 1001 ? 1001 : 1;
+    });
+    const auto task = open(server);
+    EXPECT_EQ(receive(*task), "text []");
+    task->cancel(1001);
+    EXPECT_TRUE(main.runUntil([&] { return closeCode != 0; }));
+    EXPECT_EQ(closeCode, 1001);
   }
 }
 

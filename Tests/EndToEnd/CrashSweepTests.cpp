@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: MIT
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <iostream>
+#include <map>
+
+#include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
+#include "Tests/EndToEnd/KillPoint.h"
+#include "Tests/EndToEnd/Programs.h"
+
+namespace quillet::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int kLongestSweep = 400;
+
+class StubLock : public ScreenLockMonitor {
+  bool isScreenLocked() override { return false; }
+};
+
+auto has(const char* key, const char* value) {
+  return [=](const QJsonObject& object) { return object[key].toString() == value; };
+}
+
+/// The real service, desktop program and phone, paired, and a real editor in front.
+class CrashSweep : public testing::Test {
+ protected:
+  void SetUp() override {
+    makeControl();
+    service.start("quillet-service", {"--listen", "127.0.0.1:0", "--database", folder.filePath("service.db")},
+                  QProcessEnvironment::systemEnvironment());
+    url = QString(service.readLine()).trimmed().section(' ', -1);
+    ASSERT_TRUE(url.startsWith("http://"));
+    ASSERT_TRUE(eventually([this] { return provider.enableAccessibility(); }));
+    ASSERT_TRUE(eventually([this] { return findField(); })) << "the editor isn't in front";
+    ASSERT_TRUE(startDesktop());
+    pair();
+  }
+  void TearDown() override {
+    if (control != nullptr) ::munmap(control, sizeof(KillPoint));
+  }
+
+  void makeControl() {
+    controlFile = folder.filePath("kill-point");
+    const int descriptor = ::open(controlFile.toUtf8().constData(), O_RDWR | O_CREAT, 0600);
+    ASSERT_EQ(::ftruncate(descriptor, sizeof(KillPoint)), 0);
+    control =
+        static_cast<KillPoint*>(::mmap(nullptr, sizeof(KillPoint), PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0));
+    ::close(descriptor);
+    ASSERT_NE(control, MAP_FAILED);
+  }
+  bool findField() {
+    const auto front = provider.frontApplication();
+    if (!front || front->pid != editor.pid()) return false;
+    field = provider.focusedElement(editor.pid());
+    return field && provider.inspect(field).editable;
+  }
+  bool startDesktop() {
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("XDG_DATA_HOME", folder.filePath("data"));
+    environment.insert("XDG_CONFIG_HOME", folder.filePath("config"));
+    environment.insert("LD_PRELOAD", QUILLET_KILL_POINT_LIBRARY);
+    environment.insert("QUILLET_KILL_POINT", controlFile);
+    desktop.start("QuilletCompanion", {"--terminal", "--json", "-QLTServerURLOverride", url}, environment);
+    return desktop.await(has("status", "connected")).has_value();
+  }
+  QJsonObject phone(const QStringList& arguments) {
+    Program run;
+    startPhone(run, arguments);
+    EXPECT_TRUE(eventually([&] { return !run.running(); }, 60s));
+    return run.last().value_or(QJsonObject());
+  }
+  void startPhone(Program& run, const QStringList& arguments) {
+    run.start("quillet-phone", QStringList{"--json", "--state", folder.filePath("phone")} + arguments,
+              QProcessEnvironment::systemEnvironment());
+  }
+  void pair() {
+    phone({"init", "--service", url, "--name", "Pocket"});
+    desktop.say("pair\n");
+    const auto invitation = desktop.await(has("phase", "invitation"));
+    ASSERT_TRUE(invitation);
+    Program claiming;
+    startPhone(claiming, {"pair", (*invitation)["code"].toString(), "--yes"});
+    ASSERT_TRUE(desktop.await(has("phase", "verify")));
+    desktop.say("confirm\n");
+    ASSERT_TRUE(desktop.await(has("phase", "paired")));
+    ASSERT_TRUE(eventually([&] { return !claiming.running(); }));
+  }
+
+  /// The phone's word on it: "inserted", "refused", "uncertain", or nothing.
+  struct Told {
+    QString outcome, signature;
+    static Told from(const QJsonObject& answer) {
+      const auto result = answer["result"].toObject();
+      return {result["outcome"].toString(), result["signature"].toString()};
+    }
+  };
+  struct Utterance {
+    QString id, token, text;
+  };
+
+  Utterance prepare(const std::string& name) {
+    QJsonObject ready;
+    EXPECT_TRUE(eventually([&] { return (ready = phone({"prepare"}))["status"] == "ready"; }, 60s))
+        << QJsonDocument(ready).toJson().toStdString();
+    return {ready["utteranceId"].toString(), ready["token"].toString(),
+            QString("[%1] ").arg(QString::fromStdString(name))};
+  }
+  void deliver(const Utterance& what) { phone({"deliver", what.token, what.text, "--utterance", what.id}); }
+  Told repeat(const Utterance& what) {
+    deliver(what);
+    return await(what);
+  }
+  Told await(const Utterance& what) { return Told::from(phone({"wait", what.id, "--seconds", "20"})); }
+  /// Delivers while the `number`-th step of a kind is deadly. What the phone heard before the program died, if
+  /// anything.
+  Told deliverUntil(const char* kind, int number, const Utterance& what) {
+    std::strncpy(control->kind, kind, sizeof control->kind);
+    control->left = number;
+    deliver(what);
+    Program waiting;
+    startPhone(waiting, {"wait", what.id, "--seconds", "20"});
+    EXPECT_TRUE(eventually([&] { return !desktop.running() || !waiting.running(); }, 60s));
+    control->left = 0;
+    waiting.kill();
+    return Told::from(waiting.last().value_or(QJsonObject()));
+  }
+  int timesInEditor(const Utterance& what) {
+    return static_cast<int>(QString::fromStdString(provider.readValue(field).value_or("")).count(what.text));
+  }
+
+  /// One delivery, with the program killed and started again on the way, and what the phone is told in the end. False
+  /// if the program never came to that step.
+  bool round(const char* kind, int number) {
+    const std::string name = kind + std::to_string(number);
+    SCOPED_TRACE(name);
+    const auto what = prepare(name);
+    const Told before = deliverUntil(kind, number, what);
+    const bool killed = !desktop.running();
+    if (killed && !startDesktop()) {
+      ADD_FAILURE() << "doesn't start again";
+      return false;
+    }
+    // The service repeats by itself what has no result; the phone may, too.
+    const Told told = number % 2 == 0 ? await(what) : repeat(what);
+    EXPECT_FALSE(told.outcome.isEmpty()) << "no answer";
+    if (!before.outcome.isEmpty()) {
+      EXPECT_EQ(before.signature, told.signature);
+    }
+    if (number % 4 == 1) {
+      EXPECT_EQ(repeat(what).signature, told.signature);
+    }
+    ++outcomes[told.outcome];
+    if (told.outcome == "uncertain") uncertainYetThere += timesInEditor(what);
+    if (!killed) {
+      EXPECT_EQ(told.outcome, "inserted");
+    }
+    all.emplace_back(what, told);
+    return killed;
+  }
+
+  QTemporaryDir folder;
+  QString controlFile, url;
+  KillPoint* control = nullptr;
+  StubLock lock;
+  KeyTypist typist;
+  SystemAccessibilityProvider provider{getpid(), lock, typist};
+  Editor editor{"mousepad", {Editor::emptyFile}};
+  ElementRef field;
+  Program service, desktop;
+  std::vector<std::pair<Utterance, Told>> all;
+  std::map<QString, int> outcomes;
+  int uncertainYetThere = 0;
+};
+
+TEST_F(CrashSweep, KilledAtAnyStepItInsertsAtMostOnceAndTellsTheTruth) {
+  // An attempt's entry and its outcome's are one file replacement each; "received" and the result are frames.
+  const std::pair<const char*, int> kinds[] = {{"open", 2},  {"write", 2}, {"fdatasync", 2}, {"rename", 2},
+                                               {"fsync", 2}, {"send", 2},  {"call", 3}};
+  for (const auto& [kind, least] : kinds) {
+    int steps = 0;
+    while (steps < kLongestSweep && !HasFailure() && round(kind, steps + 1)) ++steps;
+    EXPECT_GE(steps, least) << kind;
+    std::cout << kind << " " << steps << ", " << std::flush;
+  }
+  for (const auto& [what, told] : all) {
+    const int times = timesInEditor(what);
+    EXPECT_LE(times, 1) << what.text.toStdString();
+    if (told.outcome == "inserted") EXPECT_EQ(times, 1) << what.text.toStdString();
+    if (told.outcome == "refused") EXPECT_EQ(times, 0) << what.text.toStdString();
+  }
+  EXPECT_GT(uncertainYetThere, 0) << "never killed between insertion and its record";
+  for (const auto& [outcome, count] : outcomes) std::cout << outcome.toStdString() << " " << count << " ";
+  std::cout << std::endl;
+}
+
+}  // namespace
+}  // namespace quillet::test
