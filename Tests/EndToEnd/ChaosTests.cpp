@@ -139,7 +139,7 @@ class ChaosTest : public testing::Test {
 
   const std::uint32_t seed = chosenSeed();
   std::mt19937 random{seed};
-  LoopbackService service{{.relay = {.prepare = 500ms}}};
+  LoopbackService service{{.relay = {.prepare = 300ms}}};
   ChaosProxy proxy{seed, service.endpoint(), {}};
   TemporaryFolder folder;
   FakeSystemEvents system;

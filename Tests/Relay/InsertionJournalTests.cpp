@@ -131,6 +131,15 @@ TEST_F(InsertionJournalTest, QuarantinesWhatCannotBeRead) {
   }
 }
 
+TEST_F(InsertionJournalTest, MakesItsFoldersForTheOwnerAlone) {
+  const auto parent = folder.path() / "data";
+  InsertionJournal::openJournal(parent / "app", [this] { return now; })->record(entry("u"));
+  for (const auto& made : {parent, parent / "app"}) {
+    EXPECT_EQ(std::filesystem::status(made).permissions(), std::filesystem::perms::owner_all) << made;
+  }
+  EXPECT_FALSE(test::readText(parent / "app" / "journal.json").empty());
+}
+
 TEST_F(InsertionJournalTest, LivesInMemoryWhereThereIsNoFolder) {
   test::LogCapture::instance().expect("No Application Support directory; journal kept in memory");
   fill("");

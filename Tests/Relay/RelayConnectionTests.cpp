@@ -188,6 +188,14 @@ TEST_F(RelayConnectionTest, FindsADeadLinkWithinThirtySeconds) {
   EXPECT_TRUE(LogCapture::instance().contains("No pong from relay; reconnecting"));
 }
 
+TEST_F(RelayConnectionTest, BytesThatAreNoTextProveNoLink) {
+  connect();
+  time.advance(20s);
+  line().deliver("\xff\xfe", false);
+  time.advance(10s);
+  EXPECT_EQ(state(), planned(1s));
+}
+
 TEST_F(RelayConnectionTest, AFailedSendIsASocketFailureOnlyWhileTheSocketIsCurrent) {
   connect();
   relay->send(frame);
@@ -264,10 +272,14 @@ TEST_F(RelayConnectionTest, AnUnsignedRequestIsRetriedWithoutASocket) {
   LogCapture::instance().expect("Could not sign the relay request");
   signingFails = true;
   relay->start();
-  time.run();
-  EXPECT_EQ(state(), planned(1s));
-  signingFails = false;
-  time.advance(1s);
+  for (const auto wait : {1s, 2s, 4s}) {
+    time.run();
+    EXPECT_EQ(state(), planned(wait));
+    time.advance(wait - 1ms);
+    EXPECT_TRUE(lines.empty());
+    if (wait == 4s) signingFails = false;
+    time.advance(1ms);
+  }
   EXPECT_EQ(lines.size(), 1u);
 }
 

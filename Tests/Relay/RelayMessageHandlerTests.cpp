@@ -292,6 +292,45 @@ TEST_F(RelayMessageHandlerTest, RevocationOvertakesTheQueue) {
   EXPECT_TRUE(std::holds_alternative<RefusalReason>(guard.lookup(spare, phone.peer.deviceId)));
 }
 
+TEST_F(RelayMessageHandlerTest, ARevocationIsToldThoughTheDiskRefusesIt) {
+  LogCapture::instance().expect("Could not remove revoked peer from disk");
+  const auto peersFile = folder.path() / "peers.json";
+  PeerStore stored(peersFile);
+  stored.upsert(phone.peer, 1);
+  std::filesystem::remove(peersFile);
+  std::filesystem::create_directories(peersFile / "blocked");
+  const auto revoking =
+      std::make_shared<RelayMessageHandler>(time.executor(), mac, stored, guard, *journal, inserter, time.source().now);
+  revoking->setEvents(events);
+  revoking->handle(RelayServer::PairRevoked{phone.peer.deviceId});
+  EXPECT_FALSE(stored.peer(phone.peer.deviceId));
+  EXPECT_EQ(events->told, std::vector<std::string>{"revoked " + phone.peer.deviceId});
+}
+
+TEST_F(RelayMessageHandlerTest, OnlyInsertedTextShowsTheBadge) {
+  desktop.field().write = test::FakeField::Write::differs;
+  handler->handle(deliverFrame("uncertain", token()));
+  handler->handle(deliverFrame("refused", "no token"));
+  time.advance(5s);
+  ASSERT_EQ(results().size(), 2u);
+  EXPECT_EQ(results()[0].outcome, InsertionOutcome::uncertain);
+  EXPECT_EQ(results()[1].outcome, InsertionOutcome::refused);
+  EXPECT_TRUE(events->told.empty());
+}
+
+TEST_F(RelayMessageHandlerTest, SaysNothingToAPeerWhoseKeyCannotSeal) {
+  LogCapture::instance().expect("Could not seal a result");
+  auto broken = stranger.peer;
+  broken.agreementPublicKey = std::string(43, 'A');  // 32 zero bytes
+  peers.upsert(broken, 2);
+  journal->record({.peerId = broken.deviceId, .utteranceId = "u", .createdAt = 1, .updatedAt = 1});
+  handler->handle(deliverFrame("u", "t", stranger, "u"));
+  time.run();
+  EXPECT_EQ(transport->sent.size(), 1u) << "only that it was received";
+  EXPECT_TRUE(LogCapture::instance().contains("Could not seal a result"));
+  EXPECT_EQ(journal->entry(broken.deviceId, "u")->result->outcome, InsertionOutcome::uncertain);
+}
+
 TEST_F(RelayMessageHandlerTest, AnInsertionThatRunsOutlivesTheHandlerAndWhatWaitsDoesNot) {
   desktop.field().write = test::FakeField::Write::fails;
   const auto frame = deliverFrame("u", token());
