@@ -94,11 +94,6 @@ void InsertionJournal::record(const JournalEntry& entry) {
   }
 }
 
-void InsertionJournal::close() {
-  fileURL_.reset();
-  document_ = {};
-}
-
 void InsertionJournal::load() {
   if (!std::filesystem::exists(*fileURL_)) return;
   const std::string text = readFile(*fileURL_);

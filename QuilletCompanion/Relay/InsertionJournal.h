@@ -48,8 +48,6 @@ class InsertionJournal {
   /// Durable when it returns. Throws the writer's error, or JSONCoding::EncodingError for text that isn't UTF-8; memory
   /// is then as it was.
   void record(const JournalEntry& entry);
-  /// Gives the file up, so that a successor may have it: from now on the journal lives in memory.
-  void close();
 
  private:
   void load();

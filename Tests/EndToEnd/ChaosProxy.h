@@ -15,7 +15,7 @@ class ChaosProxy {
  public:
   /// Shares in which a frame meets each fate.
   struct Odds {
-    double drop = 0.01, cut = 0.005, repeat = 0.1, keepForLater = 0.05, delay = 0.3, fragment = 0.2;
+    double drop = 0.01, cut = 0.003, repeat = 0.1, keepForLater = 0.05, delay = 0.3, fragment = 0.2;
   };
   struct Counts {
     std::atomic<int> forwarded, dropped, cut, repeated, keptForLater, delayed, fragmented;

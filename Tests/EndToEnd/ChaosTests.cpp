@@ -20,7 +20,7 @@ using namespace std::chrono_literals;
 
 constexpr int kDeliveries = 1000;
 constexpr int kLanes = 16;  // More than may be pending, once their frames are repeated.
-constexpr int kDeliveriesBetweenCrashes = 120;
+constexpr int kChunksBetweenCrashes = 8;
 constexpr int kMostTries = 60;
 
 std::uint32_t chosenSeed() {
@@ -39,6 +39,9 @@ class ChaosTest : public testing::Test {
     service.enrol(pocket.keys, DevicePlatform::ios);
     service.pair(desk.identity().deviceId, pocket.peer.deviceId);
     desk.desktop.field().selectionShown = false;  // the lanes share it, so that the caret moves under all of them
+    desk.desktop.afterChunk = [this](std::size_t) {
+      if (random() % kChunksBetweenCrashes == 0) boost::asio::post(main.executor(), [this] { crashAndRestart(); });
+    };
     startDesk();
   }
   ~ChaosTest() override {
@@ -125,7 +128,6 @@ class ChaosTest : public testing::Test {
         const auto again = co_await answered(id, *token, 1);
         EXPECT_EQ(again, result) << id << " was answered otherwise later";
       }
-      if (static_cast<int>(told.size()) % kDeliveriesBetweenCrashes == 0) crashAndRestart();
     }
     ++lanesDone;
   }
@@ -181,10 +183,10 @@ TEST_F(ChaosTest, AThousandDeliveriesAreInsertedOnceOrToldTruthfully) {
     if (answer.outcome == InsertionOutcome::refused) EXPECT_EQ(times, 0u) << id;
   }
   EXPECT_EQ(told.size(), static_cast<std::size_t>(kDeliveries));
-  EXPECT_GT(outcomes[InsertionOutcome::inserted], kDeliveries * 8 / 10);
+  EXPECT_GT(outcomes[InsertionOutcome::inserted], kDeliveries * 7 / 10);
+  EXPECT_GT(outcomes[InsertionOutcome::uncertain], 0) << "never crashed while it typed";
   const auto& met = proxy.counts();
   EXPECT_TRUE(met.dropped > 0 && met.cut > 0 && met.repeated > 0 && met.keptForLater > 0 && met.fragmented > 0);
-  EXPECT_GT(crashes, 3);
   std::cout << "inserted " << outcomes[InsertionOutcome::inserted] << ", refused "
             << outcomes[InsertionOutcome::refused] << ", uncertain " << outcomes[InsertionOutcome::uncertain]
             << "; frames " << met.forwarded << ", dropped " << met.dropped << ", repeated " << met.repeated << ", late "

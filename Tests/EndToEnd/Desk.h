@@ -31,9 +31,8 @@ class Desk {
   }
   /// Ends as a killed process does: what was under way goes no further, and the file stays as it is.
   void crash() {
-    journal->close();
     handler.reset();
-    inserter_.reset();
+    inserter_.reset();  // what it inserts ends at its next pause
     graves_.push_back(std::move(guard_));
     graves_.push_back(std::move(journal));
   }

@@ -356,20 +356,20 @@ TEST_F(RelayMessageHandlerTest, AnInsertionThatRunsOutlivesTheHandlerAndWhatWait
   EXPECT_EQ(results()[0].outcome, InsertionOutcome::inserted);
 }
 
-TEST_F(RelayMessageHandlerTest, AClosedJournalLeavesTheFileToItsSuccessor) {
+TEST_F(RelayMessageHandlerTest, WithoutItsInserterTheAttemptStaysOneAndTheFileAsItIs) {
   desktop.field().write = test::FakeField::Write::fails;
+  auto leaving = std::make_unique<TextInserter>(desktop, guard, InsertionPacing{}, time.source());
+  handler =
+      std::make_shared<RelayMessageHandler>(time.executor(), mac, peers, guard, *journal, *leaving, time.source().now);
   handler->handle(deliverFrame("u", token()));
   time.run();
-  const auto old = std::move(journal);
-  old->close();
-  std::filesystem::remove(file);
+  const auto before = test::readText(file);
   handler.reset();
-  start();
-  journal->record({.peerId = "p", .utteranceId = "new", .createdAt = 1, .updatedAt = 1});
-  const auto successors = test::readText(file);
+  leaving.reset();
   time.advance(10s);
-  EXPECT_EQ(old->entry(phone.peer.deviceId, "u")->state, JournalState::inserted);
-  EXPECT_EQ(test::readText(file), successors);
+  EXPECT_EQ(test::readText(file), before);
+  start();
+  EXPECT_EQ(entry("u")->state, JournalState::uncertain);
 }
 
 TEST_F(RelayMessageHandlerTest, AnswersAfreshWhatTheJournalHoldsNoFittingResultFor) {
