@@ -138,10 +138,11 @@ Awaitable<WebSocketMessage> WebSocketPeer::next(std::shared_ptr<WebSocketPeer> s
   co_return message;
 }
 
-void WebSocketPeer::close(int code) {
+void WebSocketPeer::close(int code, std::shared_ptr<void> untilClosed) {
   if (failure_ || closeCode_) return;
   if (code == kDropped || !upgraded_) return fail("The connection was closed.");
   closeCode_ = code;
+  untilClosed_ = std::move(untilClosed);
   incoming_.clear();
   arrival_.cancel();
   room_.cancel();
@@ -169,6 +170,7 @@ void WebSocketPeer::fail(std::string failure) {
   arrival_.cancel();
   room_.cancel();
   stream_.next_layer().close();
+  untilClosed_.reset();
   for (auto& lost : std::exchange(outgoing_, {})) lost.written(false);
 }
 

@@ -26,8 +26,8 @@ class WebSocketPeer : public std::enable_shared_from_this<WebSocketPeer> {
   /// `written` is called on the network thread, once.
   void send(std::string text, std::function<void(bool)> written);
   static Awaitable<WebSocketMessage> next(std::shared_ptr<WebSocketPeer> self);
-  /// Later calls change nothing.
-  void close(int code);
+  /// Later calls change nothing. `untilClosed` is let go once all that was sent before has left, or never will.
+  void close(int code, std::shared_ptr<void> untilClosed = nullptr);
   /// Nobody listens any more: drops the connection, unless it is being closed politely.
   void abandon();
 
@@ -59,6 +59,7 @@ class WebSocketPeer : public std::enable_shared_from_this<WebSocketPeer> {
   std::deque<WebSocketMessage> incoming_;
   std::optional<std::string> failure_;
   std::optional<int> closeCode_;
+  std::shared_ptr<void> untilClosed_;
   bool started_ = false;
   bool upgraded_ = false;
   bool writing_ = false;

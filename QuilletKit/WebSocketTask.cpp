@@ -47,8 +47,10 @@ class BeastWebSocketTask final : public WebSocketTask {
     return status == 0 ? std::nullopt : std::optional(status);
   }
 
-  void cancel(int closeCode) override {
-    asio::post(network_, [peer = peer_, closeCode] { peer->close(closeCode); });
+  void cancel(int closeCode, std::shared_ptr<void> untilClosed) override {
+    asio::post(network_, [peer = peer_, closeCode, kept = std::move(untilClosed)]() mutable {
+      peer->close(closeCode, std::move(kept));
+    });
   }
 
  private:

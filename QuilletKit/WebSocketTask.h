@@ -35,8 +35,8 @@ class WebSocketTask {
   /// The status of a refused upgrade, once known.
   virtual std::optional<int> refusedStatus() const = 0;
   /// Ends it with a close code and no reason. 1006 drops the connection without a close frame. What was queued before
-  /// is still written within a short bound.
-  virtual void cancel(int closeCode) = 0;
+  /// is still written within a short bound. `untilClosed` is kept until then, and destroyed on any thread.
+  virtual void cancel(int closeCode, std::shared_ptr<void> untilClosed = nullptr) = 0;
 };
 
 /// `maximumMessageSize` in bytes. The upgrade is bounded by the request's timeout.

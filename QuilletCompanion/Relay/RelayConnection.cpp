@@ -115,12 +115,12 @@ void RelayConnection::markConnected(Identity id) {
   if (onConnected) onConnected();
 }
 
-void RelayConnection::tearDown(int closeCode) {
+void RelayConnection::tearDown(int closeCode, std::shared_ptr<void> untilClosed) {
   ++connectionId_;
   receiveTask_.cancel();
   pingTask_.cancel();
   probeTasks_.clear();
-  if (const auto socket = std::exchange(socket_, nullptr)) socket->cancel(closeCode);
+  if (const auto socket = std::exchange(socket_, nullptr)) socket->cancel(closeCode, std::move(untilClosed));
   awaitingPong_ = false;
 }
 
@@ -245,7 +245,7 @@ void RelayConnection::willSleep() {
   if (onWillSleep) onWillSleep();
   asleep_ = true;
   reconnectTask_.cancel();
-  tearDown(kGoingAway);
+  tearDown(kGoingAway, observation_ ? observation_->delaySleep() : nullptr);
   if (running_) state_.set(Phase::offline);
 }
 

@@ -60,7 +60,7 @@ class RelayConnection final : public RelayTransport, public std::enable_shared_f
   void connect();
   void openSocket(HTTPRequest request);
   void markConnected(Identity id);
-  void tearDown(int closeCode);
+  void tearDown(int closeCode, std::shared_ptr<void> untilClosed = nullptr);
   void scheduleReconnect();
   void socketFailed(Identity id, bool refused);
   void noPong(Identity id);

@@ -15,12 +15,14 @@ class FakeSystemEvents final : public SystemEvents {
 
   std::unique_ptr<Observation> observe(Handlers handlers) override {
     const auto position = handlers_.insert(handlers_.end(), handlers);
-    auto observation = std::make_unique<Ending>(handlers_, position);
+    auto observation = std::make_unique<Ending>(handlers_, position, hold_);
     if (announcedAtOnce && handlers.networkPath) handlers.networkPath(*announcedAtOnce);
     return observation;
   }
 
   void sleep() {
+    const auto hold = std::make_shared<int>();
+    hold_ = hold;
     tell([](const Handlers& h) {
       if (h.willSleep) h.willSleep();
     });
@@ -35,14 +37,19 @@ class FakeSystemEvents final : public SystemEvents {
       if (h.networkPath) h.networkPath(available);
     });
   }
+  /// Whether somebody still has sleep wait.
+  bool sleepWaits() const { return !hold_.expired(); }
   std::size_t observers() const { return handlers_.size(); }
 
  private:
   struct Ending final : Observation {
-    Ending(std::list<Handlers>& handlers, std::list<Handlers>::iterator position) : list(handlers), entry(position) {}
+    Ending(std::list<Handlers>& handlers, std::list<Handlers>::iterator position, std::weak_ptr<void>& sleepHold)
+        : list(handlers), entry(position), hold(sleepHold) {}
     ~Ending() override { list.erase(entry); }
+    std::shared_ptr<void> delaySleep() override { return hold.lock(); }
     std::list<Handlers>& list;
     std::list<Handlers>::iterator entry;
+    std::weak_ptr<void>& hold;
   };
 
   template <typename Call>
@@ -52,6 +59,7 @@ class FakeSystemEvents final : public SystemEvents {
   }
 
   std::list<Handlers> handlers_;
+  std::weak_ptr<void> hold_;
 };
 
 }  // namespace quillet::test

@@ -26,6 +26,7 @@ class FakeWebSocket final : public WebSocketTask {
     std::vector<std::string> sent;
     std::vector<std::function<void(bool)>> completions;
     std::optional<int> cancelledWith;
+    std::shared_ptr<void> untilClosed;
     std::optional<int> refused;
 
     /// Answers the completion of everything sent so far.
@@ -59,7 +60,10 @@ class FakeWebSocket final : public WebSocketTask {
   }
   Awaitable<WebSocketMessage> receive() override { return next(line_); }
   std::optional<int> refusedStatus() const override { return line_->refused; }
-  void cancel(int closeCode) override { line_->cancelledWith = closeCode; }
+  void cancel(int closeCode, std::shared_ptr<void> untilClosed) override {
+    line_->cancelledWith = closeCode;
+    line_->untilClosed = std::move(untilClosed);
+  }
 
  private:
   static Awaitable<WebSocketMessage> next(std::shared_ptr<Line> line) {

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "Tests/Platform/PrivateBus.h"
 
 namespace quillet {
@@ -11,6 +13,38 @@ namespace {
 using test::eventually;
 using test::MockLogind;
 using test::PrivateBus;
+
+/// A screen saver on the session bus.
+class MockSaver {
+ public:
+  MockSaver(PrivateBus& bus, const char* name, const char* path) : bus_(bus), name_(name), path_(path) {
+    EXPECT_TRUE(bus_.awaitOwner(name_));
+    EXPECT_TRUE(answers(false));
+  }
+  ~MockSaver() {
+    program_.reset();
+    EXPECT_TRUE(bus_.awaitNoOwner(name_));
+  }
+  MockSaver(const MockSaver&) = delete;
+  MockSaver& operator=(const MockSaver&) = delete;
+
+  bool answers(bool active) {
+    return bus_.mock(name_, path_, "AddMethod",
+                     g_variant_new("(sssss)", name_, "GetActive", "", "b", active ? "ret = True" : "ret = False"));
+  }
+  bool signals(bool active) {
+    GVariant* const argument = g_variant_new_variant(g_variant_new_boolean(active));
+    return bus_.mock(name_, path_, "EmitSignal",
+                     g_variant_new("(sss@av)", name_, "ActiveChanged", "b",
+                                   g_variant_new_array(G_VARIANT_TYPE_VARIANT, &argument, 1)));
+  }
+
+ private:
+  PrivateBus& bus_;
+  const char *name_, *path_;
+  std::unique_ptr<test::ChildProgram> program_ = std::make_unique<test::ChildProgram>(
+      std::vector<const char*>{"/usr/bin/python3", "-m", "dbusmock", "--session", name_, path_, name_});
+};
 
 class LinuxScreenLockMonitorTest : public testing::Test {
  protected:
@@ -68,19 +102,130 @@ TEST_F(LinuxScreenLockMonitorTest, FollowsLockAndUnlockSignals) {
 }
 
 TEST_F(LinuxScreenLockMonitorTest, FollowsScreenSavers) {
-  for (const auto& [name, path] : {std::pair("org.gnome.ScreenSaver", "/org/gnome/ScreenSaver"),
-                                   std::pair("org.freedesktop.ScreenSaver", "/ScreenSaver")}) {
-    const test::ChildProgram saver({"/usr/bin/python3", "-m", "dbusmock", "--session", name, path, name});
-    ASSERT_TRUE(sessionBus.awaitOwner(name));
-    LinuxScreenLockMonitor monitor;
-    for (const bool active : {true, false}) {
-      GVariant* const argument = g_variant_new_variant(g_variant_new_boolean(active));
-      ASSERT_TRUE(sessionBus.mock(name, path, "EmitSignal",
-                                  g_variant_new("(sss@av)", name, "ActiveChanged", "b",
-                                                g_variant_new_array(G_VARIANT_TYPE_VARIANT, &argument, 1))));
+  LinuxScreenLockMonitor monitor;
+  for (const auto& [name, path] : {std::pair("org.freedesktop.ScreenSaver", "/ScreenSaver"),
+                                   std::pair("org.gnome.ScreenSaver", "/org/gnome/ScreenSaver"),
+                                   std::pair("org.cinnamon.ScreenSaver", "/org/cinnamon/ScreenSaver"),
+                                   std::pair("org.mate.ScreenSaver", "/org/mate/ScreenSaver"),
+                                   std::pair("org.xfce.ScreenSaver", "/org/xfce/ScreenSaver")}) {
+    MockSaver saver(sessionBus, name, path);
+    for (const bool active : {true, false, true}) {
+      ASSERT_TRUE(saver.signals(active));
       EXPECT_TRUE(eventually([&] { return monitor.lockedByNotification() == active; })) << name << active;
     }
   }
+  EXPECT_TRUE(eventually([&] { return !monitor.isLocked(); })) << "a screen saver that is gone locks nothing";
+}
+
+TEST_F(LinuxScreenLockMonitorTest, AsksAScreenSaverThatWasThereBefore) {
+  MockSaver saver(sessionBus, "org.mate.ScreenSaver", "/org/mate/ScreenSaver");
+  ASSERT_TRUE(saver.answers(true));
+  LinuxScreenLockMonitor monitor;
+  int changes = 0;
+  monitor.onChange = [&] { ++changes; };
+  EXPECT_TRUE(eventually([&] { return monitor.isScreenLocked(); }));
+  EXPECT_EQ(changes, 1);
+  EXPECT_FALSE(monitor.lockedByNotification());
+  ASSERT_TRUE(saver.signals(false));
+  EXPECT_TRUE(eventually([&] { return !monitor.isLocked(); }));
+}
+
+TEST_F(LinuxScreenLockMonitorTest, IsLockedWhileAnySourceSaysSo) {
+  MockSaver saver(sessionBus, "org.gnome.ScreenSaver", "/org/gnome/ScreenSaver");
+  LinuxScreenLockMonitor monitor;
+  int changes = 0;
+  monitor.onChange = [&] { ++changes; };
+  const auto hint = [&](bool locked) { return logind.setSession("LockedHint", locked); };
+  const auto says = [&](bool active) { return saver.signals(active); };
+  const auto request = [&](bool lock) { return logind.callSession(lock ? "Lock" : "Unlock"); };
+  const struct {
+    const char* what;
+    std::function<bool()> event;
+    bool locked;
+  } steps[] = {{"hint", [&] { return hint(true); }, true},
+               {"saver too", [&] { return says(true); }, true},
+               {"hint off", [&] { return hint(false); }, true},
+               {"unlock request", [&] { return request(false); }, true},
+               {"saver off", [&] { return says(false); }, false},
+               {"saver first", [&] { return says(true); }, true},
+               {"then hint", [&] { return hint(true); }, true},
+               {"saver off again", [&] { return says(false); }, true},
+               {"hint off again", [&] { return hint(false); }, false},
+               {"lock request", [&] { return request(true); }, true},
+               {"hint follows", [&] { return hint(true); }, true},
+               {"hint tells of the unlock", [&] { return hint(false); }, false},
+               {"lock request alone", [&] { return request(true); }, true},
+               {"saver tells of the unlock", [&] { return says(false); }, false}};
+  for (const auto& step : steps) {
+    const int before = changes;
+    ASSERT_TRUE(step.event()) << step.what;
+    ASSERT_TRUE(eventually([&] { return changes > before; })) << step.what;
+    EXPECT_EQ(monitor.isLocked(), step.locked) << step.what;
+  }
+}
+
+TEST_F(LinuxScreenLockMonitorTest, FollowsLogindThatComesAndGoes) {
+  LinuxScreenLockMonitor monitor;
+  ASSERT_TRUE(logind.setSession("LockedHint", true));
+  ASSERT_TRUE(eventually([&] { return monitor.lockedByNotification(); }));
+  logind.stop();
+  EXPECT_TRUE(monitor.isLocked()) << "its last word";
+  logind.start();
+  EXPECT_TRUE(eventually([&] { return !monitor.isLocked(); })) << "unlocked meanwhile";
+  ASSERT_TRUE(logind.callSession("Lock"));
+  EXPECT_TRUE(eventually([&] { return monitor.isLocked(); }));
+}
+
+TEST_F(LinuxScreenLockMonitorTest, FindsLogindAndItsSessionLater) {
+  logind.stop();
+  LinuxScreenLockMonitor monitor;
+  EXPECT_FALSE(monitor.isLocked());
+  int changes = 0;
+  monitor.onChange = [&] { ++changes; };
+  logind.start();
+  // The mock's session may come after the monitor asked for it.
+  ASSERT_TRUE(logind.setSession("LockedHint", true));
+  EXPECT_TRUE(eventually([&] { return monitor.isScreenLocked(); }));
+  EXPECT_GE(changes, 1);
+}
+
+TEST_F(LinuxScreenLockMonitorTest, FollowsBusesThatComeBack) {
+  LinuxScreenLockMonitor monitor;
+  ASSERT_TRUE(logind.callSession("Lock"));
+  ASSERT_TRUE(eventually([&] { return monitor.isLocked(); }));
+  systemBus.stop();
+  sessionBus.stop();
+  systemBus.start();
+  sessionBus.start();
+  logind.start();
+  MockSaver saver(sessionBus, "org.gnome.ScreenSaver", "/org/gnome/ScreenSaver");
+  EXPECT_TRUE(monitor.isLocked());
+  // Repeated, since nobody knows when the monitor is back on the bus.
+  EXPECT_TRUE(eventually([&] { return logind.callSession("Unlock") && !monitor.isLocked(); }));
+  EXPECT_TRUE(eventually([&] { return saver.signals(true) && monitor.isLocked(); }));
+}
+
+TEST_F(LinuxScreenLockMonitorTest, IgnoresWhatOthersSay) {
+  MockSaver saver(sessionBus, "org.gnome.ScreenSaver", "/org/gnome/ScreenSaver");
+  LinuxScreenLockMonitor monitor;
+  systemBus.forge(MockLogind::session, "org.freedesktop.login1.Session", "Lock", g_variant_new("()"));
+  sessionBus.forge("/org/gnome/ScreenSaver", "org.gnome.ScreenSaver", "ActiveChanged", g_variant_new("(b)", TRUE));
+  int changes = 0;
+  monitor.onChange = [&] { ++changes; };
+  ASSERT_TRUE(logind.callSession("Unlock"));
+  ASSERT_TRUE(saver.signals(false));
+  EXPECT_TRUE(eventually([&] { return changes >= 2; }));
+  EXPECT_EQ(changes, 2);
+  EXPECT_FALSE(monitor.isLocked());
+  // Nor a lock's forged end.
+  ASSERT_TRUE(saver.signals(true));
+  ASSERT_TRUE(eventually([&] { return monitor.isLocked(); }));
+  sessionBus.forge("/org/gnome/ScreenSaver", "org.gnome.ScreenSaver", "ActiveChanged", g_variant_new("(b)", FALSE));
+  ASSERT_TRUE(logind.callSession("Lock"));
+  ASSERT_TRUE(eventually([&] { return changes >= 4; }));
+  ASSERT_TRUE(logind.callSession("Unlock"));
+  ASSERT_TRUE(eventually([&] { return changes >= 5; }));
+  EXPECT_TRUE(monitor.isLocked());
 }
 
 TEST(LinuxScreenLockMonitorWithoutBuses, IsNeverLocked) {

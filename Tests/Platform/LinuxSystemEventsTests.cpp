@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <thread>
 #include <vector>
 
 #include "Tests/Platform/PrivateBus.h"
@@ -12,7 +13,6 @@
 namespace quillet {
 namespace {
 
-using test::eventually;
 using test::MockLogind;
 using test::PrivateBus;
 
@@ -27,47 +27,135 @@ std::ptrdiff_t openPipes() {
 
 class LinuxSystemEventsTest : public testing::Test {
  protected:
+  /// Tells `told` of sleep and wake, and keeps sleep waiting while `keepHold`.
+  std::unique_ptr<SystemEvents::Observation> observe() {
+    return events.observe({.willSleep =
+                               [this] {
+                                 if (keepHold) hold = observation->delaySleep();
+                                 told.push_back("sleep");
+                               },
+                           .didWake = [this] { told.push_back("wake"); }});
+  }
+  // The bus connection's own thread holds the descriptor a moment longer.
+  bool inhibits() {
+    return test::eventually([this] { return openPipes() == before + 1; });
+  }
+  bool letsSleep() {
+    return test::eventually([this] { return openPipes() == before; });
+  }
+  bool hears(const std::vector<std::string>& expected) {
+    return test::eventually([&] { return told.size() >= expected.size(); }) && told == expected;
+  }
+
   PrivateBus systemBus{G_BUS_TYPE_SYSTEM};
   MockLogind logind{systemBus};
+  LinuxSystemEvents events{nullptr};
+  std::ptrdiff_t before = openPipes();
+  std::vector<std::string> told;
+  bool keepHold = false;
+  std::shared_ptr<void> hold;
+  std::unique_ptr<SystemEvents::Observation> observation = observe();
 };
 
-TEST_F(LinuxSystemEventsTest, TellsSleepAndWakeAndDelaysSleepMeanwhile) {
-  LinuxSystemEvents events;
-  std::vector<std::string> told;
-  const auto without = openPipes();
-  std::ptrdiff_t duringHandler = 0;
-  auto observation = events.observe({.willSleep =
-                                         [&] {
-                                           duringHandler = openPipes();
-                                           told.push_back("sleep");
-                                         },
-                                     .didWake = [&] { told.push_back("wake"); }});
-  // The bus connection's own thread holds the descriptor a moment longer.
-  const auto holdsOne = [&] { return openPipes() == without + 1; };
-  EXPECT_TRUE(eventually(holdsOne));
+TEST_F(LinuxSystemEventsTest, SleepWaitsUntilNobodyHoldsItUp) {
+  EXPECT_TRUE(inhibits());
+  EXPECT_EQ(observation->delaySleep(), nullptr) << "nobody sleeps yet";
+  keepHold = true;
   for (int round = 0; round < 2; ++round) {
     told.clear();
     ASSERT_TRUE(logind.prepareForSleep(true));
-    ASSERT_TRUE(eventually([&] { return told == std::vector<std::string>{"sleep"}; }));
-    EXPECT_EQ(duringHandler, without + 1);
-    EXPECT_EQ(openPipes(), without + 1) << "a frame still has to leave";
-    ASSERT_TRUE(eventually([&] { return openPipes() == without; }));
+    ASSERT_TRUE(hears({"sleep"}));
+    ASSERT_NE(hold, nullptr);
+    EXPECT_EQ(openPipes(), before + 1) << "a frame still has to leave";
+    std::thread([this] { hold.reset(); }).join();
+    EXPECT_TRUE(letsSleep());
     ASSERT_TRUE(logind.prepareForSleep(false));
-    ASSERT_TRUE(eventually([&] { return told == (std::vector<std::string>{"sleep", "wake"}); }));
-    EXPECT_TRUE(eventually(holdsOne));
+    ASSERT_TRUE(hears({"sleep", "wake"}));
+    EXPECT_TRUE(inhibits()) << "for the next sleep";
   }
+  keepHold = false;
   ASSERT_TRUE(logind.prepareForSleep(true));
-  ASSERT_TRUE(eventually([&] { return told.size() == 3; }));
+  ASSERT_TRUE(hears({"sleep", "wake", "sleep"}));
+  EXPECT_TRUE(letsSleep()) << "nobody holds it up";
   observation.reset();
-  EXPECT_TRUE(eventually([&] { return openPipes() == without; }));
 }
 
-TEST_F(LinuxSystemEventsTest, AHandlerMayEndTheObservation) {
-  LinuxSystemEvents events;
-  std::unique_ptr<SystemEvents::Observation> observation;
-  observation = events.observe({.willSleep = [&] { observation.reset(); }});
+TEST_F(LinuxSystemEventsTest, SleepWaitsNoLongerThanItsBound) {
+  EXPECT_TRUE(inhibits());
+  keepHold = true;
   ASSERT_TRUE(logind.prepareForSleep(true));
-  EXPECT_TRUE(eventually([&] { return observation == nullptr; }));
+  ASSERT_TRUE(hears({"sleep"}));
+  EXPECT_TRUE(letsSleep()) << "with the hold still there";
+  const auto old = hold;
+  ASSERT_TRUE(logind.prepareForSleep(false));
+  ASSERT_TRUE(hears({"sleep", "wake"}));
+  EXPECT_TRUE(inhibits());
+  hold.reset();
+  ASSERT_TRUE(logind.prepareForSleep(true));
+  ASSERT_TRUE(hears({"sleep", "wake", "sleep"}));
+  EXPECT_NE(hold, old);
+  EXPECT_EQ(openPipes(), before + 1) << "the hold of an earlier sleep says nothing of this one";
+}
+
+TEST_F(LinuxSystemEventsTest, ObservationsShareOneDelay) {
+  auto second = observe();
+  EXPECT_TRUE(inhibits());
+  observation.reset();
+  ASSERT_TRUE(logind.prepareForSleep(true));
+  ASSERT_TRUE(hears({"sleep"})) << "the one that is left";
+  ASSERT_TRUE(logind.prepareForSleep(false));
+  EXPECT_TRUE(inhibits());
+  second.reset();
+  EXPECT_TRUE(letsSleep());
+}
+
+TEST_F(LinuxSystemEventsTest, FollowsLogindThatComesAndGoes) {
+  EXPECT_TRUE(inhibits());
+  logind.stop();
+  EXPECT_TRUE(letsSleep());
+  logind.start();
+  EXPECT_TRUE(inhibits());
+  ASSERT_TRUE(logind.prepareForSleep(true));
+  ASSERT_TRUE(logind.prepareForSleep(true));
+  ASSERT_TRUE(hears({"sleep"}));
+  logind.stop();
+  EXPECT_TRUE(hears({"sleep", "wake"})) << "nobody could tell of the wake any more";
+}
+
+TEST_F(LinuxSystemEventsTest, FollowsABusThatComesBack) {
+  EXPECT_TRUE(inhibits());
+  ASSERT_TRUE(logind.prepareForSleep(true));
+  ASSERT_TRUE(hears({"sleep"}));
+  systemBus.stop();
+  EXPECT_TRUE(hears({"sleep", "wake"}));
+  systemBus.start();
+  logind.start();
+  EXPECT_TRUE(inhibits());
+  ASSERT_TRUE(logind.prepareForSleep(true));
+  EXPECT_TRUE(hears({"sleep", "wake", "sleep"}));
+}
+
+TEST_F(LinuxSystemEventsTest, IgnoresWhatOthersSay) {
+  EXPECT_TRUE(inhibits());
+  systemBus.forge(MockLogind::manager, "org.freedesktop.login1.Manager", "PrepareForSleep", g_variant_new("(b)", TRUE));
+  ASSERT_TRUE(logind.prepareForSleep(false));
+  EXPECT_TRUE(hears({"wake"}));
+}
+
+TEST_F(LinuxSystemEventsTest, AHandlerMayEndObservations) {
+  std::unique_ptr<SystemEvents::Observation> first, second;
+  int calls = 0;
+  first = events.observe({.willSleep = [&] {
+    ++calls;
+    second.reset();
+    first.reset();
+    observation.reset();
+  }});
+  second = events.observe({.willSleep = [&] { ++calls; }});
+  ASSERT_TRUE(logind.prepareForSleep(true));
+  ASSERT_TRUE(test::eventually([&] { return first == nullptr; }));
+  EXPECT_EQ(calls, 1) << "the second had ended";
+  EXPECT_TRUE(letsSleep());
 }
 
 /// A network monitor whose answer is set by the test.

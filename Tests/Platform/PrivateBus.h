@@ -33,7 +33,8 @@ bool eventually(Condition condition) {
 class ChildProgram {
  public:
   explicit ChildProgram(std::vector<const char*> arguments,
-                        GSubprocessFlags flags = G_SUBPROCESS_FLAGS_STDERR_SILENCE) {
+                        GSubprocessFlags flags = static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDERR_SILENCE |
+                                                                               G_SUBPROCESS_FLAGS_STDOUT_SILENCE)) {
     arguments.push_back(nullptr);
     process_.reset(g_subprocess_newv(arguments.data(), flags, nullptr));
   }
@@ -56,14 +57,25 @@ class PrivateBus {
   explicit PrivateBus(GBusType type)
       : type_(type),
         variable_(type == G_BUS_TYPE_SYSTEM ? "DBUS_SYSTEM_BUS_ADDRESS" : "DBUS_SESSION_BUS_ADDRESS"),
-        address_("unix:path=" + (folder_.path() / "bus").string()),
-        daemon_({"dbus-daemon", "--nofork", "--nopidfile", ("--config-file=" + configuration()).c_str()}) {
+        address_("unix:path=" + (folder_.path() / "bus").string()) {
     use();
-    EXPECT_TRUE(eventually([&] { return std::filesystem::exists(folder_.path() / "bus"); }));
+    start();
   }
   ~PrivateBus() { unsetenv(variable_); }
   PrivateBus(const PrivateBus&) = delete;
   PrivateBus& operator=(const PrivateBus&) = delete;
+
+  /// Ends the bus for everybody on it.
+  void stop() {
+    client_.reset();
+    daemon_.reset();
+    std::filesystem::remove(folder_.path() / "bus");
+  }
+  void start() {
+    daemon_ = std::make_unique<ChildProgram>(std::vector<const char*>{"dbus-daemon", "--nofork", "--nopidfile",
+                                                                      ("--config-file=" + configuration()).c_str()});
+    EXPECT_TRUE(eventually([&] { return std::filesystem::exists(folder_.path() / "bus"); }));
+  }
 
   void use() const { setenv(variable_, address_.c_str(), 1); }
   /// A client that sees what the tested object sees.
@@ -81,6 +93,32 @@ class PrivateBus {
   /// Waits until a program serves the name.
   bool awaitOwner(const char* name) {
     return eventually([&] { return hasOwner(name); });
+  }
+  /// Waits until no program does.
+  bool awaitNoOwner(const char* name) {
+    return eventually([&] { return !hasOwner(name); });
+  }
+  /// Sends a signal that its owner didn't, to everybody who subscribed and to every program by its own name.
+  void forge(const char* path, const char* interface, const char* member, GVariant* arguments) {
+    const GVariantRef owned(g_variant_ref_sink(arguments));
+    const GRef<GDBusConnection> forger(g_dbus_connection_new_for_address_sync(
+        address_.c_str(),
+        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+        nullptr, nullptr, nullptr));
+    const auto emit = [&](const char* to) {
+      EXPECT_TRUE(g_dbus_connection_emit_signal(forger.get(), to, path, interface, member, owned.get(), nullptr));
+    };
+    emit(nullptr);
+    const auto names =
+        client().call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "ListNames", nullptr);
+    const GVariantRef list(g_variant_get_child_value(names.get(), 0));
+    for (gsize i = 0; i < g_variant_n_children(list.get()); ++i) {
+      const GVariantRef name(g_variant_get_child_value(list.get(), i));
+      const char* const text = g_variant_get_string(name.get(), nullptr);
+      if (text[0] == ':') emit(text);
+    }
+    EXPECT_TRUE(g_dbus_connection_flush_sync(forger.get(), nullptr, nullptr));
   }
   /// Calls the control interface of a mock object.
   bool mock(const char* service, const char* path, const char* method, GVariant* arguments) {
@@ -101,7 +139,7 @@ class PrivateBus {
   const char* variable_;
   TemporaryFolder folder_;
   std::string address_;
-  ChildProgram daemon_;
+  std::unique_ptr<ChildProgram> daemon_;
   std::unique_ptr<DBusSignals> client_;
 };
 
@@ -110,13 +148,25 @@ class MockLogind {
  public:
   explicit MockLogind(PrivateBus& bus) : bus_(bus) {
     setenv("XDG_SESSION_ID", "c1", 1);
+    start();
+  }
+  ~MockLogind() { unsetenv("XDG_SESSION_ID"); }
+  MockLogind(const MockLogind&) = delete;
+  MockLogind& operator=(const MockLogind&) = delete;
+
+  void start() {
+    program_ = std::make_unique<ChildProgram>(
+        std::vector<const char*>{"/usr/bin/python3", "-m", "dbusmock", "--system", "--template", "logind"});
     EXPECT_TRUE(bus_.awaitOwner(service));
     // The name may be there before the template is.
     EXPECT_TRUE(eventually([&] {
       return bus_.mock(service, manager, "AddSession", g_variant_new("(ssusb)", "c1", "seat0", 1000U, "someone", TRUE));
     }));
   }
-  ~MockLogind() { unsetenv("XDG_SESSION_ID"); }
+  void stop() {
+    program_.reset();
+    EXPECT_TRUE(bus_.awaitNoOwner(service));
+  }
 
   bool setSession(const char* property, bool value) {
     GVariantBuilder changes;
@@ -141,7 +191,7 @@ class MockLogind {
 
  private:
   PrivateBus& bus_;
-  ChildProgram program_{{"/usr/bin/python3", "-m", "dbusmock", "--system", "--template", "logind"}};
+  std::unique_ptr<ChildProgram> program_;
 };
 
 }  // namespace quillet::test

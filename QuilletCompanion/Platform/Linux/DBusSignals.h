@@ -2,11 +2,13 @@
 #pragma once
 
 #include <gio/gio.h>
+#include <gio/gunixfdlist.h>
 
 #include <functional>
-#include <initializer_list>
+#include <list>
 #include <memory>
-#include <vector>
+#include <optional>
+#include <string>
 
 #include "QuilletCompanion/Platform/Linux/GObjectRef.h"
 
@@ -18,27 +20,62 @@ struct GVariantUnref {
 };
 using GVariantRef = std::unique_ptr<GVariant, GVariantUnref>;
 
-/// A connection of our own to the system or the session bus, with subscriptions that end with it. Signals arrive on the
-/// main thread, from the main loop. Where the bus can't be reached everything is a no-op.
+/// A connection of our own to the system or the session bus, with subscriptions that end with it. Everything arrives on
+/// the main thread, from the main loop. A bus that can't be reached at construction makes everything a no-op; to one
+/// that goes away later it connects again, after a second at first and a minute at last, and subscribes anew.
 class DBusSignals {
  public:
   using Handler = std::function<void(GVariant* arguments)>;
+  /// Both are null on failure.
+  using Reply = std::function<void(GVariant* result, GUnixFDList* descriptors)>;
 
   explicit DBusSignals(GBusType bus);
   ~DBusSignals();
   DBusSignals(const DBusSignals&) = delete;
   DBusSignals& operator=(const DBusSignals&) = delete;
 
-  GDBusConnection* connection() const { return connection_.get(); }
-  /// `path` may be null for any.
+  /// Signals of the program that owns the name `sender`, of no other. `path` may be null for any.
   void subscribe(const char* sender, const char* interface, const char* member, const char* path, Handler handler);
+  /// `appeared` is called, never at once, when a program has the name, and again for each later one; `vanished` when it
+  /// is gone, also with the bus.
+  void watchName(const char* name, std::function<void()> appeared, std::function<void()> vanished);
   /// The reply, or nothing on failure; waits for a second at most. `arguments` may be floating.
   GVariantRef call(const char* service, const char* path, const char* interface, const char* method,
                    GVariant* arguments) const;
+  /// The same without waiting: `reply` is called later, or never if this object is gone by then.
+  void callLater(const char* service, const char* path, const char* interface, const char* method, GVariant* arguments,
+                 Reply reply) const;
 
  private:
+  struct Subscription {
+    std::string sender, interface, member;
+    std::optional<std::string> path;
+    Handler handler;
+    guint id = 0;
+  };
+  struct Name {
+    std::string name;
+    std::function<void()> appeared, vanished;
+    bool present = false;
+    guint id = 0;
+  };
+
+  static void closed(GDBusConnection*, gboolean remotePeerVanished, GError*, void* self);
+  static gboolean reconnect(void* self);
+  void adopt(GRef<GDBusConnection> connection);
+  void drop();
+  void retryLater();
+  void activate(Subscription& subscription);
+  void activate(Name& name);
+
+  GBusType bus_;
   GRef<GDBusConnection> connection_;
-  std::vector<guint> subscriptions_;
+  GRef<GCancellable> ending_{g_cancellable_new()};
+  gulong closedSignal_ = 0;
+  guint retry_ = 0;
+  guint retrySeconds_ = 1;
+  std::list<Subscription> subscriptions_;
+  std::list<Name> names_;
 };
 
 }  // namespace quillet

@@ -3,8 +3,9 @@
 
 #include <unistd.h>
 
-#include <array>
+#include <algorithm>
 #include <cstdlib>
+#include <vector>
 
 namespace quillet {
 namespace {
@@ -15,74 +16,172 @@ constexpr const char* managerInterface = "org.freedesktop.login1.Manager";
 constexpr const char* sessionInterface = "org.freedesktop.login1.Session";
 constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
 
-constexpr std::array screenSavers{"org.freedesktop.ScreenSaver", "org.gnome.ScreenSaver", "org.cinnamon.ScreenSaver",
-                                  "org.mate.ScreenSaver", "org.xfce.ScreenSaver"};
+struct Question {
+  const char* method;
+  GVariantRef arguments;
+};
+
+/// How to ask for this process's session, best first. A program that the user's service manager started is in none;
+/// "auto" then names the one on the display.
+std::vector<Question> sessionQuestions() {
+  const auto owned = [](GVariant* arguments) { return GVariantRef(g_variant_ref_sink(arguments)); };
+  std::vector<Question> questions;
+  if (const char* const id = std::getenv("XDG_SESSION_ID")) {
+    questions.push_back({"GetSession", owned(g_variant_new("(s)", id))});
+  }
+  questions.push_back({"GetSessionByPID", owned(g_variant_new("(u)", static_cast<guint32>(getpid())))});
+  questions.push_back({"GetSession", owned(g_variant_new("(s)", "auto"))});
+  return questions;
+}
+
+std::optional<std::string> pathIn(GVariant* reply) {
+  if (reply == nullptr || !g_variant_is_of_type(reply, G_VARIANT_TYPE("(o)"))) return std::nullopt;
+  const char* path = nullptr;
+  g_variant_get(reply, "(&o)", &path);
+  return path;
+}
+
+std::optional<bool> booleanIn(GVariant* reply) {
+  if (reply == nullptr || !g_variant_is_of_type(reply, G_VARIANT_TYPE("(b)"))) return std::nullopt;
+  gboolean value = FALSE;
+  g_variant_get(reply, "(b)", &value);
+  return value != FALSE;
+}
 
 }  // namespace
 
-LinuxScreenLockMonitor::LinuxScreenLockMonitor() {
-  if (const auto path = findSession()) watchSession(*path);
-  watchScreenSavers();
+LinuxScreenLockMonitor::LinuxScreenLockMonitor()
+    : savers_{{"org.freedesktop.ScreenSaver", "/org/freedesktop/ScreenSaver"},
+              {"org.gnome.ScreenSaver", "/org/gnome/ScreenSaver"},
+              {"org.cinnamon.ScreenSaver", "/org/cinnamon/ScreenSaver"},
+              {"org.mate.ScreenSaver", "/org/mate/ScreenSaver"},
+              {"org.xfce.ScreenSaver", "/org/xfce/ScreenSaver"}} {
+  if (const auto path = findSession()) {
+    watchSession(*path);
+    const auto reply =
+        systemBus_.call(logind, path->c_str(), propertiesInterface, "GetAll", g_variant_new("(s)", sessionInterface));
+    takeProperties(reply.get());
+  }
+  systemBus_.watchName(
+      logind, [this] { logindAppeared(); }, nullptr);
+  for (auto& saver : savers_) watch(saver);
 }
 
-/// A program that the user's service manager started is in no session; "auto" then names the one on the display.
+bool LinuxScreenLockMonitor::isScreenLocked() {
+  return lockedHint_ || !active_ || std::any_of(savers_.begin(), savers_.end(), [](const auto& s) { return s.active; });
+}
+
 std::optional<std::string> LinuxScreenLockMonitor::findSession() const {
-  const char* const id = std::getenv("XDG_SESSION_ID");
-  const auto ask = [this](const char* method, GVariant* argument) -> std::optional<std::string> {
-    const auto reply = system_.call(logind, managerPath, managerInterface, method, g_variant_new_tuple(&argument, 1));
-    if (!reply || !g_variant_is_of_type(reply.get(), G_VARIANT_TYPE("(o)"))) return std::nullopt;
-    const char* path = nullptr;
-    g_variant_get(reply.get(), "(&o)", &path);
-    return path;
-  };
-  std::optional<std::string> found;
-  if (id != nullptr) found = ask("GetSession", g_variant_new_string(id));
-  if (!found) found = ask("GetSessionByPID", g_variant_new_uint32(static_cast<guint32>(getpid())));
-  if (!found) found = ask("GetSession", g_variant_new_string("auto"));
-  return found;
+  for (const auto& [method, arguments] : sessionQuestions()) {
+    const auto reply = systemBus_.call(logind, managerPath, managerInterface, method, arguments.get());
+    if (auto path = pathIn(reply.get())) return path;
+  }
+  return std::nullopt;
+}
+
+void LinuxScreenLockMonitor::findSessionLater(std::size_t attempt) {
+  const auto questions = sessionQuestions();
+  if (attempt >= questions.size()) return;
+  const auto& [method, arguments] = questions[attempt];
+  systemBus_.callLater(logind, managerPath, managerInterface, method, arguments.get(),
+                       [this, attempt](GVariant* reply, GUnixFDList*) {
+                         const auto path = pathIn(reply);
+                         if (!path) return findSessionLater(attempt + 1);
+                         if (session_) return;
+                         watchSession(*path);
+                         askSession();
+                       });
 }
 
 void LinuxScreenLockMonitor::watchSession(const std::string& path) {
-  system_.subscribe(logind, sessionInterface, "Lock", path.c_str(), [this](GVariant*) { setLocked(true); });
-  system_.subscribe(logind, sessionInterface, "Unlock", path.c_str(), [this](GVariant*) { setLocked(false); });
-  system_.subscribe(logind, propertiesInterface, "PropertiesChanged", path.c_str(), [this](GVariant* arguments) {
+  session_ = path;
+  const auto request = [this](bool lock) {
+    return [this, lock](GVariant*) {
+      lockRequested_ = lock;
+      notified();
+    };
+  };
+  systemBus_.subscribe(logind, sessionInterface, "Lock", path.c_str(), request(true));
+  systemBus_.subscribe(logind, sessionInterface, "Unlock", path.c_str(), request(false));
+  systemBus_.subscribe(logind, propertiesInterface, "PropertiesChanged", path.c_str(), [this](GVariant* arguments) {
     if (!g_variant_is_of_type(arguments, G_VARIANT_TYPE("(sa{sv}as)"))) return;
     const GVariantRef changed(g_variant_get_child_value(arguments, 1));
     propertiesChanged(changed.get());
   });
-  const auto reply =
-      system_.call(logind, path.c_str(), propertiesInterface, "GetAll", g_variant_new("(s)", sessionInterface));
-  if (!reply || !g_variant_is_of_type(reply.get(), G_VARIANT_TYPE("(a{sv})"))) return;
-  const GVariantRef properties(g_variant_get_child_value(reply.get(), 0));
-  takeProperties(properties.get());
 }
 
-void LinuxScreenLockMonitor::watchScreenSavers() {
-  for (const char* const name : screenSavers) {
-    session_.subscribe(name, name, "ActiveChanged", nullptr, [this](GVariant* arguments) {
-      gboolean active = FALSE;
-      if (!g_variant_is_of_type(arguments, G_VARIANT_TYPE("(b)"))) return;
-      g_variant_get(arguments, "(b)", &active);
-      setLocked(active != FALSE);
-    });
-  }
+void LinuxScreenLockMonitor::logindAppeared() {
+  if (session_) return askSession();
+  findSessionLater(0);
 }
 
-void LinuxScreenLockMonitor::takeProperties(GVariant* properties) {
+void LinuxScreenLockMonitor::askSession() {
+  systemBus_.callLater(logind, session_->c_str(), propertiesInterface, "GetAll", g_variant_new("(s)", sessionInterface),
+                       [this](GVariant* reply, GUnixFDList*) {
+                         answer([&] { takeProperties(reply); });
+                         if (lockedByNotification() != anyNotified()) notified();
+                       });
+}
+
+void LinuxScreenLockMonitor::watch(Saver& saver) {
+  sessionBus_.subscribe(saver.name, saver.name, "ActiveChanged", nullptr, [this, &saver](GVariant* arguments) {
+    if (const auto active = booleanIn(arguments)) saverChanged(saver, *active);
+  });
+  const auto ask = [this, &saver] {
+    sessionBus_.callLater(saver.name, saver.path, saver.name, "GetActive", nullptr,
+                          [this, &saver](GVariant* reply, GUnixFDList*) {
+                            answer([&] { saver.active = saver.notified || booleanIn(reply).value_or(false); });
+                          });
+  };
+  const auto forget = [this, &saver] {
+    if (!saver.notified && !saver.active) return;
+    saver.notified = saver.active = false;
+    notified();
+  };
+  sessionBus_.watchName(saver.name, ask, forget);
+}
+
+void LinuxScreenLockMonitor::saverChanged(Saver& saver, bool active) {
+  saver.notified = saver.active = active;
+  if (!active) lockRequested_ = false;
+  notified();
+}
+
+/// Of one property the last value counts; what isn't there stays as it was.
+void LinuxScreenLockMonitor::takeProperties(GVariant* reply) {
+  if (reply == nullptr || !g_variant_is_of_type(reply, G_VARIANT_TYPE("(a{sv})"))) return;
+  const GVariantRef properties(g_variant_get_child_value(reply, 0));
   gboolean value = FALSE;
-  if (g_variant_lookup(properties, "LockedHint", "b", &value)) lockedHint_ = value != FALSE;
-  if (g_variant_lookup(properties, "Active", "b", &value)) active_ = value != FALSE;
+  if (g_variant_lookup(properties.get(), "LockedHint", "b", &value)) {
+    lockedHint_ = value != FALSE;
+    hintNotified_ = hintNotified_ && lockedHint_;
+  }
+  if (g_variant_lookup(properties.get(), "Active", "b", &value)) active_ = value != FALSE;
 }
 
 void LinuxScreenLockMonitor::propertiesChanged(GVariant* properties) {
-  const bool hinted = lockedHint_;
-  const bool wasActive = active_;
-  takeProperties(properties);
-  if (lockedHint_ != hinted) {
-    setLocked(lockedHint_);
-  } else if (active_ != wasActive && onChange) {
-    onChange();
-  }
+  gboolean value = FALSE;
+  if (g_variant_lookup(properties, "Active", "b", &value)) answer([&] { active_ = value != FALSE; });
+  if (!g_variant_lookup(properties, "LockedHint", "b", &value) || lockedHint_ == (value != FALSE)) return;
+  lockedHint_ = hintNotified_ = value != FALSE;
+  if (!lockedHint_) lockRequested_ = false;
+  notified();
+}
+
+bool LinuxScreenLockMonitor::anyNotified() const {
+  return lockRequested_ || hintNotified_ ||
+         std::any_of(savers_.begin(), savers_.end(), [](const auto& saver) { return saver.notified; });
+}
+
+void LinuxScreenLockMonitor::notified() {
+  setLocked(anyNotified());
+}
+
+template <typename Change>
+void LinuxScreenLockMonitor::answer(Change change) {
+  const bool before = isScreenLocked();
+  change();
+  if (isScreenLocked() != before && onChange) onChange();
 }
 
 }  // namespace quillet

@@ -3,6 +3,8 @@
 
 #include <gio/gio.h>
 
+#include <cstddef>
+#include <list>
 #include <optional>
 #include <string>
 
@@ -11,27 +13,47 @@
 
 namespace quillet {
 
-/// The screen's lock as logind and the desktop's screen saver tell it. The flag follows their signals; the session's
-/// own answer is logind's record of this session, read once and kept current by its signals, so that asking never
-/// waits. A session in the background (another user's is in front) counts as locked. Where logind doesn't answer or
-/// knows no session of ours, only signals lock. Construction waits for some seconds at most, without a bus not at all.
+/// The screen's lock as logind and the desktop's screen savers tell it. The flag follows their signals, the session's
+/// own answer is what they last said when asked; both are kept current, so that asking never waits. Where they disagree
+/// the screen is locked. A session in the background (another user's is in front) counts as locked. logind's request to
+/// lock counts until somebody tells of an unlock. What a screen saver said is void once it is gone; logind's last word
+/// stays until logind is back. Construction waits for logind for some seconds at most, without a bus not at all.
 class LinuxScreenLockMonitor final : public ScreenLockMonitor {
  public:
   LinuxScreenLockMonitor();
 
-  bool isScreenLocked() override { return lockedHint_ || !active_; }
+  bool isScreenLocked() override;
 
  private:
-  std::optional<std::string> findSession() const;
-  void watchSession(const std::string& path);
-  void watchScreenSavers();
-  void takeProperties(GVariant* properties);
-  void propertiesChanged(GVariant* properties);
+  struct Saver {
+    const char *name, *path;
+    bool notified = false;  ///< As its signals say.
+    bool active = false;    ///< As its signals say, or its answer.
+  };
 
-  DBusSignals system_{G_BUS_TYPE_SYSTEM};
-  DBusSignals session_{G_BUS_TYPE_SESSION};
-  bool lockedHint_ = false;
+  std::optional<std::string> findSession() const;
+  void findSessionLater(std::size_t attempt);
+  void watchSession(const std::string& path);
+  void askSession();
+  void watch(Saver& saver);
+  void takeProperties(GVariant* reply);
+  void propertiesChanged(GVariant* properties);
+  void saverChanged(Saver& saver, bool active);
+  void logindAppeared();
+  bool anyNotified() const;
+  /// Sets the flag by what all sources notified.
+  void notified();
+  /// Runs `change` and tells if the answer is another one afterwards.
+  template <typename Change>
+  void answer(Change change);
+
+  bool lockedHint_ = false, hintNotified_ = false;
   bool active_ = true;
+  bool lockRequested_ = false;
+  std::optional<std::string> session_;
+  std::list<Saver> savers_;
+  DBusSignals systemBus_{G_BUS_TYPE_SYSTEM};
+  DBusSignals sessionBus_{G_BUS_TYPE_SESSION};
 };
 
 }  // namespace quillet

@@ -1,109 +1,160 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Platform/Linux/LinuxSystemEvents.h"
 
-#include <gio/gunixfdlist.h>
-#include <unistd.h>
-
+#include <list>
 #include <utility>
+#include <vector>
 
-#include "QuilletCompanion/Platform/Linux/DBusSignals.h"
+#include "QuilletCompanion/Platform/Linux/SleepInhibitor.h"
 
 namespace quillet {
 namespace {
 
 constexpr const char* logind = "org.freedesktop.login1";
-constexpr const char* managerPath = "/org/freedesktop/login1";
-constexpr const char* managerInterface = "org.freedesktop.login1.Manager";
-constexpr int callTimeoutMs = 1000;
-constexpr guint frameLeavesMs = 500;
+/// More than a polite end of a socket takes, less than the five seconds that logind waits by default.
+constexpr guint longestDelayMs = 2500;
 
-/// Holds sleep up from `take` to `release`.
-class SleepDelay {
+/// GLib's monitor shares a bus connection that ends the process when the bus goes away, unless told otherwise.
+GRef<GNetworkMonitor> defaultMonitor() {
+  const GRef<GDBusConnection> shared(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, GErrorSlot()));
+  if (shared) g_dbus_connection_set_exit_on_close(shared.get(), FALSE);
+  return addRef(g_network_monitor_get_default());
+}
+
+}  // namespace
+
+class LinuxSystemEvents::Source : public std::enable_shared_from_this<Source> {
  public:
-  ~SleepDelay() { release(); }
+  using Observers = std::list<std::shared_ptr<const Handlers>>;
 
-  void take(GDBusConnection* bus) {
-    if (bus == nullptr || descriptor_ >= 0) return;
-    GUnixFDList* received = nullptr;
-    const GVariantRef reply(g_dbus_connection_call_with_unix_fd_list_sync(
-        bus, logind, managerPath, managerInterface, "Inhibit",
-        g_variant_new("(ssss)", "sleep", "Quillet", "Tells the phone that this computer goes to sleep", "delay"),
-        G_VARIANT_TYPE("(h)"), G_DBUS_CALL_FLAGS_NO_AUTO_START, callTimeoutMs, nullptr, &received, nullptr,
-        GErrorSlot()));
-    const GRef<GUnixFDList> descriptors(received);
-    if (!reply || !descriptors || g_unix_fd_list_get_length(descriptors.get()) == 0) return;
-    gint32 index = 0;
-    g_variant_get(reply.get(), "(h)", &index);
-    descriptor_ = g_unix_fd_list_get(descriptors.get(), index, GErrorSlot());
-  }
-  void release() {
-    if (descriptor_ >= 0) close(descriptor_);
-    descriptor_ = -1;
-  }
-
- private:
-  int descriptor_ = -1;
-};
-
-class LinuxObservation final : public SystemEvents::Observation {
- public:
-  LinuxObservation(SystemEvents::Handlers handlers, GNetworkMonitor* network)
-      : handlers_(std::move(handlers)), network_(addRef(network)) {
-    bus_.subscribe(logind, managerInterface, "PrepareForSleep", managerPath,
+  explicit Source(GNetworkMonitor* network) : network_(addRef(network)) {
+    bus_.subscribe(logind, "org.freedesktop.login1.Manager", "PrepareForSleep", "/org/freedesktop/login1",
                    [this](GVariant* arguments) { prepareForSleep(arguments); });
-    delay_.take(bus_.connection());
-    if (network_) {
-      subscription_ = g_signal_connect(network_.get(), "network-changed", G_CALLBACK(networkChanged), this);
-    }
-    reportNetwork(!network_ || g_network_monitor_get_network_available(network_.get()) != FALSE);
+    bus_.watchName(
+        logind, [this] { logindAppeared(); }, [this] { logindVanished(); });
+    if (network_) networkSignal_ = g_signal_connect(network_.get(), "network-changed", G_CALLBACK(changed), this);
   }
-  ~LinuxObservation() override {
-    if (subscription_ != 0) g_signal_handler_disconnect(network_.get(), subscription_);
-    if (pendingRelease_ != 0) g_source_remove(pendingRelease_);
+  ~Source() {
+    if (networkSignal_ != 0) g_signal_handler_disconnect(network_.get(), networkSignal_);
+    if (bound_ != 0) g_source_remove(bound_);
+  }
+  Source(const Source&) = delete;
+  Source& operator=(const Source&) = delete;
+
+  Observers::iterator add(Handlers handlers) {
+    return observers_.insert(observers_.end(), std::make_shared<const Handlers>(std::move(handlers)));
+  }
+  void remove(Observers::iterator observer) { observers_.erase(observer); }
+  std::shared_ptr<void> hold() const { return hold_.lock(); }
+  bool networkAvailable() const {
+    return !network_ || g_network_monitor_get_network_available(network_.get()) != FALSE;
   }
 
  private:
-  static void networkChanged(GNetworkMonitor*, gboolean available, void* self) {
-    static_cast<LinuxObservation*>(self)->reportNetwork(available != FALSE);
-  }
-  static gboolean releaseNow(void* data) {
-    auto* const self = static_cast<LinuxObservation*>(data);
-    self->pendingRelease_ = 0;
-    self->delay_.release();
-    return G_SOURCE_REMOVE;
+  static void changed(GNetworkMonitor*, gboolean available, void* self) {
+    static_cast<Source*>(self)->tell([available](const Handlers& handlers) {
+      if (handlers.networkPath) handlers.networkPath(available != FALSE);
+    });
   }
 
-  void reportNetwork(bool available) const {
-    if (handlers_.networkPath) handlers_.networkPath(available);
+  /// A handler may end observations, and with the last one this object.
+  template <typename Call>
+  void tell(Call call) {
+    const auto self = shared_from_this();
+    const std::vector<std::weak_ptr<const Handlers>> now(observers_.begin(), observers_.end());
+    for (const auto& observer : now) {
+      if (const auto handlers = observer.lock()) call(*handlers);
+    }
   }
 
   void prepareForSleep(GVariant* arguments) {
     gboolean sleeping = FALSE;
     if (!g_variant_is_of_type(arguments, G_VARIANT_TYPE("(b)"))) return;
     g_variant_get(arguments, "(b)", &sleeping);
-    if (pendingRelease_ != 0) g_source_remove(std::exchange(pendingRelease_, 0U));
-    // Handlers run last but for what must follow them: one may end this observation.
-    if (sleeping == FALSE) {
-      delay_.take(bus_.connection());
-      if (handlers_.didWake) handlers_.didWake();
-      return;
-    }
-    pendingRelease_ = g_timeout_add(frameLeavesMs, releaseNow, this);
-    if (handlers_.willSleep) handlers_.willSleep();
+    if (sleeping == FALSE) return woke();
+    if (std::exchange(asleep_, true)) return;
+    const auto hold = delay();
+    tell([](const Handlers& handlers) {
+      if (handlers.willSleep) handlers.willSleep();
+    });
   }
 
-  SystemEvents::Handlers handlers_;
+  void woke() {
+    asleep_ = false;
+    ++sleeps_;  // what is left of the last one has no more say
+    if (bound_ != 0) g_source_remove(std::exchange(bound_, 0U));
+    inhibitor_.take();
+    tell([](const Handlers& handlers) {
+      if (handlers.didWake) handlers.didWake();
+    });
+  }
+
+  void logindAppeared() {
+    inhibitor_.release();
+    inhibitor_.take();
+  }
+  void logindVanished() {
+    inhibitor_.release();
+    if (asleep_) woke();
+  }
+
+  /// Sleep waits while this lives.
+  std::shared_ptr<void> delay() {
+    struct End {
+      std::weak_ptr<Source> source;
+      int sleep;
+    };
+    const auto end = [](void* data) -> gboolean {
+      const std::unique_ptr<End> told(static_cast<End*>(data));
+      if (const auto source = told->source.lock()) source->letSleep(told->sleep);
+      return G_SOURCE_REMOVE;
+    };
+    std::shared_ptr<void> hold(new End{weak_from_this(), sleeps_}, [end](End* data) { g_idle_add(end, data); });
+    hold_ = hold;
+    bound_ = g_timeout_add(longestDelayMs, boundReached, this);
+    return hold;
+  }
+  static gboolean boundReached(void* data) {
+    auto* const self = static_cast<Source*>(data);
+    self->bound_ = 0;
+    self->inhibitor_.release();
+    return G_SOURCE_REMOVE;
+  }
+  void letSleep(int sleep) {
+    if (sleep != sleeps_) return;
+    if (bound_ != 0) g_source_remove(std::exchange(bound_, 0U));
+    inhibitor_.release();
+  }
+
   GRef<GNetworkMonitor> network_;
   DBusSignals bus_{G_BUS_TYPE_SYSTEM};
-  SleepDelay delay_;
-  gulong subscription_ = 0;
-  guint pendingRelease_ = 0;
+  SleepInhibitor inhibitor_{bus_};
+  Observers observers_;
+  gulong networkSignal_ = 0;
+  guint bound_ = 0;
+  std::weak_ptr<void> hold_;
+  bool asleep_ = false;
+  int sleeps_ = 0;
 };
 
-}  // namespace
+LinuxSystemEvents::LinuxSystemEvents() : network_(defaultMonitor()) {}
 
 std::unique_ptr<SystemEvents::Observation> LinuxSystemEvents::observe(Handlers handlers) {
-  return std::make_unique<LinuxObservation>(std::move(handlers), network_.get());
+  class SourceObservation final : public Observation {
+   public:
+    SourceObservation(std::shared_ptr<Source> source, Handlers observed)
+        : source_(std::move(source)), observer_(source_->add(std::move(observed))) {}
+    ~SourceObservation() override { source_->remove(observer_); }
+    std::shared_ptr<void> delaySleep() override { return source_->hold(); }
+
+   private:
+    std::shared_ptr<Source> source_;
+    Source::Observers::iterator observer_;
+  };
+  auto source = source_.lock();
+  if (!source) source_ = source = std::make_shared<Source>(network_.get());
+  if (handlers.networkPath) handlers.networkPath(source->networkAvailable());
+  return std::make_unique<SourceObservation>(std::move(source), std::move(handlers));
 }
 
 }  // namespace quillet
