@@ -140,13 +140,16 @@ TEST_F(WebSocketTest, EndsPolitelyAfterWhatWasQueuedOrDropsAtOnce) {
     task->sendText("ping", [&](bool written) { proved = written; });
     ASSERT_TRUE(main.runUntil([&] { return proved; }));
     for (int i = 0; i < 5; ++i) task->sendText("last words", [](bool) { FAIL() << "called back after its end"; });
-    task->cancel(code);
+    auto kept = std::make_shared<int>();
+    const std::weak_ptr<int> untilClosed = kept;
+    task->cancel(code, std::move(kept));
     task.reset();
+    EXPECT_TRUE(main.runUntil([&] { return untilClosed.expired(); }));
+    if (code != 1006) {
+      EXPECT_EQ(texts, 6) << "let go before the last words were there";
+    }
     EXPECT_TRUE(main.runUntil([&] { return closeCode != 0; }));
     EXPECT_EQ(closeCode, code);
-    if (code != 1006) {
-      EXPECT_EQ(texts, 6);
-    }
   }
 }
 

@@ -217,6 +217,9 @@ TEST_F(RelayConnectionTest, SleepsAfterOneLastFrameAndWakesAtOnce) {
   system.sleep();
   EXPECT_EQ(events.back(), "sleep, sent");
   EXPECT_EQ(line().cancelledWith, 1001);
+  EXPECT_TRUE(system.sleepWaits()) << "the frame is still on its way";
+  line().untilClosed.reset();
+  EXPECT_FALSE(system.sleepWaits());
   EXPECT_EQ(state(), State(Phase::offline));
   system.network(false);
   relay->reconnectNow();
