@@ -19,9 +19,11 @@ class LogCapture {
   }
 
   void begin() {
-    const std::lock_guard lock(mutex_);
-    lines_.clear();
-    expected_.clear();
+    {
+      const std::lock_guard lock(mutex_);
+      lines_.clear();
+      expected_.clear();
+    }
     Log::setSink([this](const Log::Line& line) {
       const std::lock_guard guard(mutex_);
       lines_.push_back({line.level, std::string(line.message)});

@@ -268,6 +268,40 @@ TEST(LinuxSystemEventsNetwork, FollowsTheKernelsRoutes) {
   EXPECT_TRUE(test::eventually([&] { return !told.back(); }));
 }
 
+/// Follows a NetworkManager of the test's own, then loses the bus under it.
+bool followsNetworkManager() {
+  PrivateBus bus(G_BUS_TYPE_SYSTEM);
+  constexpr const char* service = "org.freedesktop.NetworkManager";
+  constexpr const char* path = "/org/freedesktop/NetworkManager";
+  const test::ChildProgram program({"/usr/bin/python3", "-m", "dbusmock", "--system", "--template", "networkmanager"});
+  const auto set = [&](guint32 state, guint32 connectivity) {
+    GVariantBuilder changes;
+    g_variant_builder_init(&changes, G_VARIANT_TYPE_VARDICT);
+    g_variant_builder_add(&changes, "{sv}", "State", g_variant_new_uint32(state));
+    g_variant_builder_add(&changes, "{sv}", "Connectivity", g_variant_new_uint32(connectivity));
+    return bus.mock(service, path, "UpdateProperties", g_variant_new("(sa{sv})", service, &changes));
+  };
+  bool good = bus.awaitOwner(service) && test::eventually([&] { return set(70, 4); });
+  LinuxSystemEvents events;
+  std::vector<bool> told;
+  const auto observation = events.observe({.networkPath = [&](bool available) { told.push_back(available); }});
+  good = good && told == std::vector<bool>{true};
+  good = good && set(20, 1) && test::eventually([&] { return !told.back(); });
+  good = good && set(70, 4) && test::eventually([&] { return told.back(); });
+  bus.stop();
+  // Long enough for the bus's end to be noticed and, were it not forbidden, to end the process.
+  const GRef<GDBusConnection> shared(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
+  good = good && (!shared || test::eventually([&] { return g_dbus_connection_is_closed(shared.get()) != FALSE; }));
+  while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
+  }
+  return good;
+}
+
+TEST(LinuxSystemEventsNetwork, FollowsNetworkManagerAndOutlivesItsBus) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // in a process of its own: GLib has one default monitor for good
+  EXPECT_EXIT(std::_Exit(followsNetworkManager() ? 0 : 1), testing::ExitedWithCode(0), "");
+}
+
 TEST(LinuxSystemEventsNetwork, WithoutAMonitorItIsAlwaysAvailable) {
   setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus", 1);
   LinuxSystemEvents events(nullptr);

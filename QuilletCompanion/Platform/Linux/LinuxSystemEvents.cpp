@@ -32,10 +32,14 @@ class LinuxSystemEvents::Source : public std::enable_shared_from_this<Source> {
                    [this](GVariant* arguments) { prepareForSleep(arguments); });
     bus_.watchName(
         logind, [this] { logindAppeared(); }, [this] { logindVanished(); });
-    if (network_) networkSignal_ = g_signal_connect(network_.get(), "network-changed", G_CALLBACK(changed), this);
+    if (!network_) return;
+    available_ = networkAvailable();
+    // The monitor that follows NetworkManager tells of new paths by the first, of a new answer by the second only.
+    g_signal_connect(network_.get(), "network-changed", G_CALLBACK(pathChanged), this);
+    g_signal_connect(network_.get(), "notify::network-available", G_CALLBACK(answerChanged), this);
   }
   ~Source() {
-    if (networkSignal_ != 0) g_signal_handler_disconnect(network_.get(), networkSignal_);
+    if (network_) g_signal_handlers_disconnect_by_data(network_.get(), this);
     if (bound_ != 0) g_source_remove(bound_);
   }
   Source(const Source&) = delete;
@@ -51,9 +55,15 @@ class LinuxSystemEvents::Source : public std::enable_shared_from_this<Source> {
   }
 
  private:
-  static void changed(GNetworkMonitor*, gboolean available, void* self) {
-    static_cast<Source*>(self)->tell([available](const Handlers& handlers) {
-      if (handlers.networkPath) handlers.networkPath(available != FALSE);
+  static void pathChanged(GNetworkMonitor*, gboolean, void* self) { static_cast<Source*>(self)->tellPath(); }
+  static void answerChanged(GNetworkMonitor*, GParamSpec*, void* data) {
+    auto* const self = static_cast<Source*>(data);
+    if (self->available_ != self->networkAvailable()) self->tellPath();
+  }
+  void tellPath() {
+    const bool available = available_ = networkAvailable();
+    tell([available](const Handlers& handlers) {
+      if (handlers.networkPath) handlers.networkPath(available);
     });
   }
 
@@ -130,7 +140,7 @@ class LinuxSystemEvents::Source : public std::enable_shared_from_this<Source> {
   DBusSignals bus_{G_BUS_TYPE_SYSTEM};
   SleepInhibitor inhibitor_{bus_};
   Observers observers_;
-  gulong networkSignal_ = 0;
+  bool available_ = true;  ///< As told last.
   guint bound_ = 0;
   std::weak_ptr<void> hold_;
   bool asleep_ = false;
