@@ -3,9 +3,6 @@
 
 #include <atspi/atspi.h>
 
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusVariant>
 #include <chrono>
 
 #include "QuilletCompanion/Platform/Linux/CallBudget.h"
@@ -14,16 +11,9 @@
 namespace quillet {
 namespace {
 
+constexpr const char* statusInterface = "org.a11y.Status";
 constexpr auto freshFor = std::chrono::seconds(1);
 constexpr int timeout = static_cast<int>(CallBudget::limit.count());
-
-QDBusMessage callStatus(const char* method, const QVariantList& extra = {}) {
-  auto message =
-      QDBusMessage::createMethodCall(QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"),
-                                     QStringLiteral("org.freedesktop.DBus.Properties"), QString::fromLatin1(method));
-  message.setArguments(QVariantList{QStringLiteral("org.a11y.Status"), QStringLiteral("IsEnabled")} + extra);
-  return QDBusConnection::sessionBus().call(message, QDBus::Block, timeout);
-}
 
 }  // namespace
 
@@ -39,8 +29,8 @@ bool AccessibilityBus::isEnabled() {
 
 bool AccessibilityBus::enable() {
   askedAt_ = {};
-  const auto on = QVariant::fromValue(QDBusVariant(true));
-  return callStatus("Set", {on}).type() == QDBusMessage::ReplyMessage;
+  GVariant* const on = g_variant_new_variant(g_variant_new_boolean(TRUE));
+  return callStatus("Set", g_variant_new("(ss@v)", statusInterface, "IsEnabled", on)) != nullptr;
 }
 
 bool AccessibilityBus::isStale() {
@@ -51,10 +41,19 @@ bool AccessibilityBus::isStale() {
   return !desktop || atspi_accessible_get_child_count(desktop.get(), error) < 0 || error.failed();
 }
 
-bool AccessibilityBus::askEnabled() {
-  const auto reply = callStatus("Get");
-  if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) return false;
-  return reply.arguments().constFirst().value<QDBusVariant>().variant().toBool();
+/// Starts the service where it isn't running yet.
+GVariantRef AccessibilityBus::callStatus(const char* method, GVariant* arguments) const {
+  return session_.call("org.a11y.Bus", "/org/a11y/bus", "org.freedesktop.DBus.Properties", method, arguments,
+                       G_DBUS_CALL_FLAGS_NONE);
+}
+
+bool AccessibilityBus::askEnabled() const {
+  const auto reply = callStatus("Get", g_variant_new("(ss)", statusInterface, "IsEnabled"));
+  if (!reply || !g_variant_is_of_type(reply.get(), G_VARIANT_TYPE("(v)"))) return false;
+  const GVariantRef boxed(g_variant_get_child_value(reply.get(), 0));
+  const GVariantRef value(g_variant_get_variant(boxed.get()));
+  return g_variant_is_of_type(value.get(), G_VARIANT_TYPE_BOOLEAN) != FALSE &&
+         g_variant_get_boolean(value.get()) != FALSE;
 }
 
 void AccessibilityBus::connect() {

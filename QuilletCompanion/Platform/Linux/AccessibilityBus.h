@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "QuilletCompanion/Platform/Linux/DBusSignals.h"
 #include "QuilletKit/Clock.h"
 
 namespace quillet {
 
-/// The session's accessibility service. Main thread only; construct after QCoreApplication.
+/// The session's accessibility service. Main thread only.
 class AccessibilityBus {
  public:
   /// Whether assistive programs are served: the service answers, is switched on, and we are connected to its bus. The
@@ -19,9 +20,11 @@ class AccessibilityBus {
   bool isStale();
 
  private:
-  bool askEnabled();
+  GVariantRef callStatus(const char* method, GVariant* arguments) const;
+  bool askEnabled() const;
   void connect();
 
+  DBusSignals session_{G_BUS_TYPE_SESSION};
   bool connected_ = false;
   bool enabled_ = false;
   MonotonicTime askedAt_{};

@@ -7,7 +7,7 @@
 namespace quillet {
 namespace {
 
-constexpr int callTimeoutMs = 1000;
+constexpr int callTimeoutMs = 750;
 constexpr guint longestRetrySeconds = 60;
 constexpr auto clientFlags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                                                G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
@@ -58,12 +58,11 @@ void DBusSignals::watchName(const char* name, std::function<void()> appeared, st
 }
 
 GVariantRef DBusSignals::call(const char* service, const char* path, const char* interface, const char* method,
-                              GVariant* arguments) const {
+                              GVariant* arguments, GDBusCallFlags flags) const {
   const GVariantRef owned(arguments == nullptr ? nullptr : g_variant_ref_sink(arguments));
   if (!connection_) return nullptr;
   return GVariantRef(g_dbus_connection_call_sync(connection_.get(), service, path, interface, method, owned.get(),
-                                                 nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, callTimeoutMs, nullptr,
-                                                 GErrorSlot()));
+                                                 nullptr, flags, callTimeoutMs, nullptr, GErrorSlot()));
 }
 
 void DBusSignals::callLater(const char* service, const char* path, const char* interface, const char* method,

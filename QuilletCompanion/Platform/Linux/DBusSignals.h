@@ -39,9 +39,9 @@ class DBusSignals {
   /// `appeared` is called, never at once, when a program has the name, and again for each later one; `vanished` when it
   /// is gone, also with the bus.
   void watchName(const char* name, std::function<void()> appeared, std::function<void()> vanished);
-  /// The reply, or nothing on failure; waits for a second at most. `arguments` may be floating.
+  /// The reply, or nothing on failure; waits for three quarters of a second at most. `arguments` may be floating.
   GVariantRef call(const char* service, const char* path, const char* interface, const char* method,
-                   GVariant* arguments) const;
+                   GVariant* arguments, GDBusCallFlags flags = G_DBUS_CALL_FLAGS_NO_AUTO_START) const;
   /// The same without waiting: `reply` is called later, or never if this object is gone by then.
   void callLater(const char* service, const char* path, const char* interface, const char* method, GVariant* arguments,
                  Reply reply) const;
