@@ -30,7 +30,8 @@ class NetworkThread {
   std::thread thread_;
 };
 
-/// The test's own thread as a main thread, run until something awaited has happened.
+/// The test's own thread as a main thread, run until something awaited has happened. Declare it before a NetworkThread:
+/// what is under way there when that ends still posts here.
 class MainThread {
  public:
   Executor executor() { return context_.get_executor(); }

@@ -145,8 +145,8 @@ class ChaosTest : public testing::Test {
   ChaosProxy proxy{seed, service.endpoint(), {}};
   TemporaryFolder folder;
   FakeSystemEvents system;
-  NetworkThread network;
   MainThread main;
+  NetworkThread network;
   TimeSource time = systemTime(network.executor());
   HTTPSession session{network.executor()};
   PairedPhone pocket;

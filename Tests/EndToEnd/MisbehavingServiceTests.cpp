@@ -63,8 +63,8 @@ class MisbehavingServiceTest : public testing::Test {
             Envelope::seal(payload, EnvelopePurpose::delivery, phone.keys, desk.identity())};
   }
 
-  NetworkThread network;
   MainThread main;
+  NetworkThread network;
   TimeSource time = systemTime(network.executor());
   HTTPSession session{network.executor()};
   FakeSystemEvents system;

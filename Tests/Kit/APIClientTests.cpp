@@ -42,8 +42,8 @@ TEST(APIResponse, MapsStatusAndBody) {
 }
 
 struct APIClientTest : testing::Test {
-  NetworkThread network;
   MainThread main;
+  NetworkThread network;
   HTTPSession session{network.executor()};
   DeviceIdentity identity = DeviceIdentity::generate();
   LoopbackServer server{[](LoopbackServer& self, LoopbackServer::Socket socket) -> Awaitable<void> {

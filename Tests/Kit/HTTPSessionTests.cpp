@@ -14,8 +14,8 @@ using namespace std::chrono_literals;
 using Socket = LoopbackServer::Socket;
 
 struct HTTPSessionTest : testing::Test {
-  NetworkThread network;
   MainThread main;
+  NetworkThread network;
   HTTPSession session{network.executor()};
 
   HTTPResponse send(HTTPRequest request) { return main.await(session.send(std::move(request))); }

@@ -14,8 +14,8 @@ using Socket = LoopbackServer::Socket;
 namespace websocket = boost::beast::websocket;
 
 struct WebSocketTest : testing::Test {
-  NetworkThread network;
   MainThread main;
+  NetworkThread network;
   HTTPSession session{network.executor()};
   std::atomic<int> closeCode{0};
 

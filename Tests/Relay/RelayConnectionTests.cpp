@@ -343,8 +343,8 @@ TEST(RelayConnectionOverLoopback, SurvivesARefusalAndADrop) {
       co_await stream.async_write(boost::asio::buffer(reply), boost::asio::use_awaitable);
     }
   });
-  NetworkThread network;
   MainThread main;
+  NetworkThread network;
   HTTPSession session(network.executor());
   FakeSystemEvents system;
   int connected = 0, rejected = 0, messages = 0;
