@@ -4,11 +4,33 @@
 #include <X11/XKBlib.h>
 #include <X11/Xlib.h>
 
+#include <set>
+
+#include "QuilletKit/Log.h"
+
 namespace quillet {
 namespace {
 
 int ignoreError(Display*, XErrorEvent*) {
   return 0;
+}
+
+/// The display of every connection of ours that is open.
+std::set<Display*>& ourDisplays() {
+  static std::set<Display*> displays;
+  return displays;
+}
+
+XIOErrorHandler handlerOfOthers = nullptr;
+
+/// Toolkits put up a handler that ends the process whichever connection broke.
+int surviveLossOfOurs(Display* display) {
+  return ourDisplays().contains(display) || handlerOfOthers == nullptr ? 0 : handlerOfOthers(display);
+}
+
+void putUpHandler() {
+  const auto previous = XSetIOErrorHandler(surviveLossOfOurs);
+  if (previous != surviveLossOfOurs) handlerOfOthers = previous;
 }
 
 }  // namespace
@@ -18,13 +40,22 @@ X11Connection::X11Connection(const std::string& display) {
   int minor = XkbMinorVersion;
   display_ = XOpenDisplay(display.empty() ? nullptr : display.c_str());
   if (display_ == nullptr) return;
+  ourDisplays().insert(display_);
+  putUpHandler();
   XSetIOErrorExitHandler(
-      display_, [](Display*, void* self) { static_cast<X11Connection*>(self)->broken_ = true; }, this);
+      display_,
+      [](Display*, void* self) {
+        static_cast<X11Connection*>(self)->broken_ = true;
+        Log::info("desktop", "A connection to the X display broke");
+      },
+      this);
   broken_ = XkbQueryExtension(display_, nullptr, nullptr, nullptr, &major, &minor) == False;
 }
 
 X11Connection::~X11Connection() {
-  if (display_ != nullptr) XCloseDisplay(display_);
+  if (display_ == nullptr) return;
+  XCloseDisplay(display_);
+  ourDisplays().erase(display_);
 }
 
 X11ErrorTrap::X11ErrorTrap(const X11Connection& connection)
