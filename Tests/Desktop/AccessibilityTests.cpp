@@ -10,16 +10,12 @@
 #include <vector>
 
 #include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
-#include "Tests/Desktop/Editor.h"
+#include "Tests/Desktop/TypingTarget.h"
 
 namespace quillet::test {
 namespace {
 
 using std::chrono::milliseconds;
-
-class StubLock : public ScreenLockMonitor {
-  bool isScreenLocked() override { return false; }
-};
 
 template <typename Call>
 milliseconds timed(Call call) {

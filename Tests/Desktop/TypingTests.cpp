@@ -1,193 +1,240 @@
 // SPDX-License-Identifier: MIT
-#include <atspi/atspi.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
-#include <algorithm>
+#include <QFile>
+#include <QProcess>
 #include <chrono>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <memory>
+#include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
-#include "QuilletCompanion/Platform/Linux/KeyTypist.h"
+#include "Tests/Desktop/TypingTarget.h"
+// Its macros must come last.
+#include <X11/XKBlib.h>
+#include <X11/Xlib.h>
 
-extern char** environ;
-
-namespace quillet {
+namespace quillet::test {
 namespace {
 
 using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
-struct Unref {
-  void operator()(void* object) const { g_object_unref(object); }
-};
-template <typename T>
-using Owned = std::unique_ptr<T, Unref>;
+const std::string ascii =
+    "The quick (brown) Fox jumps over 13 lazy dogs; \"WHY\"? #{x} = [a|b] * ~10% & so on @ ho^me! ";
+const std::string mixed =
+    "Größe Übung naïve \u20ac5 — привет Мир, Ελλάδα, שלום, สวัสดี, 漢字かな交じり文, "
+    "e\u0301a\u0308, \U0001F468\u200D\U0001F469\u200D\U0001F467 \U0001F600\U0001F680\U0001F1EB\U0001F1F7 “ok” ";
 
-/// Looks until `found` gives something, for half a minute at most.
-template <typename Look>
-auto eventually(Look look) {
-  auto found = look();
-  for (const auto end = steady_clock::now() + 30s; !found && steady_clock::now() < end; found = look()) {
-    std::this_thread::sleep_for(20ms);
-  }
-  return found;
+/// More different characters than there are places for.
+std::string han() {
+  std::u16string characters;
+  for (char16_t c = 0x4e00; c < 0x4e80; ++c) characters += c;
+  return Unicode::toUTF8(characters).value();
 }
 
-bool has(AtspiAccessible* element, AtspiStateType state) {
-  const Owned<AtspiStateSet> states(atspi_accessible_get_state_set(element));
-  return states && atspi_state_set_contains(states.get(), state);
-}
-
-Owned<AtspiAccessible> focusedText(AtspiAccessible* element, int depth = 0) {
-  if (has(element, ATSPI_STATE_FOCUSED) && has(element, ATSPI_STATE_EDITABLE)) {
-    return Owned<AtspiAccessible>(static_cast<AtspiAccessible*>(g_object_ref(element)));
-  }
-  const int children = depth > 30 ? 0 : atspi_accessible_get_child_count(element, nullptr);
-  for (int i = 0; i < children; ++i) {
-    const Owned<AtspiAccessible> child(atspi_accessible_get_child_at_index(element, i, nullptr));
-    if (!child) continue;
-    if (auto found = focusedText(child.get(), depth + 1)) return found;
-  }
-  return nullptr;
-}
-
-/// A running editor with its text view focused.
-class Editor {
+/// The display as any other program sees it.
+class Display {
  public:
-  explicit Editor(const std::string& program) {
-    auto home = (std::filesystem::temp_directory_path() / "editor.XXXXXX").string();
-    if (mkdtemp(home.data()) == nullptr) return;
-    home_ = home;
-    const auto document = home_ / "document.txt";
-    std::ofstream(document).flush();
-    setenv("HOME", home.c_str(), 1);
-    std::vector<std::string> words{program, document.string()};
-    if (program == "gnome-text-editor") words.insert(words.begin() + 1, "--standalone");
-    std::vector<char*> arguments;
-    for (auto& word : words) arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    if (posix_spawnp(&pid_, program.c_str(), nullptr, nullptr, arguments.data(), environ) != 0) pid_ = 0;
-    text_ = eventually([this] { return find(); });
-  }
-  ~Editor() {
-    if (pid_ > 0) kill(pid_, SIGKILL);
-    if (pid_ > 0) waitpid(pid_, nullptr, 0);
-    std::error_code ignored;
-    std::filesystem::remove_all(home_, ignored);
-  }
-
-  bool ready() const { return text_ != nullptr; }
-  pid_t pid() const { return pid_; }
-  std::optional<KeyTypist::Observation> look() const {
-    GError* error = nullptr;
-    auto* const text = ATSPI_TEXT(text_.get());
-    const int characters = atspi_text_get_character_count(text, &error);
-    const int caret = error == nullptr ? atspi_text_get_caret_offset(text, &error) : 0;
-    if (error == nullptr) return KeyTypist::Observation{characters, caret, 0, 1, unit_};
-    g_error_free(error);
-    return std::nullopt;
-  }
-  std::string text() const {
-    const auto seen = look();
-    gchar* const raw = seen ? atspi_text_get_text(ATSPI_TEXT(text_.get()), 0, seen->characters, nullptr) : nullptr;
-    const std::string found = raw == nullptr ? "" : raw;
-    g_free(raw);
+  ~Display() { XCloseDisplay(display_); }
+  std::vector<KeySym> symbols() const {
+    int width = 0;
+    KeySym* const raw = XGetKeyboardMapping(display_, 8, 248, &width);
+    const std::vector<KeySym> found(raw, raw + std::size_t{248} * static_cast<std::size_t>(width));
+    XFree(raw);
     return found;
+  }
+  XkbStateRec state() const {
+    XkbStateRec found{};
+    XkbGetState(display_, XkbUseCoreKbd, &found);
+    return found;
+  }
+  void lockGroup(unsigned group) const {
+    XkbLockGroup(display_, XkbUseCoreKbd, group);
+    XSync(display_, False);
   }
 
  private:
-  Owned<AtspiAccessible> find() {
-    const Owned<AtspiAccessible> desktop(atspi_get_desktop(0));
-    for (int i = 0; i < atspi_accessible_get_child_count(desktop.get(), nullptr); ++i) {
-      const Owned<AtspiAccessible> application(atspi_accessible_get_child_at_index(desktop.get(), i, nullptr));
-      if (!application || static_cast<pid_t>(atspi_accessible_get_process_id(application.get(), nullptr)) != pid_)
-        continue;
-      gchar* const toolkit = atspi_accessible_get_toolkit_name(application.get(), nullptr);
-      unit_ = toolkit != nullptr && std::string(toolkit) == "Qt" ? KeyTypist::CountUnit::utf16
-                                                                 : KeyTypist::CountUnit::codePoints;
-      g_free(toolkit);
-      return focusedText(application.get());
-    }
-    return nullptr;
-  }
-
-  std::filesystem::path home_;
-  pid_t pid_ = 0;
-  Owned<AtspiAccessible> text_;
-  KeyTypist::CountUnit unit_ = KeyTypist::CountUnit::unknown;
+  _XDisplay* display_ = XOpenDisplay(nullptr);
 };
 
-std::u16string utf16(const std::string& text) {
-  std::u16string units;
-  glong count = 0;
-  gunichar2* const raw = g_utf8_to_utf16(text.data(), static_cast<glong>(text.size()), nullptr, &count, nullptr);
-  for (glong i = 0; i < count; ++i) units.push_back(static_cast<char16_t>(raw[i]));
-  g_free(raw);
-  return units;
+void run(const QString& program, const QStringList& arguments) {
+  EXPECT_EQ(QProcess::execute(program, arguments), 0) << program.toStdString();
 }
 
-/// As insertion does it: chunks of up to 16 units, 6 ms apart. Surrogate pairs stay together.
-bool typeAll(KeyTypist& typist, const Editor& editor, const std::string& text) {
-  const auto units = utf16(text);
-  for (std::size_t start = 0; start < units.size();) {
-    std::size_t length = std::min<std::size_t>(16, units.size() - start);
-    const char16_t last = units[start + length - 1];
-    if (last >= 0xd800 && last <= 0xdbff) --length;
-    const auto progress = [&] { return editor.look(); };
-    if (!typist.type(std::u16string_view(units).substr(start, length), progress, steady_clock::now() + 750ms)) {
-      return false;
-    }
-    std::this_thread::sleep_for(6ms);
-    start += length;
+class Typing : public testing::Test {
+ protected:
+  std::unique_ptr<TypingTarget> open(const std::string& program) {
+    auto target = std::make_unique<TypingTarget>(*provider, program);
+    EXPECT_TRUE(target->ready());
+    return target;
   }
-  return true;
-}
+  void restart() {
+    provider.reset();
+    typist.reset();
+    typist.emplace();
+    provider.emplace(getpid(), lock, *typist);
+  }
 
-std::string repeated(const std::string& pattern, std::size_t characters) {
-  std::string text;
-  const auto length = static_cast<std::size_t>(g_utf8_strlen(pattern.c_str(), -1));
-  for (std::size_t n = 0; n < characters; n += length) text += pattern;
-  return text;
-}
+  const Display display;
+  const std::vector<KeySym> untouched = display.symbols();
+  StubLock lock;
+  std::optional<KeyTypist> typist{std::in_place};
+  std::optional<SystemAccessibilityProvider> provider{std::in_place, getpid(), lock, *typist};
+};
 
-class TypingTest : public testing::TestWithParam<const char*> {};
+class TypingInto : public Typing, public testing::WithParamInterface<const char*> {};
 
-TEST_P(TypingTest, TypesEveryCharacterRight) {
-  const Editor editor(GetParam());
-  ASSERT_TRUE(editor.ready());
-  const std::string ascii =
-      "The quick (brown) Fox jumps over 13 lazy dogs; \"WHY\"? #{x} = [a|b] * ~10% & so on @ home, isn't it! ";
-  const std::string mixed =
-      "Größe Übung naïve \u20ac5 — привет Мир, Ελλάδα, שלום, สวัสดี, 漢字かな交じり文, "
-      "e\u0301a\u0308, \U0001F468\u200D\U0001F469\u200D\U0001F467 \U0001F600\U0001F680\U0001F1EB\U0001F1F7 “ok” ";
-  KeyTypist typist;
+TEST_P(TypingInto, GetsEveryCharacterRight) {
+  const auto target = open(GetParam());
   std::string expected;
-  for (const auto& pattern : {ascii, mixed}) {
-    const auto text = repeated(pattern, 2000);
+  for (const auto& text : {ascii, mixed + mixed, han(), ascii + mixed}) {
+    ASSERT_TRUE(target->type(text));
     expected += text;
-    const auto start = steady_clock::now();
-    ASSERT_TRUE(typeAll(typist, editor, text));
-    ASSERT_TRUE(eventually([&] { return editor.text().size() >= expected.size(); }));
-    const auto seconds = std::chrono::duration<double>(steady_clock::now() - start).count();
-    RecordProperty(pattern == ascii ? "asciiPerSecond" : "mixedPerSecond",
-                   static_cast<int>(static_cast<double>(g_utf8_strlen(text.c_str(), -1)) / seconds));
-    ASSERT_EQ(editor.text(), expected);
+    ASSERT_TRUE(target->becomes(expected)) << target->text();
+  }
+  typist->restoreKeymap();
+  EXPECT_EQ(display.symbols(), untouched);
+}
+
+INSTANTIATE_TEST_SUITE_P(Editors, TypingInto, testing::Values("mousepad", "featherpad", "gnome-text-editor", "sakura"),
+                         [](const auto& editor) {
+                           std::string name = editor.param;
+                           std::erase(name, '-');
+                           return name;
+                         });
+
+TEST_F(Typing, HeldAndLockedModifiersDoNotShowInTheText) {
+  const auto target = open("mousepad");
+  const struct {
+    const char *down, *up, *key;
+  } rows[] = {{"keydown", "keyup", "Shift_L"},
+              {"keydown", "keyup", "ISO_Level3_Shift"},
+              {"key", "key", "Caps_Lock"},
+              {"key", "key", "Num_Lock"}};
+  std::string expected;
+  for (const auto& row : rows) {
+    run("xdotool", {row.down, row.key});
+    const auto before = display.state();
+    EXPECT_NE(before.mods, 0) << row.key;
+    EXPECT_TRUE(target->type("aB1! äÖ \U0001F600 жД; ")) << row.key;
+    expected += "aB1! äÖ \U0001F600 жД; ";
+    EXPECT_TRUE(target->becomes(expected)) << row.key << ": " << target->text();
+    EXPECT_EQ(display.state().mods, before.mods) << row.key;
+    run("xdotool", {row.up, row.key});
+  }
+  EXPECT_EQ(display.state().mods, 0);
+}
+
+TEST_F(Typing, HeldShortcutModifiersStopIt) {
+  const auto target = open("mousepad");
+  for (const char* const key : {"Control_L", "Alt_L", "Super_L"}) {
+    run("xdotool", {"keydown", key});
+    EXPECT_TRUE(provider->modifiersDown());
+    EXPECT_FALSE(target->type("a")) << key;
+    run("xdotool", {"keyup", key});
+    EXPECT_FALSE(provider->modifiersDown());
+  }
+  run("xdotool", {"key", "Escape"});  // what letting Alt go may have opened
+  EXPECT_TRUE(target->type("b"));
+  EXPECT_TRUE(target->becomes("b"));
+}
+
+TEST_F(Typing, AnyLayoutWillDo) {
+  const auto target = open("featherpad");
+  std::string expected;
+  for (const auto& [layout, group] :
+       {std::pair("de", 0U), std::pair("fr", 0U), std::pair("ru", 0U), std::pair("us,ru", 1U), std::pair("us", 0U)}) {
+    run("setxkbmap", {layout});
+    display.lockGroup(group);
+    EXPECT_TRUE(target->type(ascii + "Grüße, привет €")) << layout;
+    expected += ascii + "Grüße, привет €";
+    EXPECT_TRUE(target->becomes(expected)) << layout << ": " << target->text();
+    EXPECT_EQ(display.state().group, group);
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Editors, TypingTest, testing::Values("mousepad", "featherpad"), [](const auto& editor) {
-  std::string name = editor.param;
-  std::erase(name, '-');
-  return name;
-});
+TEST_F(Typing, SuspendedProgramHoldsNobodyUp) {
+  const auto target = open("mousepad");
+  ASSERT_TRUE(target->type(mixed));
+  ASSERT_TRUE(target->becomes(mixed));
+  target->editor().suspend();
+  for (int i = 0; i < 4; ++i) {
+    const auto start = steady_clock::now();
+    EXPECT_FALSE(target->type("привет"));
+    EXPECT_LE(steady_clock::now() - start, 900ms);
+  }
+  target->editor().resume();
+  EXPECT_TRUE(eventually([&] { return target->type("!"); }));
+  EXPECT_TRUE(target->becomes(mixed + "!")) << target->text();
+}
+
+TEST_F(Typing, ProgramThatTakesNothingUpIsGivenUpBeforeItGetsAnythingWrong) {
+  const auto target = open("mousepad");
+  const auto standingStill = [] { return KeyTypist::Observation{.element = 1}; };
+  const auto characters = *Unicode::toUTF16(han());
+  target->editor().suspend();
+  std::u16string taken;
+  bool posted = true;
+  while (posted && taken.size() < characters.size()) {
+    const auto next = characters.substr(taken.size(), 16);
+    const auto start = steady_clock::now();
+    posted = typist->type(next, standingStill, start + 200ms);
+    EXPECT_LE(steady_clock::now() - start, 350ms);
+    if (posted) taken += next;
+  }
+  EXPECT_FALSE(posted);
+  EXPECT_GE(taken.size(), 48U);
+  target->editor().resume();
+  EXPECT_TRUE(target->becomes(Unicode::toUTF8(taken).value())) << target->text();
+}
+
+TEST_F(Typing, GivesTheKeymapBackByItselfAfterAWhile) {
+  const auto target = open("featherpad");
+  ASSERT_TRUE(target->type(mixed));
+  EXPECT_NE(display.symbols(), untouched);
+  EXPECT_TRUE(eventually([&] { return display.symbols() == untouched; }));
+  EXPECT_TRUE(target->type(mixed));
+  EXPECT_TRUE(target->becomes(mixed + mixed));
+}
+
+TEST_F(Typing, CleansUpAfterARunThatWasKilled) {
+  const pid_t child = fork();
+  if (child == 0) {
+    KeyTypist doomed;
+    doomed.type(
+        u"☃ привет", [] { return std::nullopt; }, steady_clock::now() + 750ms);
+    raise(SIGKILL);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+  EXPECT_NE(display.symbols(), untouched);
+  restart();
+  EXPECT_EQ(display.symbols(), untouched);
+}
+
+TEST_F(Typing, ABrokenDisplayConnectionIsAFailureAndNoMore) {
+  QProcess server;
+  server.setStandardErrorFile(QProcess::nullDevice());
+  server.start("Xvfb", {"-displayfd", "1", "-noreset", "-screen", "0", "64x64x24"});
+  ASSERT_TRUE(eventually([&] { return server.canReadLine(); }));
+  const auto name = ":" + server.readLine().trimmed().toStdString();
+  const auto blind = [] { return std::nullopt; };
+  KeyTypist lost(name);
+  EXPECT_TRUE(lost.type(u"ä", blind, steady_clock::now() + 750ms));
+  ModifierState modifiers(name);
+  EXPECT_FALSE(modifiers.modifiersDown());
+  server.kill();
+  ASSERT_TRUE(server.waitForFinished());
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_FALSE(lost.type(u"ä", blind, steady_clock::now() + 750ms));
+    EXPECT_FALSE(modifiers.modifiersDown());
+  }
+  KeyTypist never(name);
+  EXPECT_FALSE(never.type(u"a", blind, steady_clock::now() + 750ms));
+}
 
 }  // namespace
-}  // namespace quillet
+}  // namespace quillet::test

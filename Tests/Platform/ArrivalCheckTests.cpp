@@ -10,61 +10,111 @@ using namespace std::chrono_literals;
 using Look = KeyTypist::Observation;
 using Unit = KeyTypist::CountUnit;
 
-constexpr ArrivalCheck::Answer nothing{false, false};
-constexpr ArrivalCheck::Answer borrowedOnly{false, true};
-constexpr ArrivalCheck::Answer all{true, true};
+const std::u32string emoji = U"\U0001F600\U0001F601";
 
-ArrivalCheck::Answer after(std::u32string characters, std::size_t throughBorrowed, std::optional<Look> before,
-                           std::optional<Look> now, Duration age = 1ms) {
-  ArrivalCheck check({std::move(characters), throughBorrowed, before, MonotonicTime{}});
-  return check.look(now, MonotonicTime{} + age);
+MonotonicTime at(Duration time) {
+  return MonotonicTime{} + time;
+}
+
+ArrivalCheck posted(std::u32string_view characters, std::optional<Look> before) {
+  ArrivalCheck check;
+  check.before(before);
+  check.add(characters, at(0ms));
+  return check;
+}
+
+std::uint64_t arrived(std::u32string_view characters, std::optional<Look> before, std::optional<Look> now,
+                      Duration age = 1ms) {
+  auto check = posted(characters, before);
+  check.look(now, at(age));
+  return check.arrived();
 }
 
 TEST(ArrivalCheck, CountsWhatArrived) {
   const Look before{10, 10, 0, 1, Unit::codePoints};
   const struct {
     std::int64_t characters, caret;
-    ArrivalCheck::Answer answer;
-  } rows[] = {{10, 10, nothing}, {11, 11, nothing}, {12, 12, borrowedOnly},
-              {14, 14, all},     {13, 14, all},  // trailing blanks that a target doesn't count yet
-              {9, 9, all}};                      // text was taken away: nothing left to count
+    std::uint64_t arrived;
+  } rows[] = {{10, 10, 0}, {11, 11, 1}, {14, 14, 4},
+              {20, 20, 4}, {13, 14, 4},  // trailing blanks that a target doesn't count yet
+              {9, 9, 4}};                // text was taken away: nothing left to count
   for (const auto& row : rows) {
-    EXPECT_EQ(after(U"äöab", 2, before, Look{row.characters, row.caret, 0, 1, Unit::codePoints}), row.answer)
+    EXPECT_EQ(arrived(U"äöab", before, Look{row.characters, row.caret, 0, 1, Unit::codePoints}), row.arrived)
         << row.characters;
   }
 }
 
+TEST(ArrivalCheck, GoesOnCountingFromWhereItStarted) {
+  auto check = posted(U"abc", Look{10, 10, 0, 1, Unit::codePoints});
+  check.look(Look{12, 12, 0, 1, Unit::codePoints}, at(1ms));
+  EXPECT_EQ(check.underWay(), 1U);
+  check.before(Look{12, 12, 0, 1, Unit::codePoints});  // a character is still under way
+  check.add(U"def", at(2ms));
+  check.look(Look{14, 14, 0, 1, Unit::codePoints}, at(3ms));
+  EXPECT_EQ(check.arrived(), 4U);
+  check.look(Look{16, 16, 0, 1, Unit::codePoints}, at(4ms));
+  EXPECT_EQ(check.underWay(), 0U);
+  check.before(Look{3, 3, 0, 2, Unit::codePoints});
+  check.add(U"g", at(5ms));
+  check.look(Look{3, 3, 0, 2, Unit::codePoints}, at(6ms));
+  EXPECT_EQ(check.arrived(), 6U);
+  EXPECT_EQ(check.posted(), 7U);
+}
+
 TEST(ArrivalCheck, ASelectionGivesWayFirst) {
   const Look before{10, 0, 6, 1, Unit::codePoints};
-  EXPECT_EQ(after(U"abc", 3, before, Look{10, 0, 6, 1, Unit::codePoints}), nothing);
-  EXPECT_EQ(after(U"abc", 3, before, Look{5, 1, 0, 1, Unit::codePoints}), nothing);
-  EXPECT_EQ(after(U"abc", 3, before, Look{7, 3, 0, 1, Unit::codePoints}), all);
+  EXPECT_EQ(arrived(U"abc", before, Look{10, 0, 6, 1, Unit::codePoints}), 0U);
+  EXPECT_EQ(arrived(U"abc", before, Look{5, 1, 0, 1, Unit::codePoints}), 1U);
+  EXPECT_EQ(arrived(U"abc", before, Look{7, 3, 0, 1, Unit::codePoints}), 3U);
 }
 
 TEST(ArrivalCheck, KnowsTheTargetsUnit) {
-  const std::u32string emoji = U"\U0001F600\U0001F601";
   for (const auto& [unit, grown, expected] :
-       {std::tuple(Unit::codePoints, 2, all), std::tuple(Unit::utf16, 2, nothing), std::tuple(Unit::utf16, 4, all),
-        std::tuple(Unit::unknown, 2, nothing), std::tuple(Unit::unknown, 4, all)}) {
-    EXPECT_EQ(after(emoji, 2, Look{0, {}, 0, 1, unit}, Look{grown, {}, 0, 1, unit}), expected) << grown;
+       {std::tuple(Unit::codePoints, 2, 2), std::tuple(Unit::utf16, 2, 1), std::tuple(Unit::utf16, 4, 2),
+        std::tuple(Unit::unknown, 2, 1), std::tuple(Unit::unknown, 4, 2)}) {
+    EXPECT_EQ(arrived(emoji, Look{0, {}, 0, 1, unit}, Look{grown, {}, 0, 1, unit}), expected) << grown;
   }
-  // Of an unknown unit, a count that stays at the number of code points is final.
-  ArrivalCheck check({emoji, 2, Look{}, MonotonicTime{}});
-  EXPECT_EQ(check.look(Look{2}, MonotonicTime{10ms}), nothing);
-  EXPECT_EQ(check.look(Look{2}, MonotonicTime{69ms}), nothing);
-  EXPECT_EQ(check.look(Look{2}, MonotonicTime{70ms}), all);
+}
+
+TEST(ArrivalCheck, FindsOutTheUnitOnceForAnElement) {
+  ArrivalCheck check = posted(emoji, Look{0, {}, 0, 7});
+  // A count that stays at the number of code points is final.
+  check.look(Look{2, {}, 0, 7}, at(10ms));
+  check.look(Look{2, {}, 0, 7}, at(69ms));
+  EXPECT_EQ(check.arrived(), 1U);
+  check.look(Look{2, {}, 0, 7}, at(70ms));
+  EXPECT_EQ(check.arrived(), 2U);
+  const auto further = [&](std::uintptr_t element, std::int64_t start, std::int64_t grown) {
+    check.before(Look{start, {}, 0, element});
+    check.add(emoji, at(80ms));
+    check.look(Look{start + grown, {}, 0, element}, at(81ms));
+    return check.underWay();
+  };
+  EXPECT_EQ(further(7, 2, 2), 0U);
+  EXPECT_EQ(further(7, 4, 3), 1U) << "it counts UTF-16 after all";
+  check.look(std::nullopt, at(9s));
+  EXPECT_EQ(further(8, 0, 2), 1U) << "another element";
 }
 
 TEST(ArrivalCheck, WaitsALittleWhereNothingCanBeCounted) {
   const Look here{5, 5, 0, 1, Unit::codePoints};
   const Look elsewhere{5, 5, 0, 2, Unit::codePoints};
-  EXPECT_EQ(after(U"ab", 0, here, std::nullopt, 59ms), nothing);
-  EXPECT_EQ(after(U"ab", 0, here, std::nullopt, 60ms), all);
-  EXPECT_EQ(after(U"ab", 0, std::nullopt, here, 60ms), all);
-  EXPECT_EQ(after(U"ab", 2, here, elsewhere, 99ms), nothing);
-  EXPECT_EQ(after(U"ab", 2, here, elsewhere, 100ms), all);
-  EXPECT_EQ(after(U"ab", 2, here, here, 1499ms), nothing);
-  EXPECT_EQ(after(U"ab", 2, here, here, 1500ms), all);
+  EXPECT_EQ(arrived(U"ab", std::nullopt, here, 59ms), 0U);
+  EXPECT_EQ(arrived(U"ab", std::nullopt, here, 60ms), 2U);
+  EXPECT_EQ(arrived(U"ab", here, elsewhere, 99ms), 0U);
+  EXPECT_EQ(arrived(U"ab", here, elsewhere, 100ms), 2U);
+  EXPECT_EQ(arrived(U"ab", here, here, 1499ms), 0U);
+  EXPECT_EQ(arrived(U"ab", here, here, 1500ms), 2U);
+}
+
+TEST(ArrivalCheck, ATargetThatFallsSilentHasTakenNothing) {
+  auto check = posted(U"ab", Look{5, 5, 0, 1, Unit::codePoints});
+  check.look(std::nullopt, at(1499ms));
+  EXPECT_EQ(check.underWay(), 2U);
+  EXPECT_TRUE(check.unreadable());
+  check.look(Look{7, 7, 0, 1, Unit::codePoints}, at(1499ms));
+  EXPECT_EQ(check.underWay(), 0U);
+  EXPECT_FALSE(check.unreadable());
 }
 
 }  // namespace

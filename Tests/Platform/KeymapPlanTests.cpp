@@ -3,17 +3,26 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace quillet {
 namespace {
 
-KeymapPlan planOver(Keycode spares) {
+using Place = KeymapPlan::Place;
+using Rules = KeymapPlan::Rules;
+
+const Rules fresh{};
+
+/// A layout of one letter key, "a", and so many places to borrow on each of `levels` levels.
+KeymapPlan planOver(Keycode spares, unsigned levels = 1) {
   KeymapPlan plan;
-  std::map<Keycode, std::optional<char32_t>> borrowable;
-  for (Keycode i = 0; i < spares; ++i) borrowable[static_cast<Keycode>(200 + i)] = std::nullopt;
-  plan.setLayout({{U'a', {38, false}}, {U'A', {38, true}}}, borrowable);
+  std::map<Place, std::optional<char32_t>> borrowable;
+  for (Keycode i = 0; i < spares * levels; ++i)
+    borrowable[{unsigned{i} / spares, static_cast<Keycode>(200 + i % spares)}];
+  plan.setLayout({{U'a', {0, 38}}, {U'A', {KeyLevel::shift, 38}}}, borrowable);
   return plan;
 }
 
@@ -23,57 +32,122 @@ std::u32string assignedIn(const KeymapPlan::Chunk& chunk) {
   return characters;
 }
 
+/// The slowest target: it looks a key up only when it has to, by the keymap of that moment.
+class Screen {
+ public:
+  void carryOut(const KeymapPlan::Chunk& chunk) {
+    while (text_.size() < chunk.awaits) takeNext();
+    for (const auto& [place, character] : chunk.assignments) keys_[place] = character;
+    strokes_.insert(strokes_.end(), chunk.strokes.begin(), chunk.strokes.end());
+  }
+  std::size_t strokes() const { return strokes_.size(); }
+  std::u32string text() {
+    while (text_.size() < strokes_.size()) takeNext();
+    return text_;
+  }
+
+ private:
+  void takeNext() {
+    const auto& [place, borrowed] = strokes_.at(text_.size());
+    text_ += borrowed ? keys_.at(place) : place.level == 0 ? U'a' : U'A';
+  }
+
+  std::map<Place, char32_t> keys_;
+  std::vector<KeymapPlan::Stroke> strokes_;
+  std::u32string text_;
+};
+
 TEST(KeymapPlan, TakesTheLayoutsKeysUnlessAModifierOrTheKeyIsHeld) {
-  auto plan = planOver(3);
-  const auto plain = plan.plan(U"aA", {});
+  const auto plain = planOver(3).plan(U"aA", fresh);
   ASSERT_EQ(plain.strokes.size(), 2U);
   EXPECT_TRUE(plain.assignments.empty());
-  EXPECT_FALSE(plain.strokes[0].shifted);
-  EXPECT_TRUE(plain.strokes[1].shifted);
-  for (const auto& rules : {KeymapPlan::Rules{true, {}}, KeymapPlan::Rules{false, {38}}}) {
-    auto fresh = planOver(3);
-    const auto borrowed = fresh.plan(U"aA", rules);
+  EXPECT_EQ(plain.strokes[0].place, (Place{0, 38}));
+  EXPECT_EQ(plain.strokes[1].place, (Place{KeyLevel::shift, 38}));
+  for (const auto& rules : {Rules{.nativesUsable = false}, Rules{.held = {38}}}) {
+    const auto borrowed = planOver(3).plan(U"aA", rules);
     EXPECT_EQ(assignedIn(borrowed), U"aA");
-    for (const auto& stroke : borrowed.strokes) EXPECT_TRUE(stroke.borrowed && !stroke.shifted);
+    for (const auto& stroke : borrowed.strokes) EXPECT_TRUE(stroke.borrowed && stroke.place.level == 0);
   }
 }
 
-TEST(KeymapPlan, ReassignsTheLongestUnusedAndOnlyThenSaysSo) {
-  auto plan = planOver(3);
-  EXPECT_EQ(assignedIn(plan.plan(U"äöä", {})), U"äö");
-  EXPECT_FALSE(plan.plan(U"ü", {}).reassigns);
-  EXPECT_TRUE(plan.plan(U"öä", {}).assignments.empty());
-  const auto next = plan.plan(U"ñö", {});
-  EXPECT_TRUE(next.reassigns);
-  EXPECT_EQ(assignedIn(next), U"ñ");
-  // "ü" made room; the others are still there.
-  EXPECT_TRUE(plan.plan(U"äöñ", {}).assignments.empty());
+TEST(KeymapPlan, WhileShiftIsHeldReachesOnlyShiftedPlaces) {
+  auto plan = planOver(2, 4);
+  EXPECT_EQ(plan.plan(U"☃", fresh).strokes.at(0).place.level, 0U);
+  const auto chunk = plan.plan(U"aA☃", {.heldLevel = KeyLevel::shift});
+  ASSERT_EQ(chunk.strokes.size(), 3U);
+  EXPECT_EQ(assignedIn(chunk), U"a☃");
+  EXPECT_FALSE(chunk.strokes[1].borrowed);
+  for (const auto& stroke : chunk.strokes) EXPECT_TRUE(stroke.place.level & KeyLevel::shift);
 }
 
-TEST(KeymapPlan, StopsWhereKeycodesRunOutAndGoesOnFromThere) {
+TEST(KeymapPlan, ReassignsTheLongestUnusedAndAwaitsItsLastUse) {
+  auto plan = planOver(3);
+  EXPECT_EQ(assignedIn(plan.plan(U"☀☁☀", fresh)), U"☀☁");
+  EXPECT_EQ(plan.plan(U"☂", {.strokesSoFar = 3}).awaits, 0U);
+  EXPECT_TRUE(plan.plan(U"☁☀", {.strokesSoFar = 4}).assignments.empty());
+  const auto next = plan.plan(U"☃☁", {.strokesSoFar = 6});
+  EXPECT_EQ(assignedIn(next), U"☃");
+  EXPECT_EQ(next.awaits, 4U) << "the umbrella made room, which was stroke 4";
+  EXPECT_TRUE(plan.plan(U"☀☁☃", {.strokesSoFar = 8}).assignments.empty());
+}
+
+TEST(KeymapPlan, StopsWherePlacesRunOutAndGoesOnFromThere) {
   auto plan = planOver(2);
   std::u32string_view rest = U"12345";
-  int chunks = 0;
-  for (; !rest.empty(); ++chunks) {
-    const auto chunk = plan.plan(rest, {});
+  std::vector<std::size_t> sizes;
+  std::vector<std::uint64_t> awaited;
+  for (std::uint64_t typed = 0; !rest.empty() && sizes.size() < 9; typed += sizes.back()) {
+    const auto chunk = plan.plan(rest, {.strokesSoFar = typed});
     ASSERT_FALSE(chunk.strokes.empty());
-    std::set<Keycode> used;
-    for (const auto& assignment : chunk.assignments) EXPECT_TRUE(used.insert(assignment.keycode).second);
+    awaited.push_back(chunk.awaits);
+    sizes.push_back(chunk.strokes.size());
     rest.remove_prefix(chunk.strokes.size());
   }
-  EXPECT_EQ(chunks, 3);
-  // Every keycode carries a later character of the chunk: one of them gives way.
-  EXPECT_FALSE(plan.plan(U"x45", {}).strokes.empty());
-  EXPECT_TRUE(planOver(0).plan(U"ä", {}).strokes.empty());
+  EXPECT_EQ(sizes, (std::vector<std::size_t>{2, 2, 1}));
+  EXPECT_EQ(awaited, (std::vector<std::uint64_t>{0, 2, 3}));
+  // Every place carries a later character of the chunk: one of them gives way.
+  EXPECT_FALSE(plan.plan(U"x45", {.strokesSoFar = 5}).strokes.empty());
+  EXPECT_TRUE(planOver(0).plan(U"ä", fresh).strokes.empty());
+}
+
+TEST(KeymapPlan, FillsFreePlacesWithTheRestOfAnAlphabetAndTakesThoseBackUnawaited) {
+  auto plan = planOver(12, 2);
+  const auto first = plan.plan(U"п", fresh);
+  EXPECT_EQ(first.assignments.size(), 24U);
+  EXPECT_TRUE(plan.plan(U"ветер", {.strokesSoFar = 1}).assignments.empty());
+  const auto other = plan.plan(U"☀☁", {.strokesSoFar = 6});
+  EXPECT_EQ(assignedIn(other), U"☀☁");
+  EXPECT_EQ(other.awaits, 0U);
+  EXPECT_TRUE(plan.plan(U"привет", {.strokesSoFar = 8}).assignments.empty()) << "the rarest letters gave way";
 }
 
 TEST(KeymapPlan, ANewLayoutForgetsAssignmentsThatAreGone) {
   auto plan = planOver(1);
-  plan.plan(U"ä", {});
-  plan.setLayout({}, {{200, std::nullopt}});
-  EXPECT_EQ(assignedIn(plan.plan(U"ä", {})), U"ä");
-  plan.setLayout({}, {{200, U'ä'}});
-  EXPECT_TRUE(plan.plan(U"ä", {}).assignments.empty());
+  plan.plan(U"☀", fresh);
+  plan.setLayout({}, {{{0, 200}, std::nullopt}});
+  EXPECT_EQ(assignedIn(plan.plan(U"☀", {.strokesSoFar = 1})), U"☀");
+  plan.setLayout({}, {{{0, 200}, U'☀'}});
+  EXPECT_TRUE(plan.plan(U"☀", {.strokesSoFar = 2}).assignments.empty());
+}
+
+TEST(KeymapPlan, WhateverIsTypedComesOutRightHoweverSlowTheTarget) {
+  std::u32string text = U"aÄ привет Ελλάδα 漢字かな交じり文 שלום สวัสดี \U0001F600 “naïve” A";
+  for (char32_t c = 0x4e00; c < 0x4e80; ++c) text += c;
+  text += text;
+  for (const Keycode spares : {1, 2, 5, 19}) {
+    auto plan = planOver(spares, 4);
+    Screen screen;
+    std::u32string_view rest = text;
+    while (!rest.empty()) {
+      const auto size = std::min<std::size_t>(16, rest.size());
+      const auto chunk = plan.plan(rest.substr(0, size), {.strokesSoFar = screen.strokes()});
+      ASSERT_LE(chunk.awaits, screen.strokes());
+      ASSERT_FALSE(chunk.strokes.empty());
+      screen.carryOut(chunk);
+      rest.remove_prefix(chunk.strokes.size());
+    }
+    EXPECT_EQ(screen.text(), text);
+  }
 }
 
 }  // namespace

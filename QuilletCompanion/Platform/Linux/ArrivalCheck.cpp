@@ -8,6 +8,7 @@ namespace quillet {
 namespace {
 
 using namespace std::chrono_literals;
+using Unit = KeyTypist::CountUnit;
 
 /// No target takes longer that is to be typed into again.
 constexpr Duration forgottenAfter = 1500ms;
@@ -17,46 +18,84 @@ constexpr Duration otherElementWait = 100ms;
 /// A count that has stopped at the number of code points, in a target that might count UTF-16 units.
 constexpr Duration standstill = 60ms;
 
-constexpr ArrivalCheck::Answer all{true, true};
+std::int64_t lengthIn(Unit unit, char32_t character) {
+  return unit != Unit::codePoints && character > 0xffff ? 2 : 1;
+}
 
-std::int64_t utf16Length(std::u32string_view characters) {
-  const auto astral = std::count_if(characters.begin(), characters.end(), [](char32_t c) { return c > 0xffff; });
-  return static_cast<std::int64_t>(characters.size()) + astral;
+std::int64_t lengthIn(Unit unit, std::u32string_view characters) {
+  std::int64_t length = 0;
+  for (const char32_t character : characters) length += lengthIn(unit, character);
+  return length;
+}
+
+/// How many whole characters fill `length`.
+std::uint64_t charactersIn(Unit unit, std::u32string_view characters, std::int64_t length) {
+  std::uint64_t count = 0;
+  for (; count < characters.size(); ++count) {
+    length -= lengthIn(unit, characters[count]);
+    if (length < 0) break;
+  }
+  return count;
 }
 
 }  // namespace
 
-ArrivalCheck::Answer ArrivalCheck::look(const std::optional<KeyTypist::Observation>& seen, MonotonicTime time) {
-  const Duration age = time - posted_.at;
-  if (age >= forgottenAfter) return all;
-  if (!posted_.before || !seen) return age >= blindWait ? all : Answer{};
-  if (seen->element != posted_.before->element) return age >= otherElementWait ? all : Answer{};
-  const auto grown = growth(*seen);
-  if (!grown) return {};
-  // Somebody has taken text away since: there is nothing left to count.
-  if (*grown < 0) return all;
-  if (*grown != lastGrowth_) unchangedSince_ = time;
-  lastGrowth_ = *grown;
-  return {reached(posted_.characters.size(), *grown, seen->unit, time),
-          reached(posted_.throughBorrowed, *grown, seen->unit, time)};
+void ArrivalCheck::before(const Look& seen) {
+  if (underWay_.empty()) before_ = seen;
+}
+
+void ArrivalCheck::add(std::u32string_view characters, MonotonicTime time) {
+  underWay_ += characters;
+  lastPost_ = time;
+}
+
+void ArrivalCheck::look(const Look& seen, MonotonicTime time) {
+  unreadable_ = before_ && !seen;
+  if (underWay_.empty()) return;
+  const Duration age = time - lastPost_;
+  if (age >= forgottenAfter) return settle();
+  if (!before_) return age >= blindWait ? settle() : void();
+  if (!seen) return;
+  if (seen->element != before_->element) return age >= otherElementWait ? settle() : void();
+  if (const auto grown = growth(*seen)) count(*grown, *seen, time);
 }
 
 /// By how much the text is longer than it was without its selection; absent while the selection stands.
 std::optional<std::int64_t> ArrivalCheck::growth(const KeyTypist::Observation& seen) const {
-  const auto& before = *posted_.before;
-  if (before.selected > 0 && seen.selected > 0) return std::nullopt;
-  const std::int64_t counted = seen.characters - (before.characters - before.selected);
-  if (before.selected > 0 || !before.caret || !seen.caret) return counted;
-  return std::max(counted, *seen.caret - *before.caret);
+  if (before_->selected > 0 && seen.selected > 0) return std::nullopt;
+  const std::int64_t counted = seen.characters - (before_->characters - before_->selected);
+  if (before_->selected > 0 || !before_->caret || !seen.caret) return counted;
+  return std::max(counted, *seen.caret - *before_->caret);
 }
 
-bool ArrivalCheck::reached(std::size_t characters, std::int64_t growth, KeyTypist::CountUnit unit,
-                           MonotonicTime time) const {
-  const auto prefix = std::u32string_view(posted_.characters).substr(0, characters);
-  const auto points = static_cast<std::int64_t>(prefix.size());
-  if (unit == KeyTypist::CountUnit::codePoints) return growth >= points;
-  if (growth >= utf16Length(prefix)) return true;
-  return unit == KeyTypist::CountUnit::unknown && growth >= points && time - unchangedSince_ >= standstill;
+void ArrivalCheck::count(std::int64_t growth, const KeyTypist::Observation& seen, MonotonicTime time) {
+  // Somebody has taken text away since: there is nothing left to count.
+  if (growth < 0) return settle();
+  if (growth != lastGrowth_) unchangedSince_ = time;
+  lastGrowth_ = growth;
+  const std::int64_t points = lengthIn(Unit::codePoints, underWay_);
+  const bool astral = lengthIn(Unit::utf16, underWay_) > points;
+  if (seen.unit == Unit::unknown && astral && growth > points) {
+    knownElement_ = seen.element;
+    knownUnit_ = Unit::utf16;
+  } else if (unitOf(seen) == Unit::unknown && astral && growth == points && time - unchangedSince_ >= standstill) {
+    knownElement_ = seen.element;
+    knownUnit_ = Unit::codePoints;
+  }
+  seenOfUnderWay_ = std::max(seenOfUnderWay_, charactersIn(unitOf(seen), underWay_, growth));
+  if (seenOfUnderWay_ == underWay_.size()) settle();
+}
+
+KeyTypist::CountUnit ArrivalCheck::unitOf(const KeyTypist::Observation& seen) const {
+  return seen.unit == Unit::unknown && seen.element != 0 && seen.element == knownElement_ ? knownUnit_ : seen.unit;
+}
+
+void ArrivalCheck::settle() {
+  settled_ += underWay_.size();
+  underWay_.clear();
+  seenOfUnderWay_ = 0;
+  lastGrowth_ = -1;
+  unreadable_ = false;
 }
 
 }  // namespace quillet

@@ -1,45 +1,50 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
+#include <string_view>
 
 #include "QuilletCompanion/Platform/Linux/KeyTypist.h"
 
 namespace quillet {
 
-/// Tells from looks at the target whether a chunk of typed characters has arrived there.
+/// Tells from looks at the target how many of the typed characters have arrived there.
 class ArrivalCheck {
  public:
-  struct Posted {
-    std::u32string characters;
-    /// The first so many characters include all that were typed on borrowed keycodes.
-    std::size_t throughBorrowed = 0;
-    std::optional<KeyTypist::Observation> before;
-    MonotonicTime at;
-  };
-  struct Answer {
-    bool complete = false;     ///< All has arrived, or there is no way to see more.
-    bool mayReassign = false;  ///< What was typed on borrowed keycodes has arrived.
-    bool operator==(const Answer&) const = default;
-  };
+  using Look = std::optional<KeyTypist::Observation>;
 
-  explicit ArrivalCheck(Posted posted) : posted_(std::move(posted)) {}
+  /// All that has been posted, and all that has surely arrived or will never be seen to, since the beginning.
+  std::uint64_t posted() const { return settled_ + underWay_.size(); }
+  std::uint64_t arrived() const { return settled_ + seenOfUnderWay_; }
+  std::uint64_t underWay() const { return posted() - arrived(); }
+  /// At the last look the target, which could be read before, could not.
+  bool unreadable() const { return unreadable_; }
 
-  /// Looks must be passed in the order of time.
-  Answer look(const std::optional<KeyTypist::Observation>& seen, MonotonicTime time);
-  const Posted& posted() const { return posted_; }
+  /// Tells how the target looks before characters are posted. Needed where nothing is under way, else ignored.
+  void before(const Look& seen);
+  void add(std::u32string_view characters, MonotonicTime time);
+  /// In the order of time.
+  void look(const Look& seen, MonotonicTime time);
 
  private:
+  void settle();
   std::optional<std::int64_t> growth(const KeyTypist::Observation& seen) const;
-  bool reached(std::size_t characters, std::int64_t growth, KeyTypist::CountUnit unit, MonotonicTime time) const;
+  void count(std::int64_t growth, const KeyTypist::Observation& seen, MonotonicTime time);
+  KeyTypist::CountUnit unitOf(const KeyTypist::Observation& seen) const;
 
-  Posted posted_;
+  std::uint64_t settled_ = 0;
+  std::u32string underWay_;  ///< Posted since `before_`.
+  std::uint64_t seenOfUnderWay_ = 0;
+  Look before_;
+  MonotonicTime lastPost_;
   std::int64_t lastGrowth_ = -1;
   MonotonicTime unchangedSince_;
+  bool unreadable_ = false;
+  /// The one element whose unit we found out.
+  std::uintptr_t knownElement_ = 0;
+  KeyTypist::CountUnit knownUnit_ = KeyTypist::CountUnit::unknown;
 };
 
 }  // namespace quillet

@@ -18,9 +18,15 @@ using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
 constexpr std::size_t unitLimit = 20;
-constexpr Duration pollInterval = 1ms;
+constexpr Duration pollInterval = 2ms;
 /// Clients that fetch the keymap by themselves need this long to notice that it has changed.
 constexpr Duration remapSettle = 12ms;
+/// A new chunk goes out while this much is still under way, so that the target needn't wait for us.
+constexpr std::uint64_t aheadOfTarget = 16;
+/// Where the target is slower than the time we have: so much may pile up before it is given up.
+constexpr std::uint64_t mostBehind = 100;
+/// What posting without having seen the target catch up leaves of that time.
+constexpr Duration reserve = 100ms;
 /// Before the keymap is given back, for what is still under way.
 constexpr Duration farewell = 60ms;
 constexpr Duration idleBeforeRestore = 5s;
@@ -56,16 +62,17 @@ struct KeyTypist::Parts {
   }
 
   bool type(std::u32string_view characters, const Progress& progress, MonotonicTime deadline);
+  std::optional<X11Keyboard::State> readyState();
   bool assign(const std::vector<KeymapPlan::Assignment>& assignments);
-  bool post(const KeymapPlan::Chunk& chunk, std::u32string_view characters, bool capsLock, const Progress& progress);
-  ArrivalCheck::Answer awaitEarlier(const Progress& progress, MonotonicTime deadline);
+  bool mayGoOn(const Progress& progress, MonotonicTime end);
+  bool awaitArrival(std::uint64_t characters, const Progress& progress, MonotonicTime end);
   void refresh(unsigned group);
   void restore();
 
   X11Keyboard keyboard;
   KeymapPlan keymap;
   std::optional<unsigned> group;
-  std::optional<ArrivalCheck> earlier;
+  ArrivalCheck arrival;
   MonotonicTime lastPost;
   QTimer idle;
 };
@@ -88,29 +95,40 @@ void KeyTypist::restoreKeymap() {
   parts_->restore();
 }
 
-/// A chunk that needs more keycodes than there are goes out in pieces. Once a piece is out, the answer stays true:
-/// what follows is for the caller's own look at the field to judge.
+/// A chunk that needs more keys than there are goes out in pieces. Once a piece is out, the answer stays true: what
+/// follows is for the caller's own look at the field to judge.
 bool KeyTypist::Parts::type(std::u32string_view characters, const Progress& progress, MonotonicTime deadline) {
+  const MonotonicTime end = deadline - 2 * remapSettle;
   bool posted = false;
   while (!characters.empty()) {
-    const auto arrival = awaitEarlier(progress, deadline);
-    const auto state = keyboard.state();
-    if (state.shortcutHeld) return posted;
-    if (keyboard.layoutChanged() || group != state.group) refresh(state.group);
-    const auto chunk = keymap.plan(characters, {state.shiftingHeld, state.held});
-    const bool ready = !chunk.reassigns || arrival.mayReassign;
-    const bool inTime = steady_clock::now() + (chunk.assignments.empty() ? 0ms : remapSettle) <= deadline;
-    if (chunk.strokes.empty() || !ready || !inTime || !assign(chunk.assignments)) {
+    if (!mayGoOn(progress, end - reserve) || steady_clock::now() >= end) return posted;
+    const auto state = readyState();
+    if (!state) return posted;
+    const auto chunk = keymap.plan(characters, {state->level, !state->otherHeld, state->held, arrival.posted()});
+    if (chunk.strokes.empty() || !awaitArrival(chunk.awaits, progress, end) || !assign(chunk.assignments)) {
       group.reset();
       return posted;
     }
     // A key that was pressed or let go meanwhile asks for another plan.
-    if (!chunk.assignments.empty() && keyboard.state() != state) continue;
-    if (!post(chunk, characters.substr(0, chunk.strokes.size()), state.capsLock, progress)) return posted;
+    if (!chunk.assignments.empty() && keyboard.state() != *state) continue;
+    if (arrival.underWay() == 0) arrival.before(progress());
+    if (!keyboard.post(chunk.strokes, *state)) return posted;
+    lastPost = steady_clock::now();
+    arrival.add(characters.substr(0, chunk.strokes.size()), lastPost);
     posted = true;
     characters.remove_prefix(chunk.strokes.size());
   }
   return posted;
+}
+
+/// Absent while a shortcut's modifier is held. The layout is the present one afterwards.
+std::optional<X11Keyboard::State> KeyTypist::Parts::readyState() {
+  auto state = keyboard.state();
+  if (keyboard.layoutChanged() || group != state.group) {
+    refresh(state.group);
+    state = keyboard.state();
+  }
+  return state.shortcutHeld ? std::nullopt : std::optional(std::move(state));
 }
 
 bool KeyTypist::Parts::assign(const std::vector<KeymapPlan::Assignment>& assignments) {
@@ -120,35 +138,22 @@ bool KeyTypist::Parts::assign(const std::vector<KeymapPlan::Assignment>& assignm
   return assigned;
 }
 
-bool KeyTypist::Parts::post(const KeymapPlan::Chunk& chunk, std::u32string_view characters, bool capsLock,
-                            const Progress& progress) {
-  const auto lastBorrowed =
-      std::find_if(chunk.strokes.rbegin(), chunk.strokes.rend(), [](const auto& stroke) { return stroke.borrowed; });
-  ArrivalCheck::Posted posted;
-  if (earlier) {
-    posted = earlier->posted();
-  } else {
-    posted.before = progress();
-  }
-  if (!keyboard.post(chunk.strokes, capsLock)) return false;
-  if (lastBorrowed != chunk.strokes.rend()) {
-    posted.throughBorrowed = posted.characters.size() + static_cast<std::size_t>(chunk.strokes.rend() - lastBorrowed);
-  }
-  posted.characters += characters;
-  posted.at = lastPost = steady_clock::now();
-  earlier.emplace(std::move(posted));
-  return true;
+bool KeyTypist::Parts::mayGoOn(const Progress& progress, MonotonicTime end) {
+  if (arrival.underWay() > 0) arrival.look(progress(), steady_clock::now());
+  const auto ahead = arrival.posted() - std::min(aheadOfTarget, arrival.posted());
+  if (awaitArrival(ahead, progress, end)) return true;
+  return !arrival.unreadable() && arrival.underWay() <= mostBehind;
 }
 
-ArrivalCheck::Answer KeyTypist::Parts::awaitEarlier(const Progress& progress, MonotonicTime deadline) {
-  if (!earlier) return {true, true};
-  const MonotonicTime end = deadline - 2 * remapSettle;
-  for (;;) {
-    const auto answer = earlier->look(progress(), steady_clock::now());
-    if (answer.complete) earlier.reset();
-    if (answer.complete || steady_clock::now() >= end) return answer;
+/// False if so many characters of all that was posted haven't arrived by then.
+bool KeyTypist::Parts::awaitArrival(std::uint64_t characters, const Progress& progress, MonotonicTime end) {
+  while (arrival.arrived() < characters) {
+    arrival.look(progress(), steady_clock::now());
+    if (arrival.arrived() >= characters) break;
+    if (steady_clock::now() >= end) return false;
     std::this_thread::sleep_for(pollInterval);
   }
+  return true;
 }
 
 void KeyTypist::Parts::refresh(unsigned newGroup) {

@@ -13,9 +13,9 @@
 namespace quillet {
 
 /// Types text into whatever has the X focus, as key events of its own display connection. Characters of the present
-/// layout come from their own keys; others from keycodes that the layout leaves free, which are given a symbol for a
-/// while. Clients look a keycode up when they handle its event, so a keycode gets a new symbol only once the target
-/// has taken up what was typed with the old one. Main thread only.
+/// layout come from their own keys; others from keys that the layout leaves free, which are given symbols for a while.
+/// Clients look a key up when they handle its event, so a place on a key gets a new symbol only once the target has
+/// taken up what was typed with the old one. Main thread only.
 class KeyTypist {
  public:
   /// What the target's text offsets count.
@@ -29,24 +29,25 @@ class KeyTypist {
     std::uintptr_t element = 0;         ///< Tells elements apart; 0 if the caller can't.
     CountUnit unit = CountUnit::unknown;
   };
-  /// Looks at the target; absent when it can't be read. Called every 1 to 2 ms while waiting.
+  /// Looks at the target; absent when it can't be read. Called every 2 ms or so while waiting.
   using Progress = std::function<std::optional<Observation>()>;
 
-  /// Opens `display`, or the environment's if it is empty, and frees keycodes that a killed run left assigned. Where
+  /// Opens `display`, or the environment's if it is empty, and frees keys that a killed run left assigned. Where
   /// no display can be opened every call of `type` gives false.
   explicit KeyTypist(const std::string& display = {});
-  /// Gives the borrowed keycodes back.
+  /// Gives the borrowed keys back.
   ~KeyTypist();
   KeyTypist(const KeyTypist&) = delete;
   KeyTypist& operator=(const KeyTypist&) = delete;
 
-  /// Posts 1 to 20 units as presses and releases with no delay, waiting before that for the chunk before where need
-  /// be. False, with nothing posted, for a count outside that, a control character, a lone surrogate, a held Control,
-  /// Alt or Super, a character without a free keycode, an earlier chunk that hasn't arrived by `deadline`, or a
-  /// connection that is gone. Returns by `deadline`.
+  /// Posts 1 to 20 units as presses and releases with no delay. Before that it waits until most of what was typed
+  /// earlier has arrived, and all of it whose keys are needed anew. A target that is slow but alive may fall behind a
+  /// little. False, with nothing posted, for a count outside that, a control character, a lone surrogate, a held
+  /// Control, Alt or Super, a character without a free key, a target that has stopped answering or has fallen behind
+  /// too far by `deadline`, or a connection that is gone. Returns by `deadline`.
   bool type(std::u16string_view units, const Progress& progress, MonotonicTime deadline);
 
-  /// Gives the borrowed keycodes back now. Otherwise that happens some seconds after the last chunk, if a Qt event
+  /// Gives the borrowed keys back now. Otherwise that happens some seconds after the last chunk, if a Qt event
   /// loop runs, and on destruction.
   void restoreKeymap();
 

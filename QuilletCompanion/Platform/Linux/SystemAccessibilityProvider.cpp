@@ -153,11 +153,11 @@ bool SystemAccessibilityProvider::typeUnicode(std::int32_t pid, std::u16string_v
   if (!owner || owner->pid != pid) return false;  // keys go to whatever is in front
   CallBudget budget(hung_, deadline);
   const auto element = focusedText(pid, budget);
+  if (!element) return false;  // nor does anybody know who would get them
   typedInto_ = element;
-  const auto look = [&]() -> std::optional<KeyTypist::Observation> {
-    return element ? AtspiTextReader(element, budget).observation() : std::nullopt;
-  };
-  return keyTypist_.type(units, look, deadline);
+  AtspiTextReader reader(element, budget);
+  return keyTypist_.type(
+      units, [&reader] { return reader.observation(); }, deadline);
 }
 
 std::unique_ptr<FocusObservation> SystemAccessibilityProvider::observeFrontApplication(std::function<void()> changed) {

@@ -5,7 +5,6 @@
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
-#include <X11/keysym.h>
 #include <unicode/utf8.h>
 
 #include <algorithm>
@@ -16,8 +15,10 @@ namespace {
 
 constexpr unsigned long unicodeKeysyms = 0x01000000;
 constexpr unsigned shortcutModifiers = ControlMask | Mod1Mask | Mod4Mask;
-/// On the root window: pairs of keycode and keysym that we assigned, so that a later run can free them.
-constexpr const char* borrowedProperty = "_QUILLET_BORROWED_KEYCODES";
+/// On the root window: keycodes that we assigned, each with the keysyms of its levels, so that a later run can free
+/// them.
+constexpr const char* borrowedProperty = "_QUILLET_BORROWED_KEYS";
+constexpr unsigned long recordLength = 1 + XkbKeymap::mostLevels;
 
 bool isLatin1(unsigned long value) {
   return (value >= 0x20 && value <= 0x7e) || (value >= 0xa0 && value <= 0xff);
@@ -42,28 +43,6 @@ std::optional<char32_t> characterOf(Display* display, KeySym keysym) {
 }
 
 }  // namespace
-
-struct X11Keyboard::Keymap {
-  XkbDescPtr xkb = nullptr;
-  ~Keymap() {
-    if (xkb != nullptr) XkbFreeKeyboard(xkb, XkbAllComponentsMask, True);
-  }
-  std::optional<KeySym> onlySymbol(Keycode keycode) const {
-    if (keycode < xkb->min_key_code || keycode > xkb->max_key_code || XkbKeyNumSyms(xkb, keycode) != 1) return {};
-    return XkbKeySym(xkb, keycode, 0);
-  }
-  bool isFree(Keycode keycode) const {
-    if (xkb->map->modmap != nullptr && xkb->map->modmap[keycode] != 0) return false;
-    const auto* symbols = XkbKeySymsPtr(xkb, keycode);
-    return std::all_of(symbols, symbols + XkbKeyNumSyms(xkb, keycode), [](KeySym s) { return s == NoSymbol; });
-  }
-  KeySym symbolAt(Keycode keycode, unsigned modifiers, unsigned group) const {
-    KeySym found = NoSymbol;
-    unsigned consumed = 0;
-    XkbTranslateKeyCode(xkb, keycode, XkbBuildCoreState(modifiers, group), &consumed, &found);
-    return found;
-  }
-};
 
 X11Keyboard::X11Keyboard(const std::string& display) : connection_(display) {
   if (!connection_.usable()) return;
@@ -93,10 +72,13 @@ X11Keyboard::State X11Keyboard::state() {
   std::array<char, 32> down{};
   XkbGetState(connection_.get(), XkbUseCoreKbd, &state);
   XQueryKeymap(connection_.get(), down.data());
-  const unsigned active = state.mods;
-  found.shortcutHeld = (active & shortcutModifiers) != 0;
-  found.shiftingHeld = (active & ~(shortcutModifiers | LockMask | Mod2Mask)) != 0;
-  found.capsLock = (active & LockMask) != 0;
+  const unsigned lasting = state.base_mods | state.locked_mods;
+  found.shortcutHeld = (state.mods & shortcutModifiers) != 0;
+  found.level = keymap_ == nullptr ? 0 : keymap_->levelOf(lasting);
+  const unsigned known = keymap_ == nullptr ? 0 : keymap_->modifiersOf(found.level);
+  found.otherHeld = (lasting & ~(shortcutModifiers | LockMask | Mod2Mask | known)) != 0;
+  found.latched = state.latched_mods & ~shortcutModifiers;
+  found.capsLock = (state.mods & LockMask) != 0;
   found.group = state.group;
   for (unsigned keycode = 0; keycode < 256; ++keycode) {
     if ((static_cast<unsigned char>(down[keycode / 8]) >> (keycode % 8) & 1U) != 0) {
@@ -124,58 +106,67 @@ X11Keyboard::Layout X11Keyboard::readLayout(unsigned group) {
   if (!usable()) return layout;
   const X11ErrorTrap trap(connection_);
   auto* const x = connection_.get();
-  auto* const xkb = XkbGetMap(x, XkbAllClientInfoMask | XkbModifierMapMask, XkbUseCoreKbd);
-  if (xkb == nullptr) return layout;
-  keymap_ = std::make_unique<Keymap>();
-  keymap_->xkb = xkb;
-  shiftKey_ = XKeysymToKeycode(x, XK_Shift_L);
-  std::erase_if(borrowed_, [&](const auto& entry) { return keymap_->onlySymbol(entry.first) != entry.second; });
-  for (unsigned code = xkb->min_key_code; code <= xkb->max_key_code; ++code) {
-    const auto keycode = static_cast<Keycode>(code);
-    if (const auto known = borrowed_.find(keycode); known != borrowed_.end()) {
-      layout.borrowable[keycode] = characterOf(x, known->second);
-    } else if (keymap_->isFree(keycode)) {
-      layout.borrowable[keycode] = std::nullopt;
-    } else {
-      const auto plain = characterOf(x, keymap_->symbolAt(keycode, 0, group));
-      const auto shifted = characterOf(x, keymap_->symbolAt(keycode, ShiftMask, group));
-      if (plain) layout.natives.insert_or_assign(*plain, KeymapPlan::NativeKey{keycode, false});
-      if (shifted && shiftKey_ != 0) layout.natives.try_emplace(*shifted, KeymapPlan::NativeKey{keycode, true});
+  keymap_ = XkbKeymap::read(x);
+  if (keymap_ == nullptr) return layout;
+  std::erase_if(borrowed_, [&](const auto& entry) { return keymap_->symbols(entry.first) != entry.second; });
+  for (const Keycode keycode : keymap_->keycodes()) {
+    const auto known = borrowed_.find(keycode);
+    const bool ours = known != borrowed_.end();
+    const bool borrowable = ours || keymap_->isFree(keycode);
+    for (unsigned level = 0; level < keymap_->levels(); ++level) {
+      const KeymapPlan::Place place{level, keycode};
+      if (borrowable) {
+        layout.borrowable[place] = ours ? characterOf(x, known->second[level]) : std::nullopt;
+      } else if (const auto character = characterOf(x, keymap_->symbolAt(keycode, level, group))) {
+        const auto native = layout.natives.try_emplace(*character, place).first;
+        native->second = std::min(native->second, place);
+      }
     }
   }
   return layout;
 }
 
 bool X11Keyboard::assign(const std::vector<KeymapPlan::Assignment>& assignments) {
-  std::map<Keycode, unsigned long> symbols;
-  for (const auto& [keycode, character] : assignments) symbols[keycode] = keysymOf(character);
-  return change(symbols);
+  std::map<Keycode, XkbKeymap::Symbols> keys;
+  for (const auto& [place, character] : assignments) {
+    const auto known = borrowed_.find(place.keycode);
+    const auto present = known == borrowed_.end() ? XkbKeymap::Symbols{} : known->second;
+    keys.try_emplace(place.keycode, present).first->second.at(place.level) = keysymOf(character);
+  }
+  return change(keys);
 }
 
 void X11Keyboard::restore() {
   if (borrowed_.empty() || !usable()) return;
   readLayout(0);
-  std::map<Keycode, unsigned long> symbols;
-  for (const auto& entry : borrowed_) symbols[entry.first] = NoSymbol;
-  change(symbols);
+  std::map<Keycode, XkbKeymap::Symbols> keys;
+  for (const auto& entry : borrowed_) keys[entry.first] = {};
+  change(keys);
 }
 
-bool X11Keyboard::post(const std::vector<KeymapPlan::Stroke>& strokes, bool capsLock) {
-  if (!usable()) return false;
+bool X11Keyboard::post(const std::vector<KeymapPlan::Stroke>& strokes, const State& state) {
+  if (!usable() || keymap_ == nullptr) return false;
   const X11ErrorTrap trap(connection_);
   auto* const x = connection_.get();
-  bool shift = false;
-  if (capsLock) XkbLockModifiers(x, XkbUseCoreKbd, LockMask, 0);
-  for (const auto& stroke : strokes) {
-    if (stroke.shifted != shift) press(shiftKey_, stroke.shifted);
-    shift = stroke.shifted;
-    press(stroke.keycode, true);
-    press(stroke.keycode, false);
+  unsigned level = state.level;
+  if (state.latched != 0) XkbLatchModifiers(x, XkbUseCoreKbd, state.latched, 0);
+  if (state.capsLock) XkbLockModifiers(x, XkbUseCoreKbd, LockMask, 0);
+  for (const auto& [place, borrowed] : strokes) {
+    setLevel(level, place.level);
+    level = place.level;
+    press(place.keycode, true);
+    press(place.keycode, false);
   }
-  if (shift) press(shiftKey_, false);
-  if (capsLock) XkbLockModifiers(x, XkbUseCoreKbd, LockMask, LockMask);
+  setLevel(level, state.level);
+  if (state.capsLock) XkbLockModifiers(x, XkbUseCoreKbd, LockMask, LockMask);
   XSync(x, False);
   return usable();
+}
+
+void X11Keyboard::setLevel(unsigned from, unsigned to) {
+  const unsigned changed = from ^ to;
+  if ((changed & KeyLevel::shift) != 0) press(keymap_->shiftKey(), (to & KeyLevel::shift) != 0);
+  if ((changed & KeyLevel::third) != 0) press(keymap_->thirdLevelKey(), (to & KeyLevel::third) != 0);
 }
 
 void X11Keyboard::press(Keycode keycode, bool down) {
@@ -190,45 +181,39 @@ void X11Keyboard::adoptLeftovers() {
   unsigned long count = 0;
   unsigned long rest = 0;
   unsigned char* data = nullptr;
-  XGetWindowProperty(x, DefaultRootWindow(x), XInternAtom(x, borrowedProperty, False), 0, 512, False, XA_CARDINAL,
-                     &type, &format, &count, &rest, &data);
+  XGetWindowProperty(x, DefaultRootWindow(x), XInternAtom(x, borrowedProperty, False), 0, 256 * recordLength, False,
+                     XA_CARDINAL, &type, &format, &count, &rest, &data);
   if (data != nullptr && type == XA_CARDINAL && format == 32) {
     const auto* const values = reinterpret_cast<const unsigned long*>(data);
-    for (unsigned long i = 0; i + 1 < count; i += 2) borrowed_[static_cast<Keycode>(values[i])] = values[i + 1];
+    for (unsigned long i = 0; i + recordLength <= count; i += recordLength) {
+      std::copy_n(values + i + 1, XkbKeymap::mostLevels, borrowed_[static_cast<Keycode>(values[i])].begin());
+    }
   }
   if (data != nullptr) XFree(data);
 }
 
-/// Sets the only symbol of each keycode; NoSymbol frees it.
-bool X11Keyboard::change(const std::map<Keycode, unsigned long>& symbols) {
-  if (!usable() || keymap_ == nullptr || symbols.empty()) return usable() && symbols.empty();
+/// A key without symbols is free again.
+bool X11Keyboard::change(const std::map<Keycode, XkbKeymap::Symbols>& keys) {
+  if (!usable() || keymap_ == nullptr) return false;
   const X11ErrorTrap trap(connection_);
-  auto* const xkb = keymap_->xkb;
-  XkbMapChangesRec changes{};
-  int oneLevel = XkbOneLevelIndex;
-  for (const auto& [keycode, symbol] : symbols) {
-    const int groups = symbol == NoSymbol ? 0 : 1;
-    if (XkbChangeTypesOfKey(xkb, keycode, groups, XkbGroup1Mask, &oneLevel, &changes) != Success) return false;
-    if (symbol == NoSymbol) {
-      borrowed_.erase(keycode);
-    } else {
-      XkbKeySymEntry(xkb, keycode, 0, 0) = symbol;
-      borrowed_[keycode] = symbol;
-    }
+  for (const auto& [keycode, symbols] : keys) {
+    borrowed_[keycode] = symbols;
+    if (symbols == XkbKeymap::Symbols{}) borrowed_.erase(keycode);
   }
-  changes.changed |= XkbKeySymsMask;
-  changes.first_key_sym = symbols.begin()->first;
-  changes.num_key_syms = static_cast<unsigned char>(symbols.rbegin()->first - symbols.begin()->first + 1);
+  // In one go with the change, so that whoever kills us gets both or neither.
   recordBorrowed();
-  const bool sent = XkbChangeMap(connection_.get(), xkb, &changes) != False;
+  const bool written = keymap_->write(connection_.get(), keys);
   XSync(connection_.get(), False);
-  return sent && usable();
+  return written && usable();
 }
 
 void X11Keyboard::recordBorrowed() {
   auto* const x = connection_.get();
   std::vector<unsigned long> values;
-  for (const auto& [keycode, symbol] : borrowed_) values.insert(values.end(), {keycode, symbol});
+  for (const auto& [keycode, symbols] : borrowed_) {
+    values.push_back(keycode);
+    values.insert(values.end(), symbols.begin(), symbols.end());
+  }
   const Atom name = XInternAtom(x, borrowedProperty, False);
   if (values.empty()) {
     XDeleteProperty(x, DefaultRootWindow(x), name);

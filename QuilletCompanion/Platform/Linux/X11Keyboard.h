@@ -10,6 +10,7 @@
 
 #include "QuilletCompanion/Platform/Linux/KeymapPlan.h"
 #include "QuilletCompanion/Platform/Linux/X11Connection.h"
+#include "QuilletCompanion/Platform/Linux/XkbKeymap.h"
 
 namespace quillet {
 
@@ -18,13 +19,15 @@ namespace quillet {
 class X11Keyboard {
  public:
   struct Layout {
-    std::map<char32_t, KeymapPlan::NativeKey> natives;
-    /// Keycodes that the layout leaves free, with the character that we gave them.
-    std::map<Keycode, std::optional<char32_t>> borrowable;
+    std::map<char32_t, KeymapPlan::Place> natives;
+    /// Places on keys that the layout leaves free, with the characters that we gave them.
+    std::map<KeymapPlan::Place, std::optional<char32_t>> borrowable;
   };
   struct State {
     bool shortcutHeld = false;  ///< Control, Alt or Super, also locked or latched.
-    bool shiftingHeld = false;  ///< Another modifier that changes what the layout's keys write.
+    unsigned level = 0;         ///< Which level the held or locked modifiers choose; once a layout was read.
+    bool otherHeld = false;     ///< Another modifier that changes what the layout's keys write.
+    unsigned latched = 0;       ///< X modifiers that the next key alone will have.
     bool capsLock = false;
     unsigned group = 0;
     std::set<Keycode> held;
@@ -41,27 +44,26 @@ class X11Keyboard {
   /// Whether the layout changed since the last `readLayout`.
   bool layoutChanged();
   Layout readLayout(unsigned group);
-  /// Gives keycodes of `borrowable` a character each that needs no modifier, in one request.
+  /// Gives places of `borrowable` a character each, in one request.
   bool assign(const std::vector<KeymapPlan::Assignment>& assignments);
   /// Frees every keycode that was assigned.
   void restore();
-  /// Presses and releases each key, with Caps Lock off meanwhile. Returns once the server has handled all of it.
-  bool post(const std::vector<KeymapPlan::Stroke>& strokes, bool capsLock);
+  /// Presses and releases each key, with Caps Lock off meanwhile and nothing latched. `state` is the present one.
+  /// Returns once the server has handled all of it.
+  bool post(const std::vector<KeymapPlan::Stroke>& strokes, const State& state);
 
  private:
-  struct Keymap;
-
   void adoptLeftovers();
-  bool change(const std::map<Keycode, unsigned long>& symbols);
+  bool change(const std::map<Keycode, XkbKeymap::Symbols>& keys);
   void recordBorrowed();
   void press(Keycode keycode, bool down);
+  void setLevel(unsigned from, unsigned to);
 
   X11Connection connection_;
   bool xtest_ = false;
   int xkbEventBase_ = 0;
-  Keycode shiftKey_ = 0;
-  std::unique_ptr<Keymap> keymap_;
-  std::map<Keycode, unsigned long> borrowed_;  ///< What we assigned: keycode to keysym.
+  std::unique_ptr<XkbKeymap> keymap_;
+  std::map<Keycode, XkbKeymap::Symbols> borrowed_;  ///< What we assigned.
 };
 
 }  // namespace quillet

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QFile>
+#include <chrono>
+#include <string>
+#include <string_view>
+#include <thread>
+
+#include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
+#include "QuilletKit/Unicode.h"
+#include "Tests/Desktop/Editor.h"
+
+namespace quillet::test {
+
+class StubLock : public ScreenLockMonitor {
+  bool isScreenLocked() override { return false; }
+};
+
+/// A program in front with an empty text field, or a terminal, that takes keys.
+class TypingTarget {
+ public:
+  TypingTarget(SystemAccessibilityProvider& provider, const std::string& program)
+      : provider_(provider),
+        terminal_(program == "sakura"),
+        editor_(QString::fromStdString(program), arguments(program)) {
+    ready_ = eventually([this] { return isInFront(); });
+  }
+
+  bool ready() const { return ready_; }
+  const Editor& editor() const { return editor_; }
+
+  /// All that has arrived so far.
+  std::string text() {
+    if (!terminal_) return provider_.readValue(provider_.focusedElement(editor_.pid())).value_or("");
+    QFile file(editor_.path(taken));
+    return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : "";
+  }
+  bool becomes(const std::string& expected) {
+    return eventually([&] { return text() == expected; });
+  }
+
+  /// As an insertion does it: chunks of up to 16 units, 6 ms apart. False at the first chunk that isn't taken.
+  bool type(std::string_view text) {
+    const auto units = Unicode::toUTF16(text).value();
+    std::u16string chunk;
+    for (const auto cluster : Unicode::graphemeClusters(units)) {
+      if (!chunk.empty() && chunk.size() + cluster.size() > 16 && !post(chunk)) return false;
+      chunk += cluster;
+    }
+    return chunk.empty() || post(chunk);
+  }
+
+ private:
+  static constexpr auto taken = "taken.txt";
+
+  static QStringList arguments(const std::string& program) {
+    if (program == "gnome-text-editor") return {"--standalone", Editor::emptyFile};
+    if (program != "sakura") return {Editor::emptyFile};
+    // Without line editing each byte is handed on at once, so that no Return is needed.
+    return {"-x", QString("sh -c 'stty -icanon && exec cat >%1'").arg(taken)};
+  }
+  bool isInFront() {
+    const auto front = provider_.frontApplication();
+    if (!provider_.enableAccessibility() || !front || front->pid != editor_.pid()) return false;
+    const auto field = provider_.focusedElement(editor_.pid());
+    return field && provider_.inspect(field).editable && (!terminal_ || QFile::exists(editor_.path(taken)));
+  }
+  bool post(std::u16string& chunk) {
+    const bool posted = provider_.typeUnicode(editor_.pid(), chunk);
+    chunk.clear();
+    std::this_thread::sleep_for(std::chrono::milliseconds(6));
+    QCoreApplication::processEvents();
+    return posted;
+  }
+
+  SystemAccessibilityProvider& provider_;
+  bool terminal_;
+  Editor editor_;
+  bool ready_ = false;
+};
+
+}  // namespace quillet::test
