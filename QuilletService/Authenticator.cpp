@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/Authenticator.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include "QuilletKit/Base64URL.h"
@@ -10,9 +11,14 @@
 namespace quillet {
 namespace {
 
+using namespace std::chrono_literals;
+
 constexpr std::size_t kNoncesPerDevice = 10'000;
+constexpr std::size_t kDeviceIdLength = 32;
 constexpr std::size_t kLongestNonce = 64;
-constexpr std::size_t kLongestSignature = 88;
+// 64 bytes, with or without padding.
+constexpr std::size_t kShortestSignature = 86, kLongestSignature = 88;
+constexpr int kForgeriesPerMinute = 5;
 
 std::int64_t parseTimestamp(std::string_view text) {
   std::int64_t value = 0;
@@ -21,43 +27,95 @@ std::int64_t parseTimestamp(std::string_view text) {
   return value;
 }
 
+bool isDeviceId(std::string_view id) {
+  return id.size() == kDeviceIdLength &&
+         std::all_of(id.begin(), id.end(), [](char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); });
+}
+
 void requireForm(const SignedRequest& request) {
-  const bool fits = !request.deviceId.empty() && !request.nonce.empty() && request.nonce.size() <= kLongestNonce &&
-                    !request.signature.empty() && request.signature.size() <= kLongestSignature;
+  const bool fits = isDeviceId(request.deviceId) && !request.nonce.empty() && request.nonce.size() <= kLongestNonce &&
+                    request.signature.size() >= kShortestSignature && request.signature.size() <= kLongestSignature;
   if (!fits) throw Refusal::badSignature();
+}
+
+std::string forger(const SignedRequest& request) {
+  return std::string(request.deviceId).append("|").append(request.address);
 }
 
 }  // namespace
 
-Authenticator::Authenticator(DeviceStore& devices, TimeSource time, std::chrono::milliseconds maximumAge)
-    : devices_(devices), time_(std::move(time)), maximumAge_(maximumAge), nonces_(kNoncesPerDevice) {}
+struct Authenticator::Claim {
+  std::int64_t timestamp = 0, now = 0;
+  NonceGuard::Key nonce{};
+};
+
+Authenticator::Authenticator(DeviceStore& devices, TimeSource time, std::chrono::milliseconds maximumAge,
+                             const std::filesystem::path& nonceFile)
+    : devices_(devices),
+      time_(std::move(time)),
+      maximumAge_(maximumAge),
+      nonces_(kNoncesPerDevice, nonceFile, time_.now()),
+      forgeries_(kForgeriesPerMinute, 1min, time_) {}
 
 Device Authenticator::authenticate(const SignedRequest& request) {
-  requireForm(request);
-  auto device = devices_.device(std::string(request.deviceId));
-  if (!device) throw Refusal::unknownDevice();
-  authenticate(request, device->signingKey);
-  if (device->revoked) throw Refusal::deviceRevoked();
-  return *std::move(device);
+  const Claim claim = claimOf(request);
+  Device device = deviceOf(request);
+  requireFresh(request, claim);
+  verify(request, claim, device.signingKey);
+  if (device.revoked) throw Refusal::deviceRevoked();
+  return device;
 }
 
 void Authenticator::authenticate(const SignedRequest& request, const Crypto::Key& signingKey) {
+  const Claim claim = claimOf(request);
+  requireFresh(request, claim);
+  verify(request, claim, signingKey);
+}
+
+void Authenticator::precheck(const SignedRequest& request) {
+  const Claim claim = claimOf(request);
+  deviceOf(request);
+  requireFresh(request, claim);
+}
+
+Authenticator::Claim Authenticator::claimOf(const SignedRequest& request) const {
   requireForm(request);
-  const std::int64_t timestamp = parseTimestamp(request.timestamp);
-  const std::int64_t now = time_.now();
+  const Claim claim{parseTimestamp(request.timestamp), time_.now(), NonceGuard::key(request.deviceId, request.nonce)};
   const std::int64_t age = maximumAge_.count();
-  if (timestamp < now - age || timestamp > now + age) {
+  if (claim.timestamp < claim.now - age || claim.timestamp > claim.now + age) {
     throw ServiceError(401, "clock_skew", "The request's time is too far from the service's.");
   }
-  const std::string deviceId(request.deviceId);
-  const std::string nonce(request.nonce);
-  if (nonces_.contains(deviceId, nonce)) throw ServiceError(401, "replayed", "The request was seen before.");
+  return claim;
+}
 
+Device Authenticator::deviceOf(const SignedRequest& request) {
+  auto device = devices_.device(std::string(request.deviceId));
+  if (!device) throw Refusal::unknownDevice();
+  return *std::move(device);
+}
+
+void Authenticator::requireFresh(const SignedRequest& request, const Claim& claim) const {
+  if (nonces_.contains(claim.nonce)) throw ServiceError(401, "replayed", "The request was seen before.");
+  if (!forgeries_.empty() && forgeries_.spent(forger(request))) throw Refusal::tooManyRequests();
+}
+
+void Authenticator::verify(const SignedRequest& request, const Claim& claim, const Crypto::Key& signingKey) {
   const auto signature = Base64URL::decode(request.signature);
-  const std::string canonical =
-      RequestSigner::canonicalString(request.method, request.target, timestamp, nonce, bytesOf(request.body));
-  if (!signature || !Crypto::verify(signingKey, bytesOf(canonical), *signature)) throw Refusal::badSignature();
-  if (!nonces_.add(deviceId, nonce, timestamp + age, now)) throw Refusal::tooManyRequests();
+  if (!signature) throw Refusal::badSignature();
+  const std::string canonical = RequestSigner::canonicalString(request.method, request.target, claim.timestamp,
+                                                               request.nonce, bytesOf(request.body));
+  if (!Crypto::verify(signingKey, bytesOf(canonical), *signature)) {
+    forgeries_.admit(forger(request));
+    throw Refusal::badSignature();
+  }
+  if (!nonces_.add(request.deviceId, claim.nonce, claim.timestamp + maximumAge_.count(), claim.now)) {
+    throw Refusal::tooManyRequests();
+  }
+}
+
+void Authenticator::sweep() {
+  nonces_.sweep(time_.now());
+  forgeries_.sweep();
 }
 
 }  // namespace quillet

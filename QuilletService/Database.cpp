@@ -117,11 +117,34 @@ void Statement::bindNull(int index) {
 }
 
 Database::Database(const std::filesystem::path& path) : connection_(openConnection(path), sqlite3_close_v2) {
+  try {
+    open();
+  } catch (const DatabaseError& e) {
+    const int kind = e.code & 0xFF;
+    if (kind != SQLITE_CORRUPT && kind != SQLITE_NOTADB) throw;
+    throw DatabaseUnusable("The database is damaged. Restore a backup, or move the file away to start anew.");
+  }
+}
+
+void Database::open() {
   sqlite3_busy_timeout(connection_.get(), 2000);
   execute("PRAGMA journal_mode=WAL");
   execute("PRAGMA synchronous=NORMAL");
   execute("PRAGMA secure_delete=FAST");
+  requireWhole();
   migrate();
+}
+
+void Database::requireWhole() {
+  auto check = prepare("PRAGMA quick_check(1)");
+  auto row = check.query();
+  if (!row.next() || row.text(0) != "ok") throw DatabaseError(SQLITE_CORRUPT);
+}
+
+std::int64_t Database::number(std::string_view sql) {
+  auto statement = prepare(sql);
+  auto row = statement.query();
+  return row.next() ? row.integer(0) : 0;
 }
 
 Statement Database::prepare(std::string_view sql) {
@@ -140,13 +163,13 @@ void Database::makeDurable() {
 }
 
 void Database::migrate() {
-  auto version = prepare("PRAGMA user_version");
-  std::size_t present = 0;
-  {
-    auto row = version.query();
-    if (row.next()) present = static_cast<std::size_t>(row.integer(0));
+  const auto present = static_cast<std::size_t>(number("PRAGMA user_version"));
+  if (present > kMigrations.size()) {
+    throw DatabaseUnusable("The database was written by a newer version of this program.");
   }
-  if (present > kMigrations.size()) throw std::runtime_error("The database was written by a newer version");
+  if (present == 0 && number("SELECT count(*) FROM sqlite_master") > 0) {
+    throw DatabaseUnusable("The file is another program's database.");
+  }
   for (std::size_t next = present; next < kMigrations.size(); ++next) {
     Transaction transaction(*this);
     execute(kMigrations[next]);

@@ -21,6 +21,11 @@ struct DatabaseError : std::runtime_error {
   int code;
 };
 
+/// A file that can't serve as the database: damaged, foreign, or written by a newer version. what() is for people.
+struct DatabaseUnusable : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
 /// One execution of a prepared statement: rows are read one after the other. Ends with its destruction.
 class Query {
  public:
@@ -83,7 +88,8 @@ class Statement {
 /// survives a crash of the process at once, and a power failure after `makeDurable` or the next checkpoint. One thread.
 class Database {
  public:
-  /// Opens or creates; ":memory:" for none on disk. Throws DatabaseError or std::filesystem::filesystem_error.
+  /// Opens and checks, or creates; ":memory:" for none on disk. Throws DatabaseUnusable, DatabaseError or
+  /// std::filesystem::filesystem_error.
   explicit Database(const std::filesystem::path& path);
 
   Statement prepare(std::string_view sql);
@@ -93,6 +99,9 @@ class Database {
   void makeDurable();
 
  private:
+  void open();
+  void requireWhole();
+  std::int64_t number(std::string_view sql);
   void migrate();
 
   std::unique_ptr<sqlite3, int (*)(sqlite3*)> connection_;

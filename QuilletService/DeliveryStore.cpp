@@ -23,6 +23,7 @@ DeliveryStore::DeliveryStore(Database& database)
       expire_(database.prepare("UPDATE deliveries SET state='expired', envelope='', updated_at=? WHERE updated_at<? "
                                "AND state IN ('queued', 'received') RETURNING mac_id, phone_id, utterance_id")),
       forget_(database.prepare("DELETE FROM deliveries WHERE updated_at<?")),
+      pendingCount_(database.prepare("SELECT count(*) FROM deliveries WHERE state IN ('queued', 'received')")),
       savePresence_(database.prepare("INSERT OR REPLACE INTO presence VALUES(?,?,?,?)")),
       selectPresence_(database.prepare("SELECT envelope, at FROM presence WHERE mac_id=? AND phone_id=?")),
       removeDeliveries_(database.prepare("DELETE FROM deliveries WHERE mac_id=? AND phone_id=?")),
@@ -54,6 +55,11 @@ std::vector<PendingDelivery> DeliveryStore::pending(const std::string& macId) {
 Backlog DeliveryStore::backlog(const std::string& macId) {
   auto row = backlog_.query(macId);
   return row.next() ? Backlog{row.integer(0), row.integer(1)} : Backlog{};
+}
+
+std::int64_t DeliveryStore::pendingCount() {
+  auto row = pendingCount_.query();
+  return row.next() ? row.integer(0) : 0;
 }
 
 std::vector<DeliveryKey> DeliveryStore::markReceived(const std::string& macId, const std::string& utteranceId,

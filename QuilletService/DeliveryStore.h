@@ -50,6 +50,8 @@ class DeliveryStore {
   /// Without a result yet, in the order in which they came.
   std::vector<PendingDelivery> pending(const std::string& macId);
   Backlog backlog(const std::string& macId);
+  /// What waits for any desktop.
+  std::int64_t pendingCount();
   /// Every delivery of that utterance to this desktop that waits to be received; gives the keys.
   std::vector<DeliveryKey> markReceived(const std::string& macId, const std::string& utteranceId, std::int64_t at);
   /// What waits since before `pendingSince` becomes "expired" (gives the keys); what is done since before `doneSince`
@@ -62,7 +64,7 @@ class DeliveryStore {
   void removeOfPair(const std::string& macId, const std::string& phoneId);
 
  private:
-  Statement select_, save_, markSent_, pending_, backlog_, markReceived_, expire_, forget_;
+  Statement select_, save_, markSent_, pending_, backlog_, markReceived_, expire_, forget_, pendingCount_;
   Statement savePresence_, selectPresence_, removeDeliveries_, removePresence_;
 };
 

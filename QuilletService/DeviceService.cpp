@@ -20,10 +20,21 @@ constexpr std::size_t kLongestSystem = 256;
 
 }  // namespace
 
-DeviceService::DeviceService(Store& store, RelayHub& hub, PairDirectory& pairs, const TimeSource& time)
-    : store_(store), hub_(hub), pairs_(pairs), time_(time), feedbackLimit_(kFeedbackPerHour, 1h, time) {}
+DeviceService::DeviceService(Store& store, RelayHub& hub, PairDirectory& pairs, const TimeSource& time,
+                             int registrationsPerHour)
+    : store_(store),
+      hub_(hub),
+      pairs_(pairs),
+      time_(time),
+      feedbackLimit_(kFeedbackPerHour, 1h, time),
+      registrationLimit_(registrationsPerHour, 1h, time) {}
 
-RegisterResponse DeviceService::registerDevice(const RegisterRequest& request) {
+void DeviceService::sweep() {
+  feedbackLimit_.sweep();
+  registrationLimit_.sweep();
+}
+
+RegisterResponse DeviceService::registerDevice(const RegisterRequest& request, std::string_view address) {
   Device device;
   device.signingKey = Validation::publicKey(request.signingPublicKey, "signingPublicKey");
   device.agreementKey = Validation::publicKey(request.agreementPublicKey, "agreementPublicKey");
@@ -41,6 +52,8 @@ RegisterResponse DeviceService::registerDevice(const RegisterRequest& request) {
       throw ServiceError(409, "platform_changed", "This identity is registered as another kind of device.");
     }
     device.registeredAt = known->registeredAt;
+  } else if (!registrationLimit_.admit(std::string(address))) {
+    throw Refusal::tooManyRequests();
   }
   store_.devices.save(device);
   Log::info("service", "Registered {}", device.shortId());

@@ -10,10 +10,11 @@ namespace quillet {
 /// The endpoints of a device about itself, its pairs and its feedback. All throw ServiceError.
 class DeviceService {
  public:
-  DeviceService(Store& store, RelayHub& hub, PairDirectory& pairs, const TimeSource& time);
+  DeviceService(Store& store, RelayHub& hub, PairDirectory& pairs, const TimeSource& time, int registrationsPerHour);
 
-  /// Registers, or brings a registration up to date. The request's signature was checked against its own key.
-  RegisterResponse registerDevice(const RegisterRequest& request);
+  /// Registers, or brings a registration up to date. The request's signature was checked against its own key. Each
+  /// address can register so many new devices in an hour.
+  RegisterResponse registerDevice(const RegisterRequest& request, std::string_view address = {});
   OK rename(const Device& device, const RenameRequest& request);
   PairsResponse pairs(const Device& device);
   OK removePair(const Device& device, const std::string& peerDeviceId);
@@ -22,7 +23,7 @@ class DeviceService {
   OK sendFeedback(const Device& device, const FeedbackRequest& request);
   /// Notes that the device was here, at most once a minute.
   void noteSeen(const Device& device);
-  void sweep() { feedbackLimit_.sweep(); }
+  void sweep();
 
  private:
   PairSummary summary(const Pair& pair, const std::string& peerId);
@@ -31,7 +32,7 @@ class DeviceService {
   RelayHub& hub_;
   PairDirectory& pairs_;
   TimeSource time_;
-  RateLimiter feedbackLimit_;
+  RateLimiter feedbackLimit_, registrationLimit_;
 };
 
 }  // namespace quillet

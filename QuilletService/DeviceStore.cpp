@@ -45,7 +45,9 @@ DeviceStore::DeviceStore(Database& database)
       selectPairs_(database.prepare("SELECT mac_id, phone_id, paired_at FROM pairs WHERE mac_id=?1 OR phone_id=?1 "
                                     "ORDER BY paired_at, mac_id, phone_id")),
       insertFeedback_(database.prepare("INSERT INTO feedback(device_id, at, body) VALUES(?,?,?)")),
-      countFeedback_(database.prepare("SELECT count(*) FROM feedback")) {}
+      countFeedback_(database.prepare("SELECT count(*) FROM feedback")),
+      countDevices_(database.prepare("SELECT count(*) FROM devices WHERE revoked_at IS NULL")),
+      countPairs_(database.prepare("SELECT count(*) FROM pairs")) {}
 
 std::optional<Device> DeviceStore::device(const std::string& id) {
   if (const auto found = recent_.find(id); found != recent_.end()) return found->second;
@@ -100,8 +102,8 @@ void DeviceStore::addFeedback(const std::string& deviceId, std::int64_t at, cons
   insertFeedback_.run(deviceId, at, body);
 }
 
-std::int64_t DeviceStore::feedbackCount() {
-  auto row = countFeedback_.query();
+std::int64_t DeviceStore::number(Statement& count) {
+  auto row = count.query();
   return row.next() ? row.integer(0) : 0;
 }
 

@@ -54,13 +54,19 @@ class DeviceStore {
   std::vector<Pair> pairsOf(const std::string& deviceId);
 
   void addFeedback(const std::string& deviceId, std::int64_t at, const std::string& body);
-  std::int64_t feedbackCount();
+  std::int64_t feedbackCount() { return number(countFeedback_); }
+  /// Those that aren't revoked.
+  std::int64_t count() { return number(countDevices_); }
+  std::int64_t pairCount() { return number(countPairs_); }
 
  private:
+  static std::int64_t number(Statement& count);
+
   Database& database_;
   std::unordered_map<std::string, Device> recent_;
   Statement selectDevice_, saveDevice_, renameDevice_, seeDevice_, revokeDevice_;
-  Statement insertPair_, deletePair_, selectPair_, selectPairs_, insertFeedback_, countFeedback_;
+  Statement insertPair_, deletePair_, selectPair_, selectPairs_, insertFeedback_, countFeedback_, countDevices_,
+      countPairs_;
 };
 
 }  // namespace quillet

@@ -16,6 +16,7 @@ using TLSStream = boost::asio::ssl::stream<beast::tcp_stream>;
 
 constexpr std::uint32_t kHeaderLimit = 16 * 1024;
 constexpr std::uint64_t kLargestBody = 16'000'000;
+constexpr std::uint64_t kSmallBody = 4096;
 constexpr std::size_t kDrainLimit = 4 << 20;
 constexpr std::chrono::seconds kDrainTime{2};
 
@@ -27,7 +28,7 @@ std::string_view view(beast::string_view text) {
   return {text.data(), text.size()};
 }
 
-SignedRequest signedRequest(const Request& request) {
+SignedRequest signedRequest(const Request& request, std::string_view address) {
   const auto header = [&](std::string_view name) {
     return view(request[beast::string_view(name.data(), name.size())]);
   };
@@ -39,6 +40,7 @@ SignedRequest signedRequest(const Request& request) {
       .nonce = header("X-QLT-Nonce"),
       .signature = header("X-QLT-Signature"),
       .body = request.body(),
+      .address = address,
   };
 }
 
@@ -47,21 +49,26 @@ bool isHTTPError(const boost::system::error_code& error) {
   return error.category() == category && error != http::error::end_of_stream && error != http::error::partial_message;
 }
 
-HTTPReply reply(ServiceError error) {
-  return Router::refusal(std::make_exception_ptr(std::move(error)));
+ServiceError malformed(const boost::system::error_code& error) {
+  if (error == http::error::body_limit) return {413, "too_large", "The body is too large."};
+  if (error == http::error::header_limit) return {431, "header_too_large", "The header is too large."};
+  return Refusal::badRequest("The request isn't HTTP.");
 }
 
-HTTPReply malformed(const boost::system::error_code& error) {
-  if (error == http::error::body_limit) return reply({413, "too_large", "The body is too large."});
-  if (error == http::error::header_limit) return reply({431, "header_too_large", "The header is too large."});
-  return reply(Refusal::badRequest("The request isn't HTTP."));
+/// The last line of that header: the one that the nearest proxy has written.
+std::string_view forwardedFor(const Request& request) {
+  std::string_view last;
+  const auto [first, end] = request.equal_range("X-Forwarded-For");
+  for (auto field = first; field != end; ++field) last = view(field->value());
+  return last;
 }
 
 /// One client's connection: requests one after the other.
 template <typename Stream>
 class HTTPConnection final : public ServerConnection {
  public:
-  HTTPConnection(HTTPServer& server, Stream stream) : server_(server), stream_(std::move(stream)) {
+  HTTPConnection(HTTPServer& server, Stream stream, ConnectionOrigin origin)
+      : server_(server), stream_(std::move(stream)), origin_(std::move(origin)), peer_(origin_.lease.address()) {
     server_.add(*this);
   }
   ~HTTPConnection() override { server_.remove(*this); }
@@ -77,6 +84,12 @@ class HTTPConnection final : public ServerConnection {
     if (waiting_) beast::get_lowest_layer(stream_).close();
   }
 
+  void abort() override {
+    finishing_ = true;
+    if (const auto session = session_.lock()) return session->abort();
+    beast::get_lowest_layer(stream_).close();
+  }
+
  private:
   /// Reads one request and answers it; false when the connection is over.
   Awaitable<bool> serveOne() {
@@ -84,16 +97,42 @@ class HTTPConnection final : public ServerConnection {
     parser.header_limit(kHeaderLimit);
     parser.body_limit(kLargestBody);
     boost::system::error_code error = co_await readHeader(parser);
-    const std::string_view target = view(parser.get().target());
-    if (!error) error = co_await readBody(parser, Router::bodyLimit(target));
+    if (!error) {
+      std::optional<HTTPReply> refused = refusalOfHead(parser);
+      if (refused) {
+        co_await refuse(*std::move(refused));
+        co_return false;
+      }
+      error = co_await readBody(parser, Router::bodyLimit(view(parser.get().target())));
+    }
     if (error) {
-      if (isHTTPError(error)) co_await refuse(malformed(error));
+      if (isHTTPError(error)) co_await refuse(reply(malformed(error)));
       co_return false;
     }
     const Request request = parser.release();
     if (Router::isRelayPath(view(request.target()))) co_return co_await serveRelay(request);
-    const HTTPReply answer = co_await server_.router().handle(signedRequest(request));
+    const HTTPReply answer = co_await server_.router().handle(signedRequest(request, origin_.lease.address()));
+    if (origin_.proxied) origin_.lease = AddressLimiter::unlimited(peer_);
     co_return co_await write(answer, request.keep_alive() && !finishing_);
+  }
+
+  HTTPReply reply(ServiceError error) { return server_.router().refusal(std::make_exception_ptr(std::move(error))); }
+
+  /// What can be refused before a body is read: one client's too many connections, and large bodies of strangers.
+  std::optional<HTTPReply> refusalOfHead(const Parser& parser) {
+    if (origin_.proxied && !adoptClient(parser.get())) return reply(Refusal::tooManyRequests());
+    const std::uint64_t size = parser.content_length().value_or(0);
+    const bool mayBeLarge = parser.chunked() || size > kSmallBody;
+    if (!mayBeLarge || size > Router::bodyLimit(view(parser.get().target()))) return std::nullopt;
+    return server_.router().refusalBeforeBody(signedRequest(parser.get(), origin_.lease.address()));
+  }
+
+  bool adoptClient(const Request& request) {
+    const auto client = forwardedAddress(forwardedFor(request));
+    if (!client) return true;
+    auto lease = server_.addresses().take(addressKey(*client));
+    if (lease) origin_.lease = *std::move(lease);
+    return lease.has_value();
   }
 
   Awaitable<boost::system::error_code> readHeader(Parser& parser) {
@@ -128,12 +167,12 @@ class HTTPConnection final : public ServerConnection {
     std::optional<Device> device;
     std::exception_ptr refused;
     try {
-      device = server_.router().authenticateRelay(signedRequest(request));
+      device = server_.router().authenticateRelay(signedRequest(request, origin_.lease.address()));
     } catch (...) {
       refused = std::current_exception();
     }
     if (refused) {
-      const HTTPReply answer = Router::refusal(refused);
+      const HTTPReply answer = server_.router().refusal(refused);
       co_return co_await write(answer, false);
     }
     if (finishing_) co_return false;
@@ -141,6 +180,7 @@ class HTTPConnection final : public ServerConnection {
     auto session = std::make_shared<WebSocketSession<Stream>>(std::move(stream_), server_.service(), *std::move(device),
                                                               server_.limits());
     upgraded_ = true;
+    session_ = session;
     co_await session->run(request);
     co_return false;
   }
@@ -190,11 +230,14 @@ class HTTPConnection final : public ServerConnection {
     beast::get_lowest_layer(stream_).socket().shutdown(tcp::socket::shutdown_both, error);
   }
 
-  void expire(std::chrono::seconds limit) { beast::get_lowest_layer(stream_).expires_after(limit); }
+  void expire(std::chrono::milliseconds limit) { beast::get_lowest_layer(stream_).expires_after(limit); }
 
   HTTPServer& server_;
   Stream stream_;
+  ConnectionOrigin origin_;
+  std::string peer_;
   beast::flat_buffer buffer_;
+  std::weak_ptr<WebSocketSession<Stream>> session_;
   bool first_ = true, waiting_ = false, finishing_ = false, upgraded_ = false;
 };
 
@@ -204,9 +247,9 @@ Awaitable<void> drive(std::unique_ptr<HTTPConnection<Stream>> connection) {
 }
 
 template <typename Stream>
-void start(HTTPServer& server, Stream stream) {
+void start(HTTPServer& server, Stream stream, ConnectionOrigin origin) {
   const auto executor = stream.get_executor();
-  auto connection = std::make_unique<HTTPConnection<Stream>>(server, std::move(stream));
+  auto connection = std::make_unique<HTTPConnection<Stream>>(server, std::move(stream), std::move(origin));
   asio::co_spawn(executor, drive(std::move(connection)), [](std::exception_ptr error) {
     if (error && !isCancellation(error)) Log::error("service", "A connection ended in an unexpected exception");
   });
@@ -214,10 +257,10 @@ void start(HTTPServer& server, Stream stream) {
 
 }  // namespace
 
-void startConnection(HTTPServer& server, tcp::socket socket, asio::ssl::context* tls) {
+void startConnection(HTTPServer& server, tcp::socket socket, ConnectionOrigin origin, asio::ssl::context* tls) {
   beast::tcp_stream stream(std::move(socket));
-  if (tls == nullptr) return start(server, std::move(stream));
-  start(server, TLSStream(std::move(stream), *tls));
+  if (tls == nullptr) return start(server, std::move(stream), std::move(origin));
+  start(server, TLSStream(std::move(stream), *tls), std::move(origin));
 }
 
 }  // namespace quillet

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/HTTPServer.h"
 
+#include <algorithm>
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
@@ -38,7 +39,8 @@ HTTPServer::HTTPServer(asio::io_context& context, Service& service, const std::s
     : context_(context),
       service_(service),
       router_(service),
-      limits_(limits),
+      limits_(std::move(limits)),
+      addresses_(limits_.connectionsPerAddress),
       acceptor_(context, resolve(context, host, port)),
       accepting_(context.get_executor()) {
   if (tls) tls_ = makeTLS(*tls);
@@ -67,9 +69,34 @@ Awaitable<void> HTTPServer::accept() {
       co_await pause.async_wait(asio::use_awaitable);
       continue;
     }
-    socket.set_option(tcp::no_delay(true), error);
-    startConnection(*this, std::move(socket), tls_ ? &*tls_ : nullptr);
+    admit(std::move(socket));
   }
+}
+
+void HTTPServer::admit(tcp::socket socket) {
+  boost::system::error_code error;
+  const auto peer = socket.remote_endpoint(error);
+  if (error) return;  // gone already
+  Metrics& metrics = service_.metrics;
+  if (limits_.connections != 0 && connections_.size() >= limits_.connections) {
+    ++metrics.connectionsRefused;
+    return;
+  }
+  const bool proxied = isTrustedProxy(peer.address());
+  std::string address = addressKey(peer.address());
+  auto lease = proxied ? AddressLimiter::unlimited(std::move(address)) : addresses_.take(std::move(address));
+  if (!lease) {
+    ++metrics.connectionsRefused;
+    return;
+  }
+  ++metrics.connectionsAccepted;
+  socket.set_option(tcp::no_delay(true), error);
+  startConnection(*this, std::move(socket), {*std::move(lease), proxied}, tls_ ? &*tls_ : nullptr);
+}
+
+bool HTTPServer::isTrustedProxy(const asio::ip::address& address) const {
+  const auto& trusted = limits_.trustedProxies;
+  return std::find(trusted.begin(), trusted.end(), address) != trusted.end();
 }
 
 void HTTPServer::stop(std::function<void()> done) {
@@ -81,6 +108,11 @@ void HTTPServer::stop(std::function<void()> done) {
   const auto open = connections_;
   for (ServerConnection* connection : open) connection->finish();
   if (connections_.empty() && done_) std::exchange(done_, nullptr)();
+}
+
+void HTTPServer::abort() {
+  const auto open = connections_;
+  for (ServerConnection* connection : open) connection->abort();
 }
 
 void HTTPServer::remove(ServerConnection& connection) {

@@ -9,19 +9,26 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
+#include "QuilletService/AddressLimiter.h"
 #include "QuilletService/Router.h"
 
 namespace quillet {
 
 /// Bounds on what a client may keep busy.
 struct ServerLimits {
-  std::chrono::seconds header{15};     ///< For the first request's header, TLS included.
-  std::chrono::seconds idle{60};       ///< For each later request's header.
-  std::chrono::seconds body{60};       ///< For a request's body, and for writing a response.
-  std::chrono::seconds relayIdle{90};  ///< A relay socket without a frame.
-  std::size_t relayMessage = 1 << 20;  ///< One frame of a desktop, in bytes.
-  std::size_t relayQueue = 8 << 20;    ///< Frames that a desktop hasn't taken yet, in bytes.
+  std::chrono::milliseconds header{15'000};      ///< For the first request's header, TLS included.
+  std::chrono::milliseconds idle{60'000};        ///< For each later request's header.
+  std::chrono::milliseconds body{60'000};        ///< For a request's body, and for writing a response.
+  std::chrono::milliseconds relayIdle{90'000};   ///< A relay socket without a frame.
+  std::chrono::milliseconds relayStall{30'000};  ///< One frame that a desktop doesn't take.
+  std::size_t relayMessage = 1 << 20;            ///< One frame of a desktop, in bytes.
+  std::size_t relayQueue = 8 << 20;              ///< Frames that a desktop hasn't taken yet, in bytes.
+  std::size_t connections = 50'000;              ///< In all; 0 for any number.
+  std::size_t connectionsPerAddress = 1000;      ///< 0 for any number.
+  /// Whose X-Forwarded-For header names the client. Without it the client is who connects.
+  std::vector<boost::asio::ip::address> trustedProxies;
 };
 
 struct TLSFiles {
@@ -34,6 +41,8 @@ class ServerConnection {
   virtual ~ServerConnection() = default;
   /// Ends it, at once when it is between two requests, otherwise after the present one.
   virtual void finish() = 0;
+  /// Drops it, whatever it is doing.
+  virtual void abort() = 0;
 };
 
 /// Accepts connections and speaks HTTP/1.1 and WebSocket on them, over TCP or TLS. Everything runs on the one thread
@@ -47,6 +56,9 @@ class HTTPServer {
   void start();
   /// Accepts no more, closes the relay sockets and ends the connections. `done` is called when the last is gone.
   void stop(std::function<void()> done);
+  /// After `stop`: drops what hasn't ended by itself.
+  void abort();
+  std::size_t connections() const { return connections_.size(); }
 
   boost::asio::ip::tcp::endpoint endpoint() const { return acceptor_.local_endpoint(); }
   std::string url() const;
@@ -57,15 +69,18 @@ class HTTPServer {
   const ServerLimits& limits() const { return limits_; }
   void add(ServerConnection& connection) { connections_.insert(&connection); }
   void remove(ServerConnection& connection);
-  bool stopping() const { return stopping_; }
+  AddressLimiter& addresses() { return addresses_; }
 
  private:
   Awaitable<void> accept();
+  void admit(boost::asio::ip::tcp::socket socket);
+  bool isTrustedProxy(const boost::asio::ip::address& address) const;
 
   boost::asio::io_context& context_;
   Service& service_;
   Router router_;
   ServerLimits limits_;
+  AddressLimiter addresses_;
   std::optional<boost::asio::ssl::context> tls_;
   boost::asio::ip::tcp::acceptor acceptor_;
   Task accepting_;

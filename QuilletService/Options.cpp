@@ -42,7 +42,37 @@ Log::Level parseLevel(std::string_view text) {
   return found->second;
 }
 
+boost::asio::ip::address parseAddress(std::string_view option, std::string_view text) {
+  boost::system::error_code error;
+  const auto address = boost::asio::ip::make_address(std::string(text), error);
+  if (error) throw Options::UsageError(std::string(option) + " needs an IP address");
+  return address;
+}
+
+/// False for an option that is none of these.
+bool applyLimit(Options& options, std::string_view name, std::string_view value) {
+  constexpr int kMost = 10'000'000;
+  const auto count = [&] { return static_cast<std::size_t>(parseNumber<int>(name, value, 0, kMost)); };
+  if (name == "--max-connections") {
+    options.limits.connections = count();
+  } else if (name == "--max-connections-per-address") {
+    options.limits.connectionsPerAddress = count();
+  } else if (name == "--max-registrations-per-hour") {
+    options.settings.registrationsPerHour = parseNumber<int>(name, value, 0, kMost);
+  } else if (name == "--max-queue") {
+    options.settings.relay.backlogCount = parseNumber<int>(name, value, 1, kMost);
+  } else if (name == "--trust-proxy") {
+    options.limits.trustedProxies.push_back(parseAddress(name, value));
+  } else if (name == "--metrics-port") {
+    options.metricsPort = parseNumber<std::uint16_t>(name, value, 0, 65535);
+  } else {
+    return false;
+  }
+  return true;
+}
+
 void apply(Options& options, TLSFiles& tls, std::string_view name, std::string_view value) {
+  if (applyLimit(options, name, value)) return;
   if (name == "--listen") {
     parseListen(options, value);
   } else if (name == "--database") {
@@ -93,8 +123,19 @@ std::string_view Options::usage() {
          "  --pairing-ttl SECONDS  life of a pairing session (120)\n"
          "  --certificate FILE     certificate chain, PEM; serves TLS together with --key\n"
          "  --key FILE             private key, PEM\n"
+         "  --trust-proxy ADDRESS  believe the X-Forwarded-For header of this proxy; may be repeated\n"
+         "  --max-connections N    in all (50000)\n"
+         "  --max-connections-per-address N\n"
+         "                         of one client (1000)\n"
+         "  --max-registrations-per-hour N\n"
+         "                         new devices from one client (60)\n"
+         "  --max-queue N          deliveries that wait for one desktop (200)\n"
+         "  --metrics-port PORT    serve GET /metrics on 127.0.0.1 at this port; port 0 takes a free one\n"
          "  --log LEVEL            debug, info, default or error (info)\n"
-         "  --help, --version\n";
+         "  --help, --version\n"
+         "A limit of 0 is none. SIGTERM and SIGINT end the service in order. Exit codes: 0 ended in order, 1 could "
+         "not\n"
+         "start, 2 wrong usage, 3 the database can't be used.\n";
 }
 
 std::filesystem::path Options::defaultDatabase() {

@@ -21,6 +21,8 @@ struct Options {
   std::uint16_t port = 8787;
   ServiceSettings settings;
   std::optional<TLSFiles> tls;
+  ServerLimits limits;
+  std::optional<std::uint16_t> metricsPort;
   Log::Level logLevel = Log::Level::info;
   bool help = false, version = false;
 

@@ -16,6 +16,7 @@ bool PairDirectory::remove(const std::string& macId, const std::string& phoneId,
   store_.deliveries.removeOfPair(macId, phoneId);
   transaction.commit();
   store_.database.makeDurable();
+  hub_.pairEnded(macId, phoneId);
   if (tellDesktop) hub_.send(macId, RelayServer::PairRevoked{phoneId});
   return true;
 }

@@ -75,7 +75,7 @@ ClaimPairingResponse PairingService::claim(const Device& device, const ClaimPair
     throw Refusal::badRequest("Exactly one of sessionId and code is needed.");
   }
   Validation::publicKey(request.phoneEphemeralPublicKey, "phoneEphemeralPublicKey");
-  Validation::requireName(request.phoneName);
+  Validation::requireNameSize(request.phoneName);
   if (!claimLimit_.admit(device.id)) throw Refusal::tooManyRequests();
 
   auto session = findToClaim(request);

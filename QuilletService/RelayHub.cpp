@@ -110,6 +110,15 @@ void RelayHub::deliveryChanged(const DeliveryKey& key) {
   wake(deliveries_, deliveryKey(key));
 }
 
+void RelayHub::pairEnded(const std::string& macId, const std::string& phoneId) {
+  const std::string start = prepareKey(macId, phoneId, "");
+  for (Waiters* waiters : {&prepares_, &deliveries_}) {
+    for (auto& [key, waiter] : *waiters) {
+      if (key.starts_with(start)) waiter->open();
+    }
+  }
+}
+
 void RelayHub::wake(Waiters& waiters, const std::string& key) {
   const auto [first, last] = waiters.equal_range(key);
   for (auto waiting = first; waiting != last; ++waiting) waiting->second->open();

@@ -51,7 +51,10 @@ class RelayHub {
   /// Returns when `deliveryChanged` is called for the key, or after the limit.
   Awaitable<void> waitForDelivery(DeliveryKey key, Duration limit);
   void deliveryChanged(const DeliveryKey& key);
+  /// Ends all waits of this pair.
+  void pairEnded(const std::string& macId, const std::string& phoneId);
   std::size_t waiting() const { return prepares_.size() + deliveries_.size(); }
+  std::size_t online() const { return sockets_.size(); }
 
  private:
   struct Waiter;

@@ -31,15 +31,17 @@ std::string_view shortened(const std::string& deviceId) {
 
 }  // namespace
 
-RelayService::RelayService(Store& store, RelayHub& hub, PairDirectory& pairs, const TimeSource& time,
+RelayService::RelayService(Store& store, RelayHub& hub, PairDirectory& pairs, Metrics& metrics, const TimeSource& time,
                            RelayLimits limits)
-    : store_(store), hub_(hub), pairs_(pairs), time_(time), limits_(limits) {}
+    : store_(store), hub_(hub), pairs_(pairs), metrics_(metrics), time_(time), limits_(limits) {}
 
 Awaitable<EnvelopeResponse> RelayService::prepare(Device phone, std::string macId, PrepareRelayRequest request) {
   requirePair(phone, macId);
   Validation::requireId(request.requestId, "requestId");
   Validation::requireRoute(request.envelope, EnvelopePurpose::prepare, phone.id, macId);
+  ++metrics_.preparesSent;
   PrepareOutcome outcome = co_await hub_.prepare(macId, phone.id, std::move(request), limits_.prepare);
+  requirePair(phone, macId);
   if (const auto* failure = std::get_if<PrepareFailure>(&outcome)) refuse(*failure);
   co_return EnvelopeResponse{std::get<Envelope>(std::move(outcome))};
 }
@@ -57,6 +59,7 @@ DeliveryStatus RelayService::submit(const Device& phone, const std::string& macI
   if (!known || !isPending(known->state)) requireRoom(macId, delivery.envelope.size());
   delivery.sent = hub_.isOnline(macId) || (known && known->sent);
   store_.deliveries.save(key, delivery, time_.now());
+  ++metrics_.deliveriesSubmitted;
   forward(key, request.envelope);
   return statusOf(key, delivery);
 }
@@ -143,6 +146,7 @@ void RelayService::handle(const std::string& macId, RelayClient::Result result) 
   if (!delivery) return;
   delivery->state = DeliveryTransportState::result;
   delivery->result = JSONCoding::encode(result.envelope);
+  ++metrics_.resultsReturned;
   store_.deliveries.save(key, *delivery, time_.now());
   hub_.deliveryChanged(key);
 }
@@ -163,6 +167,7 @@ void RelayService::sweep() {
   const std::int64_t now = time_.now();
   for (const DeliveryKey& key :
        store_.deliveries.expire(now - limits_.pendingLife.count(), now - limits_.doneLife.count(), now)) {
+    ++metrics_.deliveriesExpired;
     hub_.deliveryChanged(key);
   }
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "QuilletKit/ServiceModels.h"
+#include "QuilletService/Metrics.h"
 #include "QuilletService/PairDirectory.h"
 
 namespace quillet {
@@ -21,7 +22,8 @@ struct RelayLimits {
 /// utterance is delivered anew. Endpoints throw ServiceError.
 class RelayService {
  public:
-  RelayService(Store& store, RelayHub& hub, PairDirectory& pairs, const TimeSource& time, RelayLimits limits);
+  RelayService(Store& store, RelayHub& hub, PairDirectory& pairs, Metrics& metrics, const TimeSource& time,
+               RelayLimits limits);
 
   Awaitable<EnvelopeResponse> prepare(Device phone, std::string macId, PrepareRelayRequest request);
   DeliveryStatus submit(const Device& phone, const std::string& macId, const DeliveryRequest& request);
@@ -52,6 +54,7 @@ class RelayService {
   Store& store_;
   RelayHub& hub_;
   PairDirectory& pairs_;
+  Metrics& metrics_;
   TimeSource time_;
   RelayLimits limits_;
 };

@@ -13,6 +13,9 @@ namespace {
 
 constexpr std::string_view kRelayPath = "/v1/mac/connect";
 constexpr std::string_view kTranscribePath = "/v1/transcribe";
+constexpr std::string_view kRegisterPath = "/v1/devices/register";
+constexpr std::string_view kPairingPaths = "/v1/pairing/";
+constexpr std::size_t kSmallBodyLimit = 64 * 1024;  // All that takes no envelope and no feedback.
 constexpr std::size_t kBodyLimit = 1 << 20;
 constexpr std::size_t kUploadLimit = 16'000'000;
 
@@ -113,8 +116,10 @@ const Route kRoutes[] = {
      [](Call& c) -> Reply { co_return encoded(c.service.relay.presence(c.device)); }},
     {"GET", "/v1/config", Access::open, [](Call& c) -> Reply { co_return encoded(c.service.config()); }},
     {"GET", "/v1/health", Access::open, [](Call&) -> Reply { co_return encoded(OK{true}); }},
-    {"POST", "/v1/devices/register", Access::ownKey,
-     [](Call& c) -> Reply { co_return encoded(c.service.devices.registerDevice(checkedRegistration(c))); }},
+    {"POST", kRegisterPath, Access::ownKey,
+     [](Call& c) -> Reply {
+       co_return encoded(c.service.devices.registerDevice(checkedRegistration(c), c.request.address));
+     }},
     {"PATCH", "/v1/devices/me", Access::signedByDevice,
      [](Call& c) -> Reply { co_return encoded(c.service.devices.rename(c.device, c.body<RenameRequest>())); }},
     {"POST", "/v1/devices/me/delete", Access::signedByDevice,
@@ -155,8 +160,8 @@ const Route* findRoute(const SignedRequest& request, std::string_view path, std:
   return nullptr;
 }
 
-HTTPReply replyFor(const ServiceError& error) {
-  return {error.status, encoded(ErrorWrapper{error.body})};
+HTTPReply asReply(const ServiceError& error) {
+  return {error.status, encoded(ErrorWrapper{error.body}), error.body.code};
 }
 
 }  // namespace
@@ -182,7 +187,26 @@ Awaitable<HTTPReply> Router::dispatch(SignedRequest request) {
     service_.devices.noteSeen(call.device);
   }
   std::string body = co_await route->run(call);
-  co_return HTTPReply{200, std::move(body)};
+  service_.metrics.countRequest(200, {});
+  co_return HTTPReply{200, std::move(body), {}};
+}
+
+std::optional<HTTPReply> Router::refusalBeforeBody(const SignedRequest& head) {
+  try {
+    std::array<std::string, 2> ids;
+    const Route* route = findRoute(head, split(head.target).path, ids);
+    if (route == nullptr) throw Refusal::notFound("There is nothing at this path.");
+    if (route->access == Access::signedByDevice) service_.authenticator.precheck(head);
+    return std::nullopt;
+  } catch (...) {
+    return refusal(std::current_exception());
+  }
+}
+
+HTTPReply Router::refusal(const std::exception_ptr& error) {
+  HTTPReply reply = replyFor(error);
+  service_.metrics.countRequest(reply.status, reply.code);
+  return reply;
 }
 
 Device Router::authenticateRelay(const SignedRequest& request) {
@@ -191,19 +215,19 @@ Device Router::authenticateRelay(const SignedRequest& request) {
   return device;
 }
 
-HTTPReply Router::refusal(const std::exception_ptr& error) {
+HTTPReply Router::replyFor(const std::exception_ptr& error) {
   try {
     std::rethrow_exception(error);
   } catch (const ServiceError& e) {
-    return replyFor(e);
+    return asReply(e);
   } catch (const JSONCoding::DecodingError&) {
-    return replyFor(Refusal::badRequest("The body isn't what this path takes."));
+    return asReply(Refusal::badRequest("The body isn't what this path takes."));
   } catch (const DatabaseError& e) {
     Log::error("service", "A request failed with database code {}", e.code);
   } catch (const std::exception& e) {
     Log::error("service", "A request failed with an exception of type {}", typeid(e).name());
   }
-  return replyFor({500, "internal", "Something went wrong. Try again in a while.", true});
+  return asReply({500, "internal", "Something went wrong. Try again in a while.", true});
 }
 
 bool Router::isRelayPath(std::string_view target) {
@@ -211,7 +235,9 @@ bool Router::isRelayPath(std::string_view target) {
 }
 
 std::size_t Router::bodyLimit(std::string_view target) {
-  return split(target).path == kTranscribePath ? kUploadLimit : kBodyLimit;
+  const std::string_view path = split(target).path;
+  if (path == kRegisterPath || path.starts_with(kPairingPaths)) return kSmallBodyLimit;
+  return path == kTranscribePath ? kUploadLimit : kBodyLimit;
 }
 
 }  // namespace quillet

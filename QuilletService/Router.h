@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "QuilletService/Service.h"
@@ -11,6 +12,7 @@ namespace quillet {
 struct HTTPReply {
   int status = 200;
   std::string body;
+  std::string code;  ///< The refusal's; empty for none.
 };
 
 /// From a request as it stood on the wire to the endpoint and back: path, signature, JSON, errors. Knows no socket.
@@ -23,8 +25,10 @@ class Router {
   /// The desktop that asks for a relay socket. Throws what `refusal` turns into a reply.
   Device authenticateRelay(const SignedRequest& request);
 
-  /// The reply for whatever an endpoint threw.
-  static HTTPReply refusal(const std::exception_ptr& error);
+  /// The refusal of a request whose body hasn't been read yet, if it can be refused without.
+  std::optional<HTTPReply> refusalBeforeBody(const SignedRequest& head);
+  /// The counted reply for whatever an endpoint threw.
+  HTTPReply refusal(const std::exception_ptr& error);
   /// True for the path of the relay socket.
   static bool isRelayPath(std::string_view target);
   /// The largest body that this target takes.
@@ -32,6 +36,7 @@ class Router {
 
  private:
   Awaitable<HTTPReply> dispatch(SignedRequest request);
+  static HTTPReply replyFor(const std::exception_ptr& error);
 
   Service& service_;
 };

@@ -9,6 +9,10 @@ namespace {
 using namespace std::chrono_literals;
 constexpr Duration kSweepInterval = 30s;
 
+std::filesystem::path nonceFile(const std::filesystem::path& database) {
+  return database == ":memory:" ? std::filesystem::path() : std::filesystem::path(database.string() + "-nonces");
+}
+
 }  // namespace
 
 Service::Service(const Executor& executor, const TimeSource& time, const ServiceSettings& settings)
@@ -16,11 +20,21 @@ Service::Service(const Executor& executor, const TimeSource& time, const Service
       time_(time),
       store_(settings.database),
       hub(executor, time),
-      authenticator(store_.devices, time, settings.maximumAge),
+      authenticator(store_.devices, time, settings.maximumAge, nonceFile(settings.database)),
       pairDirectory(store_, hub),
-      devices(store_, hub, pairDirectory, time),
+      devices(store_, hub, pairDirectory, time, settings.registrationsPerHour),
       pairing(store_, pairDirectory, time, settings.pairingTimeToLive),
-      relay(store_, hub, pairDirectory, time, settings.relay) {}
+      relay(store_, hub, pairDirectory, metrics, time, settings.relay) {}
+
+std::string Service::metricsText(std::size_t connections) {
+  return metrics.text({.connections = connections,
+                       .desktopsOnline = hub.online(),
+                       .callsWaiting = hub.waiting(),
+                       .noncesRemembered = authenticator.noncesRemembered(),
+                       .devices = store_.devices.count(),
+                       .pairs = store_.devices.pairCount(),
+                       .deliveriesPending = store_.deliveries.pendingCount()});
+}
 
 ServiceConfig Service::config() const {
   ServiceConfig config;

@@ -15,6 +15,7 @@ struct ServiceSettings {
   std::filesystem::path database = ":memory:";
   std::chrono::milliseconds maximumAge{300'000};
   std::chrono::milliseconds pairingTimeToLive{120'000};
+  int registrationsPerHour = 60;  ///< New devices from one address; 0 for any number.
   RelayLimits relay;
 };
 
@@ -28,6 +29,8 @@ class Service {
   /// Forgets what is over, now and every half minute until cancelled.
   Awaitable<void> keepHouse();
   void sweep();
+  /// What is counted, with the number of open connections.
+  std::string metricsText(std::size_t connections);
 
  private:
   ServiceSettings settings_;
@@ -35,6 +38,7 @@ class Service {
   Store store_;
 
  public:
+  Metrics metrics;
   RelayHub hub;
   Authenticator authenticator;
   PairDirectory pairDirectory;

@@ -9,6 +9,7 @@ namespace quillet::Validation {
 namespace {
 
 constexpr std::size_t kLongestName = 256;
+constexpr std::size_t kLongestNameInBytes = 4096;
 constexpr std::size_t kLongestId = 128;
 
 }  // namespace
@@ -20,9 +21,16 @@ Crypto::Key publicKey(std::string_view text, std::string_view what) {
 }
 
 void requireName(std::string_view name) {
-  if (name.empty() || name.size() > kLongestName || Unicode::containsControl(name)) {
-    throw Refusal::badRequest("The name must have 1 to 256 bytes and no control characters.");
+  requireNameSize(name);
+  if (name.empty() || Unicode::containsControl(name)) {
+    throw Refusal::badRequest("The name must not be empty or have control characters.");
   }
+}
+
+void requireNameSize(std::string_view name) {
+  const bool fits =
+      name.size() <= kLongestNameInBytes && Unicode::cutToClusters(name, kLongestName).size() == name.size();
+  if (!fits) throw Refusal::badRequest("The name must have at most 256 characters.");
 }
 
 void requireId(std::string_view id, std::string_view what) {

@@ -12,8 +12,10 @@ namespace quillet::Validation {
 
 /// 32 raw bytes in base64url. `what` names the key in the message.
 Crypto::Key publicKey(std::string_view text, std::string_view what);
-/// A display name: not empty, at most 256 bytes, no control characters.
+/// A display name: 1 to 256 characters as people count them, no control characters.
 void requireName(std::string_view name);
+/// A name that the other side tidies up before it shows it: any text of at most 256 characters.
+void requireNameSize(std::string_view name);
 /// An id that a client chose: 1 to 128 bytes that can stand in a path.
 void requireId(std::string_view id, std::string_view what);
 /// The routing fields of an envelope are those of the request that carries it.

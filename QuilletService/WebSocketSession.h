@@ -41,11 +41,13 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
 
   void send(std::string frame) override {
     if (closing_) return;
-    queuedBytes_ += frame.size();
-    if (queuedBytes_ > limits_.relayQueue) {
+    queuedBytes_ += frame.size() + kFrameCost;
+    if (queuedBytes_ > limits_.relayQueue || stalled()) {
+      ++service_.metrics.slowReadersDropped;
       Log::standard("relay", "{} doesn't read its frames; dropped", device_.shortId());
-      return drop();
+      return abort();
     }
+    ++service_.metrics.framesOut;
     queue_.push_back(std::move(frame));
     if (queue_.size() == 1) writeNext();
   }
@@ -56,7 +58,14 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
                         [self = this->shared_from_this()](boost::system::error_code) {});
   }
 
+  void abort() {
+    closing_ = true;
+    boost::beast::get_lowest_layer(socket_).close();
+  }
+
  private:
+  static constexpr std::size_t kFrameCost = 64;  ///< What a queued frame takes beside its text.
+
   void configure() {
     namespace websocket = boost::beast::websocket;
     socket_.set_option(websocket::stream_base::timeout{std::chrono::seconds(5), limits_.relayIdle, false});
@@ -69,6 +78,7 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
     for (;;) {
       if (co_await readMessage(socket_, buffer_)) co_return;
       const auto data = buffer_.cdata();
+      ++service_.metrics.framesIn;
       const std::string_view frame(static_cast<const char*>(data.data()), data.size());
       if (closing_) {
         // What a replaced socket still says doesn't count.
@@ -81,18 +91,18 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
     }
   }
 
+  bool stalled() const {
+    return !queue_.empty() && std::chrono::steady_clock::now() - writeBegan_ > limits_.relayStall;
+  }
+
   void writeNext() {
+    writeBegan_ = std::chrono::steady_clock::now();
     socket_.async_write(boost::asio::buffer(queue_.front()),
                         [self = this->shared_from_this()](boost::system::error_code error, std::size_t) {
-                          self->queuedBytes_ -= self->queue_.front().size();
+                          self->queuedBytes_ -= self->queue_.front().size() + kFrameCost;
                           self->queue_.pop_front();
                           if (!error && !self->queue_.empty()) self->writeNext();
                         });
-  }
-
-  void drop() {
-    closing_ = true;
-    boost::beast::get_lowest_layer(socket_).close();
   }
 
   /// A failing database must not take the socket down with it, nor the process.
@@ -105,13 +115,14 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
     }
   }
 
-  boost::beast::websocket::stream<Stream> socket_;
+  boost::beast::websocket::stream<Stream, false> socket_;
   Service& service_;
   Device device_;
   const ServerLimits& limits_;
   boost::beast::flat_buffer buffer_;
   std::deque<std::string> queue_;
   std::size_t queuedBytes_ = 0;
+  std::chrono::steady_clock::time_point writeBegan_;
   bool closing_ = false;
 };
 

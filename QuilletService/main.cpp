@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
+#include <sys/resource.h>
+
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <csignal>
 #include <iostream>
 
+#include "QuilletService/MetricsServer.h"
 #include "QuilletService/Options.h"
 
 namespace {
@@ -13,13 +16,26 @@ using namespace std::chrono_literals;
 
 constexpr int kFailure = 1;
 constexpr int kUsage = 2;
+constexpr int kDatabase = 3;
 constexpr auto kShutDownTime = 3s;
+
+/// Every connection takes a descriptor, so take all that we are allowed.
+void raiseDescriptorLimit() {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
 
 int serve(const Options& options) {
   boost::asio::io_context context(1);
   const TimeSource time = systemTime(context.get_executor());
   Service service(context.get_executor(), time, options.settings);
-  HTTPServer server(context, service, options.host, options.port, options.tls);
+  HTTPServer server(context, service, options.host, options.port, options.tls, options.limits);
+  std::optional<MetricsServer> metrics;
+  if (options.metricsPort) {
+    metrics.emplace(context, *options.metricsPort, [&] { return service.metricsText(server.connections()); });
+  }
   Task housekeeping(context.get_executor());
   housekeeping.start([&service] { return service.keepHouse(); });
 
@@ -28,12 +44,18 @@ int serve(const Options& options) {
   signals.async_wait([&](boost::system::error_code error, int) {
     if (error) return;
     patience.expires_after(kShutDownTime);
-    patience.async_wait([&](boost::system::error_code) { context.stop(); });
+    patience.async_wait([&](boost::system::error_code cancelled) {
+      if (!cancelled) server.abort();
+    });
     server.stop([&] { context.stop(); });
   });
 
   server.start();
   std::cout << "quillet-service listening on " << server.url() << std::endl;
+  if (metrics) {
+    metrics->start();
+    std::cout << "quillet-service metrics at http://127.0.0.1:" << metrics->port() << "/metrics" << std::endl;
+  }
   context.run();
   return 0;
 }
@@ -53,9 +75,19 @@ int main(int argc, char** argv) {
     return 0;
   }
   std::signal(SIGPIPE, SIG_IGN);
+  raiseDescriptorLimit();
   Log::configure(options.logLevel, "quillet-service");
   try {
     return serve(options);
+  } catch (const DatabaseUnusable& e) {
+    std::cerr << "quillet-service: " << options.settings.database.string() << ": " << e.what() << '\n';
+    return kDatabase;
+  } catch (const NonceFile::InUse& e) {
+    std::cerr << "quillet-service: " << options.settings.database.string() << ": " << e.what() << '\n';
+    return kDatabase;
+  } catch (const DatabaseError& e) {
+    std::cerr << "quillet-service: " << options.settings.database.string() << ": " << e.what() << '\n';
+    return kDatabase;
   } catch (const std::exception& e) {
     std::cerr << "quillet-service: " << e.what() << '\n';
     return kFailure;

@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/RateLimiter.h"
+
+#include <fstream>
+
+#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/Service/ServiceFixture.h"
 
 namespace quillet::test {
@@ -57,7 +61,9 @@ TEST_F(AuthenticatorTest, EverySignedPartIsBound) {
   for (const auto& [name, tamper] : tamperings) {
     Wire wire = signedBy(phone);
     tamper(wire);
-    EXPECT_EQ(outcome(wire), "401 bad_signature") << name;
+    SignedRequest request = wire.view();
+    request.address = name;
+    EXPECT_EQ(refusalOf([&] { service.authenticator.authenticate(request); }), "401 bad_signature") << name;
   }
   Wire stranger = signedBy(Party("Stranger", DevicePlatform::ios));
   EXPECT_EQ(outcome(stranger), "401 unknown_device");
@@ -99,17 +105,76 @@ TEST_F(AuthenticatorTest, ADeletedDeviceStaysRevoked) {
   EXPECT_EQ(refusalOf([&] { service.devices.registerDevice(phone.registration()); }), "403 device_revoked");
 }
 
+TEST_F(AuthenticatorTest, AForgerIsCutOffForAWhileFromWhereItIs) {
+  const auto from = [&](std::string_view address, bool forged) {
+    Wire wire = signedBy(phone);
+    if (forged) wire.body = "{ }";
+    SignedRequest request = wire.view();
+    request.address = address;
+    return refusalOf([&] { service.authenticator.authenticate(request); });
+  };
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(from("here", true), "401 bad_signature");
+  EXPECT_EQ(from("here", true), "429 too_many_requests");
+  EXPECT_EQ(from("here", false), "429 too_many_requests");
+  EXPECT_EQ(from("there", false), "");
+  time.advance(60s);
+  EXPECT_EQ(from("here", false), "");
+}
+
+TEST_F(AuthenticatorTest, ThePrecheckFindsAllButTheSignature) {
+  const auto precheck = [&](const Wire& wire) {
+    return refusalOf([&] { service.authenticator.precheck(wire.view()); });
+  };
+  Wire wire = signedBy(phone);
+  wire.body = "not what was signed";
+  EXPECT_EQ(precheck(wire), "");
+  EXPECT_EQ(precheck(signedBy(phone, 400'000)), "401 clock_skew");
+  EXPECT_EQ(precheck(signedBy(Party("Stranger", DevicePlatform::ios))), "401 unknown_device");
+  EXPECT_EQ(precheck({}), "401 bad_signature");
+  const Wire seen = signedBy(phone);
+  EXPECT_EQ(outcome(seen), "");
+  EXPECT_EQ(precheck(seen), "401 replayed");
+}
+
+bool add(NonceGuard& guard, const char* device, const char* nonce, std::int64_t expiry, std::int64_t now) {
+  return guard.add(device, NonceGuard::key(device, nonce), expiry, now);
+}
+
 TEST(NonceGuardTest, IsBoundedPerDeviceAndForgetsWhatIsOver) {
   NonceGuard guard(2);
-  EXPECT_TRUE(guard.add("a", "1", 100, 0));
-  EXPECT_TRUE(guard.add("a", "2", 200, 0));
-  EXPECT_FALSE(guard.add("a", "3", 300, 100));
-  EXPECT_TRUE(guard.add("b", "3", 300, 100));
-  EXPECT_TRUE(guard.add("a", "3", 300, 101)) << "the first one is over";
-  EXPECT_FALSE(guard.contains("a", "1"));
-  EXPECT_TRUE(guard.contains("a", "2"));
+  EXPECT_TRUE(add(guard, "a", "1", 100, 0));
+  EXPECT_TRUE(add(guard, "a", "2", 200, 0));
+  EXPECT_FALSE(add(guard, "a", "3", 300, 100));
+  EXPECT_TRUE(add(guard, "b", "3", 300, 100));
+  EXPECT_TRUE(add(guard, "a", "3", 300, 101)) << "the first one is over";
+  EXPECT_FALSE(guard.contains(NonceGuard::key("a", "1")));
+  EXPECT_TRUE(guard.contains(NonceGuard::key("a", "2")));
+  EXPECT_FALSE(guard.contains(NonceGuard::key("b", "2")));
   guard.sweep(301);
-  EXPECT_EQ(guard.devices(), 0U);
+  EXPECT_EQ(guard.size(), 0U);
+}
+
+TEST(NonceGuardTest, AFileKeepsWhatIsNotOver) {
+  const TemporaryFolder folder;
+  const auto file = folder.path() / "nonces";
+  {
+    NonceGuard guard(10, file, 0);
+    EXPECT_TRUE(add(guard, "a", "1", 100, 0));
+    EXPECT_TRUE(add(guard, "a", "2", 200, 0));
+    EXPECT_THROW(NonceGuard(10, file, 0), NonceFile::InUse);
+  }
+  std::ofstream(file, std::ios::app) << "a torn record";
+  for (int round = 0; round < 2; ++round) {
+    NonceGuard guard(10, file, 150);
+    EXPECT_EQ(guard.size(), 1U);
+    EXPECT_TRUE(guard.contains(NonceGuard::key("a", "2")));
+  }
+  NonceGuard guard(10'000, file, 201);
+  for (int i = 0; i < 9000; ++i) EXPECT_TRUE(add(guard, "b", std::to_string(i).c_str(), 300, 250));
+  guard.sweep(301);
+  EXPECT_EQ(std::filesystem::file_size(file), 0U) << "what is over doesn't fill the disk";
+  EXPECT_TRUE(add(guard, "b", "again", 400, 301));
+  EXPECT_EQ(std::filesystem::file_size(file), sizeof(NonceFile::Record));
 }
 
 TEST(RateLimiterTest, AWindowStartsWithItsFirstUse) {

@@ -1,106 +1,17 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletService/HTTPServer.h"
-
-#include <boost/asio/read.hpp>
-#include <boost/asio/redirect_error.hpp>
-#include <boost/asio/use_awaitable.hpp>
-#include <boost/asio/write.hpp>
 #include <fstream>
 
-#include "QuilletKit/APIClient.h"
 #include "QuilletKit/Log.h"
-#include "QuilletKit/WebSocketTask.h"
-#include "Tests/Doubles/TemporaryFolder.h"
-#include "Tests/Service/ServiceFixture.h"
+#include "Tests/Service/ServerFixture.h"
 
 namespace quillet::test {
 namespace {
 
-namespace asio = boost::asio;
-using asio::ip::tcp;
-using namespace std::chrono_literals;
-
-constexpr std::size_t kFrameLimit = 1 << 20;
-
-/// A whole service on a loopback port, and real clients of it, all on one thread.
-class HTTPServerTest : public testing::Test {
- protected:
-  /// Runs a coroutine of the test to its end.
-  template <typename Body>
-  void play(Body body) {
-    bool ended = false;
-    std::exception_ptr failure;
-    asio::co_spawn(context, body(), [&](std::exception_ptr error) {
-      ended = true;
-      failure = error;
-    });
-    const auto deadline = std::chrono::steady_clock::now() + 20s;
-    while (!ended && std::chrono::steady_clock::now() < deadline) context.run_one_until(deadline);
-    ASSERT_TRUE(ended) << "the test's steps didn't end";
-    if (failure) std::rethrow_exception(failure);
-  }
-
-  ServiceURL url() { return ServiceURL::parse(server.url()).value(); }
-  APIClient client(const Party& party) { return APIClient(url(), party.identity, session); }
-
-  /// Sends bytes on a connection of their own and reads to its end.
-  Awaitable<std::string> raw(std::string request) {
-    tcp::socket socket(context);
-    co_await socket.async_connect(server.endpoint(), asio::use_awaitable);
-    co_await asio::async_write(socket, asio::buffer(request), asio::use_awaitable);
-    std::string answer;
-    boost::system::error_code end;
-    co_await asio::async_read(socket, asio::dynamic_buffer(answer), asio::redirect_error(asio::use_awaitable, end));
-    co_return answer;
-  }
-
-  Awaitable<void> enrol(APIClient& api, Party& party) {
-    co_await api.registerDevice(party.peer.platform, party.name, "1.0");
-  }
-  Awaitable<void> pairThem(APIClient& macAPI, APIClient& phoneAPI) {
-    const auto created = co_await macAPI.createPairingSession(Crypto::randomBytes(32), "Desk");
-    ClaimPairingRequest claim{std::nullopt, created.code, freshKey(), "Pocket"};
-    co_await phoneAPI.claimPairing(std::move(claim));
-    co_await phoneAPI.confirmPairing(created.sessionId, "sealed-by-phone");
-    const auto status = co_await macAPI.confirmPairing(created.sessionId, "sealed-by-mac");
-    EXPECT_EQ(status.state, PairingState::paired);
-  }
-  std::unique_ptr<WebSocketTask> connect(APIClient& macAPI) {
-    auto socket = makeWebSocketTask(session, context.get_executor(), macAPI.relayRequest(), kFrameLimit);
-    socket->resume();
-    socket->sendText("ping", [](bool) {});
-    return socket;
-  }
-  template <typename Message>
-  Awaitable<Message> next(WebSocketTask& socket) {
-    const WebSocketMessage message = co_await socket.receive();
-    co_return std::get<Message>(JSONCoding::decode<RelayServerMessage>(message.data));
-  }
-  template <typename Message>
-  void send(WebSocketTask& socket, Message message) {
-    socket.sendText(JSONCoding::encode(RelayClientMessage(std::move(message))), [](bool) {});
-  }
-
-  asio::io_context context{1};
-  TemporaryFolder folder;
-  Service service{context.get_executor(), systemTime(context.get_executor()), {.database = folder.path() / "db"}};
-  HTTPServer server{context, service, "127.0.0.1", 0};
-  HTTPSession session{context.get_executor()};
-  Party mac{"Desk", DevicePlatform::windows}, phone{"Pocket", DevicePlatform::ios};
-
-  void SetUp() override { server.start(); }
-  void TearDown() override {
-    bool stopped = false;
-    server.stop([&] { stopped = true; });
-    const auto deadline = std::chrono::steady_clock::now() + 10s;
-    while (!stopped && std::chrono::steady_clock::now() < deadline) context.run_one_until(deadline);
-    EXPECT_TRUE(stopped) << "a connection outlived the server's stop";
-    context.restart();
-    context.poll();
-  }
+class HTTPServerTest : public ServerTest {
+  void SetUp() override { serve(); }
 };
 
-/// All that the log and the files of a folder hold.
+/// All that the files of a folder hold.
 std::string contents(const std::filesystem::path& folder) {
   std::string all;
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {
@@ -221,7 +132,7 @@ TEST_F(HTTPServerTest, WhatIsNoGoodRequestGetsAStatus) {
       {"GET /v1/mac/connect HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n", "426"},
       {"POST /v1/devices/register HTTP/1.1\r\nHost: a\r\nConnection: close\r\nContent-Length: 2\r\n\r\n{}", "400"},
       {"POST /v1/feedback HTTP/1.1\r\nHost: a\r\nContent-Length: 1100000\r\n\r\n" + large, "413"},
-      {"POST /v1/feedback HTTP/1.1\r\nHost: a\r\nTransfer-Encoding: chunked\r\n\r\n10C8E0\r\n" + large, "413"},
+      {"POST /v1/devices/register HTTP/1.1\r\nHost: a\r\nTransfer-Encoding: chunked\r\n\r\n10C8E0\r\n" + large, "413"},
       {"GET /v1/health HTTP/1.1\r\nHost: a\r\nX: " + large.substr(0, 20'000) + "\r\n\r\n", "431"},
       {"nonsense\r\n\r\n", "400"},
   };

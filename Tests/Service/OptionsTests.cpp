@@ -11,8 +11,34 @@ Options parse(std::vector<const char*> arguments) {
 }
 
 TEST(OptionsTest, ReadsEverything) {
-  const Options options = parse({"--listen", "[::1]:0", "--database", "/x/y", "--max-age", "60", "--pairing-ttl", "30",
-                                 "--certificate", "c", "--key", "k", "--log", "debug"});
+  const Options options = parse({"--listen",
+                                 "[::1]:0",
+                                 "--database",
+                                 "/x/y",
+                                 "--max-age",
+                                 "60",
+                                 "--pairing-ttl",
+                                 "30",
+                                 "--certificate",
+                                 "c",
+                                 "--key",
+                                 "k",
+                                 "--log",
+                                 "debug",
+                                 "--trust-proxy",
+                                 "10.0.0.1",
+                                 "--trust-proxy",
+                                 "::1",
+                                 "--max-connections",
+                                 "7",
+                                 "--max-connections-per-address",
+                                 "0",
+                                 "--max-registrations-per-hour",
+                                 "8",
+                                 "--max-queue",
+                                 "9",
+                                 "--metrics-port",
+                                 "0"});
   EXPECT_EQ(options.host, "::1");
   EXPECT_EQ(options.port, 0);
   EXPECT_EQ(options.settings.database, "/x/y");
@@ -21,6 +47,14 @@ TEST(OptionsTest, ReadsEverything) {
   ASSERT_TRUE(options.tls);
   EXPECT_EQ(options.tls->key, "k");
   EXPECT_EQ(options.logLevel, Log::Level::debug);
+  ASSERT_EQ(options.limits.trustedProxies.size(), 2U);
+  EXPECT_TRUE(options.limits.trustedProxies[1].is_v6());
+  EXPECT_EQ(options.limits.connections, 7U);
+  EXPECT_EQ(options.limits.connectionsPerAddress, 0U);
+  EXPECT_EQ(options.settings.registrationsPerHour, 8);
+  EXPECT_EQ(options.settings.relay.backlogCount, 9);
+  EXPECT_EQ(options.metricsPort, 0);
+  EXPECT_FALSE(parse({}).metricsPort);
   EXPECT_EQ(parse({}).host, "127.0.0.1") << "nothing but this machine unless asked";
 }
 
@@ -34,6 +68,10 @@ TEST(OptionsTest, RefusesWhatItDoesNotUnderstand) {
                                                                      {"--pairing-ttl", "soon"},
                                                                      {"--certificate", "c"},
                                                                      {"--log", "loud"},
+                                                                     {"--trust-proxy", "localhost"},
+                                                                     {"--max-queue", "0"},
+                                                                     {"--max-connections", "-1"},
+                                                                     {"--metrics-port", "65536"},
                                                                      {"--colour", "red"},
                                                                      {"serve"}}) {
     EXPECT_THROW(Options::parse(arguments), Options::UsageError) << arguments[0];

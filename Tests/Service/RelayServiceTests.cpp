@@ -213,6 +213,25 @@ TEST_F(RelayServiceTest, OldDeliveriesExpireAndAreForgotten) {
   EXPECT_EQ(stateOf("u"), State::unknown);
 }
 
+TEST_F(RelayServiceTest, HousekeepingComesByItself) {
+  Task housekeeping(time.executor());
+  housekeeping.start([this] { return service.keepHouse(); });
+  submit("u");
+  const auto created = service.pairing.create(macDevice, {freshKey(), "Desk"});
+  time.advance(1h);
+  EXPECT_EQ(stateOf("u"), State::queued);
+  time.advance(31s);
+  EXPECT_EQ(stateOf("u"), State::expired);
+  time.advance(24h);
+  EXPECT_EQ(stateOf("u"), State::expired);
+  time.advance(31s);
+  EXPECT_EQ(stateOf("u"), State::unknown);
+  EXPECT_EQ(refusalOf([&] { service.pairing.status(macDevice, created.sessionId); }), "404 not_found");
+  housekeeping.cancel();
+  time.run();
+  EXPECT_EQ(time.sleepers(), 0U);
+}
+
 TEST_F(RelayServiceTest, TheQueueOfADesktopIsBounded) {
   const Envelope large = sealed(EnvelopePurpose::delivery, phone, mac, std::string(700'000, 'x'));
   for (int i = 0; i < 4; ++i) submit("large" + std::to_string(i), large);

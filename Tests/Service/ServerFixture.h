@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <boost/asio/read.hpp>
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <boost/asio/write.hpp>
+#include <optional>
+#include <string>
+
+#include "QuilletKit/APIClient.h"
+#include "QuilletKit/WebSocketTask.h"
+#include "QuilletService/HTTPServer.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Service/ServiceFixture.h"
+
+namespace quillet::test {
+
+/// A whole service on a loopback port, and real clients of it, all on one thread.
+class ServerTest : public testing::Test {
+ protected:
+  using Socket = boost::asio::ip::tcp::socket;
+  static constexpr std::size_t kFrameLimit = 1 << 20;
+
+  /// Starts the service; its database is in `folder`.
+  void serve(const ServerLimits& limits = {}, ServiceSettings settings = {},
+             const std::optional<TLSFiles>& tls = std::nullopt) {
+    settings.database = folder.path() / "db";
+    service.emplace(context.get_executor(), systemTime(context.get_executor()), settings);
+    server.emplace(context, *service, "127.0.0.1", 0, tls, limits);
+    server->start();
+  }
+  /// Ends it in order. A test that has served ends so by itself.
+  void stop() {
+    bool stopped = false;
+    server->stop([&] { stopped = true; });
+    runUntil([&] { return stopped; });
+    EXPECT_TRUE(stopped) << "a connection outlived the server's stop";
+    server.reset();
+    service.reset();
+  }
+  void TearDown() override {
+    if (server) stop();
+    context.restart();
+    context.poll();
+  }
+
+  template <typename Happened>
+  bool runUntil(Happened happened) {
+    const auto guard = boost::asio::make_work_guard(context);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    context.restart();
+    while (!happened() && std::chrono::steady_clock::now() < deadline) context.run_one_until(deadline);
+    return happened();
+  }
+  /// Runs a coroutine of the test to its end.
+  template <typename Body>
+  void play(Body body) {
+    bool ended = false;
+    std::exception_ptr failure;
+    boost::asio::co_spawn(context, body(), [&](std::exception_ptr error) {
+      ended = true;
+      failure = error;
+    });
+    ASSERT_TRUE(runUntil([&] { return ended; })) << "the test's steps didn't end";
+    if (failure) std::rethrow_exception(failure);
+  }
+
+  ServiceURL url() { return ServiceURL::parse(server->url()).value(); }
+  APIClient client(const Party& party) { return APIClient(url(), party.identity, session); }
+
+  /// A connection from one of this machine's loopback addresses.
+  Awaitable<Socket> dial(std::string source = "127.0.0.1") {
+    Socket socket(context, {boost::asio::ip::make_address(source), 0});
+    co_await socket.async_connect(server->endpoint(), boost::asio::use_awaitable);
+    co_return socket;
+  }
+  static Awaitable<void> write(Socket& socket, std::string text) {
+    boost::system::error_code closed;
+    co_await boost::asio::async_write(socket, boost::asio::buffer(text),
+                                      boost::asio::redirect_error(boost::asio::use_awaitable, closed));
+  }
+  static Awaitable<std::string> readToEnd(Socket& socket) {
+    std::string answer;
+    boost::system::error_code end;
+    co_await boost::asio::async_read(socket, boost::asio::dynamic_buffer(answer),
+                                     boost::asio::redirect_error(boost::asio::use_awaitable, end));
+    co_return answer;
+  }
+  /// Sends bytes on a connection of their own and reads to its end.
+  Awaitable<std::string> raw(std::string request, std::string source = "127.0.0.1") {
+    Socket socket = co_await dial(std::move(source));
+    co_await write(socket, std::move(request));
+    co_return co_await readToEnd(socket);
+  }
+  /// The three digits of an answer; empty for none.
+  static std::string statusIn(const std::string& answer) {
+    return answer.starts_with("HTTP/1.1 ") ? answer.substr(9, 3) : std::string();
+  }
+  /// A signed request as it goes on the wire, for one connection.
+  std::string wire(const Party& party, const std::string& method, const std::string& target,
+                   const std::string& body = {}, const std::string& moreHeaders = {}) {
+    HTTPRequest request;
+    request.method = method;
+    request.url = url().resolve(target);
+    request.body = body;
+    RequestSigner(party.identity).sign(request, Clock::now());
+    const std::string headers = moreHeaders.empty() ? "Connection: close\r\n" : moreHeaders;
+    std::string text = method + " " + target + " HTTP/1.1\r\nHost: a\r\n" + headers;
+    for (const auto& [name, value] : request.headers) text.append(name).append(": ").append(value).append("\r\n");
+    return text + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+  }
+
+  Awaitable<void> enrol(APIClient& api, Party& party) {
+    co_await api.registerDevice(party.peer.platform, party.name, "1.0");
+  }
+  Awaitable<void> pairThem(APIClient& macAPI, APIClient& phoneAPI) {
+    const auto created = co_await macAPI.createPairingSession(Crypto::randomBytes(32), "Desk");
+    ClaimPairingRequest claim{std::nullopt, created.code, freshKey(), "Pocket"};
+    co_await phoneAPI.claimPairing(std::move(claim));
+    co_await phoneAPI.confirmPairing(created.sessionId, "sealed-by-phone");
+    const auto status = co_await macAPI.confirmPairing(created.sessionId, "sealed-by-mac");
+    EXPECT_EQ(status.state, PairingState::paired);
+  }
+  std::unique_ptr<WebSocketTask> connect(APIClient& macAPI) {
+    auto socket = makeWebSocketTask(session, context.get_executor(), macAPI.relayRequest(), kFrameLimit);
+    socket->resume();
+    socket->sendText("ping", [](bool) {});
+    return socket;
+  }
+  template <typename Message>
+  Awaitable<Message> next(WebSocketTask& socket) {
+    const WebSocketMessage message = co_await socket.receive();
+    co_return std::get<Message>(JSONCoding::decode<RelayServerMessage>(message.data));
+  }
+  template <typename Message>
+  void send(WebSocketTask& socket, Message message) {
+    socket.sendText(JSONCoding::encode(RelayClientMessage(std::move(message))), [](bool) {});
+  }
+  /// What the service answers when it doesn't do as it was asked: "429 too_many_requests"; empty if it does.
+  template <typename Response>
+  static Awaitable<std::string> refusal(Awaitable<Response> call) {
+    try {
+      co_await std::move(call);
+      co_return std::string();
+    } catch (const APIError& e) {
+      co_return e.server() ? std::to_string(e.server()->status) + " " + e.server()->body.code : e.what();
+    }
+  }
+  DeliveryRequest delivery(const std::string& utterance, const std::string& content = "{}") {
+    return {utterance, Envelope::sealBytes(content, EnvelopePurpose::delivery, phone.identity, mac.peer)};
+  }
+
+  boost::asio::io_context context{1};
+  TemporaryFolder folder;
+  std::optional<Service> service;
+  std::optional<HTTPServer> server;
+  HTTPSession session{context.get_executor()};
+  Party mac{"Desk", DevicePlatform::windows}, phone{"Pocket", DevicePlatform::ios};
+};
+
+}  // namespace quillet::test
