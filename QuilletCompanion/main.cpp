@@ -3,7 +3,6 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
-#include <QSocketNotifier>
 #include <QSysInfo>
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
@@ -16,7 +15,11 @@
 #include "QuilletCompanion/App/AppModel.h"
 #include "QuilletCompanion/App/DefaultsCommand.h"
 #include "QuilletCompanion/App/DeviceModel.h"
+#include "QuilletCompanion/Platform/Linux/AutostartItem.h"
+#include "QuilletCompanion/Platform/Linux/FolderWatch.h"
+#include "QuilletCompanion/Platform/Linux/InstanceLock.h"
 #include "QuilletCompanion/Platform/Linux/KeyTypist.h"
+#include "QuilletCompanion/Platform/Linux/LineInput.h"
 #include "QuilletCompanion/Platform/Linux/LinuxDeviceModel.h"
 #include "QuilletCompanion/Platform/Linux/LinuxScreenLockMonitor.h"
 #include "QuilletCompanion/Platform/Linux/LinuxSystemEvents.h"
@@ -24,11 +27,16 @@
 #include "QuilletCompanion/Platform/Linux/SecretServiceStore.h"
 #include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
 #include "QuilletCompanion/Terminal/TerminalFrontEnd.h"
+#include "QuilletKit/BackgroundLedgerStorage.h"
+#include "QuilletKit/FolderLedgerStorage.h"
 #include "QuilletKit/Log.h"
 
 namespace {
 
 using namespace quillet;
+
+constexpr int kFailure = 1;
+constexpr int kUsage = 2;
 
 constexpr const char* kHelp =
     R"(usage: QuilletCompanion --terminal [--json] [-KEY VALUE ...]
@@ -48,12 +56,22 @@ The log goes to standard error, or to the journal under systemd.
 Exit codes: 0 ended as told, 1 failure, 2 wrong usage.
 )";
 
-std::optional<std::filesystem::path> userFolder(const char* variable, const char* underHome) {
+/// One of the user's base folders by the XDG rules.
+std::optional<std::filesystem::path> baseFolder(const char* variable, const char* underHome) {
   const char* set = std::getenv(variable);
-  if (set != nullptr && *set == '/') return std::filesystem::path(set) / kBundleIdentifier;
+  if (set != nullptr && *set == '/') return std::filesystem::path(set);
   const char* home = std::getenv("HOME");
   if (home == nullptr || *home != '/') return std::nullopt;
-  return std::filesystem::path(home) / underHome / kBundleIdentifier;
+  return std::filesystem::path(home) / underHome;
+}
+
+std::optional<std::filesystem::path> configFolder() {
+  return baseFolder("XDG_CONFIG_HOME", ".config");
+}
+
+std::optional<std::filesystem::path> ofOurs(std::optional<std::filesystem::path> base) {
+  if (base) *base /= kBundleIdentifier;
+  return base;
 }
 
 Log::Level logLevel(const UserDefaults& defaults) {
@@ -96,43 +114,13 @@ class NetworkThread {
   std::thread thread_;
 };
 
-/// Feeds whole lines of standard input to a function. At the end of a terminal or a pipe it asks to quit; a program
-/// started with no input at all goes on.
-class LineInput {
- public:
-  LineInput(std::function<void(std::string_view)> line, std::function<void()> end)
-      : line_(std::move(line)), end_(std::move(end)), notifier_(STDIN_FILENO, QSocketNotifier::Read) {
-    QObject::connect(&notifier_, &QSocketNotifier::activated, [this] { readSome(); });
-  }
-
- private:
-  void readSome() {
-    char buffer[4096];
-    const ssize_t count = ::read(STDIN_FILENO, buffer, sizeof buffer);
-    if (count < 0 && (errno == EINTR || errno == EAGAIN)) return;
-    if (count <= 0) {
-      notifier_.setEnabled(false);
-      if (everRead_ || isatty(STDIN_FILENO) != 0) end_();
-      return;
-    }
-    everRead_ = true;
-    pending_.append(buffer, static_cast<std::size_t>(count));
-    for (auto end = pending_.find('\n'); end != std::string::npos; end = pending_.find('\n')) {
-      const std::string line = pending_.substr(0, end);
-      pending_.erase(0, end + 1);
-      line_(line);
-    }
-  }
-
-  std::function<void(std::string_view)> line_;
-  std::function<void()> end_;
-  QSocketNotifier notifier_;
-  std::string pending_;
-  bool everRead_ = false;
-};
-
 void print(const std::string& line) {
   std::cout << line << std::endl;
+}
+
+int usageError(const std::string& message) {
+  std::cerr << "QuilletCompanion: " << message << " Try \"QuilletCompanion --help\"." << std::endl;
+  return kUsage;
 }
 
 /// Lets what was suspended in the model end before what it refers to goes away; an insertion that runs, too.
@@ -147,88 +135,153 @@ void drain(std::shared_ptr<AppModel> model) {
   QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
 }
 
-int runTerminal(QCoreApplication& app, UserDefaults& defaults, TerminalFrontEnd::Style style) {
-  const auto supportFolder = userFolder("XDG_DATA_HOME", ".local/share");
-  const auto secretStore = openSecretStore(supportFolder);
-  MainLoop mainLoop;
-  NetworkThread network;
-  HTTPSession session(network.executor());
-  LinuxScreenLockMonitor lockMonitor;
-  LinuxSystemEvents systemEvents;
-  KeyTypist keyTypist;
-  SystemAccessibilityProvider provider(static_cast<std::int32_t>(::getpid()), lockMonitor, keyTypist);
-  provider.enableAccessibility();
-  const LinuxDeviceModel machine;
-  const DeviceModel deviceModel([&] { return machine.modelName(); }, [&] { return machine.hasBattery(); });
-
-  auto model = std::make_shared<AppModel>(AppModelParts{
-      .mainThread = mainLoop.executor(),
-      .time = systemTime(network.executor()),
-      .provider = provider,
-      .lockMonitor = lockMonitor,
-      .systemEvents = systemEvents,
-      .secretStore = *secretStore,
-      .defaults = defaults,
-      .session = session,
-      .supportFolder = supportFolder,
-      .hostName = QSysInfo::machineHostName().toStdString(),
-      .appVersion = QUILLET_VERSION " (0)",
-      .bundleServiceURL = std::nullopt,
-      .deviceKind = [&] { return deviceModel.kind(); },
-  });
-  provider.onFocusChange = [&](const ElementRef& element) { model->focusChanged(element); };
-  provider.onFrontWindowChange = [&] { model->frontWindowChanged(); };
-
-  boost::asio::signal_set signals(network.executor(), SIGINT, SIGTERM);
-  signals.async_wait([](const boost::system::error_code& error, int) {
-    if (!error) QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
-  });
-  int code = 0;
-  {
-    TerminalFrontEnd front(*model, style, &print, [] { QCoreApplication::quit(); });
-    LineInput input([&](std::string_view line) { front.handleLine(line); }, [] { QCoreApplication::quit(); });
-    model->start();
-    code = app.exec();
+/// The program on this desktop: adapters, model, and the terminal in front of it.
+class Program {
+ public:
+  Program(UserDefaults& defaults, std::optional<std::filesystem::path> supportFolder)
+      : defaults_(defaults),
+        supportFolder_(std::move(supportFolder)),
+        secretStore_(openSecretStore(supportFolder_)),
+        loginItem_(configFolder(), std::string(kBundleIdentifier),
+                   {QCoreApplication::applicationFilePath().toStdString(), "--terminal"}) {
+    provider_.enableAccessibility();
+    if (const auto folder = FolderLedgerStorage::folderFrom(defaults_.string("wordLedgerFolder"))) shareWords(*folder);
   }
-  provider.onFocusChange = nullptr;
-  provider.onFrontWindowChange = nullptr;
-  drain(std::move(model));
+
+  int run(QCoreApplication& app, TerminalFrontEnd::Style style) {
+    auto model = std::make_shared<AppModel>(parts());
+    boost::asio::signal_set signals(network_.executor(), SIGINT, SIGTERM, SIGHUP);
+    signals.async_wait([](const boost::system::error_code& error, int) {
+      if (!error) QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    });
+    const int code = runFront(app, *model, style);
+    drain(std::move(model));
+    return code;
+  }
+  bool restartWanted() const { return restartWanted_; }
+
+ private:
+  int runFront(QCoreApplication& app, AppModel& model, TerminalFrontEnd::Style style) {
+    TerminalFrontEnd front(model, mainLoop_.executor(), style, &print, [] { QCoreApplication::quit(); });
+    LineInput input([&](std::string_view line) { front.handleLine(line); }, [&] { front.endOfInput(); });
+    model.start();
+    return app.exec();
+  }
+
+  void shareWords(const std::filesystem::path& folder) {
+    auto storage = std::make_unique<FolderLedgerStorage>(folder);
+    wordLedgers_ = std::make_unique<BackgroundLedgerStorage>(std::move(storage), mainLoop_.executor());
+    wordFolder_.emplace(folder, [this] { wordLedgers_->refresh(); });
+  }
+
+  AppModelParts parts() {
+    return {.mainThread = mainLoop_.executor(),
+            .time = systemTime(network_.executor()),
+            .provider = provider_,
+            .isGrantStale = [this] { return provider_.isGrantStale(); },
+            .promptForAccessibility = [this] { provider_.enableAccessibility(); },
+            .lockMonitor = lockMonitor_,
+            .systemEvents = systemEvents_,
+            .loginItem = loginItem_,
+            .secretStore = *secretStore_,
+            .defaults = defaults_,
+            .session = session_,
+            .supportFolder = supportFolder_,
+            .hostName = QSysInfo::machineHostName().toStdString(),
+            .appVersion = QUILLET_VERSION " (0)",
+            .operatingSystem = QSysInfo::prettyProductName().toStdString(),
+            .hardwareModel = machine_.modelName().value_or("Mac"),
+            .bundleServiceURL = std::nullopt,
+            .deviceKind = [this] { return deviceModel_.kind(); },
+            .wordLedgers = wordLedgers_.get(),
+            .restart =
+                [this] {
+                  restartWanted_ = true;
+                  QCoreApplication::quit();
+                }};
+  }
+
+  UserDefaults& defaults_;
+  const std::optional<std::filesystem::path> supportFolder_;
+  std::unique_ptr<SecretStore> secretStore_;
+  MainLoop mainLoop_;
+  NetworkThread network_;
+  HTTPSession session_{network_.executor()};
+  LinuxScreenLockMonitor lockMonitor_;
+  LinuxSystemEvents systemEvents_;
+  KeyTypist keyTypist_;
+  SystemAccessibilityProvider provider_{static_cast<std::int32_t>(::getpid()), lockMonitor_, keyTypist_};
+  const LinuxDeviceModel machine_;
+  const DeviceModel deviceModel_{[this] { return machine_.modelName(); }, [this] { return machine_.hasBattery(); }};
+  AutostartItem loginItem_;
+  std::unique_ptr<BackgroundLedgerStorage> wordLedgers_;
+  std::optional<FolderWatch> wordFolder_;
+  bool restartWanted_ = false;
+};
+
+struct Options {
+  bool terminal = false;
+  TerminalFrontEnd::Style style = TerminalFrontEnd::Style::people;
+};
+
+int runProgram(QCoreApplication& app, UserDefaults& defaults, const Options& options, bool& restart) {
+  const auto supportFolder = ofOurs(baseFolder("XDG_DATA_HOME", ".local/share"));
+  std::optional<InstanceLock> lock;
+  if (supportFolder) lock.emplace(*supportFolder);
+  if (lock && !lock->isHeld()) {
+    std::cerr << "QuilletCompanion: Quillet is running already." << std::endl;
+    return kFailure;
+  }
+  Program program(defaults, supportFolder);
+  const int code = program.run(app, options.style);
+  restart = program.restartWanted();
   return code;
 }
 
-int usageError(const std::string& message) {
-  std::cerr << "QuilletCompanion: " << message << " Try \"QuilletCompanion --help\"." << std::endl;
-  return 2;
+/// The exit code when the command line is answered at once; absent for a run of the program.
+std::optional<int> readArguments(const std::vector<std::string>& arguments, Options& options) {
+  for (const auto& argument : arguments) {
+    if (argument == "--help") return std::cout << kHelp, 0;
+    if (argument == "--version") return print("QuilletCompanion " QUILLET_VERSION), 0;
+    if (argument == "--terminal") {
+      options.terminal = true;
+    } else if (argument == "--json") {
+      options.style = TerminalFrontEnd::Style::json;
+    } else if (argument.starts_with('-') && !argument.starts_with("--")) {
+      return usageError("\"" + argument + "\" needs a value.");
+    } else {
+      return usageError("Unknown argument \"" + argument + "\".");
+    }
+  }
+  if (!options.terminal) return usageError("There are no windows yet; start with --terminal.");
+  return std::nullopt;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  QCoreApplication app(argc, argv);
-  QCoreApplication::setApplicationName("QuilletCompanion");
-  std::vector<std::string> arguments(argv + 1, argv + argc);
-  const auto settingsFolder = userFolder("XDG_CONFIG_HOME", ".config");
-  std::optional<std::filesystem::path> settingsFile;
-  if (settingsFolder) settingsFile = *settingsFolder / "defaults.json";
-  if (!arguments.empty() && arguments[0] == "defaults") {
-    UserDefaults defaults(settingsFile);
-    return runDefaultsCommand(defaults, {arguments.begin() + 1, arguments.end()}, std::cout, std::cerr);
-  }
-  UserDefaults defaults(settingsFile, UserDefaults::takeArgumentDomain(arguments));
-  Log::configure(logLevel(defaults), "QuilletCompanion");
-  bool terminal = false;
-  auto style = TerminalFrontEnd::Style::people;
-  for (const auto& argument : arguments) {
-    if (argument == "--help") return std::cout << kHelp, 0;
-    if (argument == "--version") return print("QuilletCompanion " QUILLET_VERSION), 0;
-    if (argument == "--terminal") {
-      terminal = true;
-    } else if (argument == "--json") {
-      style = TerminalFrontEnd::Style::json;
-    } else {
-      return usageError("Unknown argument \"" + argument + "\".");
+  bool restart = false;
+  int code = 0;
+  {
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName("QuilletCompanion");
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    std::optional<std::filesystem::path> settingsFile;
+    if (const auto folder = ofOurs(configFolder())) settingsFile = *folder / "defaults.json";
+    if (!arguments.empty() && arguments[0] == "defaults") {
+      UserDefaults defaults(settingsFile);
+      return runDefaultsCommand(defaults, {arguments.begin() + 1, arguments.end()}, std::cout, std::cerr);
     }
+    UserDefaults defaults(settingsFile, UserDefaults::takeArgumentDomain(arguments));
+    Options options;
+    if (const auto answered = readArguments(arguments, options)) return *answered;
+    std::signal(SIGPIPE, SIG_IGN);
+    Log::configure(logLevel(defaults), "QuilletCompanion");
+    code = runProgram(app, defaults, options, restart);
   }
-  if (!terminal) return usageError("There are no windows yet; start with --terminal.");
-  return runTerminal(app, defaults, style);
+  if (!restart) return code;
+  // The same process with the same terminal, once everything of this run is gone.
+  ::execv("/proc/self/exe", argv);
+  std::cerr << "QuilletCompanion: could not start anew." << std::endl;
+  return kFailure;
 }

@@ -1,10 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/App/AppModel.h"
 
-#include <algorithm>
-#include <cmath>
-
-#include "QuilletCompanion/Relay/PresenceBuilder.h"
 #include "QuilletCompanion/Relay/StoredFile.h"
 #include "QuilletKit/Log.h"
 #include "QuilletKit/Unicode.h"
@@ -12,108 +8,98 @@
 namespace quillet {
 namespace {
 
-constexpr auto kReadinessDebounce = std::chrono::milliseconds(300);
-constexpr auto kHeartbeatPeriod = std::chrono::seconds(30);
 constexpr auto kTrustPollPeriod = std::chrono::seconds(2);
-constexpr std::int64_t kReconcileGraceMilliseconds = 120'000;
 constexpr std::size_t kMaximumSocketMessage = 1'048'576;
 
-std::string firstMacName(const UserDefaults& defaults, const std::string& hostName) {
-  const std::string chosen = defaults.string("macName").value_or("");
-  for (const std::string_view name : {Unicode::trim(chosen), Unicode::trim(hostName)}) {
-    if (!name.empty()) return std::string(name);
-  }
-  return "Mac";
+/// Trimmed; empty for what can't be sent to anyone.
+std::string usableName(std::string_view name) {
+  return Unicode::isValidUTF8(name) ? std::string(Unicode::trim(name)) : std::string();
 }
 
-std::optional<ServiceURL> acceptableURL(const std::optional<std::string>& text) {
-  if (!text) return std::nullopt;
-  auto url = ServiceURL::parse(Unicode::trim(*text));
-  if (!url || (url->scheme != "http" && url->scheme != "https")) return std::nullopt;
-  return url;
+std::string fallbackNameFrom(const std::string& hostName) {
+  const std::string name = usableName(hostName);
+  return name.empty() ? "Mac" : name;
 }
 
-bool isRevocation(const std::exception_ptr& error) {
-  try {
-    std::rethrow_exception(error);
-  } catch (const APIError& e) {
-    return e.server() != nullptr && e.server()->body.code == "device_revoked";
-  } catch (...) {
-    return false;
-  }
+std::string firstMacName(const AppModelParts& parts) {
+  const std::string chosen = usableName(parts.defaults.string("macName").value_or(""));
+  return chosen.empty() ? fallbackNameFrom(parts.hostName) : chosen;
 }
 
-AppModel::Readiness readinessFrom(const ProbeResult& probe) {
-  if (const auto* target = std::get_if<CapturedTarget>(&probe)) {
-    return {ReadinessState::ready, target->appName, target->fieldLabel};
-  }
-  const auto& refusal = std::get<TargetRefusal>(probe);
-  switch (refusal.reason) {
-    case RefusalReason::locked:
-      return {ReadinessState::locked, std::nullopt, std::nullopt};
-    case RefusalReason::noAccessibility:
-      return {ReadinessState::noAccessibility, refusal.appName, std::nullopt};
+/// How this device is drawn among those whose words are counted.
+std::string symbolFor(const AppModelParts& parts) {
+  switch ((parts.deviceKind ? parts.deviceKind() : std::nullopt).value_or(DeviceKind::macBook)) {
+    case DeviceKind::iMac:
+      return "desktopcomputer";
+    case DeviceKind::macMini:
+      return "macmini";
+    case DeviceKind::macStudio:
+      return "macstudio";
+    case DeviceKind::macPro:
+      return "macpro.gen3";
     default:
-      return {ReadinessState::noField, refusal.appName, std::nullopt};
+      return "laptopcomputer";
   }
 }
 
 }  // namespace
 
-std::string_view rawValue(ConnectionStatus value) {
-  switch (value) {
-    case ConnectionStatus::connected:
-      return "connected";
-    case ConnectionStatus::reconnecting:
-      return "reconnecting";
-    case ConnectionStatus::offline:
-      return "offline";
-  }
-  return "offline";
-}
-
 AppModel::AppModel(AppModelParts parts)
-    : macName(firstMacName(parts.defaults, parts.hostName)),
-      axTrusted(parts.provider.isTrusted()),
-      parts_(std::move(parts)),
+    : parts_(std::move(parts)),
       localTest_(std::make_shared<LocalTestField>([this] { return parts_.provider.isOwnApplicationActive(); },
                                                   parts_.time.now)),
       peerStore_(supportFile(parts_.supportFolder, "peers.json")),
-      registrationTask_(parts_.mainThread),
-      readinessTask_(parts_.mainThread),
-      heartbeatTask_(parts_.mainThread),
-      trustTask_(parts_.mainThread),
-      upkeepTask_(parts_.mainThread) {}
+      registration_(
+          parts_.mainThread, parts_.time, parts_.jitter, [this] { return macName().get(); }, parts_.appVersion),
+      upkeep_(parts_.mainThread, parts_.time.now, firstMacName(parts_), parts_.defaults, peerStore_, registration_),
+      readiness_(parts_.mainThread, parts_.time, peerStore_,
+                 {.name = [this] { return macName().get(); }, .kind = parts_.deviceKind}),
+      health_(parts_.session),
+      onboarding_(parts_.defaults),
+      launchAtLogin_(parts_.loginItem.isEnabled()),
+      axTrusted_(parts_.provider.isTrusted()),
+      wordStats_(parts_.wordLedgers, parts_.defaults, macName().get(), symbolFor(parts_), parts_.calendar,
+                 parts_.time.now),
+      trustTask_(parts_.mainThread) {
+  observeSelf();
+}
 
 AppModel::~AppModel() {
   parts_.lockMonitor.onChange = nullptr;
   stopServices();
 }
 
-ConnectionStatus AppModel::connectionStatus() const {
-  if (registration.get() == Registration(Step::registering)) return ConnectionStatus::reconnecting;
-  if (!isRegistered() || !connection_) return ConnectionStatus::offline;
-  const auto& state = connection_->state().get();
-  if (std::holds_alternative<RelayConnection::Reconnecting>(state)) return ConnectionStatus::reconnecting;
-  switch (std::get<RelayConnection::Phase>(state)) {
-    case RelayConnection::Phase::connected:
-      return ConnectionStatus::connected;
-    case RelayConnection::Phase::connecting:
-      return ConnectionStatus::reconnecting;
-    default:
-      return ConnectionStatus::offline;
-  }
+void AppModel::observeSelf() {
+  registration_.onRegistered = [this] { registered(); };
+  registration_.onRevoked = [this] {
+    if (const auto connection = connection_.get()) connection->stop();
+  };
+  registrationWatch_ = registration_.state().observe([this](const auto&) { updateConnectionStatus(); });
+  connectionWatch_ = connection_.observe([this](const ConnectionRef& connection) {
+    relayWatch_.reset();
+    if (connection) relayWatch_ = connection->state().observe([this](const auto&) { updateConnectionStatus(); });
+    updateConnectionStatus();
+  });
 }
 
-ServiceURL AppModel::serviceLocation() const {
-  if (auto url = acceptableURL(parts_.defaults.string("QLTServerURLOverride"))) return *url;
-  if (auto url = acceptableURL(parts_.bundleServiceURL)) return *url;
-  return *ServiceURL::parse(kDefaultServiceURL);
+void AppModel::updateConnectionStatus() {
+  connectionStatus_.set(quillet::connectionStatus(registration_.state().get(), connection_.get().get()));
+}
+
+template <typename... Arguments>
+std::function<void(Arguments...)> AppModel::weakly(void (AppModel::*operation)(Arguments...)) {
+  return [weak = weak_from_this(), operation](Arguments... arguments) {
+    if (const auto self = weak.lock()) ((*self).*operation)(arguments...);
+  };
+}
+
+std::string AppModel::fallbackName() const {
+  return fallbackNameFrom(parts_.hostName);
 }
 
 void AppModel::start() {
   if (std::exchange(started_, true)) return;
-  auto focusInvalidated = [weak = weak_from_this()] {
+  const auto focusInvalidated = [weak = weak_from_this()] {
     if (const auto self = weak.lock()) {
       self->invalidateFocus();
       self->scheduleReadiness();
@@ -121,13 +107,8 @@ void AppModel::start() {
   };
   parts_.lockMonitor.onChange = focusInvalidated;
   localTest_->onFocusChange = focusInvalidated;
-  auto withSelf = [weak = weak_from_this()](void (AppModel::*operation)()) {
-    return [weak, operation] {
-      if (const auto self = weak.lock()) ((*self).*operation)();
-    };
-  };
-  sleepObservation_ = parts_.systemEvents.observe(
-      {.willSleep = withSelf(&AppModel::invalidateFocus), .didWake = withSelf(&AppModel::wake), .networkPath = {}});
+  systemObservation_ = parts_.systemEvents.observe(
+      {.willSleep = weakly(&AppModel::invalidateFocus), .didWake = weakly(&AppModel::wake), .networkPath = {}});
   startTrustPolling();
   loadIdentity();
 }
@@ -136,192 +117,88 @@ void AppModel::invalidateFocus() {
   if (targetGuard_) targetGuard_->invalidateFocus();
 }
 
-void AppModel::focusChanged(const ElementRef& element) {
-  if (!targetGuard_) return;
-  targetGuard_->focusChanged(element);
-  scheduleReadiness();
-}
-
-void AppModel::frontWindowChanged() {
-  if (!targetGuard_) return;
-  targetGuard_->resyncFocus();
-  scheduleReadiness();
-}
-
 void AppModel::wake() {
   invalidateFocus();
-  if (!isRegistered() && registration.get() != Registration(Step::revoked)) startRegistration();
+  if (!registration_.isRegistered() && !registration_.isRevoked()) startRegistration();
 }
 
 void AppModel::loadIdentity() {
+  std::optional<DeviceIdentity> identity;
   try {
-    DeviceIdentity identity = DeviceIdentity::loadOrCreate(parts_.secretStore);
-    startupError.set(std::nullopt);
-    wireServices(std::move(identity));
+    identity = DeviceIdentity::loadOrCreate(parts_.secretStore);
   } catch (const std::exception&) {
     Log::error("relay", "Could not load the device identity from Keychain");
-    startupError.set("Quillet could not access its key in your Keychain.");
+    return startupError_.set("Quillet could not access its key in your Keychain.");
   }
+  startupError_.set(std::nullopt);
+  wireServices(std::move(*identity));
 }
 
 void AppModel::wireServices(DeviceIdentity identity) {
   identity_ = std::move(identity);
-  deviceId.set(identity_->deviceId());
+  deviceId_.set(identity_->deviceId());
   api_ = std::make_shared<APIClient>(serviceLocation(), *identity_, parts_.session);
   journal_ = InsertionJournal::openJournal(parts_.supportFolder, parts_.time.now);
   targetGuard_ = std::make_unique<TargetGuard>(parts_.provider, localTest_, parts_.time.now);
   inserter_ = std::make_unique<TextInserter>(parts_.provider, *targetGuard_, InsertionPacing{}, parts_.time);
-  wireConnection();
-  startHeartbeat();
+  const ConnectionRef connection = makeConnection();
+  handler_ = std::make_shared<RelayMessageHandler>(parts_.mainThread, *identity_, peerStore_, *targetGuard_, *journal_,
+                                                   *inserter_, parts_.time.now);
+  handler_->setTransport(connection);
+  handler_->setEvents(weak_from_this());
+  upkeep_.attach(api_, *targetGuard_);
+  connection_.set(connection);
+  focusMonitor_ = std::make_unique<FocusMonitor>(*targetGuard_, parts_.provider, [this] { scheduleReadiness(); });
+  focusMonitor_->start();
+  readiness_.attach(*targetGuard_, *identity_, connection);
   startRegistration();
 }
 
-void AppModel::wireConnection() {
-  connection_ = std::make_shared<RelayConnection>(
+AppModel::ConnectionRef AppModel::makeConnection() {
+  auto connection = std::make_shared<RelayConnection>(
       parts_.mainThread, [api = api_] { return api->relayRequest(); },
-      [this](HTTPRequest request, std::size_t) {
-        return makeWebSocketTask(parts_.session, parts_.mainThread, std::move(request), kMaximumSocketMessage);
+      [&session = parts_.session, mainThread = parts_.mainThread](HTTPRequest request, std::size_t) {
+        return makeWebSocketTask(session, mainThread, std::move(request), kMaximumSocketMessage);
       },
       parts_.systemEvents, parts_.time, parts_.jitter);
-  handler_ = std::make_shared<RelayMessageHandler>(parts_.mainThread, *identity_, peerStore_, *targetGuard_, *journal_,
-                                                   *inserter_, parts_.time.now);
-  handler_->setTransport(connection_);
-  handler_->setEvents(weak_from_this());
   const auto weak = weak_from_this();
-  connection_->onMessage = [weak](const RelayServerMessage& message) {
+  connection->onMessage = [weak](const RelayServerMessage& message) {
     if (const auto self = weak.lock(); self && self->handler_) self->handler_->handle(message);
   };
-  connection_->onConnected = [weak] {
-    if (const auto self = weak.lock()) {
-      self->refusals_ = 0;
-      self->publishReadiness();
-      self->startUpkeep();
-    }
-  };
-  connection_->onWillSleep = [weak] {
+  connection->onConnected = weakly(&AppModel::connected);
+  connection->onWillSleep = [weak] {
     if (const auto self = weak.lock()) self->publishReadiness(ReadinessState::asleep);
   };
-  connection_->onAuthenticationRejected = [weak] {
-    if (const auto self = weak.lock()) self->authenticationRejected();
+  connection->onAuthenticationRejected = [weak] {
+    const auto self = weak.lock();
+    if (self && self->api_) self->startRegistration(self->connection_.get()->consecutiveRefusals());
   };
-  wiringGeneration.set(wiringGeneration.get() + 1);
-}
-
-void AppModel::authenticationRejected() {
-  if (!api_) return;
-  ++refusals_;
-  startRegistration(refusals_);
+  return connection;
 }
 
 void AppModel::startRegistration(int refusals) {
-  if (!api_) return;
-  registrationTask_.start([self = weak_from_this(), api = api_, refusals](Task::Token token) -> Awaitable<void> {
-    if (const auto strong = self.lock()) co_await strong->registrationLoop(token, api, refusals);
-  });
-}
-
-Awaitable<void> AppModel::waitBeforeRetry(Backoff& backoff) {
-  const auto delay = std::chrono::milliseconds(std::llround(backoff.nextDelay(parts_.jitter()) * 1000.0));
-  registration.set(Offline{parts_.time.now() + delay.count()});
-  co_await parts_.time.sleep(delay);
-}
-
-// A service that registers this device and goes on refusing its socket would otherwise be asked at network speed: from
-// the second refusal in a row the registration waits first.
-Awaitable<void> AppModel::registrationLoop(Task::Token token, std::shared_ptr<APIClient> api, int refusals) {
-  Backoff backoff{.base = 2.0};
-  if (refusals > 1) {
-    backoff.attempt = refusals - 2;
-    co_await waitBeforeRetry(backoff);
-    backoff.attempt = 0;
-  }
-  while (!token.cancelled()) {
-    registration.set(Step::registering);
-    std::exception_ptr error;
-    try {
-      co_await api->registerDevice(DevicePlatform::macos, macName.get(), parts_.appVersion);
-    } catch (...) {
-      error = std::current_exception();
-    }
-    if (token.cancelled() || isCancellation(error)) co_return;
-    if (!error) {
-      registered();
-      co_return;
-    }
-    if (isRevocation(error)) {
-      registration.set(Step::revoked);
-      connection_->stop();
-      co_return;
-    }
-    co_await waitBeforeRetry(backoff);
-  }
+  if (api_) registration_.start(api_, refusals);
 }
 
 void AppModel::registered() {
-  registration.set(Step::registered);
-  Log::info("relay", "Registered with the server");
-  if (connection_->state().get() == RelayConnection::State(RelayConnection::Phase::stopped)) {
-    connection_->start();
+  const auto connection = connection_.get();
+  if (!connection) return;
+  if (connection->state().get() == RelayConnection::State(RelayConnection::Phase::stopped)) {
+    connection->start();
   } else {
-    connection_->reconnectNow();
+    connection->reconnectNow();
   }
-  startUpkeep();
+  upkeepAll();
 }
 
-void AppModel::startUpkeep() {
-  upkeepTask_.start([self = weak_from_this(), api = api_]() -> Awaitable<void> {
-    const auto strong = self.lock();
-    if (!strong || !api) co_return;
-    co_await strong->flushPending(api);
-    co_await strong->reconcilePairs(api);
-  });
+void AppModel::connected() {
+  publishReadiness();
+  upkeepAll();
 }
 
-// The one retry path of what the service has yet to hear.
-Awaitable<void> AppModel::flushPending(std::shared_ptr<APIClient> api) {
-  if (!isRegistered()) co_return;
-  for (const auto& id : parts_.defaults.strings("pendingRevocations")) {
-    bool done = false;
-    try {
-      co_await api->removePair(id);
-      done = true;
-    } catch (const APIError& error) {
-      done = error.server() != nullptr && (error.server()->status == 403 || error.server()->status == 404);
-    }
-    if (!done) continue;
-    boost::json::array left;
-    for (const auto& other : parts_.defaults.strings("pendingRevocations")) {
-      if (other != id) left.emplace_back(other);
-    }
-    parts_.defaults.set("pendingRevocations", std::move(left));
-  }
-}
-
-Awaitable<void> AppModel::reconcilePairs(std::shared_ptr<APIClient> api) {
-  if (!isRegistered()) co_return;
-  try {
-    const PairsResponse answer = co_await api->pairs();
-    serverPairs.set(answer.pairs);
-    dropUnlistedPeers(answer.pairs);
-  } catch (const APIError&) {
-    co_return;  // the next registration or relay connect asks again
-  }
-}
-
-void AppModel::dropUnlistedPeers(const std::vector<PairSummary>& listed) {
-  const auto known = peerStore_.peers().get();
-  for (const auto& peer : known) {
-    const bool isListed = std::any_of(listed.begin(), listed.end(), [&](const PairSummary& pair) {
-      return pair.peerDeviceId == peer.identity.deviceId;
-    });
-    if (isListed || parts_.time.now() - peer.pairedAt <= kReconcileGraceMilliseconds) continue;
-    if (targetGuard_) targetGuard_->dropTokens(peer.identity.deviceId);
-    try {
-      peerStore_.remove(peer.identity.deviceId);
-    } catch (const std::exception&) {
-      continue;  // gone from memory, which is what deliveries look at
-    }
-  }
+void AppModel::upkeepAll() {
+  upkeep_.flushPending();
+  upkeep_.reconcilePairs();
 }
 
 void AppModel::startTrustPolling() {
@@ -339,50 +216,40 @@ void AppModel::startTrustPolling() {
 
 void AppModel::refreshAccessibilityTrust() {
   const bool trusted = parts_.provider.isTrusted();
-  if (trusted == axTrusted.get()) return;
-  axTrusted.set(trusted);
+  axNeedsRestart_.set(trusted && parts_.isGrantStale && parts_.isGrantStale());
+  if (trusted == axTrusted_.get()) return;
+  axTrusted_.set(trusted);
+  if (focusMonitor_) {
+    focusMonitor_->detach();
+    focusMonitor_->refresh();
+  }
   scheduleReadiness();
 }
 
-void AppModel::scheduleReadiness() {
-  readinessTask_.start([self = weak_from_this(), sleep = parts_.time.sleep]() -> Awaitable<void> {
-    co_await sleep(kReadinessDebounce);
-    if (const auto strong = self.lock()) strong->publishReadiness();
-  });
-}
-
-void AppModel::startHeartbeat() {
-  heartbeatTask_.start([self = weak_from_this(), sleep = parts_.time.sleep]() -> Awaitable<void> {
-    for (;;) {
-      co_await sleep(kHeartbeatPeriod);
-      if (const auto strong = self.lock()) strong->publishReadiness();
-    }
-  });
-}
-
-void AppModel::publishReadiness(std::optional<ReadinessState> forced) {
-  if (!targetGuard_ || !identity_) return;
-  readiness.set(readinessFrom(targetGuard_->probe()));
-  if (!connection_ || !connection_->isConnected() || peerStore_.peers().get().empty()) return;
-  ReadinessPayload payload{.macName = macName.get(), .state = readiness.get().state, .at = parts_.time.now()};
-  if (const auto kind = parts_.deviceKind ? parts_.deviceKind() : std::nullopt) payload.deviceKind = rawValue(*kind);
-  if (forced) {
-    payload.state = *forced;
-  } else {
-    payload.appName = readiness.get().appName;
-    payload.fieldLabel = readiness.get().fieldLabel;
+void AppModel::requestAccessibility() {
+  if (!didPromptForAccessibility_ && !parts_.provider.isTrusted()) {
+    didPromptForAccessibility_ = true;
+    if (parts_.promptForAccessibility) parts_.promptForAccessibility();
   }
-  std::vector<PeerIdentity> peers;
-  for (const auto& peer : peerStore_.peers().get()) peers.push_back(peer.identity);
-  auto updates = PresenceBuilder::seal(payload, *identity_, peers);
-  if (!updates.empty()) connection_->send(RelayClient::Presence{std::move(updates)});
+  if (onShowAccessibilityHelp) onShowAccessibilityHelp();
 }
 
-std::optional<std::int64_t> AppModel::lastSeen(const std::string& peerDeviceId) const {
-  for (const auto& pair : serverPairs.get()) {
-    if (pair.peerDeviceId == peerDeviceId) return pair.peerLastSeenAt;
-  }
-  return std::nullopt;
+void AppModel::restartApp() {
+  if (parts_.restart) parts_.restart();
+}
+
+void AppModel::setLaunchAtLogin(bool enabled) {
+  parts_.defaults.set("launchAtLoginChosen", true);
+  parts_.loginItem.setEnabled(enabled);
+  launchAtLogin_.set(parts_.loginItem.isEnabled());
+}
+
+bool AppModel::rename(std::string_view name) {
+  if (!upkeep_.rename(name)) return false;
+  wordStats_.name = macName().get();
+  publishReadiness();
+  upkeep_.flushPending();
+  return true;
 }
 
 std::unique_ptr<PairingViewModel> AppModel::makePairingViewModel() {
@@ -390,9 +257,9 @@ std::unique_ptr<PairingViewModel> AppModel::makePairingViewModel() {
   const auto weak = weak_from_this();
   return std::make_unique<PairingViewModel>(
       parts_.mainThread, *api_, *identity_,
-      [weak, fallback = parts_.hostName] {
+      [weak, fallback = fallbackName()] {
         const auto self = weak.lock();
-        return self ? self->macName.get() : fallback;
+        return self ? self->macName().get() : fallback;
       },
       [weak](const PeerIdentity& identity) {
         if (const auto self = weak.lock()) self->storePeer(identity);
@@ -403,37 +270,14 @@ std::unique_ptr<PairingViewModel> AppModel::makePairingViewModel() {
 void AppModel::storePeer(const PeerIdentity& identity) {
   peerStore_.upsert(identity, parts_.time.now());
   publishReadiness();
-  startUpkeep();
+  upkeep_.reconcilePairs();
 }
 
-void AppModel::stopServices() {
-  registrationTask_.cancel();
-  readinessTask_.cancel();
-  heartbeatTask_.cancel();
-  upkeepTask_.cancel();
-  if (connection_) connection_->stop();
-  lastHandler_ = handler_;
-  handler_.reset();
-  retired_.insert(retired_.end(),
-                  {api_, std::shared_ptr<void>(std::move(targetGuard_)), std::shared_ptr<void>(std::move(inserter_)),
-                   std::shared_ptr<void>(std::move(journal_))});
-  api_.reset();
-  connection_.reset();
-  identity_.reset();
-  deviceId.set(std::nullopt);
-  wiringGeneration.set(wiringGeneration.get() + 1);
-  registration.set(Step::notStarted);
-  serverPairs.set({});
-}
-
-void AppModel::peerRevoked(const std::string& id) {
-  auto pairs = serverPairs.get();
-  std::erase_if(pairs, [&](const PairSummary& pair) { return pair.peerDeviceId == id; });
-  serverPairs.set(std::move(pairs));
-}
-
-void AppModel::peerPaired() {
-  startUpkeep();
+std::optional<std::int64_t> AppModel::lastSeen(const std::string& peerDeviceId) const {
+  for (const auto& pair : serverPairs().get()) {
+    if (pair.peerDeviceId == peerDeviceId) return pair.peerLastSeenAt;
+  }
+  return std::nullopt;
 }
 
 void AppModel::insertionSucceeded(const std::string& phoneName) {

@@ -2,158 +2,178 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
-#include <variant>
+#include <string_view>
 #include <vector>
 
+#include "QuilletCompanion/App/AppModelParts.h"
+#include "QuilletCompanion/App/ConnectionStatus.h"
+#include "QuilletCompanion/App/DeviceUpkeep.h"
+#include "QuilletCompanion/App/HealthCheck.h"
+#include "QuilletCompanion/App/Onboarding.h"
 #include "QuilletCompanion/App/PairingViewModel.h"
-#include "QuilletCompanion/App/UserDefaults.h"
+#include "QuilletCompanion/App/ReadinessPublisher.h"
+#include "QuilletCompanion/App/RegistrationLoop.h"
+#include "QuilletCompanion/App/ServiceLocation.h"
 #include "QuilletCompanion/Relay/InsertionJournal.h"
 #include "QuilletCompanion/Relay/PeerStore.h"
 #include "QuilletCompanion/Relay/RelayConnection.h"
 #include "QuilletCompanion/Relay/RelayMessageHandler.h"
+#include "QuilletCompanion/Target/FocusMonitor.h"
 #include "QuilletCompanion/Target/LocalTestField.h"
-#include "QuilletCompanion/Target/ScreenLockMonitor.h"
 #include "QuilletCompanion/Target/TargetGuard.h"
 #include "QuilletCompanion/Target/TextInserter.h"
 #include "QuilletKit/APIClient.h"
-#include "QuilletKit/SecretStore.h"
+#include "QuilletKit/WordStatsStore.h"
 
 namespace quillet {
 
-enum class ConnectionStatus { connected, reconnecting, offline };
-std::string_view rawValue(ConnectionStatus value);
-
-/// Names the application's folders and its items in secret stores.
-inline constexpr std::string_view kBundleIdentifier = "com.fernhollow.quillet.mac";
-/// Where the service is sought when nothing else is configured: one that runs on this machine.
-inline constexpr std::string_view kDefaultServiceURL = "http://127.0.0.1:8787";
-
-/// What the model is built from. References outlive the model.
-struct AppModelParts {
-  Executor mainThread;
-  TimeSource time;
-  AccessibilityProvider& provider;
-  ScreenLockMonitor& lockMonitor;
-  SystemEvents& systemEvents;
-  SecretStore& secretStore;
-  UserDefaults& defaults;
-  HTTPSession& session;
-  std::optional<std::filesystem::path> supportFolder;
-  std::string hostName;
-  std::string appVersion;  ///< As registered with the service, "0.1.0 (0)" for example.
-  std::optional<std::string> bundleServiceURL;
-  std::function<std::optional<DeviceKind>()> deviceKind;
-  std::function<double()> jitter = &Backoff::drawJitter;
+/// The cloud data could not be deleted; nothing has changed. what() is for people.
+struct DeletionError : std::runtime_error {
+  using std::runtime_error::runtime_error;
 };
 
-/// The one long-lived owner of all services: start-up order, registration, wiring. Main thread only. Held by a
-/// shared_ptr, since callbacks hold it weakly.
+/// The one long-lived owner of all services, and what every front end observes: it decides in which order they come up,
+/// wires them, and tells the parts of the desktop's life (sleep, lock, trust) to those that they concern. Registration,
+/// readiness, upkeep, health and onboarding are objects of their own behind it. Main thread only. Held by a shared_ptr,
+/// since callbacks hold it weakly; suspending operations keep it alive until they end.
 class AppModel final : public RelayEventSink, public std::enable_shared_from_this<AppModel> {
  public:
-  struct Offline {
-    std::int64_t retryAt = 0;  ///< Milliseconds since 1970.
-    bool operator==(const Offline&) const = default;
-  };
-  struct Failed {
-    std::string message;
-    bool operator==(const Failed&) const = default;
-  };
-  enum class Step { notStarted, registering, registered, revoked };
-  using Registration = std::variant<Offline, Failed, Step>;
-
-  struct Readiness {
-    ReadinessState state = ReadinessState::noField;
-    std::optional<std::string> appName, fieldLabel;
-    bool operator==(const Readiness&) const = default;
-  };
+  using Registration = RegistrationLoop::State;
+  using ConnectionRef = std::shared_ptr<RelayConnection>;
 
   explicit AppModel(AppModelParts parts);
   ~AppModel() override;
 
-  Observable<std::string> macName;
-  Observable<Registration> registration{Step::notStarted};
-  Observable<bool> axTrusted{false};
-  Observable<std::vector<PairSummary>> serverPairs;
-  Observable<std::optional<std::string>> startupError;
-  Observable<Readiness> readiness;
-  Observable<std::optional<std::string>> deviceId;
-  /// Steps up whenever `connection` appears or goes away.
-  Observable<int> wiringGeneration{0};
-  /// Names the phone whose words were inserted last; called once for each insertion.
-  std::function<void(const std::string& phoneName)> onInsertion;
-
+  /// A second call does nothing.
   void start();
-  ConnectionStatus connectionStatus() const;
-  /// Absent without services. The view model must not outlive the main executor.
-  std::unique_ptr<PairingViewModel> makePairingViewModel();
-  void refreshAccessibilityTrust();
-  void scheduleReadiness();
-  void publishReadiness(std::optional<ReadinessState> forced = std::nullopt);
-  /// Milliseconds since 1970, as the service told last.
-  std::optional<std::int64_t> lastSeen(const std::string& peerDeviceId) const;
+  /// Ends everything that reaches the service. An insertion that runs goes on to its end.
   void stopServices();
   /// Whether, after a stop, an insertion is still running; its outcome is then yet to be journalled.
   bool isFinishing() const { return !lastHandler_.expired(); }
 
-  /// The desktop's focus moved inside the front application (the element that a notification named, if any), or another
-  /// window came to the front.
-  void focusChanged(const ElementRef& element);
-  void frontWindowChanged();
+  // What front ends observe.
+  const Observable<std::string>& macName() const { return upkeep_.macName(); }
+  const Observable<bool>& onboardingCompleted() const { return onboarding_.completed(); }
+  const Observable<OnboardingStep>& onboardingStep() const { return onboarding_.step(); }
+  const Observable<bool>& launchAtLogin() const { return launchAtLogin_; }
+  const Observable<Registration>& registration() const { return registration_.state(); }
+  const Observable<bool>& axTrusted() const { return axTrusted_; }
+  const Observable<bool>& axNeedsRestart() const { return axNeedsRestart_; }
+  const Observable<std::vector<PairSummary>>& serverPairs() const { return upkeep_.serverPairs(); }
+  const Observable<HealthState>& health() const { return health_.state(); }
+  const Observable<std::optional<std::string>>& startupError() const { return startupError_; }
+  const Observable<Readiness>& readiness() const { return readiness_.readiness(); }
+  /// Null while no services are wired.
+  const Observable<ConnectionRef>& connection() const { return connection_; }
+  const Observable<std::optional<std::string>>& deviceId() const { return deviceId_; }
+  /// Derived from registration and relay.
+  const Observable<ConnectionStatus>& connectionStatus() const { return connectionStatus_; }
 
-  PeerStore& peerStore() { return peerStore_; }
+  /// Names the phone whose words were inserted last; called once for each insertion.
+  std::function<void(const std::string& phoneName)> onInsertion;
+  /// Show the user how to let this program type.
+  std::function<void()> onShowAccessibilityHelp;
+
+  /// Sets the name, cut to 64 characters, here, for phones and, when it can be reached, at the service. False, and
+  /// nothing done, for an empty or the present name.
+  bool rename(std::string_view name);
+  /// What this device is called until the user names it.
+  std::string fallbackName() const;
+  void setLaunchAtLogin(bool enabled);
+  void setOnboardingStep(OnboardingStep step) { onboarding_.setStep(step); }
+  void completeOnboarding() { onboarding_.complete(); }
+  /// Null without services. The view model must not outlive the main executor.
+  std::unique_ptr<PairingViewModel> makePairingViewModel();
+  /// The phone can't deliver any more when this is called; true if the service knows, too.
+  Awaitable<bool> revoke(std::string peerDeviceId);
+  /// Milliseconds since 1970, as the service told last.
+  std::optional<std::int64_t> lastSeen(const std::string& peerDeviceId) const;
+  void retryConnection();
+  Awaitable<void> checkHealth();
+  /// Throws APIError. The texts are sent as they stand.
+  Awaitable<void> sendFeedback(std::string message, std::optional<std::string> replyTo);
+  /// Deletes this device at the service, then resets it. Throws DeletionError, or what else went wrong; nothing has
+  /// changed then.
+  Awaitable<void> deleteCloudData();
+  /// Forgets identity, peers, journal and set-up, and begins as a new device. The name and the settings stay.
+  void resetLocal();
+  void requestAccessibility();
+  void refreshAccessibilityTrust();
+  void restartApp();
+  void scheduleReadiness() { readiness_.schedule(); }
+  void publishReadiness(std::optional<ReadinessState> forced = std::nullopt) { readiness_.publish(forced); }
+
+  const PeerStore& peerStore() const { return peerStore_; }
   LocalTestField& localTest() { return *localTest_; }
-  RelayConnection* connection() const { return connection_.get(); }
-  /// Override, then bundle, then the default.
-  ServiceURL serviceLocation() const;
+  WordStatsStore& wordStats() { return wordStats_; }
+  const std::string& appVersion() const { return parts_.appVersion; }
+  ServiceURL serviceLocation() const { return quillet::serviceLocation(parts_.defaults, parts_.bundleServiceURL); }
 
-  void peerRevoked(const std::string& deviceId) override;
-  void peerPaired() override;
+  void peerRevoked(const std::string& deviceId) override { upkeep_.dropPair(deviceId); }
+  void peerPaired() override { upkeep_.reconcilePairs(); }
   void insertionSucceeded(const std::string& phoneName) override;
 
  private:
+  void observeSelf();
   void loadIdentity();
   void wireServices(DeviceIdentity identity);
-  void wireConnection();
+  ConnectionRef makeConnection();
   void startRegistration(int refusals = 0);
-  Awaitable<void> registrationLoop(Task::Token token, std::shared_ptr<APIClient> api, int refusals);
-  Awaitable<void> waitBeforeRetry(Backoff& backoff);
   void registered();
-  void startHeartbeat();
+  void connected();
   void startTrustPolling();
   void invalidateFocus();
   void wake();
-  void authenticationRejected();
   void storePeer(const PeerIdentity& identity);
-  void startUpkeep();
-  Awaitable<void> flushPending(std::shared_ptr<APIClient> api);
-  Awaitable<void> reconcilePairs(std::shared_ptr<APIClient> api);
-  void dropUnlistedPeers(const std::vector<PairSummary>& listed);
-  bool isRegistered() const { return registration.get() == Registration(Step::registered); }
+  void upkeepAll();
+  void updateConnectionStatus();
+  void deleteJournal() const;
+  template <typename... Arguments>
+  std::function<void(Arguments...)> weakly(void (AppModel::*operation)(Arguments...));
 
   AppModelParts parts_;
   std::shared_ptr<LocalTestField> localTest_;
   PeerStore peerStore_;
+  RegistrationLoop registration_;
+  DeviceUpkeep upkeep_;
+  ReadinessPublisher readiness_;
+  HealthCheck health_;
+  Onboarding onboarding_;
+  Observable<bool> launchAtLogin_, axTrusted_, axNeedsRestart_{false};
+  Observable<std::optional<std::string>> startupError_, deviceId_;
+  Observable<ConnectionRef> connection_;
+  Observable<ConnectionStatus> connectionStatus_{ConnectionStatus::offline};
+  WordStatsStore wordStats_;
 
   std::optional<DeviceIdentity> identity_;
   std::shared_ptr<APIClient> api_;
   std::unique_ptr<InsertionJournal> journal_;
   std::unique_ptr<TargetGuard> targetGuard_;
   std::unique_ptr<TextInserter> inserter_;
-  std::shared_ptr<RelayConnection> connection_;
   std::shared_ptr<RelayMessageHandler> handler_;
+  std::unique_ptr<FocusMonitor> focusMonitor_;
+  /// Of earlier identities. An insertion that still runs refers to the first three, a pairing view model to the last.
+  struct Retired {
+    std::unique_ptr<InsertionJournal> journal;
+    std::unique_ptr<TargetGuard> targetGuard;
+    std::unique_ptr<TextInserter> inserter;
+    std::shared_ptr<APIClient> api;
+  };
+  std::vector<Retired> retired_;
   std::weak_ptr<RelayMessageHandler> lastHandler_;
-  /// Services of an earlier identity, kept for what was suspended in them when they were replaced.
-  std::vector<std::shared_ptr<void>> retired_;
 
-  Task registrationTask_, readinessTask_, heartbeatTask_, trustTask_, upkeepTask_;
-  std::unique_ptr<SystemEvents::Observation> sleepObservation_;
-  int refusals_ = 0;  ///< Refused sockets since the last proved one.
+  Task trustTask_;
+  std::unique_ptr<SystemEvents::Observation> systemObservation_;
+  Observable<Registration>::Subscription registrationWatch_;
+  Observable<ConnectionRef>::Subscription connectionWatch_;
+  Observable<RelayConnection::State>::Subscription relayWatch_;
   bool started_ = false;
+  bool didPromptForAccessibility_ = false;
 };
 
 }  // namespace quillet

@@ -1,292 +1,248 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Terminal/TerminalFrontEnd.h"
 
-#include <boost/json/array.hpp>
-#include <boost/json/serialize.hpp>
+#include <algorithm>
 
-#include "QuilletCompanion/Terminal/TerminalQRCode.h"
+#include "QuilletCompanion/App/FeedbackForm.h"
+#include "QuilletCompanion/Terminal/TerminalText.h"
 #include "QuilletKit/Unicode.h"
 
 namespace quillet {
-namespace {
 
-namespace json = boost::json;
+using namespace TerminalText;
 
-template <typename... Cases>
-struct Overload : Cases... {
-  using Cases::operator()...;
-};
-template <typename... Cases>
-Overload(Cases...) -> Overload<Cases...>;
+TerminalFrontEnd::TerminalFrontEnd(AppModel& model, Executor mainThread, Style style,
+                                   std::function<void(std::string)> print, std::function<void()> quit)
+    : model_(model),
+      mainThread_(std::move(mainThread)),
+      output_(style, std::move(print)),
+      quit_(std::move(quit)),
+      events_(model_, output_),
+      pairing_(model_, output_) {}
 
-std::string joined(const PairingViewModel::Words& words) {
-  std::string text;
-  for (const auto& word : words) text += (text.empty() ? "" : " ") + word;
-  return text;
-}
-
-json::array arrayOf(const PairingViewModel::Words& words) {
-  json::array array;
-  for (const auto& word : words) array.emplace_back(word);
-  return array;
-}
-
-std::string_view kindName(PairingViewModel::Failure::Kind kind) {
-  using Kind = PairingViewModel::Failure::Kind;
-  switch (kind) {
-    case Kind::offline:
-      return "offline";
-    case Kind::expired:
-      return "expired";
-    case Kind::cancelledByPhone:
-      return "cancelledByPhone";
-    case Kind::cancelledHere:
-      return "cancelledHere";
-    case Kind::verificationFailed:
-      return "verificationFailed";
-    case Kind::server:
-      return "server";
-  }
-  return "server";
-}
-
-std::string_view stepName(AppModel::Step step) {
-  switch (step) {
-    case AppModel::Step::notStarted:
-      return "notStarted";
-    case AppModel::Step::registering:
-      return "registering";
-    case AppModel::Step::registered:
-      return "registered";
-    case AppModel::Step::revoked:
-      return "revoked";
-  }
-  return "notStarted";
-}
-
-json::object describe(const AppModel::Registration& registration) {
-  return std::visit(Overload{[](const AppModel::Offline& offline) {
-                               return json::object{{"state", "offline"}, {"retryAt", offline.retryAt}};
-                             },
-                             [](const AppModel::Failed& failed) {
-                               return json::object{{"state", "failed"}, {"message", failed.message}};
-                             },
-                             [](AppModel::Step step) {
-                               return json::object{{"state", stepName(step)}};
-                             }},
-                    registration);
-}
-
-json::object describe(const AppModel::Readiness& readiness) {
-  json::object object{{"state", rawValue(readiness.state)}};
-  if (readiness.appName) object["appName"] = *readiness.appName;
-  if (readiness.fieldLabel) object["fieldLabel"] = *readiness.fieldLabel;
-  return object;
-}
-
-std::string readinessText(const AppModel::Readiness& readiness) {
-  std::string text = "Target: " + std::string(rawValue(readiness.state));
-  if (readiness.appName) text += " in " + *readiness.appName;
-  if (readiness.fieldLabel) text += " (" + *readiness.fieldLabel + ")";
-  return text;
-}
-
-constexpr std::string_view kHelp =
-    "status   what this Mac is doing\n"
-    "pair     show a code for a phone\n"
-    "confirm  the four words agree\n"
-    "cancel   end the pairing\n"
-    "peers    the paired phones\n"
-    "quit     end the program";
-
-}  // namespace
-
-TerminalFrontEnd::TerminalFrontEnd(AppModel& model, Style style, std::function<void(std::string)> print,
-                                   std::function<void()> quit)
-    : model_(model), style_(style), print_(std::move(print)), quit_(std::move(quit)) {
-  watch();
-}
-
-TerminalFrontEnd::~TerminalFrontEnd() {
-  model_.onInsertion = nullptr;
-  if (pairing_) pairing_->stop();
-}
-
-void TerminalFrontEnd::watch() {
-  registration_ = model_.registration.observe([this](const auto&) { showRegistration(); });
-  readiness_ = model_.readiness.observe([this](const auto&) { showReadiness(); });
-  startupError_ = model_.startupError.observe([this](const std::optional<std::string>& message) {
-    if (message) event("startupError", {{"message", *message}}, *message);
-  });
-  wiring_ = model_.wiringGeneration.observe([this](int) { watchConnection(); });
-  model_.onInsertion = [this](const std::string& phoneName) {
-    event("inserted", {{"phoneName", phoneName}}, "Inserted from " + phoneName);
-  };
-  watchConnection();
-}
-
-void TerminalFrontEnd::watchConnection() {
-  connection_.reset();
-  if (auto* connection = model_.connection()) {
-    connection_ = connection->state().observe([this](const auto&) { showConnection(); });
-  }
-  showConnection();
-}
-
-void TerminalFrontEnd::emit(Object object, const std::string& text) {
-  print_(style_ == Style::json ? json::serialize(object) : text);
-}
-
-void TerminalFrontEnd::event(std::string_view name, Object fields, const std::string& text) {
-  fields["event"] = name;
-  emit(std::move(fields), text);
-}
-
-void TerminalFrontEnd::answer(std::string_view name, Object fields, const std::string& text) {
-  fields["answer"] = name;
-  emit(std::move(fields), text);
-}
-
-void TerminalFrontEnd::refuse(const std::string& text) {
-  answer("error", {{"message", text}}, text);
+const std::vector<TerminalFrontEnd::Command>& TerminalFrontEnd::commands() {
+  using Front = TerminalFrontEnd;
+  static const std::vector<Command> list{
+      {"status", "", "what this Mac is doing", Argument::none, &Front::status},
+      {"pair", "", "show a code for a phone", Argument::none, &Front::pair},
+      {"confirm", "", "the four words agree", Argument::none, &Front::confirm},
+      {"cancel", "", "end the pairing", Argument::none, &Front::cancel},
+      {"peers", "", "the paired phones", Argument::none, &Front::peers},
+      {"revoke", "PHONE", "end a pairing; by name, id or its start", Argument::required, &Front::revoke},
+      {"rename", "NAME", "the name that phones show", Argument::required, &Front::rename},
+      {"health", "", "check every link from the service to the field", Argument::none, &Front::health},
+      {"retry", "", "register or connect again now", Argument::none, &Front::retry},
+      {"accessibility", "", "let this program type", Argument::none, &Front::accessibility},
+      {"login", "on|off", "start when you log in", Argument::optional, &Front::login},
+      {"feedback", "[reply-to=ADDRESS] TEXT", "write to the developer", Argument::required, &Front::feedback},
+      {"reset", "[confirm]", "forget keys and phones, begin as a new device", Argument::optional, &Front::reset},
+      {"delete", "[confirm]", "delete this Mac's data at the service, then reset", Argument::optional,
+       &Front::deleteData},
+      {"restart", "", "start this program anew", Argument::none, &Front::restart},
+      {"version", "", "which version this is", Argument::none, &Front::version},
+      {"help", "", "this list", Argument::none, &Front::help},
+      {"quit", "", "end the program", Argument::none, &Front::quit}};
+  return list;
 }
 
 void TerminalFrontEnd::handleLine(std::string_view line) {
-  const std::string_view word = Unicode::trim(line);
-  if (word.empty()) return;
-  if (word == "status") return status();
-  if (word == "pair") return pair();
-  if (word == "confirm") return confirm();
-  if (word == "cancel") return cancel();
-  if (word == "peers") return peers();
-  if (word == "help") return help();
-  if (word == "quit") return quit_();
-  refuse("Unknown command. Type \"help\".");
+  const std::string_view text = Unicode::trim(line);
+  if (const auto action = std::exchange(questioned_, nullptr)) {
+    if (text == "yes") return (this->*action)();
+    if (text.empty() || text == "no") return output_.answer("unchanged", {}, "Nothing was changed.");
+  }
+  if (text.empty()) return;
+  if (!Unicode::isValidUTF8(text)) return output_.refuse("This line is not UTF-8.");
+  const std::string_view word = text.substr(0, text.find_first_of(" \t"));
+  const std::string argument(Unicode::trim(text.substr(word.size())));
+  const auto& list = commands();
+  const auto found = std::find_if(list.begin(), list.end(), [&](const Command& c) { return c.name == word; });
+  if (found == list.end()) {
+    return output_.refuse("There is no command \"" + std::string(word) + "\". Type \"help\".");
+  }
+  if (found->argument == Argument::none && !argument.empty()) {
+    return output_.refuse("\"" + std::string(word) + "\" stands alone. Type \"help\".");
+  }
+  if (found->argument == Argument::required && argument.empty()) {
+    return output_.refuse("Say which: " + std::string(word) + " " + std::string(found->argumentName));
+  }
+  (this->*found->run)(argument);
 }
 
-void TerminalFrontEnd::status() {
-  Object fields{{"macName", model_.macName.get()},
-                {"connection", rawValue(model_.connectionStatus())},
-                {"registration", describe(model_.registration.get())},
-                {"accessibility", model_.axTrusted.get()},
-                {"service", model_.serviceLocation().text()},
-                {"peers", model_.peerStore().peers().get().size()}};
-  model_.publishReadiness();
-  fields["readiness"] = describe(model_.readiness.get());
-  if (model_.deviceId.get()) fields["deviceId"] = *model_.deviceId.get();
-  if (model_.startupError.get()) fields["startupError"] = *model_.startupError.get();
-  std::string text = model_.macName.get() + "\n  Service: " + model_.serviceLocation().text() +
-                     "\n  Connection: " + std::string(rawValue(model_.connectionStatus())) +
-                     "\n  Accessibility: " + (model_.axTrusted.get() ? "on" : "off") + "\n  " +
-                     readinessText(model_.readiness.get()) +
-                     "\n  Paired phones: " + std::to_string(model_.peerStore().peers().get().size());
-  answer("status", std::move(fields), text);
+void TerminalFrontEnd::endOfInput() {
+  inputEnded_ = true;
+  if (unanswered_ == 0) quit_();
 }
 
-void TerminalFrontEnd::pair() {
-  auto pairing = model_.makePairingViewModel();
-  if (!pairing) return refuse("Quillet is not ready to pair.");
-  if (pairing_) pairing_->stop();
-  phase_.reset();
-  networkTrouble_.reset();
-  pairing_ = std::move(pairing);
-  phase_ = pairing_->phase.observe([this](const PairingViewModel::Phase& phase) { showPhase(phase); });
-  networkTrouble_ = pairing_->networkTrouble.observe([this](bool trouble) {
-    if (trouble) event("pairing", {{"phase", "networkTrouble"}}, "Waiting for the network…");
+template <typename Body>
+void TerminalFrontEnd::background(Body body) {
+  tasks_.remove_if([](const Task& task) { return !task.running(); });
+  ++unanswered_;
+  tasks_.emplace_back(mainThread_).start([this, body](Task::Token token) -> Awaitable<void> {
+    co_await body(token);
+    if (!token.cancelled() && --unanswered_ == 0 && inputEnded_) quit_();
   });
-  answer("pair", {}, "Preparing a pairing code…");
-  pairing_->start();
 }
 
-void TerminalFrontEnd::confirm() {
-  if (!pairing_ || !std::holds_alternative<PairingViewModel::Verify>(pairing_->phase.get())) {
-    return refuse("There is nothing to confirm.");
-  }
-  answer("confirm", {}, "Confirmed here.");
-  pairing_->confirm();
+void TerminalFrontEnd::status(const std::string&) {
+  model_.publishReadiness();
+  output_.answer("status", describeStatus(model_), statusText(model_));
 }
 
-void TerminalFrontEnd::cancel() {
-  if (!pairing_ || std::holds_alternative<PairingViewModel::Paired>(pairing_->phase.get()) ||
-      std::holds_alternative<PairingViewModel::Failure>(pairing_->phase.get())) {
-    return refuse("There is no pairing to cancel.");
-  }
-  answer("cancel", {}, "Cancelling.");
-  pairing_->cancel();
+void TerminalFrontEnd::peers(const std::string&) {
+  output_.answer("peers", {{"peers", describePeers(model_)}}, peersText(model_));
 }
 
-void TerminalFrontEnd::peers() {
-  json::array list;
-  std::string text;
+const StoredPeer* TerminalFrontEnd::peer(const std::string& wanted) const {
+  const StoredPeer* found = nullptr;
   for (const auto& peer : model_.peerStore().peers().get()) {
-    Object item{{"deviceId", peer.identity.deviceId}, {"name", peer.identity.name}, {"pairedAt", peer.pairedAt}};
-    if (const auto seen = model_.lastSeen(peer.identity.deviceId)) item["lastSeenAt"] = *seen;
-    list.emplace_back(std::move(item));
-    text += (text.empty() ? "" : "\n") + peer.identity.name + "  " + peer.identity.deviceId;
+    if (peer.identity.deviceId == wanted) return &peer;
+    if (!peer.identity.deviceId.starts_with(wanted) && peer.identity.name != wanted) continue;
+    if (found != nullptr) return nullptr;
+    found = &peer;
   }
-  answer("peers", {{"peers", std::move(list)}}, text.empty() ? "No phone is paired." : text);
+  return found;
 }
 
-void TerminalFrontEnd::help() {
-  answer("help", {{"text", kHelp}}, std::string(kHelp));
+void TerminalFrontEnd::revoke(const std::string& wanted) {
+  const StoredPeer* found = peer(wanted);
+  if (found == nullptr) return output_.refuse("No one phone is called that. \"peers\" lists them.");
+  background([this, id = found->identity.deviceId](Task::Token token) -> Awaitable<void> {
+    const bool told = co_await model_.revoke(id);
+    if (token.cancelled()) co_return;
+    output_.answer("revoke", {{"deviceId", id}, {"serviceKnows", told}},
+                   told ? "Revoked." : "Removed from this Mac. The service will be told when it is reachable.");
+  });
 }
 
-void TerminalFrontEnd::showRegistration() {
-  auto fields = describe(model_.registration.get());
-  const std::string text = "Registration: " + std::string(fields["state"].as_string());
-  event("registration", std::move(fields), text);
-  showConnection();
+void TerminalFrontEnd::rename(const std::string& name) {
+  const bool changed = model_.rename(name);
+  const std::string& now = model_.macName().get();
+  output_.answer("rename", {{"macName", now}, {"changed", changed}}, "This Mac is called " + now + ".");
 }
 
-void TerminalFrontEnd::showConnection() {
-  const std::string status(rawValue(model_.connectionStatus()));
-  if (std::exchange(lastStatus_, status) == status) return;
-  event("connection", {{"status", status}}, "Connection: " + status);
+void TerminalFrontEnd::health(const std::string&) {
+  background([this](Task::Token token) -> Awaitable<void> {
+    co_await model_.checkHealth();
+    if (token.cancelled()) co_return;
+    if (model_.connectionStatus().get() != ConnectionStatus::connected) model_.retryConnection();
+    const auto rows = checkRows(model_);
+    output_.answer("health", {{"state", rawValue(model_.health().get())}, {"rows", describe(rows)}}, textOf(rows));
+  });
 }
 
-void TerminalFrontEnd::showReadiness() {
-  event("readiness", describe(model_.readiness.get()), readinessText(model_.readiness.get()));
+void TerminalFrontEnd::retry(const std::string&) {
+  if (model_.registration().get() == AppModel::Registration(RegistrationLoop::Step::revoked)) {
+    return output_.refuse(textOf(model_.registration().get()));
+  }
+  output_.answer("retry", {}, "Trying again.");
+  model_.retryConnection();
 }
 
-void TerminalFrontEnd::showPhase(const PairingViewModel::Phase& phase) {
-  using Model = PairingViewModel;
-  const auto show = [this](std::string_view name, Object fields, const std::string& text) {
-    fields["phase"] = name;
-    event("pairing", std::move(fields), text);
-  };
-  std::visit(
-      Overload{
-          [&](const Model::Idle&) { show("idle", {}, "Pairing ended."); },
-          [&](const Model::Starting&) { show("starting", {}, "Preparing a pairing code…"); },
-          [&](const Model::Invitation& invitation) {
-            const std::string code = PairingCode::display(invitation.code);
-            show("invitation",
-                 {{"sessionId", invitation.sessionId},
-                  {"qrContent", invitation.qrContent},
-                  {"code", code},
-                  {"expiresAt", invitation.expiresAt}},
-                 terminalQRCode(invitation.qrContent) +
-                     "Open Quillet on your iPhone and scan this code.\nEnter this code on your iPhone: " + code);
-          },
-          [&](const Model::Verify& verify) {
-            show("verify", {{"phoneName", verify.phoneName}, {"words", arrayOf(verify.words)}},
-                 verify.phoneName + "\nVerification words: " + joined(verify.words) +
-                     "\nCheck that your iPhone shows the same four words.\nIf the words are different, cancel. Someone "
-                     "else may be trying to pair.\nType \"confirm\" or \"cancel\".");
-          },
-          [&](const Model::Confirming& confirming) {
-            show("confirming", {{"phoneName", confirming.phoneName}}, "Confirm on your iPhone to finish.");
-          },
-          [&](const Model::Paired& paired) {
-            show("paired", {{"phoneName", paired.phoneName}}, "“" + paired.phoneName + "” is paired");
-          },
-          [&](const Model::Failure& failure) {
-            show("failed",
-                 {{"failure", kindName(failure.kind)}, {"title", failure.title()}, {"detail", failure.detail()}},
-                 failure.title() + "\n" + failure.detail());
-          },
-      },
-      phase);
+void TerminalFrontEnd::accessibility(const std::string&) {
+  model_.requestAccessibility();
+  model_.refreshAccessibilityTrust();
+  output_.answer("accessibility",
+                 {{"trusted", model_.axTrusted().get()}, {"needsRestart", model_.axNeedsRestart().get()}},
+                 std::string("Accessibility: ") + (model_.axTrusted().get() ? "Allowed" : "Not allowed"));
+}
+
+void TerminalFrontEnd::login(const std::string& choice) {
+  if (!choice.empty() && choice != "on" && choice != "off") return output_.refuse("Say \"login on\" or \"login off\".");
+  if (!choice.empty()) model_.setLaunchAtLogin(choice == "on");
+  const bool on = model_.launchAtLogin().get();
+  if (!choice.empty() && on != (choice == "on"))
+    return output_.refuse("The desktop's list of programs could not be changed.");
+  output_.answer("login", {{"enabled", on}}, std::string("Launch at login: ") + (on ? "on" : "off"));
+}
+
+void TerminalFrontEnd::feedback(const std::string& text) {
+  constexpr std::string_view kReplyTo = "reply-to=";
+  FeedbackForm form{text, {}};
+  if (text.starts_with(kReplyTo)) {
+    const auto end = std::min(text.find(' '), text.size());
+    form = {text.substr(end), text.substr(kReplyTo.size(), end - kReplyTo.size())};
+  }
+  form = form.trimmed();
+  if (const auto problem = form.problem()) return output_.refuse(*problem);
+  if (!form.canBeSent()) return output_.refuse("There is nothing to send.");
+  background([this, form](Task::Token token) -> Awaitable<void> {
+    std::exception_ptr error;
+    try {
+      co_await model_.sendFeedback(form.message,
+                                   form.replyTo.empty() ? std::nullopt : std::optional<std::string>(form.replyTo));
+    } catch (...) {
+      error = std::current_exception();
+    }
+    if (token.cancelled()) co_return;
+    if (error) co_return output_.refuse(FeedbackForm::failureText(error));
+    output_.answer("feedback", {{"sent", true}}, std::string(FeedbackForm::kSent));
+  });
+}
+
+void TerminalFrontEnd::confirmed(const std::string& argument, const char* command, const std::string& question,
+                                 void (TerminalFrontEnd::*action)()) {
+  if (argument == "confirm") return (this->*action)();
+  const std::string how = std::string(command) + " confirm";
+  if (!argument.empty() || output_.style() == Style::json) {
+    return output_.refuse(question + " Type \"" + how + "\" to do it.");
+  }
+  questioned_ = action;
+  output_.answer("question", {}, question + " Type \"yes\" or \"no\".");
+}
+
+void TerminalFrontEnd::reset(const std::string& argument) {
+  confirmed(argument, "reset", "This Mac forgets its keys and all paired iPhones, which must pair again.",
+            &TerminalFrontEnd::resetNow);
+}
+
+void TerminalFrontEnd::resetNow() {
+  pairing_.end();
+  model_.resetLocal();
+  output_.answer("reset", {{"deviceId", model_.deviceId().get().value_or("")}},
+                 "This Mac begins as a new device. Type \"pair\" to pair a phone.");
+}
+
+void TerminalFrontEnd::deleteData(const std::string& argument) {
+  confirmed(argument, "delete", "Delete your cloud data? All paired iPhones will be disconnected and must pair again.",
+            &TerminalFrontEnd::deleteNow);
+}
+
+void TerminalFrontEnd::deleteNow() {
+  background([this](Task::Token token) -> Awaitable<void> {
+    std::string failure;
+    try {
+      co_await model_.deleteCloudData();
+    } catch (const std::exception& error) {
+      failure = error.what();
+    }
+    if (token.cancelled()) co_return;
+    if (!failure.empty()) co_return output_.refuse(failure);
+    pairing_.end();
+    output_.answer("delete", {{"deviceId", model_.deviceId().get().value_or("")}},
+                   "Deleted. This Mac begins as a new device.");
+  });
+}
+
+void TerminalFrontEnd::restart(const std::string&) {
+  output_.answer("restart", {}, "Starting anew.");
+  model_.restartApp();
+}
+
+void TerminalFrontEnd::version(const std::string&) {
+  output_.answer("version", {{"version", model_.appVersion()}}, "QuilletCompanion " + model_.appVersion());
+}
+
+void TerminalFrontEnd::help(const std::string&) {
+  std::string text;
+  for (const auto& command : commands()) {
+    std::string line = std::string(command.name) + (command.argumentName.empty() ? "" : " ");
+    line += command.argumentName;
+    constexpr std::size_t kColumn = 33;
+    line.resize(std::max(line.size() + 2, kColumn), ' ');
+    text += (text.empty() ? "" : "\n") + line + std::string(command.help);
+  }
+  output_.answer("help", {{"text", text}}, text);
 }
 
 }  // namespace quillet

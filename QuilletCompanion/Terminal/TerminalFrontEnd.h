@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <boost/json/object.hpp>
 #include <functional>
+#include <list>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "QuilletCompanion/App/AppModel.h"
+#include "QuilletCompanion/Terminal/TerminalEvents.h"
+#include "QuilletCompanion/Terminal/TerminalOutput.h"
+#include "QuilletCompanion/Terminal/TerminalPairing.h"
 
 namespace quillet {
 
@@ -16,48 +19,63 @@ namespace quillet {
 /// as one JSON object each. Main thread only.
 class TerminalFrontEnd {
  public:
-  enum class Style { people, json };
-  /// `print` gets whole lines without the line feed (a QR code holds several).
-  TerminalFrontEnd(AppModel& model, Style style, std::function<void(std::string)> print, std::function<void()> quit);
-  ~TerminalFrontEnd();
+  using Style = TerminalOutput::Style;
+  /// `print` gets whole lines without the line feed. Answers that take time run on `mainThread`; they end with this.
+  TerminalFrontEnd(AppModel& model, Executor mainThread, Style style, std::function<void(std::string)> print,
+                   std::function<void()> quit);
 
-  /// One line of input. Unknown words get an answer that says so.
+  /// One line of input. What can't be done gets an answer that says why.
   void handleLine(std::string_view line);
+  /// There will be no more lines: quits when everything asked for has been answered.
+  void endOfInput();
 
  private:
-  using Object = boost::json::object;
+  enum class Argument { none, optional, required };
+  struct Command {
+    std::string_view name, argumentName, help;
+    Argument argument;
+    void (TerminalFrontEnd::*run)(const std::string& argument);
+  };
+  static const std::vector<Command>& commands();
 
-  void watch();
-  void watchConnection();
-  void event(std::string_view name, Object fields, const std::string& text);
-  void answer(std::string_view name, Object fields, const std::string& text);
-  void emit(Object object, const std::string& text);
-  void refuse(const std::string& text);
+  template <typename Body>
+  void background(Body body);
+  void confirmed(const std::string& argument, const char* command, const std::string& question,
+                 void (TerminalFrontEnd::*action)());
+  const StoredPeer* peer(const std::string& wanted) const;
 
-  void status();
-  void pair();
-  void confirm();
-  void cancel();
-  void peers();
-  void help();
-  void showRegistration();
-  void showConnection();
-  void showReadiness();
-  void showPhase(const PairingViewModel::Phase& phase);
+  void status(const std::string&);
+  void pair(const std::string&) { pairing_.pair(); }
+  void confirm(const std::string&) { pairing_.confirm(); }
+  void cancel(const std::string&) { pairing_.cancel(); }
+  void peers(const std::string&);
+  void rename(const std::string& name);
+  void revoke(const std::string& wanted);
+  void health(const std::string&);
+  void retry(const std::string&);
+  void accessibility(const std::string&);
+  void login(const std::string& choice);
+  void feedback(const std::string& text);
+  void reset(const std::string& argument);
+  void deleteData(const std::string& argument);
+  void restart(const std::string&);
+  void version(const std::string&);
+  void help(const std::string&);
+  void quit(const std::string&) { quit_(); }
+  void resetNow();
+  void deleteNow();
 
   AppModel& model_;
-  Style style_;
-  std::function<void(std::string)> print_;
+  Executor mainThread_;
+  TerminalOutput output_;
   std::function<void()> quit_;
-  std::unique_ptr<PairingViewModel> pairing_;
-  Observable<AppModel::Registration>::Subscription registration_;
-  Observable<AppModel::Readiness>::Subscription readiness_;
-  Observable<std::optional<std::string>>::Subscription startupError_;
-  Observable<int>::Subscription wiring_;
-  Observable<RelayConnection::State>::Subscription connection_;
-  Observable<PairingViewModel::Phase>::Subscription phase_;
-  Observable<bool>::Subscription networkTrouble_;
-  std::string lastStatus_;
+  TerminalEvents events_;
+  TerminalPairing pairing_;
+  /// What a "yes" would start.
+  void (TerminalFrontEnd::*questioned_)() = nullptr;
+  std::list<Task> tasks_;
+  int unanswered_ = 0;
+  bool inputEnded_ = false;
 };
 
 }  // namespace quillet

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+// What the user asks of the model about this device and its data: health, feedback, revocation, reset, deletion.
+#include "QuilletCompanion/App/AppModel.h"
+
+#include "QuilletKit/Log.h"
+
+namespace quillet {
+
+Awaitable<bool> AppModel::revoke(std::string peerDeviceId) {
+  const auto self = shared_from_this();
+  co_return co_await upkeep_.revoke(std::move(peerDeviceId));
+}
+
+void AppModel::retryConnection() {
+  if (registration_.isRevoked()) return;
+  if (!registration_.isRegistered()) return startRegistration();
+  if (const auto connection = connection_.get()) connection->reconnectNow();
+}
+
+Awaitable<void> AppModel::checkHealth() {
+  const auto self = shared_from_this();
+  const bool reachable = co_await health_.check(serviceLocation());
+  if (reachable && !registration_.isRegistered()) retryConnection();
+}
+
+Awaitable<void> AppModel::sendFeedback(std::string message, std::optional<std::string> replyTo) {
+  const auto self = shared_from_this();
+  const auto api = api_;
+  if (!api) throw APIError(APIError::Transport{"Not registered"});
+  FeedbackRequest request{std::move(message), std::move(replyTo), parts_.appVersion, parts_.operatingSystem,
+                          parts_.hardwareModel};
+  co_await api->sendFeedback(std::move(request));
+}
+
+// The service goes first, so that a failed request leaves this device paired and usable, and the keys are destroyed
+// last, so that the request could still be signed.
+Awaitable<void> AppModel::deleteCloudData() {
+  const auto self = shared_from_this();
+  const auto api = api_;
+  if (!api) throw DeletionError("Quillet is not connected to the server.");
+  bool deleted = true;
+  try {
+    co_await api->deleteDevice();
+  } catch (const APIError& error) {
+    constexpr int kForbidden = 403;
+    const auto* answer = error.server();
+    deleted = answer != nullptr && answer->status == kForbidden && answer->body.code == "device_revoked";
+  }
+  if (!deleted) throw DeletionError("Couldn't reach the Quillet service. Nothing was deleted.");
+  if (api == api_) resetLocal();
+}
+
+void AppModel::stopServices() {
+  registration_.stop();
+  upkeep_.detach();
+  readiness_.detach();
+  const ConnectionRef connection = connection_.get();
+  if (connection) connection->stop();
+  focusMonitor_.reset();
+  connection_.set(nullptr);
+  if (handler_) lastHandler_ = handler_;
+  handler_.reset();
+  if (api_) {
+    retired_.push_back({std::move(journal_), std::move(targetGuard_), std::move(inserter_), std::exchange(api_, {})});
+  }
+  identity_.reset();
+  deviceId_.set(std::nullopt);
+}
+
+void AppModel::resetLocal() {
+  stopServices();
+  // What is still being inserted ends here, or it would write its outcome into the new device's journal.
+  for (auto& retired : retired_) retired.inserter.reset();
+  try {
+    DeviceIdentity::remove(parts_.secretStore);
+  } catch (const std::exception&) {
+    Log::standard("relay", "Could not remove the device identity");
+  }
+  try {
+    peerStore_.removeAll();
+  } catch (const std::exception&) {
+    Log::standard("relay", "Could not remove the paired devices' file");
+  }
+  deleteJournal();
+  for (const char* key : {"pendingRename", "pendingRevocations"}) parts_.defaults.remove(key);
+  onboarding_.forget();
+  loadIdentity();
+}
+
+void AppModel::deleteJournal() const {
+  std::error_code ignored;
+  if (parts_.supportFolder) std::filesystem::remove(*parts_.supportFolder / "journal.json", ignored);
+}
+
+}  // namespace quillet

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/App/FeedbackForm.h"
+
+#include "QuilletKit/APIClient.h"
+#include "QuilletKit/Unicode.h"
+
+namespace quillet {
+FeedbackForm FeedbackForm::trimmed() const {
+  return {std::string(Unicode::trim(message)), std::string(Unicode::trim(replyTo))};
+}
+
+std::optional<std::string> FeedbackForm::problem() const {
+  const auto address = Unicode::trim(replyTo);
+  if (!address.empty() && !Feedback::isEmail(address)) return "That email address doesn't look right.";
+  const std::size_t count = Unicode::graphemeClusters(std::string_view(message)).size();
+  if (count <= Feedback::kMaximumMessageCharacters) return std::nullopt;
+  return std::to_string(count) + " of " + std::to_string(Feedback::kMaximumMessageCharacters) + " characters";
+}
+
+bool FeedbackForm::canBeSent() const {
+  return !Unicode::trim(message).empty() && !problem();
+}
+
+std::string FeedbackForm::failureText(const std::exception_ptr& error) {
+  try {
+    std::rethrow_exception(error);
+  } catch (const APIError& failure) {
+    if (std::holds_alternative<APIError::Transport>(failure.detail)) return "Connect to the internet and try again.";
+    if (failure.server() != nullptr && failure.server()->body.code == "rate_limited") {
+      return "You've sent several messages recently. Try again in an hour.";
+    }
+  } catch (const std::exception&) {
+    return "Something went wrong. Try again later.";
+  }
+  return "Something went wrong. Try again later.";
+}
+
+}  // namespace quillet

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <list>
+
+#include "QuilletCompanion/App/AppModel.h"
+#include "QuilletCompanion/Terminal/TerminalOutput.h"
+
+namespace quillet {
+
+/// Tells every change of the model, once each. Main thread only.
+class TerminalEvents {
+ public:
+  TerminalEvents(AppModel& model, const TerminalOutput& output);
+  ~TerminalEvents();
+
+ private:
+  template <typename T>
+  void watch(const Observable<T>& observable, std::function<void()> show);
+  void watchSetUp();
+  void showRegistration();
+  void showTrust();
+  void showPeers();
+
+  AppModel& model_;
+  const TerminalOutput& output_;
+  std::list<std::function<void()>> ends_;
+};
+
+}  // namespace quillet

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Terminal/TerminalOutput.h"
+
+#include <boost/json/serialize.hpp>
+
+namespace quillet {
+
+void TerminalOutput::emit(const Object& object, const std::string& text) const {
+  print_(style_ == Style::json ? boost::json::serialize(object) : text);
+}
+
+void TerminalOutput::event(std::string_view name, Object fields, const std::string& text) const {
+  fields["event"] = name;
+  emit(fields, text);
+}
+
+void TerminalOutput::answer(std::string_view name, Object fields, const std::string& text) const {
+  fields["answer"] = name;
+  emit(fields, text);
+}
+
+void TerminalOutput::refuse(const std::string& text) const {
+  answer("error", {{"message", text}}, text);
+}
+
+}  // namespace quillet

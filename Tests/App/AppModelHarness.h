@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "QuilletCompanion/App/AppModel.h"
+#include "Tests/Doubles/FakeAccessibilityProvider.h"
+#include "Tests/Doubles/FakeService.h"
+#include "Tests/Doubles/FakeSystemEvents.h"
+#include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/NetworkThread.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Doubles/VirtualTime.h"
+
+namespace quillet::test {
+
+class FakeLockMonitor final : public ScreenLockMonitor {
+ public:
+  bool isScreenLocked() override { return false; }
+  void tell(bool locked) { setLocked(locked); }
+};
+
+class FakeLoginItem final : public LoginItem {
+ public:
+  bool isEnabled() override { return enabled; }
+  void setEnabled(bool wanted) override { enabled = wanted && allowed; }
+  bool enabled = false, allowed = true;
+};
+
+/// Keys in memory that can be out of reach.
+class LockableSecretStore final : public SecretStore {
+ public:
+  std::optional<Bytes> load(const std::string& key) override {
+    if (locked) throw SecretStoreError(1);
+    return store.load(key);
+  }
+  void save(ByteView value, const std::string& key) override { store.save(value, key); }
+  void remove(const std::string& key) override { store.remove(key); }
+  MemorySecretStore store;
+  bool locked = false;
+};
+
+/// The whole model between a fake desktop and a scripted service: real sockets, virtual clocks.
+class AppModelTest : public testing::Test {
+ protected:
+  using Step = RegistrationLoop::Step;
+  using Offline = RegistrationLoop::Offline;
+
+  static inline const std::string kRegister = "POST /v1/devices/register";
+  static inline const std::string kRename = "PATCH /v1/devices/me";
+  static inline const std::string kPairs = "GET /v1/pairs";
+  static inline const std::string kDelete = "POST /v1/devices/me/delete";
+  static inline const std::string kHealth = "GET /v1/health";
+
+  AppModelTest() { defaults.set("QLTServerURLOverride", boost::json::string(service.url())); }
+  ~AppModelTest() override {
+    tasks_.clear();
+    if (model) model->stopServices();
+    const std::weak_ptr<AppModel> left = model;
+    model.reset();
+    EXPECT_TRUE(until([&] { return left.expired(); }));
+    time.run();
+    EXPECT_EQ(time.sleepers(), 0u);
+  }
+
+  void makeModel() {
+    AppModelParts parts{.mainThread = time.executor(),
+                        .time = time.source(),
+                        .provider = provider,
+                        .isGrantStale = [this] { return grantStale; },
+                        .promptForAccessibility = [this] { ++prompts; },
+                        .lockMonitor = lockMonitor,
+                        .systemEvents = systemEvents,
+                        .loginItem = loginItem,
+                        .secretStore = secrets,
+                        .defaults = defaults,
+                        .session = session,
+                        .supportFolder = folder.path(),
+                        .hostName = " desk ",
+                        .appVersion = "1.2 (3)",
+                        .operatingSystem = "Any OS 12",
+                        .hardwareModel = "Box",
+                        .bundleServiceURL = std::nullopt,
+                        .deviceKind = [] { return DeviceKind::macMini; },
+                        .restart = [this] { ++restarts; },
+                        .jitter = [this] { return jitter; }};
+    model = std::make_shared<AppModel>(std::move(parts));
+  }
+  void start() {
+    makeModel();
+    model->start();
+    time.run();
+  }
+  /// Up to a proved socket with all upkeep done.
+  void connect() {
+    start();
+    ASSERT_TRUE(until([&] { return isConnected() && service.count(kPairs) >= 2; }));
+    settle();
+  }
+  /// A phone that is paired before the program starts.
+  void havePeer(const DeviceIdentity& phone, std::int64_t pairedAt = 0, const std::string& name = "Ada's phone") {
+    PeerStore(folder.path() / "peers.json").upsert(phone.peerIdentity(name, DevicePlatform::ios), pairedAt);
+  }
+  void listPairs(const std::vector<std::string>& ids) {
+    std::string list;
+    for (const auto& id : ids) {
+      list += (list.empty() ? "" : ",") + (R"({"peerDeviceId":")" + id) +
+              R"(","peerName":"P","peerPlatform":"ios","pairedAt":1,"peerLastSeenAt":77})";
+    }
+    service.set(kPairs, {200, R"({"pairs":[)" + list + "]}"});
+  }
+
+  /// Lets the sockets work until it has happened; the virtual clocks stand still.
+  bool until(const std::function<bool()>& happened) {
+    const auto guard = boost::asio::make_work_guard(time.context);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    time.context.restart();
+    while (!happened() && std::chrono::steady_clock::now() < deadline) {
+      time.context.run_one_for(std::chrono::milliseconds(20));
+    }
+    return happened();
+  }
+  /// One exchange with the service after everything before it: what was under way has arrived.
+  void settle() {
+    const std::size_t before = service.count(kHealth);
+    run(model->checkHealth());
+    ASSERT_TRUE(
+        until([&] { return service.count(kHealth) > before && model->health().get() != HealthState::checking; }));
+  }
+  void run(Awaitable<void> work) {
+    auto& task = tasks_.emplace_back(time.executor());
+    task.start([held = std::make_shared<Awaitable<void>>(std::move(work))] { return std::move(*held); });
+  }
+  /// Runs a suspending operation of the model to its end.
+  template <typename T>
+  T await(Awaitable<T> operation) {
+    std::optional<T> result;
+    std::exception_ptr failure;
+    boost::asio::co_spawn(time.context, std::move(operation), [&](std::exception_ptr error, T value) {
+      failure = error;
+      result = std::move(value);
+    });
+    if (!until([&] { return result.has_value(); })) throw std::logic_error("an awaited operation didn't end");
+    if (failure) std::rethrow_exception(failure);
+    return std::move(*result);
+  }
+  void await(Awaitable<void> operation) {
+    bool ended = false;
+    std::exception_ptr failure;
+    boost::asio::co_spawn(time.context, std::move(operation), [&](std::exception_ptr error) {
+      failure = error;
+      ended = true;
+    });
+    if (!until([&] { return ended; })) throw std::logic_error("an awaited operation didn't end");
+    if (failure) std::rethrow_exception(failure);
+  }
+
+  bool is(Step step) const { return model->registration().get() == AppModel::Registration(step); }
+  const Offline* offline() const { return std::get_if<Offline>(&model->registration().get()); }
+  bool isConnected() const { return model->connectionStatus().get() == ConnectionStatus::connected; }
+  /// The readiness reports that a phone got, opened.
+  std::vector<ReadinessPayload> reports(const DeviceIdentity& phone) {
+    std::vector<ReadinessPayload> found;
+    const auto mac = DeviceIdentity::loadOrCreate(secrets.store).peerIdentity("mac", DevicePlatform::macos);
+    for (const auto& frame : service.frames<RelayClient::Presence>()) {
+      for (const auto& update : frame.updates) {
+        if (update.to != phone.deviceId()) continue;
+        found.push_back(update.envelope.open<ReadinessPayload>(EnvelopePurpose::readiness, phone, mac));
+      }
+    }
+    return found;
+  }
+
+  VirtualTime time;
+  NetworkThread network;
+  HTTPSession session{network.executor()};
+  FakeService service;
+  FakeAccessibilityProvider provider;
+  FakeLockMonitor lockMonitor;
+  FakeSystemEvents systemEvents;
+  FakeLoginItem loginItem;
+  LockableSecretStore secrets;
+  UserDefaults defaults{std::nullopt};
+  TemporaryFolder folder;
+  bool grantStale = false;
+  int prompts = 0, restarts = 0;
+  double jitter = 1.0;
+  std::shared_ptr<AppModel> model;
+
+ private:
+  std::list<Task> tasks_;
+};
+
+}  // namespace quillet::test

@@ -1,0 +1,277 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/App/AppModel.h"
+
+#include "Tests/App/AppModelHarness.h"
+#include "Tests/Doubles/LogCapture.h"
+
+namespace quillet {
+namespace {
+
+using namespace std::chrono_literals;
+using test::AppModelTest;
+using test::FakeService;
+
+TEST_F(AppModelTest, RegistersConnectsAndTellsPhonesOnce) {
+  const auto phone = DeviceIdentity::generate();
+  havePeer(phone, time.wall);
+  listPairs({phone.deviceId()});
+  service.hold(kRegister);
+  start();
+  EXPECT_EQ(model->connectionStatus().get(), ConnectionStatus::reconnecting);
+  model->start();
+  ASSERT_TRUE(until([&] { return service.count(kRegister) == 1; }));
+  service.release(kRegister);
+  ASSERT_TRUE(until([&] { return isConnected() && service.count(kPairs) >= 2 && !reports(phone).empty(); }));
+  ASSERT_EQ(service.count(kRegister), 1u);
+  const std::string body = service.bodies(kRegister)[0];
+  EXPECT_NE(body.find(R"x("appVersion":"1.2 (3)")x"), std::string::npos);
+  EXPECT_NE(body.find(R"("name":"desk")"), std::string::npos);
+  const auto report = reports(phone)[0];
+  EXPECT_EQ(report.macName, "desk");
+  EXPECT_EQ(report.state, ReadinessState::ready);
+  EXPECT_EQ(report.appName, "Editor");
+  EXPECT_EQ(report.deviceKind, "macMini");
+  EXPECT_EQ(model->lastSeen(phone.deviceId()), 77);
+  EXPECT_EQ(model->lastSeen("nobody"), std::nullopt);
+}
+
+TEST_F(AppModelTest, BacksOffFromTheServiceAndIsAwokenByAWake) {
+  service.set(kRegister, FakeService::error(503, "busy"));
+  start();
+  const auto failedAttempt = [&](std::size_t attempts) {
+    return until([&] { return service.count(kRegister) == attempts && offline() != nullptr; });
+  };
+  std::size_t attempts = 1;
+  ASSERT_TRUE(failedAttempt(attempts));
+  for (const int wait : {2, 4, 8, 16, 32, 60, 60}) {
+    EXPECT_EQ(offline()->retryAt, time.source().now() + wait * 1000);
+    EXPECT_EQ(model->connectionStatus().get(), ConnectionStatus::offline);
+    time.advance(std::chrono::seconds(wait) - 1ms);
+    ASSERT_TRUE(offline()) << wait;
+    time.advance(1ms);
+    ASSERT_TRUE(failedAttempt(++attempts)) << wait;
+  }
+  jitter = 0.5;
+  systemEvents.wake();  // the clocks stand still, and yet there is an attempt
+  ASSERT_TRUE(failedAttempt(++attempts));
+  EXPECT_EQ(offline()->retryAt, time.source().now() + 1000);
+  service.set(kRegister, {200, R"({"deviceId":"any","registeredAt":1})"});
+  time.advance(1s);
+  ASSERT_TRUE(until([&] { return isConnected(); }));
+  systemEvents.wake();
+  time.run();
+  EXPECT_TRUE(is(Step::registered));
+}
+
+TEST_F(AppModelTest, AReplacedAttemptNeverOverwritesTheNewerOne) {
+  service.set(kRegister, FakeService::error(403, "device_revoked"));
+  service.hold(kRegister);
+  start();
+  ASSERT_TRUE(until([&] { return service.count(kRegister) == 1; }));
+  service.set(kRegister, {200, R"({"deviceId":"any","registeredAt":1})"});
+  systemEvents.wake();
+  ASSERT_TRUE(until([&] { return service.count(kRegister) == 2; }));
+  service.release(kRegister);
+  ASSERT_TRUE(until([&] { return isConnected(); }));
+  settle();
+  EXPECT_TRUE(is(Step::registered));
+}
+
+TEST_F(AppModelTest, ARevokedDeviceStaysSoUntilItIsReset) {
+  for (const int status : {403, 401}) {
+    service.set(kRegister, FakeService::error(status, "device_revoked"));
+    if (model) {
+      model->resetLocal();
+    } else {
+      start();
+    }
+    ASSERT_TRUE(until([&] { return is(Step::revoked); })) << status;
+  }
+  const std::size_t asked = service.count(kRegister);
+  systemEvents.wake();
+  model->retryConnection();
+  settle();
+  EXPECT_EQ(model->health().get(), HealthState::reachable);
+  time.advance(300s);
+  EXPECT_TRUE(is(Step::revoked));
+  EXPECT_EQ(service.count(kRegister), asked);
+  const auto before = model->deviceId().get();
+  service.set(kRegister, {200, R"({"deviceId":"any","registeredAt":1})"});
+  model->resetLocal();
+  ASSERT_TRUE(until([&] { return isConnected(); }));
+  EXPECT_NE(model->deviceId().get(), before);
+}
+
+TEST_F(AppModelTest, ARefusedSocketRegistersAnewAtOnceAndThenMoreSlowly) {
+  service.refuseRelay(401);
+  start();
+  ASSERT_TRUE(until([&] { return service.count(kRegister) == 2 && offline() != nullptr; }));
+  EXPECT_EQ(offline()->retryAt, time.source().now() + 2000);
+  service.refuseRelay(std::nullopt);
+  time.advance(2s);
+  ASSERT_TRUE(until([&] { return isConnected(); }));
+  EXPECT_EQ(service.count(kRegister), 3u);
+}
+
+TEST_F(AppModelTest, PublishesOnceAfterARunOfChangesAndOnEveryHeartbeat) {
+  const auto phone = DeviceIdentity::generate();
+  havePeer(phone, time.wall);
+  listPairs({phone.deviceId()});
+  connect();
+  const std::size_t before = reports(phone).size();
+  const auto sent = [&](std::size_t more) {
+    settle();
+    return reports(phone).size() == before + more;
+  };
+  for (int i = 0; i < 10; ++i) {
+    lockMonitor.tell(i % 2 == 0);
+    time.advance(100ms);
+  }
+  time.advance(199ms);
+  EXPECT_TRUE(sent(0));
+  time.advance(1ms);
+  ASSERT_TRUE(until([&] { return reports(phone).size() == before + 1; }));
+  time.advance(28'700ms);
+  EXPECT_TRUE(sent(1));
+  time.advance(1s);
+  ASSERT_TRUE(until([&] { return reports(phone).size() == before + 2; }));
+  provider.locked = true;
+  lockMonitor.tell(true);
+  time.advance(300ms);
+  ASSERT_TRUE(until([&] { return reports(phone).size() == before + 3; }));
+  EXPECT_EQ(reports(phone).back().state, ReadinessState::locked);
+  EXPECT_EQ(reports(phone).back().appName, std::nullopt);
+}
+
+TEST_F(AppModelTest, KeepsReadinessToItselfWithoutPhonesOrRelay) {
+  service.set(kRegister, FakeService::error(503, "busy"));
+  start();
+  ASSERT_TRUE(until([&] { return offline() != nullptr; }));
+  provider.field().traits.isSecure = true;
+  model->scheduleReadiness();
+  time.advance(300ms);
+  EXPECT_EQ(model->readiness().get(), (Readiness{ReadinessState::noField, "Editor", std::nullopt}));
+  EXPECT_TRUE(service.frames<RelayClient::Presence>().empty());
+}
+
+TEST_F(AppModelTest, SaysGoodNightToPhonesAndComesBack) {
+  const auto phone = DeviceIdentity::generate();
+  havePeer(phone, time.wall);
+  listPairs({phone.deviceId()});
+  connect();
+  systemEvents.sleep();
+  EXPECT_EQ(model->readiness().get().state, ReadinessState::ready);
+  EXPECT_EQ(model->connectionStatus().get(), ConnectionStatus::offline);
+  ASSERT_TRUE(until([&] { return reports(phone).back().state == ReadinessState::asleep; }));
+  EXPECT_EQ(reports(phone).back().appName, std::nullopt);
+  const std::size_t nights = reports(phone).size();
+  time.advance(120s);
+  EXPECT_EQ(reports(phone).size(), nights);
+  systemEvents.wake();
+  ASSERT_TRUE(until([&] { return isConnected() && reports(phone).size() == nights + 1; }));
+  EXPECT_EQ(reports(phone).back().state, ReadinessState::ready);
+}
+
+TEST_F(AppModelTest, FollowsTrustWithinTwoSeconds) {
+  connect();
+  EXPECT_TRUE(model->axTrusted().get());
+  grantStale = true;
+  time.advance(2s);
+  EXPECT_TRUE(model->axNeedsRestart().get());
+  provider.trusted = false;
+  time.advance(2s);
+  EXPECT_FALSE(model->axTrusted().get());
+  EXPECT_FALSE(model->axNeedsRestart().get());
+  time.advance(300ms);
+  EXPECT_EQ(model->readiness().get().state, ReadinessState::noAccessibility);
+  int shown = 0;
+  model->onShowAccessibilityHelp = [&] { ++shown; };
+  model->requestAccessibility();
+  model->requestAccessibility();
+  EXPECT_EQ(prompts, 1);
+  EXPECT_EQ(shown, 2);
+  model->stopServices();
+  provider.trusted = true;
+  time.advance(2s);
+  EXPECT_TRUE(model->axTrusted().get());
+}
+
+TEST_F(AppModelTest, WithoutItsKeysItWaitsForAReset) {
+  test::LogCapture::instance().expect("Could not load the device identity from Keychain");
+  secrets.locked = true;
+  start();
+  EXPECT_EQ(model->startupError().get(), "Quillet could not access its key in your Keychain.");
+  EXPECT_EQ(model->connection().get(), nullptr);
+  EXPECT_EQ(model->makePairingViewModel(), nullptr);
+  EXPECT_EQ(model->connectionStatus().get(), ConnectionStatus::offline);
+  EXPECT_FALSE(await(model->revoke("any")));
+  systemEvents.wake();
+  EXPECT_TRUE(is(Step::notStarted));
+  secrets.locked = false;
+  model->resetLocal();
+  EXPECT_EQ(model->startupError().get(), std::nullopt);
+  ASSERT_TRUE(until([&] { return isConnected(); }));
+}
+
+TEST_F(AppModelTest, KeepsWhatTheUserChose) {
+  defaults.set("onboardingStep", "nonsense");
+  defaults.set("macName", " \n ");
+  loginItem.allowed = false;
+  makeModel();
+  EXPECT_EQ(model->macName().get(), "desk");
+  EXPECT_EQ(model->onboardingStep().get(), OnboardingStep::welcome);
+  EXPECT_FALSE(model->onboardingCompleted().get());
+  model->setOnboardingStep(OnboardingStep::accessibility);
+  EXPECT_EQ(defaults.string("onboardingStep"), "accessibility");
+  model->setLaunchAtLogin(true);
+  EXPECT_FALSE(model->launchAtLogin().get());
+  EXPECT_TRUE(defaults.boolean("launchAtLoginChosen"));
+  loginItem.allowed = true;
+  model->setLaunchAtLogin(true);
+  EXPECT_TRUE(model->launchAtLogin().get());
+  model->completeOnboarding();
+  model->restartApp();
+  EXPECT_EQ(restarts, 1);
+  makeModel();
+  EXPECT_TRUE(model->onboardingCompleted().get());
+  EXPECT_EQ(model->onboardingStep().get(), OnboardingStep::ready);
+  EXPECT_TRUE(model->launchAtLogin().get());
+}
+
+TEST(ServiceLocationTest, TakesTheFirstUsableSource) {
+  const std::optional<std::string> bundled = "https://bundled.example";
+  const std::pair<const char*, const char*> cases[] = {
+      {" https://own.example/x \n", "https://own.example/x"},
+      {"HTTP://Own.example", "http://"},
+      {"ftp://own.example", "https://bundled.example"},
+      {"wss://own.example", "https://bundled.example"},
+      {"https://", "https://bundled.example"},
+      {"", "https://bundled.example"},
+  };
+  for (const auto& [text, expected] : cases) {
+    UserDefaults defaults(std::nullopt);
+    defaults.set("QLTServerURLOverride", boost::json::string(text));
+    EXPECT_TRUE(serviceLocation(defaults, bundled).text().starts_with(expected)) << text;
+  }
+  const UserDefaults none(std::nullopt);
+  EXPECT_EQ(serviceLocation(none, "https:///path"), *ServiceURL::parse(kDefaultServiceURL));
+}
+
+TEST(ConnectionStatusTest, SaysWhatWouldHappenToAText) {
+  using State = ReadinessState;
+  const auto line = [](State state, std::optional<std::string> app = {}) {
+    return statusLine(ConnectionStatus::connected, {state, std::move(app), std::nullopt});
+  };
+  EXPECT_EQ(line(State::ready, "Notes"), "Notes · Ready");
+  EXPECT_EQ(line(State::ready), "Ready");
+  EXPECT_EQ(line(State::noField, "Notes"), "Notes · No text field");
+  EXPECT_EQ(line(State::noAccessibility, "Notes"), "Allow Accessibility to insert text");
+  EXPECT_EQ(statusLine(ConnectionStatus::offline, {State::ready, "Notes", {}}), "Offline");
+  const auto rows = connectionCheckRows(HealthState::unreachable, ConnectionStatus::reconnecting, false, 0);
+  using Row = ConnectionCheckRow::State;
+  const Row expected[] = {Row::bad, Row::warning, Row::warning, Row::warning};
+  for (std::size_t i = 0; i < rows.size(); ++i) EXPECT_EQ(rows[i].state, expected[i]) << rows[i].title;
+}
+
+}  // namespace
+}  // namespace quillet

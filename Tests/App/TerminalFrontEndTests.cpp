@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Terminal/TerminalFrontEnd.h"
+
+#include <boost/json/parse.hpp>
+
+#include "Tests/App/AppModelHarness.h"
+
+namespace quillet {
+namespace {
+
+namespace json = boost::json;
+using test::FakeService;
+
+class TerminalFrontEndTest : public test::AppModelTest {
+ protected:
+  void open(TerminalFrontEnd::Style style = TerminalFrontEnd::Style::json) {
+    if (!model) makeModel();
+    front = std::make_unique<TerminalFrontEnd>(
+        *model, time.executor(), style, [this](std::string line) { lines.push_back(std::move(line)); },
+        [this] { ++quits; });
+  }
+  void openConnected() {
+    havePeer(phone, time.wall);
+    listPairs({phone.deviceId()});
+    makeModel();
+    open();
+    model->start();
+    ASSERT_TRUE(until([&] { return isConnected() && service.count(kPairs) >= 2; }));
+    settle();
+    lines.clear();
+  }
+  /// The first answer of this name, or an error, that comes after this line.
+  json::object ask(const std::string& line, const std::string& name) {
+    lines.clear();
+    front->handleLine(line);
+    until([&] { return found(name) || found("error"); });
+    return found(name).value_or(found("error").value_or(json::object{}));
+  }
+  std::optional<json::object> found(const std::string& name) {
+    for (const auto& line : lines) {
+      auto object = json::parse(line).as_object();
+      if (object.contains("answer") && object["answer"].as_string() == name) return object;
+    }
+    return std::nullopt;
+  }
+  std::string refusal(const std::string& line) {
+    auto answer = ask(line, "error");
+    return answer.contains("message") ? std::string(answer["message"].as_string()) : "";
+  }
+  std::vector<json::object> events(const std::string& name) {
+    std::vector<json::object> list;
+    for (const auto& line : lines) {
+      auto object = json::parse(line).as_object();
+      if (object.contains("event") && object["event"].as_string() == name) list.push_back(object);
+    }
+    return list;
+  }
+  ~TerminalFrontEndTest() override { front.reset(); }
+
+  const DeviceIdentity phone = DeviceIdentity::generate();
+  std::vector<std::string> lines;
+  int quits = 0;
+  std::unique_ptr<TerminalFrontEnd> front;
+};
+
+TEST_F(TerminalFrontEndTest, TellsEveryStepToTheFirstConnection) {
+  makeModel();
+  open();
+  model->start();
+  ASSERT_TRUE(until([&] { return isConnected(); }));
+  std::vector<std::string> steps, statuses;
+  for (auto& event : events("registration")) steps.emplace_back(event["state"].as_string());
+  for (auto& event : events("connection")) statuses.emplace_back(event["status"].as_string());
+  EXPECT_EQ(steps, (std::vector<std::string>{"registering", "registered"}));
+  EXPECT_EQ(statuses, (std::vector<std::string>{"reconnecting", "offline", "reconnecting", "connected"}));
+  EXPECT_EQ(events("device").size(), 1u);
+  lines.clear();
+  provider.trusted = false;
+  time.advance(std::chrono::seconds(3));
+  ASSERT_EQ(events("trust").size(), 1u);
+  EXPECT_FALSE(events("trust")[0]["trusted"].as_bool());
+  EXPECT_EQ(events("readiness").back()["state"].as_string(), "noAccessibility");
+  auto status = ask("status", "status");
+  EXPECT_EQ(status["registration"].as_object()["state"].as_string(), "registered");
+  EXPECT_EQ(status["connection"].as_string(), "connected");
+  EXPECT_EQ(status["version"].as_string(), "1.2 (3)");
+  EXPECT_FALSE(status["accessibility"].as_bool());
+}
+
+TEST_F(TerminalFrontEndTest, SaysWhatIsWrongWithALine) {
+  open();
+  const std::pair<const char*, const char*> cases[] = {
+      {"dance", "There is no command \"dance\". Type \"help\"."},
+      {"peers now", "\"peers\" stands alone. Type \"help\"."},
+      {"rename", "Say which: rename NAME"},
+      {"revoke  ", "Say which: revoke PHONE"},
+      {"revoke nobody", "No one phone is called that. \"peers\" lists them."},
+      {"login maybe", "Say \"login on\" or \"login off\"."},
+      {"confirm", "There is nothing to confirm."},
+      {"cancel", "There is no pairing to cancel."},
+      {"pair", "Quillet is not ready to pair."},
+      {"feedback reply-to=nobody Hello", "That email address doesn't look right."},
+      {"feedback reply-to=ada@example.org ", "There is nothing to send."},
+      {"feedback Hello", "Connect to the internet and try again."},
+      {"delete confirm", "Quillet is not connected to the server."},
+      {"\xff", "This line is not UTF-8."}};
+  for (const auto& [line, expected] : cases) EXPECT_EQ(refusal(line), expected) << line;
+  EXPECT_NE(refusal("reset").find("\"reset confirm\""), std::string::npos);
+  EXPECT_NE(refusal("reset now").find("\"reset confirm\""), std::string::npos);
+  lines.clear();
+  front->handleLine("  ");
+  EXPECT_TRUE(lines.empty());
+}
+
+TEST_F(TerminalFrontEndTest, HelpListsEveryCommandThatAnswers) {
+  open();
+  const std::string text(ask("help", "help")["text"].as_string());
+  std::size_t listed = 0;
+  for (std::size_t at = 0; at != std::string::npos; at = text.find('\n', at + 1), ++listed) {
+    const std::size_t start = at == 0 ? 0 : at + 1;
+    const std::string word = text.substr(start, text.find(' ', start) - start);
+    lines.clear();
+    front->handleLine(word);
+    if (word != "quit" && word != "health") EXPECT_FALSE(lines.empty()) << word;
+    for (const auto& line : lines) EXPECT_EQ(line.find("no command"), std::string::npos) << word;
+  }
+  EXPECT_GE(listed, 18u);
+  EXPECT_EQ(quits, 1);
+  EXPECT_EQ(restarts, 1);
+  EXPECT_TRUE(until([&] { return found("health").has_value(); }));
+}
+
+TEST_F(TerminalFrontEndTest, KeepsTheDeviceUpToDate) {
+  openConnected();
+  auto answer = ask("rename  Attic Mac ", "rename");
+  EXPECT_EQ(answer["macName"].as_string(), "Attic Mac");
+  EXPECT_TRUE(answer["changed"].as_bool());
+  EXPECT_EQ(events("macName").size(), 1u);
+  EXPECT_FALSE(ask("rename Attic Mac", "rename")["changed"].as_bool());
+  auto peer = ask("peers", "peers")["peers"].as_array()[0].as_object();
+  EXPECT_EQ(peer["name"].as_string(), "Ada's phone");
+  EXPECT_EQ(peer["lastSeenAt"].as_int64(), 77);
+  answer = ask("health", "health");
+  EXPECT_EQ(answer["state"].as_string(), "reachable");
+  EXPECT_EQ(answer["rows"].as_array().size(), 4u);
+  service.set("DELETE /v1/pairs/" + phone.deviceId(), FakeService::error(500, "down"));
+  answer = ask("revoke Ada's phone", "revoke");
+  EXPECT_FALSE(answer["serviceKnows"].as_bool());
+  EXPECT_TRUE(events("peers").back()["peers"].as_array().empty());
+  EXPECT_TRUE(ask("login on", "login")["enabled"].as_bool());
+  loginItem.allowed = false;
+  EXPECT_EQ(refusal("login on"), "The desktop's list of programs could not be changed.");
+  EXPECT_TRUE(ask("feedback reply-to=ada@example.org Hello", "feedback")["sent"].as_bool());
+  EXPECT_NE(service.bodies("POST /v1/feedback")[0].find(R"("replyTo":"ada@example.org")"), std::string::npos);
+}
+
+TEST_F(TerminalFrontEndTest, ResetsAndDeletesOnlyWhenToldTwice) {
+  openConnected();
+  const auto before = model->deviceId().get();
+  refusal("reset");
+  refusal("delete");
+  EXPECT_EQ(model->deviceId().get(), before);
+  service.set(kDelete, FakeService::error(500, "down"));
+  EXPECT_EQ(refusal("delete confirm"), "Couldn't reach the Quillet service. Nothing was deleted.");
+  service.set(kDelete, {});
+  ask("pair", "pair");
+  auto answer = ask("delete confirm", "delete");
+  EXPECT_EQ(answer["deviceId"].as_string(), *model->deviceId().get());
+  const auto between = model->deviceId().get();
+  EXPECT_NE(between, before);
+  ask("reset confirm", "reset");
+  EXPECT_NE(model->deviceId().get(), between);
+  front.reset();
+  open(TerminalFrontEnd::Style::people);
+  const auto last = model->deviceId().get();
+  for (const char* line : {"reset", "no", "yes", "reset", "status", "yes"}) front->handleLine(line);
+  EXPECT_EQ(model->deviceId().get(), last);
+  for (const char* line : {"reset", "yes"}) front->handleLine(line);
+  EXPECT_NE(model->deviceId().get(), last);
+}
+
+TEST_F(TerminalFrontEndTest, AnswersWhatWasAskedBeforeTheInputEnded) {
+  openConnected();
+  service.hold(kHealth);
+  front->handleLine("health");
+  front->endOfInput();
+  time.run();
+  EXPECT_EQ(quits, 0);
+  service.release(kHealth);
+  ASSERT_TRUE(until([&] { return quits == 1; }));
+  EXPECT_TRUE(found("health"));
+}
+
+TEST_F(TerminalFrontEndTest, EndsWhileAnAnswerIsUnderWay) {
+  openConnected();
+  service.hold(kHealth);
+  service.hold("POST /v1/feedback");
+  for (const char* line : {"health", "feedback Hello", "pair"}) front->handleLine(line);
+  ASSERT_TRUE(until([&] { return service.count("POST /v1/feedback") == 1; }));
+  lines.clear();
+  front.reset();
+  ASSERT_TRUE(until([&] { return model->health().get() == HealthState::unknown; }));
+  EXPECT_TRUE(lines.empty());
+}
+
+}  // namespace
+}  // namespace quillet

@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <boost/asio/redirect_error.hpp>
+#include <deque>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "QuilletKit/JSONCoding.h"
+#include "QuilletKit/WireModels.h"
+#include "Tests/Doubles/LoopbackServer.h"
+
+namespace quillet::test {
+
+/// The service on a loopback socket, scripted: what each route answers, and what the relay says. Everything well at
+/// first, with nobody paired. All operations may be called from the test's thread.
+class FakeService {
+ public:
+  struct Reply {
+    int status = 200;
+    std::string body = R"({"ok":true})";
+  };
+  static Reply error(int status, const std::string& code) {
+    return {status, R"({"error":{"code":")" + code + R"(","message":"No.","retryable":false}})"};
+  }
+
+  /// Routes are a method and a path, "GET /v1/pairs". From now on; a held reply goes out when it is released.
+  void set(const std::string& route, Reply reply) {
+    const std::lock_guard lock(mutex_);
+    replies_[route] = std::move(reply);
+  }
+  void hold(const std::string& route) {
+    const std::lock_guard lock(mutex_);
+    held_[route];
+  }
+  void release(const std::string& route) {
+    const std::lock_guard lock(mutex_);
+    for (const auto& waiting : held_[route]) {
+      if (const Gate gate = waiting.lock()) boost::asio::post(gate->get_executor(), [gate] { gate->cancel(); });
+    }
+    held_.erase(route);
+  }
+  /// The bodies of the requests to a route, in order of arrival.
+  std::vector<std::string> bodies(const std::string& route) const {
+    const std::lock_guard lock(mutex_);
+    const auto found = bodies_.find(route);
+    return found == bodies_.end() ? std::vector<std::string>{} : found->second;
+  }
+  std::size_t count(const std::string& route) const { return bodies(route).size(); }
+
+  /// The status that refuses the relay's upgrade from now on.
+  void refuseRelay(std::optional<int> status) {
+    const std::lock_guard lock(mutex_);
+    refusal_ = status;
+  }
+  void push(const RelayServerMessage& message) {
+    const auto relay = currentRelay();
+    boost::asio::post(relay->socket.get_executor(), [relay, text = JSONCoding::encode(message)] {
+      relay->outgoing.push_back(text);
+      relay->wake.cancel();
+    });
+  }
+  void dropRelay() {
+    const auto relay = currentRelay();
+    boost::asio::post(relay->socket.get_executor(), [relay] { boost::beast::get_lowest_layer(relay->socket).close(); });
+  }
+  /// What the desktop has sent through the relay, pings excepted.
+  template <typename Frame>
+  std::vector<Frame> frames() const {
+    const std::lock_guard lock(mutex_);
+    std::vector<Frame> found;
+    for (const auto& text : frames_) {
+      const auto message = JSONCoding::decode<RelayClientMessage>(text);
+      if (const auto* frame = std::get_if<Frame>(&message)) found.push_back(*frame);
+    }
+    return found;
+  }
+  std::string url() const { return server_.url().text(); }
+
+ private:
+  using Gate = std::shared_ptr<boost::asio::steady_timer>;
+  struct Relay {
+    explicit Relay(LoopbackServer::WebSocket stream)
+        : socket(std::move(stream)), wake(socket.get_executor(), boost::asio::steady_timer::time_point::max()) {}
+    LoopbackServer::WebSocket socket;
+    boost::asio::steady_timer wake;
+    std::deque<std::string> outgoing;
+  };
+
+  std::shared_ptr<Relay> currentRelay() const {
+    const std::lock_guard lock(mutex_);
+    return relay_.lock();
+  }
+  Gate gateFor(const std::string& route, const boost::asio::any_io_executor& executor) {
+    const std::lock_guard lock(mutex_);
+    const auto found = held_.find(route);
+    if (found == held_.end()) return nullptr;
+    const auto never = boost::asio::steady_timer::time_point::max();
+    auto gate = std::make_shared<boost::asio::steady_timer>(executor, never);
+    found->second.push_back(gate);
+    return gate;
+  }
+  Reply note(const std::string& route, const std::string& body) {
+    const std::lock_guard lock(mutex_);
+    bodies_[route].push_back(body);
+    const auto found = replies_.find(route);
+    return found == replies_.end() ? Reply{} : found->second;
+  }
+
+  Awaitable<void> serve(LoopbackServer& server, LoopbackServer::Socket socket) {
+    for (;;) {
+      const auto request = co_await server.readRequest(socket);
+      const std::string route = std::string(request.method_string()) + " " + std::string(request.target());
+      const Reply reply = note(route, request.body());
+      if (boost::beast::websocket::is_upgrade(request)) {
+        const auto refusal = refusedWith();
+        if (!refusal) co_return co_await serveRelay(request, std::move(socket));
+        co_await LoopbackServer::write(socket, LoopbackServer::answer(*refusal, "{}"));
+        continue;
+      }
+      if (const Gate gate = gateFor(route, socket.get_executor())) {
+        boost::system::error_code ignored;
+        co_await gate->async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, ignored));
+      }
+      co_await LoopbackServer::write(socket, LoopbackServer::answer(reply.status, reply.body));
+    }
+  }
+  std::optional<int> refusedWith() const {
+    const std::lock_guard lock(mutex_);
+    return refusal_;
+  }
+
+  Awaitable<void> serveRelay(LoopbackServer::Request request, LoopbackServer::Socket socket) {
+    const auto relay = std::make_shared<Relay>(LoopbackServer::WebSocket(std::move(socket)));
+    co_await relay->socket.async_accept(request, boost::asio::use_awaitable);
+    {
+      const std::lock_guard lock(mutex_);
+      relay_ = relay;
+    }
+    boost::asio::co_spawn(relay->socket.get_executor(), writeFrames(relay), [](const std::exception_ptr&) {});
+    for (;;) {
+      std::string text = co_await LoopbackServer::readText(relay->socket);
+      if (text == "ping") {
+        relay->outgoing.push_back("pong");
+        relay->wake.cancel();
+        continue;
+      }
+      const std::lock_guard lock(mutex_);
+      frames_.push_back(std::move(text));
+    }
+  }
+  static Awaitable<void> writeFrames(std::shared_ptr<Relay> relay) {
+    while (relay->socket.is_open()) {
+      while (!relay->outgoing.empty()) {
+        const std::string text = relay->outgoing.front();
+        relay->outgoing.pop_front();
+        co_await relay->socket.async_write(boost::asio::buffer(text), boost::asio::use_awaitable);
+      }
+      boost::system::error_code ignored;
+      co_await relay->wake.async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, ignored));
+    }
+  }
+
+  mutable std::mutex mutex_;
+  std::map<std::string, Reply> replies_{
+      {"POST /v1/devices/register", {200, R"({"deviceId":"any","registeredAt":1})"}},
+      {"GET /v1/pairs", {200, R"({"pairs":[]})"}},
+  };
+  std::map<std::string, std::vector<std::weak_ptr<boost::asio::steady_timer>>> held_;
+  std::map<std::string, std::vector<std::string>> bodies_;
+  std::vector<std::string> frames_;
+  std::optional<int> refusal_;
+  std::weak_ptr<Relay> relay_;
+  LoopbackServer server_{
+      [this](LoopbackServer& server, LoopbackServer::Socket socket) { return serve(server, std::move(socket)); }};
+};
+
+}  // namespace quillet::test
