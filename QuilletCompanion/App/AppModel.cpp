@@ -58,7 +58,7 @@ AppModel::AppModel(AppModelParts parts)
       onboarding_(parts_.defaults),
       launchAtLogin_(parts_.loginItem.isEnabled()),
       axTrusted_(parts_.provider.isTrusted()),
-      wordStats_(parts_.wordLedgers, parts_.defaults, macName().get(), symbolFor(parts_), parts_.calendar,
+      wordStats_(parts_.wordLedgers, parts_.defaults, macName().get(), symbolFor(parts_), std::move(parts_.calendar),
                  parts_.time.now),
       trustTask_(parts_.mainThread) {
   observeSelf();
@@ -171,7 +171,7 @@ AppModel::ConnectionRef AppModel::makeConnection() {
   };
   connection->onAuthenticationRejected = [weak] {
     const auto self = weak.lock();
-    if (self && self->api_) self->startRegistration(self->connection_.get()->consecutiveRefusals());
+    if (self && self->api_) self->startRegistration(++self->refusals_);
   };
   return connection;
 }
@@ -192,6 +192,7 @@ void AppModel::registered() {
 }
 
 void AppModel::connected() {
+  refusals_ = 0;
   publishReadiness();
   upkeepAll();
 }

@@ -172,6 +172,7 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   Observable<Registration>::Subscription registrationWatch_;
   Observable<ConnectionRef>::Subscription connectionWatch_;
   Observable<RelayConnection::State>::Subscription relayWatch_;
+  int refusals_ = 0;  ///< Refused sockets since the last proved one.
   bool started_ = false;
   bool didPromptForAccessibility_ = false;
 };
