@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "QuilletKit/Base64URL.h"
+#include "QuilletKit/SecretStore.h"
 
 namespace quillet {
 namespace {
@@ -11,6 +12,11 @@ namespace {
 constexpr auto kPollInterval = std::chrono::seconds(1);
 constexpr std::int64_t kIdentityGraceMilliseconds = 5'000;
 constexpr int kLongestWaitSeconds = 20;
+constexpr int kNotFound = 404;
+
+FileSecretStore keyStore(const std::filesystem::path& folder) {
+  return {folder / "keys", "quillet-phone"};
+}
 
 ServiceURL serviceURL(const std::string& text) {
   auto url = ServiceURL::parse(text);
@@ -56,7 +62,10 @@ Crypto::Key macKeyOf(const ClaimPairingResponse& response, const std::optional<P
 
 PhoneError phoneError(const APIError& error) {
   if (const auto* server = error.server()) {
-    return {PhoneExit::serviceRefused, server->body.message + " (" + server->body.code + ")"};
+    PhoneError refused(PhoneExit::serviceRefused, server->body.message + " (" + server->body.code + ")");
+    refused.status = server->status;
+    refused.code = server->body.code;
+    return refused;
   }
   if (std::holds_alternative<APIError::Decoding>(error.detail)) {
     return {PhoneExit::serviceRefused, std::string("The service's answer makes no sense: ") + error.what()};
@@ -71,6 +80,11 @@ Phone::Phone(PhoneState state, std::filesystem::path folder, DeviceIdentity iden
       identity_(identity),
       time_(std::move(time)),
       api_(serviceURL(state_.service), identity, session) {}
+
+DeviceIdentity Phone::loadIdentity(const std::filesystem::path& folder) {
+  FileSecretStore secrets = keyStore(folder);
+  return DeviceIdentity::loadOrCreate(secrets);
+}
 
 std::string Phone::makeId() {
   return Crypto::hexLower(Crypto::randomBytes(16));
@@ -193,9 +207,34 @@ Awaitable<Phone::DeliveryReport> Phone::cancelDelivery(PeerIdentity mac, std::st
 }
 
 Awaitable<void> Phone::unpair(PeerIdentity mac) {
-  co_await asked(api_.removePair(mac.deviceId));
+  try {
+    co_await asked(api_.removePair(mac.deviceId));
+  } catch (const PhoneError& error) {
+    if (error.status != kNotFound) throw;
+  }
   std::erase_if(state_.macs, [&](const PairedMac& known) { return known.identity.deviceId == mac.deviceId; });
   state_.save(folder_);
+}
+
+Awaitable<void> Phone::rename(std::string name) {
+  co_await asked(api_.rename(name));
+  state_.name = std::move(name);
+  state_.save(folder_);
+}
+
+Awaitable<void> Phone::deleteCloudData() {
+  try {
+    co_await asked(api_.deleteDevice());
+  } catch (const PhoneError& error) {
+    if (error.code != "device_revoked") throw;
+  }
+  reset();
+}
+
+void Phone::reset() {
+  FileSecretStore secrets = keyStore(folder_);
+  DeviceIdentity::remove(secrets);
+  std::filesystem::remove(folder_ / "phone.json");
 }
 
 Phone::DeliveryReport Phone::reportFrom(const DeliveryStatus& status, const PeerIdentity& mac) const {

@@ -31,8 +31,11 @@ enum class PhoneExit {
 };
 
 struct PhoneError : std::runtime_error {
-  PhoneError(PhoneExit code, const std::string& message) : std::runtime_error(message), exit(code) {}
+  PhoneError(PhoneExit how, const std::string& message) : std::runtime_error(message), exit(how) {}
   PhoneExit exit;
+  /// With `serviceRefused`: the HTTP status and the service's word for it.
+  int status = 0;
+  std::string code;
 };
 
 /// The phone's half of every protocol. Operations throw PhoneError.
@@ -59,6 +62,9 @@ class Phone {
   /// `session` outlives the phone.
   Phone(PhoneState state, std::filesystem::path folder, DeviceIdentity identity, HTTPSession& session, TimeSource time);
 
+  /// The keys, made when there are none. Throws what DeviceIdentity::loadOrCreate throws.
+  static DeviceIdentity loadIdentity(const std::filesystem::path& folder);
+
   Awaitable<void> registerDevice();
   /// By invitation text when it parses as one, else by typed code.
   Awaitable<Claim> claim(std::string invitationOrCode);
@@ -71,7 +77,13 @@ class Phone {
   /// Until there is a result, the delivery ended otherwise, or the time is over.
   Awaitable<DeliveryReport> wait(PeerIdentity mac, std::string utteranceId, Duration limit);
   Awaitable<DeliveryReport> cancelDelivery(PeerIdentity mac, std::string utteranceId);
+  /// Also forgets a Mac that the service doesn't know as paired any more.
   Awaitable<void> unpair(PeerIdentity mac);
+  Awaitable<void> rename(std::string name);
+  /// Deletes this phone at the service, then here. Nothing has changed when it throws.
+  Awaitable<void> deleteCloudData();
+  /// Forgets keys and pairs here.
+  void reset();
 
   const PhoneState& state() const { return state_; }
   std::string deviceId() const { return identity_.deviceId(); }

@@ -11,12 +11,17 @@ const char* const kPhoneHelp =
 
 A phone for Quillet, as a command-line program.
 
-  init [--service URL] [--name NAME]   make this phone's keys and register it
+  init [--service URL] [--name NAME] [--words FOLDER]
+                                       make this phone's keys and register it
   pair CODE-OR-INVITATION [--yes]      pair with a Mac; shows four words to compare
   macs                                 the paired Macs
   presence                             which of them are there, and whether text can go in
   say TEXT [--mac MAC]                 prepare, deliver, wait, and verify the result
-  unpair [--mac MAC]                   end a pairing
+  unpair [--mac MAC]                   end a pairing (also: revoke)
+  rename NAME                          the name that Macs show
+  words                                how many words went in
+  delete [--yes]                       delete this phone at the service, then here
+  reset [--yes]                        forget keys and pairs here only
 
 The steps of "say", one by one:
   prepare [--utterance ID]             ask for a target; prints its token
@@ -29,7 +34,8 @@ Options:
   --state FOLDER   where this phone keeps its keys and pairs
                    (default: quillet-phone in the XDG data home)
   --mac MAC        a Mac's name or the start of its id; not needed when one is paired
-  --yes            take the four words as compared (for scripts)
+  --yes            take the four words as compared, or the question as answered (for scripts)
+  --words FOLDER   where word counts are shared with the Macs; a folder kept in step between them
   --seconds N      how long "say" and "wait" wait for a result
   --help, --version
 
@@ -40,7 +46,7 @@ gone in), 8 pairing failed, 9 an answer could not be verified, 10 no result in t
 
 namespace {
 
-constexpr std::array<std::string_view, 6> kValued{"state", "service", "name", "mac", "utterance", "seconds"};
+constexpr std::array<std::string_view, 7> kValued{"state", "service", "name", "mac", "utterance", "seconds", "words"};
 constexpr std::array<std::string_view, 3> kFlags{"yes", "help", "version"};
 
 bool isOneOf(const auto& list, std::string_view name) {

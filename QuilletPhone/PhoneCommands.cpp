@@ -8,8 +8,10 @@
 #include <istream>
 #include <ostream>
 
+#include "QuilletKit/FolderLedgerStorage.h"
 #include "QuilletKit/HTTPSession.h"
-#include "QuilletKit/SecretStore.h"
+#include "QuilletKit/Unicode.h"
+#include "QuilletPhone/PhoneWordCount.h"
 
 namespace quillet {
 namespace {
@@ -42,7 +44,11 @@ class PhoneRun {
     if (arguments_.command == "deliver") return deliver();
     if (arguments_.command == "wait") return show(await(phone_->wait(mac(), operand(0, "ID"), waitLimit())));
     if (arguments_.command == "cancel") return show(await(phone_->cancelDelivery(mac(), operand(0, "ID"))));
-    if (arguments_.command == "unpair") return unpair();
+    if (arguments_.command == "unpair" || arguments_.command == "revoke") return unpair();
+    if (arguments_.command == "rename") return rename();
+    if (arguments_.command == "words") return words();
+    if (arguments_.command == "delete") return deleteData();
+    if (arguments_.command == "reset") return reset();
     throw PhoneError(PhoneExit::usage, "Unknown command \"" + arguments_.command + "\".");
   }
 
@@ -66,8 +72,7 @@ class PhoneRun {
   }
 
   void openPhone(const PhoneState& state) {
-    FileSecretStore secrets(folder_ / "keys", "quillet-phone");
-    phone_.emplace(state, folder_, DeviceIdentity::loadOrCreate(secrets), session_, time_);
+    phone_.emplace(state, folder_, Phone::loadIdentity(folder_), session_, time_);
   }
 
   void say(json::object object, const std::string& text) {
@@ -100,6 +105,7 @@ class PhoneRun {
     auto state = PhoneState::load(folder_).value_or(PhoneState{.name = "Phone", .service = "http://127.0.0.1:8787"});
     state.name = arguments_.option("name", state.name);
     state.service = arguments_.option("service", state.service);
+    if (arguments_.has("words")) state.wordLedgerFolder = wordFolder(arguments_.option("words"));
     openPhone(state);
     await(phone_->registerDevice());
     state.save(folder_);
@@ -128,11 +134,7 @@ class PhoneRun {
     } else {
       out_ << claim.macName << "\nVerification words: " << claim.crypto.verificationPhrase() << std::endl;
     }
-    if (arguments_.has("yes")) return true;
-    err_ << "Does the Mac show the same four words? [y/N] " << std::flush;
-    std::string reply;
-    std::getline(in_, reply);
-    return reply == "y" || reply == "Y" || reply == "yes";
+    return sure("Does the Mac show the same four words?");
   }
 
   PhoneExit pair() {
@@ -212,8 +214,60 @@ class PhoneRun {
     const auto prepared = await(phone_->prepare(target, Phone::makeId()));
     if (prepared.status != PrepareStatus::ready || !prepared.token) return showPrepared(prepared);
     const auto report = await(phone_->deliver(target, prepared.utteranceId, *prepared.token, text));
-    if (report.result) return show(report);
-    return show(await(phone_->wait(target, prepared.utteranceId, waitLimit())));
+    const auto last = report.result ? report : await(phone_->wait(target, prepared.utteranceId, waitLimit()));
+    if (last.result && last.result->outcome == InsertionOutcome::inserted) {
+      recordInsertedWords(phone_->state(), folder_, text);
+    }
+    return show(last);
+  }
+
+  static std::string wordFolder(const std::string& setting) {
+    if (FolderLedgerStorage::folderFrom(setting)) return setting;
+    throw PhoneError(PhoneExit::usage, "\"" + setting + "\" is not an absolute path.");
+  }
+
+  PhoneExit rename() {
+    constexpr std::size_t kLongestName = 64;
+    const std::string name(Unicode::cutToClusters(Unicode::trim(operand(0, "name")), kLongestName));
+    if (name.empty() || !Unicode::isValidUTF8(name)) throw PhoneError(PhoneExit::usage, "That is no name.");
+    await(phone_->rename(name));
+    say({{"name", name}}, "This phone is called " + name);
+    return PhoneExit::done;
+  }
+
+  PhoneExit words() {
+    const WordStatsSummary summary = wordSummary(phone_->state(), folder_);
+    say({{"today", summary.today}, {"week", summary.week}, {"month", summary.month}, {"total", summary.total}},
+        "Today " + std::to_string(summary.today) + ", week " + std::to_string(summary.week) + ", month " +
+            std::to_string(summary.month) + ", total " + std::to_string(summary.total));
+    return PhoneExit::done;
+  }
+
+  bool sure(const std::string& question) {
+    if (arguments_.has("yes")) return true;
+    err_ << question << " [y/N] " << std::flush;
+    std::string reply;
+    std::getline(in_, reply);
+    return reply == "y" || reply == "Y" || reply == "yes";
+  }
+
+  PhoneExit deleteData() {
+    if (!sure("Delete this phone at the service? All Macs must pair with it again.")) return unchanged();
+    await(phone_->deleteCloudData());
+    say({{"deleted", true}}, "Deleted. \"quillet-phone init\" begins as a new phone.");
+    return PhoneExit::done;
+  }
+
+  PhoneExit reset() {
+    if (!sure("Forget this phone's keys and pairs? The service is not told; \"delete\" does both.")) return unchanged();
+    phone_->reset();
+    say({{"reset", true}}, "Forgotten. \"quillet-phone init\" begins as a new phone.");
+    return PhoneExit::done;
+  }
+
+  PhoneExit unchanged() {
+    say({{"changed", false}}, "Nothing was changed.");
+    return PhoneExit::done;
   }
 
   PhoneExit unpair() {

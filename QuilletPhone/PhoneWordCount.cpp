@@ -46,19 +46,29 @@ class FilePreferences final : public PreferenceStore {
   Values values_;
 };
 
+void withStats(const PhoneState& state, const std::filesystem::path& folder, const auto& use) {
+  FilePreferences local(folder / "words.json");
+  std::optional<FolderLedgerStorage> shared;
+  if (auto found = FolderLedgerStorage::folderFrom(state.wordLedgerFolder)) shared.emplace(*std::move(found));
+  WordStatsStore stats(shared ? &*shared : nullptr, local, state.name, std::string(kSymbol), WordCalendar::current(),
+                       &Clock::now);
+  use(stats);
+}
+
 }  // namespace
 
 void recordInsertedWords(const PhoneState& state, const std::filesystem::path& folder, std::string_view text) noexcept {
   try {
-    FilePreferences local(folder / "words.json");
-    std::optional<FolderLedgerStorage> shared;
-    if (auto found = FolderLedgerStorage::folderFrom(state.wordLedgerFolder)) shared.emplace(*std::move(found));
-    WordStatsStore(shared ? &*shared : nullptr, local, state.name, std::string(kSymbol), WordCalendar::current(),
-                   &Clock::now)
-        .record(text);
+    withStats(state, folder, [&](WordStatsStore& stats) { stats.record(text); });
   } catch (const std::exception&) {
     Log::info("relay", "Could not count the words");
   }
+}
+
+WordStatsSummary wordSummary(const PhoneState& state, const std::filesystem::path& folder) {
+  WordStatsSummary summary;
+  withStats(state, folder, [&](WordStatsStore& stats) { summary = stats.summary(); });
+  return summary;
 }
 
 }  // namespace quillet

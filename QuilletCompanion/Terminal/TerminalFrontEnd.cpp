@@ -34,6 +34,7 @@ const std::vector<TerminalFrontEnd::Command>& TerminalFrontEnd::commands() {
       {"retry", "", "register or connect again now", Argument::none, &Front::retry},
       {"accessibility", "", "let this program type", Argument::none, &Front::accessibility},
       {"login", "on|off", "start when you log in", Argument::optional, &Front::login},
+      {"words", "", "how many words were dictated", Argument::none, &Front::words},
       {"feedback", "[reply-to=ADDRESS] TEXT", "write to the developer", Argument::required, &Front::feedback},
       {"reset", "[confirm]", "forget keys and phones, begin as a new device", Argument::optional, &Front::reset},
       {"delete", "[confirm]", "delete this Mac's data at the service, then reset", Argument::optional,
@@ -222,6 +223,12 @@ void TerminalFrontEnd::deleteNow() {
     output_.answer("delete", {{"deviceId", model_.deviceId().get().value_or("")}},
                    "Deleted. This Mac begins as a new device.");
   });
+}
+
+void TerminalFrontEnd::words(const std::string&) {
+  model_.wordStats().reload();
+  const WordStatsSummary summary = model_.wordStats().summary();
+  output_.answer("words", describe(summary), textOf(summary));
 }
 
 void TerminalFrontEnd::restart(const std::string&) {

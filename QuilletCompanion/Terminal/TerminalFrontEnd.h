@@ -58,6 +58,7 @@ class TerminalFrontEnd {
   void feedback(const std::string& text);
   void reset(const std::string& argument);
   void deleteData(const std::string& argument);
+  void words(const std::string&);
   void restart(const std::string&);
   void version(const std::string&);
   void help(const std::string&);

@@ -135,6 +135,27 @@ std::string textOf(const std::vector<ConnectionCheckRow>& rows) {
   return text;
 }
 
+json::object describe(const WordStatsSummary& summary) {
+  json::object fields{{"today", summary.today},
+                      {"week", summary.week},
+                      {"month", summary.month},
+                      {"total", summary.total},
+                      {"streak", summary.streak}};
+  json::array devices;
+  for (const auto& device : summary.devices) {
+    devices.push_back({{"name", device.name}, {"total", device.total}, {"isThisDevice", device.isThisDevice}});
+  }
+  fields["devices"] = std::move(devices);
+  return fields;
+}
+
+std::string textOf(const WordStatsSummary& summary) {
+  std::string text = "Today " + std::to_string(summary.today) + ", week " + std::to_string(summary.week) + ", month " +
+                     std::to_string(summary.month) + ", total " + std::to_string(summary.total);
+  for (const auto& device : summary.devices) text += "\n" + device.name + ": " + std::to_string(device.total);
+  return text;
+}
+
 std::string accessibilityText(const AppModel& model) {
   if (model.axNeedsRestart().get()) {
     return "Access is on, but this copy of Quillet needs to restart to use it. Type \"restart\".";

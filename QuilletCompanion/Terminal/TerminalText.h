@@ -26,6 +26,9 @@ std::vector<ConnectionCheckRow> checkRows(const AppModel& model);
 boost::json::array describe(const std::vector<ConnectionCheckRow>& rows);
 std::string textOf(const std::vector<ConnectionCheckRow>& rows);
 
+boost::json::object describe(const WordStatsSummary& summary);
+std::string textOf(const WordStatsSummary& summary);
+
 /// What to do while this program may not type, or that all is well.
 std::string accessibilityText(const AppModel& model);
 

@@ -38,6 +38,12 @@ class LogCapture {
     const std::lock_guard lock(mutex_);
     return std::any_of(lines_.begin(), lines_.end(), [&](const auto& l) { return l.message == message; });
   }
+  /// Whether a text stands within any line, of any level.
+  bool anyHolds(std::string_view text) {
+    const std::lock_guard lock(mutex_);
+    return std::any_of(lines_.begin(), lines_.end(),
+                       [&](const auto& l) { return l.message.find(text) != std::string::npos; });
+  }
   std::vector<std::string> unannouncedErrors() {
     const std::lock_guard lock(mutex_);
     std::vector<std::string> found;

@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: MIT
+// The model, the service and the phone as they are, over loopback sockets: only the desktop is in memory.
+#include <gtest/gtest.h>
+
+#include "QuilletPhone/Phone.h"
+#include "Tests/App/AppModelHarness.h"
+#include "Tests/Doubles/LogCapture.h"
+#include "Tests/EndToEnd/LoopbackService.h"
+
+namespace quillet {
+namespace {
+
+using namespace std::chrono_literals;
+using Words = PairingViewModel::Words;
+
+class RoadTest : public testing::Test {
+ protected:
+  RoadTest() {
+    defaults.set("QLTServerURLOverride", boost::json::string(service.url().text()));
+    model = std::make_shared<AppModel>(AppModelParts{.mainThread = mainThread.executor(),
+                                                     .time = systemTime(network.executor()),
+                                                     .provider = provider,
+                                                     .lockMonitor = lockMonitor,
+                                                     .systemEvents = systemEvents,
+                                                     .loginItem = loginItem,
+                                                     .secretStore = secrets,
+                                                     .defaults = defaults,
+                                                     .session = session,
+                                                     .supportFolder = folder.path() / "mac",
+                                                     .hostName = "Desk",
+                                                     .appVersion = "1.2 (3)"});
+    phone =
+        std::make_unique<Phone>(PhoneState{.name = "Pocket", .service = service.url().text()}, folder.path() / "phone",
+                                DeviceIdentity::generate(), session, systemTime(network.executor()));
+  }
+  ~RoadTest() override {
+    if (pairing) pairing->stop();
+    model->stopServices();
+    const std::weak_ptr<AppModel> left = model;
+    model.reset();
+    EXPECT_TRUE(mainThread.runUntil([&] { return left.expired(); }));
+  }
+
+  template <typename T>
+  T await(Awaitable<T> work) {
+    return *mainThread.await(held(std::move(work)));
+  }
+  /// co_spawn wants results that begin empty.
+  template <typename T>
+  static Awaitable<std::optional<T>> held(Awaitable<T> work) {
+    co_return co_await std::move(work);
+  }
+  static Awaitable<bool> thenTrue(Awaitable<void> work) {
+    co_await std::move(work);
+    co_return true;
+  }
+  bool await(Awaitable<void> work) { return mainThread.await(thenTrue(std::move(work))); }
+  template <typename Phase>
+  const Phase* phase() {
+    return std::get_if<Phase>(&pairing->phase.get());
+  }
+  bool isConnected() { return model->connectionStatus().get() == ConnectionStatus::connected; }
+
+  void connect() {
+    model->start();
+    ASSERT_TRUE(mainThread.runUntil([&] { return isConnected(); }));
+    ASSERT_TRUE(await(phone->registerDevice()));
+  }
+  void pair() {
+    pairing = model->makePairingViewModel();
+    pairing->start();
+    ASSERT_TRUE(mainThread.runUntil([&] { return phase<PairingViewModel::Invitation>(); }));
+    auto claim = await(phone->claim(phase<PairingViewModel::Invitation>()->qrContent));
+    ASSERT_TRUE(mainThread.runUntil([&] { return phase<PairingViewModel::Verify>(); }));
+    ASSERT_EQ(phase<PairingViewModel::Verify>()->words, claim.crypto.verificationWords());
+    pairing->confirm();
+    ASSERT_TRUE(mainThread.runUntil([&] { return phase<PairingViewModel::Confirming>(); }));
+    mac = await(phone->confirm(std::move(claim)));
+    ASSERT_TRUE(mainThread.runUntil([&] { return phase<PairingViewModel::Paired>(); }));
+  }
+  Phone::DeliveryReport say(const std::string& text) {
+    const auto prepared = await(phone->prepare(mac, Phone::makeId()));
+    await(phone->deliver(mac, prepared.utteranceId, prepared.token.value_or("none"), text));
+    return await(phone->wait(mac, prepared.utteranceId, 20s));
+  }
+  /// How the phone's wish to prepare ends.
+  PhoneExit prepareFails() {
+    try {
+      await(phone->prepare(mac, Phone::makeId()));
+    } catch (const PhoneError& error) {
+      return error.exit;
+    }
+    return PhoneExit::done;
+  }
+
+  test::MainThread mainThread;
+  test::NetworkThread network;
+  HTTPSession session{network.executor()};
+  test::LoopbackService service;
+  test::FakeAccessibilityProvider provider;
+  test::FakeLockMonitor lockMonitor;
+  test::FakeSystemEvents systemEvents;
+  test::FakeLoginItem loginItem;
+  MemorySecretStore secrets;
+  UserDefaults defaults{std::nullopt};
+  test::TemporaryFolder folder;
+  std::shared_ptr<AppModel> model;
+  std::unique_ptr<Phone> phone;
+  std::unique_ptr<PairingViewModel> pairing;
+  PeerIdentity mac;
+};
+
+TEST_F(RoadTest, WordsArriveAndNoLogKnowsThem) {
+  const std::string marker = "xyzzyplugh";
+  connect();
+  pair();
+  std::vector<std::string> phones;
+  model->onInsertion = [&](const std::string& name) { phones.push_back(name); };
+  const auto report = say("Say " + marker + " thrice");
+  ASSERT_TRUE(report.result);
+  EXPECT_EQ(report.result->outcome, InsertionOutcome::inserted);
+  EXPECT_NE(provider.text().find(marker), std::string::npos);
+  EXPECT_EQ(phones, std::vector<std::string>{"Pocket"});
+  provider.field().write = test::FakeField::Write::ineffective;
+  provider.field().ignoresTyping = true;
+  EXPECT_NE(say(marker + " is refused").result.value().outcome, InsertionOutcome::inserted);
+  auto& log = test::LogCapture::instance();
+  EXPECT_TRUE(log.anyHolds("Insertion finished"));
+  EXPECT_TRUE(log.anyHolds("Registered with the server"));
+  EXPECT_FALSE(log.anyHolds(marker));
+}
+
+TEST_F(RoadTest, PhonesHearOfRenamingRevokingAndDeleting) {
+  connect();
+  pair();
+  EXPECT_TRUE(model->rename("Attic"));
+  const auto readiness = [&] { return await(phone->presence()).at(0).readiness; };
+  ASSERT_TRUE(mainThread.runUntil([&] { return !defaults.boolean("pendingRename"); }));
+  EXPECT_EQ(readiness().value().macName, "Attic");
+  EXPECT_TRUE(await(model->revoke(phone->deviceId())));
+  EXPECT_EQ(prepareFails(), PhoneExit::serviceRefused);
+  EXPECT_TRUE(await(phone->unpair(mac)));
+  pair();
+  EXPECT_EQ(model->peerStore().peers().get().size(), 1u);
+  EXPECT_TRUE(await(phone->unpair(mac)));
+  ASSERT_TRUE(mainThread.runUntil([&] { return model->peerStore().peers().get().empty(); }));
+  pair();
+  const auto before = model->deviceId().get();
+  EXPECT_TRUE(await(model->deleteCloudData()));
+  EXPECT_NE(model->deviceId().get(), before);
+  EXPECT_TRUE(model->peerStore().peers().get().empty());
+  ASSERT_TRUE(mainThread.runUntil([&] { return isConnected(); }));
+  EXPECT_EQ(prepareFails(), PhoneExit::serviceRefused);
+  pair();
+  EXPECT_TRUE(await(phone->deleteCloudData()));
+  ASSERT_TRUE(mainThread.runUntil([&] { return model->peerStore().peers().get().empty(); }));
+}
+
+}  // namespace
+}  // namespace quillet

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Platform/Linux/AutostartItem.h"
+
+#include <glib.h>
+#include <gtest/gtest.h>
+
+#include "QuilletCompanion/Platform/Linux/InstanceLock.h"
+#include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+
+namespace quillet {
+namespace {
+
+TEST(AutostartItem, WritesAnEntryThatDesktopsStartAsItWasMeant) {
+  const test::TemporaryFolder folder;
+  const auto file = folder.path() / "autostart" / "quillet.desktop";
+  const std::vector<std::string> command{"/opt/my \"own\" $HOME`s/100%/back\\slash", "--terminal"};
+  AutostartItem item(folder.path(), "quillet", command);
+  EXPECT_FALSE(item.isEnabled());
+  item.setEnabled(false);
+  item.setEnabled(true);
+  EXPECT_TRUE(item.isEnabled());
+  // What GLib, which desktops start entries by, makes of the line.
+  GKeyFile* keys = g_key_file_new();
+  ASSERT_TRUE(g_key_file_load_from_file(keys, file.c_str(), G_KEY_FILE_NONE, nullptr));
+  char* line = g_key_file_get_string(keys, "Desktop Entry", "Exec", nullptr);
+  char** words = nullptr;
+  int count = 0;
+  ASSERT_TRUE(g_shell_parse_argv(line, &count, &words, nullptr)) << line;
+  ASSERT_EQ(count, 2);
+  EXPECT_STREQ(words[0], "/opt/my \"own\" $HOME`s/100%%/back\\slash");
+  EXPECT_STREQ(words[1], "--terminal");
+  g_strfreev(words);
+  g_free(line);
+  g_key_file_free(keys);
+  item.setEnabled(false);
+  EXPECT_FALSE(item.isEnabled());
+  EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST(AutostartItem, RespectsWhatADesktopsSettingsSwitchedOff) {
+  const test::TemporaryFolder folder;
+  AutostartItem item(folder.path(), "quillet", {"quillet"});
+  for (const char* off : {"Hidden=true", "X-GNOME-Autostart-enabled=false"}) {
+    item.setEnabled(true);
+    const auto file = folder.path() / "autostart" / "quillet.desktop";
+    test::writeText(file, test::readText(file) + off + "\n");
+    EXPECT_FALSE(item.isEnabled()) << off;
+  }
+  test::writeText(folder.path() / "file", "");
+  AutostartItem blocked(folder.path() / "file", "quillet", {"quillet"});
+  blocked.setEnabled(true);
+  EXPECT_FALSE(blocked.isEnabled());
+  AutostartItem homeless(std::nullopt, "quillet", {"quillet"});
+  homeless.setEnabled(true);
+  EXPECT_FALSE(homeless.isEnabled());
+}
+
+TEST(InstanceLock, IsHeldOnceAndGivenBack) {
+  const test::TemporaryFolder folder;
+  {
+    const InstanceLock first(folder.path() / "new");
+    EXPECT_TRUE(first.isHeld());
+    EXPECT_FALSE(InstanceLock(folder.path() / "new").isHeld());
+  }
+  EXPECT_TRUE(InstanceLock(folder.path() / "new").isHeld());
+}
+
+}  // namespace
+}  // namespace quillet
