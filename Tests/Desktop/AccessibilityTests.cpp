@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
+#include "Tests/Desktop/Editor.h"
+#include "Tests/Desktop/StubLock.h"
 #include "Tests/Desktop/TypingTarget.h"
 
 namespace quillet::test {
@@ -91,9 +93,15 @@ TEST_P(EditorAccess, IsFoundWithoutAFocusEvent) {
   const auto field = awaitFocus(editor);
   ASSERT_TRUE(field);
   SystemAccessibilityProvider late(getpid(), lock, typist);
-  ElementRef found;
-  EXPECT_LE(timed([&] { found = late.focusedElement(editor.pid()); }), milliseconds(950));
-  EXPECT_TRUE(sameElement(field, found));
+  ElementRef told;
+  const auto observation = late.observeFocus(editor.pid(), [&](const ElementRef& element) { told = element; });
+  milliseconds longest{0};
+  EXPECT_TRUE(eventually([&] {
+    ElementRef found;
+    longest = std::max(longest, timed([&] { found = late.focusedElement(editor.pid()); }));
+    return sameElement(field, found) || sameElement(field, told);
+  }));
+  EXPECT_LE(longest, milliseconds(750));
 }
 
 TEST_P(EditorAccess, SuspendedProgramBlocksNobodyForLong) {

@@ -65,15 +65,17 @@ struct FakeField {
 
   std::optional<std::string> readValue() {
     if (!pending_.empty() && looksUntilShown-- == 0) apply(std::exchange(pending_, {}));
-    if (value == Value::absent) return std::nullopt;
+    if (value == Value::absent || traits.isSecure) return std::nullopt;
     return Unicode::toUTF8(value == Value::shown ? text : std::u16string(text.size(), u'\u2022'));
   }
 
   bool replaceSelection(std::string_view replacement) {
+    const auto units = Unicode::toUTF16(replacement);
+    if (!units) return false;
     switch (write) {
       case Write::honest:
       case Write::failsButChanges:
-        insert(Unicode::toUTF16(replacement).value());
+        insert(*units);
         return write == Write::honest;
       case Write::differs:
         insert(u"?!");
@@ -164,8 +166,13 @@ class FakeAccessibilityProvider final : public AccessibilityProvider {
   std::int32_t ownPID() const override { return kOwnPid; }
   bool isTrusted() override { return counted(Call::isTrusted, trusted); }
   bool isLocked() override { return counted(Call::isLocked, locked); }
-  bool isSecureInputEnabled() override { return counted(Call::isSecureInputEnabled, secureInput); }
-  bool isOwnApplicationActive() override { return counted(Call::isOwnApplicationActive, ownApplicationActive); }
+  bool isSecureInputEnabled() override {
+    const auto* focused = focusedField();
+    return counted(Call::isSecureInputEnabled, secureInput || (focused != nullptr && focused->traits.isSecure));
+  }
+  bool isOwnApplicationActive() override {
+    return counted(Call::isOwnApplicationActive, ownApplicationActive && front && front->pid == kOwnPid);
+  }
   std::optional<FrontApplication> frontApplication() override { return counted(Call::frontApplication, front); }
   ElementRef focusedWindow(std::int32_t pid) override {
     return counted(Call::focusedWindow, handle(focusOf(pid).window));
@@ -200,14 +207,14 @@ class FakeAccessibilityProvider final : public AccessibilityProvider {
   std::unique_ptr<FocusObservation> observeFocus(std::int32_t pid,
                                                  std::function<void(const ElementRef&)> moved) override {
     counted(Call::observeFocus, true);
-    return observable ? focusObservers_[pid].add(std::move(moved)) : nullptr;
+    return observable && pid != kOwnPid ? focusObservers_[pid].add(std::move(moved)) : nullptr;
   }
-  bool typeUnicode(std::int32_t, std::u16string_view units) override {
+  bool typeUnicode(std::int32_t pid, std::u16string_view units) override {
     counted(Call::typeUnicode, true);
+    if (pid == kOwnPid || !front || front->pid != pid) return false;
     if (units.empty() || units.size() > 20 || (typingFailsAt && typed.size() >= *typingFailsAt)) return false;
     typed.emplace_back(units);
-    auto* focused = front ? find(handle(focusOf(front->pid).element)) : nullptr;
-    if (focused != nullptr && !focused->ignoresTyping) focused->insert(units);
+    if (auto* focused = focusedField(); focused != nullptr && !focused->ignoresTyping) focused->insert(units);
     if (afterChunk) afterChunk(typed.size());
     return true;
   }
@@ -222,6 +229,7 @@ class FakeAccessibilityProvider final : public AccessibilityProvider {
     const auto found = focus.find(pid);
     return pid == kOwnPid || found == focus.end() ? Focus{} : found->second;
   }
+  FakeField* focusedField() { return front ? find(handle(focusOf(front->pid).element)) : nullptr; }
   static ElementRef handle(int id) { return id == 0 ? nullptr : std::make_shared<FakeHandle>(id); }
   FakeField* find(const ElementRef& element) {
     const auto* fake = dynamic_cast<const FakeHandle*>(element.get());

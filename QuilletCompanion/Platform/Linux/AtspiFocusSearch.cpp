@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Platform/Linux/AtspiFocusSearch.h"
 
-#include <deque>
-#include <vector>
+#include <algorithm>
+#include <chrono>
+#include <utility>
 
 namespace quillet {
 namespace {
@@ -39,51 +40,21 @@ GRef<AtspiMatchRule> focusedRule() {
                                                    nullptr, ATSPI_Collection_MATCH_NONE, FALSE));
 }
 
-/// Asks the toolkit to search by itself, which only some can.
-GRef<AtspiAccessible> queryFocused(AtspiAccessible* application, std::int32_t pid, CallBudget& budget) {
-  if (!budget.mayCall(pid)) return nullptr;
+std::vector<GRef<AtspiAccessible>> matchesOf(AtspiAccessible* application) {
   const auto rule = focusedRule();
+  std::vector<GRef<AtspiAccessible>> owned;
   GErrorSlot error;
   GArray* matches = atspi_collection_get_matches(ATSPI_COLLECTION(application), rule.get(),
                                                  ATSPI_Collection_SORT_ORDER_CANONICAL, mostMatches, TRUE, error);
-  if (matches == nullptr) return nullptr;
-  std::vector<GRef<AtspiAccessible>> owned;
+  if (matches == nullptr) return owned;
   for (guint i = 0; i < matches->len; ++i) owned.emplace_back(g_array_index(matches, AtspiAccessible*, i));
   g_array_free(matches, TRUE);
-  for (auto& match : owned) {
-    if (match && isFocusedText(match.get(), pid, budget)) return std::move(match);
-  }
-  return nullptr;
-}
-
-void appendChildren(AtspiAccessible* parent, std::int32_t pid, CallBudget& budget,
-                    std::deque<GRef<AtspiAccessible>>& queue) {
-  if (!budget.mayCall(pid)) return;
-  GErrorSlot countError;
-  const int count = std::min(atspi_accessible_get_child_count(parent, countError), mostChildren);
-  for (int i = 0; i < count && budget.mayCall(pid); ++i) {
-    GErrorSlot error;
-    GRef<AtspiAccessible> child(atspi_accessible_get_child_at_index(parent, i, error));
-    if (child) queue.push_back(std::move(child));
-  }
+  return owned;
 }
 
 bool mayHoldFocus(const AtspiSummary& summary) {
   // GTK 4 calls nothing inside a window "showing".
   return summary.has(ATSPI_STATE_VISIBLE) && !summary.has(ATSPI_STATE_MANAGES_DESCENDANTS);
-}
-
-GRef<AtspiAccessible> walk(AtspiAccessible* application, std::int32_t pid, CallBudget& budget) {
-  std::deque<GRef<AtspiAccessible>> queue;
-  appendChildren(application, pid, budget, queue);
-  while (!queue.empty()) {
-    auto next = std::move(queue.front());
-    queue.pop_front();
-    const auto summary = summarize(next.get(), pid, budget);
-    if (summary.has(ATSPI_STATE_FOCUSED) && summary.isTextual()) return next;
-    if (mayHoldFocus(summary)) appendChildren(next.get(), pid, budget, queue);
-  }
-  return nullptr;
 }
 
 }  // namespace
@@ -94,13 +65,52 @@ std::int32_t processOf(AtspiAccessible* accessible) {
   return error.failed() || pid < 0 ? 0 : pid;
 }
 
-AtspiElementRef searchFocusedText(std::int32_t pid, CallBudget& budget) {
-  for (const auto& application : applications(pid, budget)) {
-    auto found = queryFocused(application.get(), pid, budget);
-    if (!found) found = walk(application.get(), pid, budget);
-    if (found) return std::make_shared<AtspiElement>(std::move(found), pid);
+bool AtspiFocusSearch::advance(CallBudget& budget, MonotonicTime until) {
+  if (!std::exchange(begun_, true)) applications_ = applications(pid_, budget);
+  while (!found_ && std::chrono::steady_clock::now() < until) {
+    if (!queue_.empty()) {
+      lookAtNext(budget);
+    } else if (!applications_.empty()) {
+      const auto application = std::move(applications_.back());
+      applications_.pop_back();
+      query(application.get(), budget);
+      if (!found_) appendChildren(application.get(), budget);
+    } else {
+      break;
+    }
   }
-  return nullptr;
+  return !found_ && !(queue_.empty() && applications_.empty());
+}
+
+/// Asks the toolkit to search by itself, which only some can.
+void AtspiFocusSearch::query(AtspiAccessible* application, CallBudget& budget) {
+  if (!budget.mayCall(pid_)) return;
+  for (auto& match : matchesOf(application)) {
+    if (match && isFocusedText(match.get(), pid_, budget)) return take(std::move(match));
+  }
+}
+
+void AtspiFocusSearch::lookAtNext(CallBudget& budget) {
+  auto next = std::move(queue_.front());
+  queue_.pop_front();
+  const auto summary = summarize(next.get(), pid_, budget);
+  if (summary.has(ATSPI_STATE_FOCUSED) && summary.isTextual()) return take(std::move(next));
+  if (mayHoldFocus(summary)) appendChildren(next.get(), budget);
+}
+
+void AtspiFocusSearch::appendChildren(AtspiAccessible* parent, CallBudget& budget) {
+  if (!budget.mayCall(pid_)) return;
+  GErrorSlot countError;
+  const int count = std::min(atspi_accessible_get_child_count(parent, countError), mostChildren);
+  for (int i = 0; i < count && budget.mayCall(pid_); ++i) {
+    GErrorSlot error;
+    GRef<AtspiAccessible> child(atspi_accessible_get_child_at_index(parent, i, error));
+    if (child) queue_.push_back(std::move(child));
+  }
+}
+
+void AtspiFocusSearch::take(GRef<AtspiAccessible> accessible) {
+  found_ = std::make_shared<AtspiElement>(std::move(accessible), pid_);
 }
 
 }  // namespace quillet

@@ -6,13 +6,15 @@
 #include <cerrno>
 #include <utility>
 
-#include "QuilletCompanion/Platform/Linux/AtspiFocusSearch.h"
-
 namespace quillet {
 namespace {
 
+using std::chrono::steady_clock;
+
 constexpr auto focusEvent = "object:state-changed:focused";
 constexpr auto searchAgainAfter = std::chrono::seconds(2);
+/// How long a search may hold the main thread, and how long it then leaves it alone.
+constexpr std::chrono::milliseconds searchSlice{10}, searchPause{5};
 constexpr std::chrono::milliseconds retryDelay{100};
 constexpr int mostAttempts = 20;
 constexpr std::size_t mostArrivals = 64;
@@ -30,6 +32,9 @@ AtspiFocusTracker::AtspiFocusTracker(std::int32_t ownPID, HungApplications& hung
     QObject::connect(timer, &QTimer::timeout, timer, takeNow);
   }
   retry_.setInterval(retryDelay);
+  searching_.setSingleShot(true);
+  searching_.setInterval(searchPause);
+  QObject::connect(&searching_, &QTimer::timeout, &searching_, [this] { continueSearches(); });
 }
 
 AtspiFocusTracker::~AtspiFocusTracker() {
@@ -61,12 +66,32 @@ AtspiElementRef AtspiFocusTracker::focused(std::int32_t pid, unsigned long windo
   takeArrivals(budget);
   auto& application = applications_[pid];
   if (hasFocus(application.text, budget)) return application.text;
-  if (!shouldSearch(application, window)) return nullptr;
-  auto found = searchFocusedText(pid, budget);
+  if (application.search || !shouldSearch(application, window)) return nullptr;
+  application.search = std::make_unique<AtspiFocusSearch>(pid);
   application.searchedWindow = window;
-  application.searchedAt = std::chrono::steady_clock::now();
-  if (found) application.text = found;
-  return found;
+  application.searchedAt = steady_clock::now();
+  if (searchOn(application, budget) == Search::found) return application.text;
+  if (application.search) searching_.start();
+  return nullptr;
+}
+
+AtspiFocusTracker::Search AtspiFocusTracker::searchOn(Application& application, CallBudget& budget) {
+  if (application.search->advance(budget, steady_clock::now() + searchSlice)) return Search::running;
+  auto found = application.search->found();
+  application.search.reset();
+  if (!found) return Search::failed;
+  application.text = std::move(found);
+  return Search::found;
+}
+
+void AtspiFocusTracker::continueSearches() {
+  for (auto& [pid, application] : applications_) {
+    if (!application.search) continue;
+    CallBudget budget(hung_);
+    const auto search = searchOn(application, budget);
+    if (search == Search::found) tell(pid, application.text);
+    if (search == Search::running) searching_.start();
+  }
 }
 
 bool AtspiFocusTracker::hasFocus(const AtspiElementRef& element, CallBudget& budget) {
@@ -77,7 +102,7 @@ bool AtspiFocusTracker::hasFocus(const AtspiElementRef& element, CallBudget& bud
 
 bool AtspiFocusTracker::shouldSearch(const Application& application, unsigned long window) const {
   if (application.searchedWindow != window) return true;
-  return !application.text && std::chrono::steady_clock::now() - application.searchedAt >= searchAgainAfter;
+  return !application.text && steady_clock::now() - application.searchedAt >= searchAgainAfter;
 }
 
 void AtspiFocusTracker::takeArrivals(CallBudget& budget) {
@@ -104,15 +129,22 @@ bool AtspiFocusTracker::take(const Arrival& arrival, CallBudget& budget) {
   forgetGone();
   AtspiElementRef element;
   if (summary.isTextual()) element = std::make_shared<AtspiElement>(addRef(arrival.source.get()), pid);
-  if (focused && element) applications_[pid].text = element;
-  // Not from here: the caller may be in the middle of an operation.
+  if (focused && element) {
+    applications_[pid].text = element;
+    applications_[pid].search.reset();
+  }
+  tell(pid, element);
+  return true;
+}
+
+// Not from here: the caller may be in the middle of an operation.
+void AtspiFocusTracker::tell(std::int32_t pid, const AtspiElementRef& element) {
   QMetaObject::invokeMethod(
       &soon_,
       [this, pid, element] {
         if (onFocusEvent) onFocusEvent(pid, element);
       },
       Qt::QueuedConnection);
-  return true;
 }
 
 std::int32_t AtspiFocusTracker::pidOf(AtspiAccessible* source) {

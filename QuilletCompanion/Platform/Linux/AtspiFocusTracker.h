@@ -6,9 +6,11 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 
 #include "QuilletCompanion/Platform/Linux/AtspiElement.h"
+#include "QuilletCompanion/Platform/Linux/AtspiFocusSearch.h"
 
 namespace quillet {
 
@@ -29,7 +31,8 @@ class AtspiFocusTracker {
   void start();
   bool isListening() const { return listener_ != nullptr; }
   /// The text element of `pid` that has the focus now. `window` is the window that is active: an application of which
-  /// no event told is searched at most once for each of its windows and every two seconds.
+  /// no event told is searched, at most once for each of its windows and every two seconds. A search that takes longer
+  /// goes on from the event loop; what it finds is then told as if an event had come.
   AtspiElementRef focused(std::int32_t pid, unsigned long window, CallBudget& budget);
 
  private:
@@ -37,16 +40,21 @@ class AtspiFocusTracker {
     GRef<AtspiAccessible> source;
     int attempts = 0;
   };
+  enum class Search { running, found, failed };
   struct Application {
     AtspiElementRef text;
     unsigned long searchedWindow = 0;
     MonotonicTime searchedAt{};
+    std::unique_ptr<AtspiFocusSearch> search;  ///< While it runs.
   };
 
   static void handle(AtspiEvent* event, void* self);
   std::int32_t pidOf(AtspiAccessible* source);
   bool hasFocus(const AtspiElementRef& element, CallBudget& budget);
   bool shouldSearch(const Application& application, unsigned long window) const;
+  Search searchOn(Application& application, CallBudget& budget);
+  void continueSearches();
+  void tell(std::int32_t pid, const AtspiElementRef& element);
   void takeArrivals(CallBudget& budget);
   /// False if the element doesn't answer yet.
   bool take(const Arrival& arrival, CallBudget& budget);
@@ -59,7 +67,7 @@ class AtspiFocusTracker {
   bool taking_ = false;
   std::map<std::string, std::int32_t> pids_;  ///< By unique bus name, which is never given twice.
   std::map<std::int32_t, Application> applications_;
-  QTimer soon_, retry_;
+  QTimer soon_, retry_, searching_;
 };
 
 }  // namespace quillet

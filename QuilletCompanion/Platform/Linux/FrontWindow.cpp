@@ -49,9 +49,15 @@ FrontWindow::~FrontWindow() {
 
 void FrontWindow::watch() {
   XSelectInput(connection_.get(), DefaultRootWindow(connection_.get()), PropertyChangeMask);
-  XFlush(connection_.get());
+  followActive();
   notifier_ = new QSocketNotifier(ConnectionNumber(connection_.get()), QSocketNotifier::Read);
   QObject::connect(notifier_, &QSocketNotifier::activated, &context_, [this] { readEvents(); });
+}
+
+bool FrontWindow::isChange(const _XEvent& event) const {
+  if (event.type == PropertyNotify) return event.xproperty.atom == activeWindow_;
+  // Some window managers leave the property alone when the last window goes.
+  return event.type == DestroyNotify && event.xdestroywindow.window == followed_;
 }
 
 void FrontWindow::readEvents() {
@@ -59,14 +65,35 @@ void FrontWindow::readEvents() {
   while (connection_.usable() && XPending(connection_.get()) > 0) {
     XEvent event;
     XNextEvent(connection_.get(), &event);
-    changed = changed || (event.type == PropertyNotify && event.xproperty.atom == activeWindow_);
+    if (!isChange(event)) continue;
+    changed = true;
+    followActive();
   }
   if (!connection_.usable()) notifier_->setEnabled(false);
   if (changed && onChange) onChange();
 }
 
+void FrontWindow::followActive() {
+  const X11ErrorTrap trap(connection_);
+  const auto window = number(DefaultRootWindow(connection_.get()), activeWindow_, XA_WINDOW).value_or(0);
+  if (followed_ != 0 && followed_ != window) XSelectInput(connection_.get(), followed_, NoEventMask);
+  // Also if it was followed already: ids of windows that went away are given again.
+  if (window != 0) XSelectInput(connection_.get(), window, StructureNotifyMask);
+  followed_ = window;
+}
+
 std::optional<FrontWindow::Owner> FrontWindow::owner() {
   if (!connection_.usable()) return std::nullopt;
+  auto found = look();
+  // Events that came with the replies no longer make the socket readable.
+  if (connection_.usable() && XEventsQueued(connection_.get(), QueuedAlready) > 0) {
+    QMetaObject::invokeMethod(
+        &context_, [this] { readEvents(); }, Qt::QueuedConnection);
+  }
+  return found;
+}
+
+std::optional<FrontWindow::Owner> FrontWindow::look() {
   const X11ErrorTrap trap(connection_);
   const auto window = number(DefaultRootWindow(connection_.get()), activeWindow_, XA_WINDOW);
   if (!window || *window == 0) return std::nullopt;
@@ -75,11 +102,6 @@ std::optional<FrontWindow::Owner> FrontWindow::owner() {
   if (last_.window != *window || last_.pid != static_cast<std::int32_t>(*pid)) {
     last_ = {.window = *window, .pid = static_cast<std::int32_t>(*pid)};
     identify(last_);
-  }
-  // Events that came with the replies no longer make the socket readable.
-  if (connection_.usable() && XEventsQueued(connection_.get(), QueuedAlready) > 0) {
-    QMetaObject::invokeMethod(
-        &context_, [this] { readEvents(); }, Qt::QueuedConnection);
   }
   return last_;
 }

@@ -11,6 +11,7 @@
 #include "QuilletCompanion/Target/AccessibilityProvider.h"
 
 class QSocketNotifier;
+union _XEvent;
 
 namespace quillet {
 
@@ -40,7 +41,7 @@ class FrontWindow {
   FrontWindow(const FrontWindow&) = delete;
   FrontWindow& operator=(const FrontWindow&) = delete;
 
-  /// Called from the event loop after another window, or none, became active.
+  /// Called from the event loop after another window, or none, became active, or the active one went away.
   std::function<void()> onChange;
 
   /// Absent without an active window, when it went away meanwhile, and when it doesn't tell its process.
@@ -51,10 +52,14 @@ class FrontWindow {
   std::string text(unsigned long window, unsigned long property) const;
   void identify(Owner& owner) const;
   void watch();
+  void followActive();
+  bool isChange(const _XEvent& event) const;
+  std::optional<Owner> look();
   void readEvents();
 
   X11Connection connection_;
   unsigned long activeWindow_ = 0, windowPID_ = 0, gtkApplicationId_ = 0, utf8String_ = 0;
+  unsigned long followed_ = 0;  ///< The window whose end we are told of.
   Owner last_;
   QObject context_;
   QSocketNotifier* notifier_ = nullptr;
