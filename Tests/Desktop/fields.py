@@ -76,7 +76,8 @@ def main():
         field.connect("changed", capitalise)
     if wanted.at:
         count, fate = int(wanted.at[0]), make_fate(wanted.at[1], field, second)
-        content.connect("changed", lambda _: field.get_text_length() >= count and fate())
+        pending = [fate]
+        content.connect("changed", lambda _: pending and field.get_text_length() >= count and pending.pop()())
     GLib.unix_signal_add(GLib.PRIORITY_HIGH, signal.SIGUSR1, lambda: field.set_editable(False) or True)
     window.connect("destroy", Gtk.main_quit)
     window.show_all()

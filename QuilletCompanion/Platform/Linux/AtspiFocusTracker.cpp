@@ -23,13 +23,9 @@ constexpr std::size_t mostApplications = 64;
 }  // namespace
 
 AtspiFocusTracker::AtspiFocusTracker(std::int32_t ownPID, HungApplications& hung) : ownPID_(ownPID), hung_(hung) {
-  const auto takeNow = [this] {
-    CallBudget budget(hung_);
-    takeArrivals(budget);
-  };
   for (QTimer* timer : {&soon_, &retry_}) {
     timer->setSingleShot(true);
-    QObject::connect(timer, &QTimer::timeout, timer, takeNow);
+    QObject::connect(timer, &QTimer::timeout, timer, [this] { deliver(); });
   }
   retry_.setInterval(retryDelay);
   searching_.setSingleShot(true);
@@ -139,12 +135,17 @@ bool AtspiFocusTracker::take(const Arrival& arrival, CallBudget& budget) {
 
 // Not from here: the caller may be in the middle of an operation.
 void AtspiFocusTracker::tell(std::int32_t pid, const AtspiElementRef& element) {
+  untold_.emplace_back(pid, element);
   QMetaObject::invokeMethod(
-      &soon_,
-      [this, pid, element] {
-        if (onFocusEvent) onFocusEvent(pid, element);
-      },
-      Qt::QueuedConnection);
+      &soon_, [this] { deliver(); }, Qt::QueuedConnection);
+}
+
+void AtspiFocusTracker::deliver() {
+  CallBudget budget(hung_);
+  takeArrivals(budget);
+  for (const auto& [pid, element] : std::exchange(untold_, {})) {
+    if (onFocusEvent) onFocusEvent(pid, element);
+  }
 }
 
 std::int32_t AtspiFocusTracker::pidOf(AtspiAccessible* source) {

@@ -8,6 +8,8 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "QuilletCompanion/Platform/Linux/AtspiElement.h"
 #include "QuilletCompanion/Platform/Linux/AtspiFocusSearch.h"
@@ -27,6 +29,8 @@ class AtspiFocusTracker {
   /// even if it lost it again meanwhile, or with nothing if something else did.
   std::function<void(std::int32_t pid, const ElementRef& element)> onFocusEvent;
 
+  /// Tells at once of what has already come, which the event loop would do soon.
+  void deliver();
   /// Begins to listen, once libatspi is connected. Repeats do nothing.
   void start();
   bool isListening() const { return listener_ != nullptr; }
@@ -65,6 +69,7 @@ class AtspiFocusTracker {
   GRef<AtspiEventListener> listener_;
   std::deque<Arrival> arrivals_;
   bool taking_ = false;
+  std::vector<std::pair<std::int32_t, AtspiElementRef>> untold_;
   std::map<std::string, std::int32_t> pids_;  ///< By unique bus name, which is never given twice.
   std::map<std::int32_t, Application> applications_;
   QTimer soon_, retry_, searching_;

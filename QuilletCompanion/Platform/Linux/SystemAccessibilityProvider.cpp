@@ -100,6 +100,8 @@ ElementRef SystemAccessibilityProvider::focusedWindow(std::int32_t pid) {
 
 ElementRef SystemAccessibilityProvider::focusedElement(std::int32_t pid) {
   checkMainThread();
+  // Who asks shall know of what moved before the answer: a focus that went and came back looks the same.
+  tracker_->deliver();
   CallBudget budget(hung_);
   return focusedText(pid, budget);
 }

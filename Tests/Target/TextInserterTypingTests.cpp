@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: MIT
+#include "Tests/Target/TextInserterFixture.h"
+
+namespace quillet::test {
+namespace {
+
+const std::string kFamily = "\U0001F468\u200D\U0001F469\u200D\U0001F467\u200D\U0001F466";  // 11 units
+const std::string kKiss =
+    "\U0001F469\U0001F3FD\u200D\u2764\uFE0F\u200D\U0001F48B\u200D\U0001F468\U0001F3FD\u200D\U0001F467\U0001F3FD\u200D"
+    "\U0001F466\U0001F3FD";
+
+TEST_F(TextInserterTest, ChunksAtGraphemeClusters) {
+  typingOnly();
+  const std::string letters(40, 'x');
+  const struct {
+    std::string text;
+    std::vector<std::size_t> units;
+  } cases[] = {
+      {letters, {16, 16, 8}},
+      {letters.substr(0, 16), {16}},
+      {letters.substr(0, 15) + "\U0001F1F3\U0001F1F1", {15, 4}},
+      {letters.substr(0, 15) + "\U0001F600y", {15, 3}},
+      {letters.substr(0, 15) + "e\u0301", {15, 2}},
+      {kFamily + kFamily, {11, 11}},
+      {"e" +
+           std::string(
+               "\u0301\u0302\u0303\u0304\u0305\u0306\u0307\u0308\u0309\u030A\u030B\u030C\u030D\u030E\u030F\u0310"
+               "\u0311\u0312\u0313") +
+           "z",
+       {20, 1}},
+  };
+  for (const auto& c : cases) {
+    desktop.typed.clear();
+    EXPECT_EQ(insert(c.text), kTyped) << c.text;
+    std::vector<std::size_t> units;
+    std::u16string all;
+    for (const auto& chunk : desktop.typed) units.push_back(chunk.size()), all += chunk;
+    EXPECT_EQ(units, c.units) << c.text;
+    EXPECT_EQ(Unicode::toUTF8(all), c.text);
+  }
+}
+
+TEST_F(TextInserterTest, AClusterBeyondOneEventCannotBeTyped) {
+  typingOnly();
+  ASSERT_GT(Unicode::utf16Length(kKiss), 20U);
+  ASSERT_EQ(Unicode::graphemeClusters(std::string_view(kKiss)).size(), 1U);
+  EXPECT_EQ(insert(kKiss), refusedFor(RefusalReason::unsupportedTarget));
+  EXPECT_EQ(desktop.calls(Call::typeUnicode), 0);
+  EXPECT_EQ(insert("x" + kKiss), kMaybeTyped);
+  EXPECT_EQ(desktop.typed, Chunks{u"x"});
+}
+
+TEST_F(TextInserterTest, TypingIsRefusedBeforeTheFirstKey) {
+  const struct {
+    const char* name;
+    std::function<void()> arrange;
+    std::string text;
+    RefusalReason reason;
+  } cases[] = {
+      {"line break", [] {}, "a\nb", RefusalReason::unsupportedTarget},
+      {"tab", [] {}, "a\tb", RefusalReason::unsupportedTarget},
+      {"next line", [] {}, "a\u0085", RefusalReason::unsupportedTarget},
+      {"line separator", [] {}, "\u2028", RefusalReason::unsupportedTarget},
+      {"caret moved, which comes before the line break",
+       [&] {
+         desktop.field().selection = {0, 0};
+       },
+       "a\n", RefusalReason::selectionChanged},
+      {"focus moved", [&] { guard.invalidateFocus(); }, "a", RefusalReason::focusChanged},
+      {"locked", [&] { desktop.locked = true; }, "a", RefusalReason::locked},
+      {"modifiers", [&] { desktop.modifiersHeld = true; }, "a", RefusalReason::busy},
+      {"no events", [&] { desktop.typingFailsAt = 0; }, "a", RefusalReason::unsupportedTarget},
+      {"not UTF-8", [] {}, "\xFF", RefusalReason::unsupportedTarget},
+  };
+  for (const auto& c : cases) {
+    desktop.field() = {};
+    desktop.setText("old");
+    typingOnly();
+    const auto snapshot = prepared();
+    c.arrange();
+    start(c.text, snapshot);
+    time.advance(10s);
+    EXPECT_EQ(report, refusedFor(c.reason)) << c.name;
+    desktop.locked = desktop.modifiersHeld = false;
+    desktop.typingFailsAt.reset();
+  }
+  EXPECT_TRUE(desktop.typed.empty());
+}
+
+TEST_F(TextInserterTest, WaitsASecondForModifiersAtMost) {
+  typingOnly();
+  desktop.modifiersHeld = true;
+  start("held");
+  time.advance(999ms);
+  EXPECT_FALSE(report);
+  time.advance(1ms);
+  EXPECT_EQ(report, refusedFor(RefusalReason::busy));
+  EXPECT_EQ(desktop.calls(Call::modifiersDown), 51);
+
+  desktop.modifiersHeld = false;
+  desktop.modifierLooks = 3;
+  start("released");
+  time.advance(59ms);
+  EXPECT_TRUE(desktop.typed.empty());
+  time.advance(1ms);
+  EXPECT_EQ(desktop.typed, Chunks{u"released"});
+  time.advance(10s);
+  EXPECT_EQ(report, kTyped);
+}
+
+TEST_F(TextInserterTest, ACaretMovedWhileModifiersWereHeldIsRefused) {
+  desktop.setText("old");
+  typingOnly();
+  desktop.modifierLooks = 2;
+  start("new");
+  desktop.field().selection = {0, 0};
+  time.advance(10s);
+  EXPECT_EQ(report, refusedFor(RefusalReason::selectionChanged));
+  EXPECT_TRUE(desktop.typed.empty());
+}
+
+TEST_F(TextInserterTest, TypingStopsAtTheChunkWhereSomethingChanged) {
+  typingOnly();
+  const std::function<void()> disturbances[] = {
+      [&] { desktop.fields[9], desktop.focus[kPid].element = 9; },
+      [&] { desktop.front->pid = kPid + 1; },
+      [&] { guard.invalidateFocus(); },
+      [&] { desktop.locked = true; },
+      [&] { desktop.secureInput = true; },
+      [&] { desktop.modifiersHeld = true; },
+      [&] { desktop.typingFailsAt = desktop.typed.size(); },
+  };
+  for (const auto& disturb : disturbances) {
+    for (std::size_t step = 1; step <= 3; ++step) {
+      desktop.typed.clear();
+      desktop.afterChunk = [&](std::size_t count) {
+        if (count == step) disturb();
+      };
+      EXPECT_EQ(insert(std::string(64, 'x')), kMaybeTyped);
+      EXPECT_EQ(desktop.typed.size(), step) << &disturb - disturbances;
+      desktop.locked = desktop.secureInput = desktop.modifiersHeld = false;
+      desktop.typingFailsAt.reset();
+      desktop.front->pid = kPid;
+      desktop.focus[kPid].element = FakeAccessibilityProvider::kField;
+    }
+  }
+  EXPECT_TRUE(desktop.fields[9].text.empty());
+}
+
+TEST_F(TextInserterTest, FocusThatMovesDuringThePauseStopsTyping) {
+  typingOnly();
+  start(std::string(40, 'x'));
+  EXPECT_EQ(desktop.typed.size(), 1U);
+  time.advance(5ms);
+  guard.invalidateFocus();
+  time.advance(10s);
+  EXPECT_EQ(report, kMaybeTyped);
+  EXPECT_EQ(desktop.typed.size(), 1U);
+}
+
+TEST_F(TextInserterTest, TypedTextThatNeverShowsIsUncertainAfterTwoSeconds) {
+  typingOnly();
+  desktop.field().ignoresTyping = true;
+  start("lost");
+  time.advance(2005ms);
+  EXPECT_FALSE(report);
+  time.advance(1ms);
+  EXPECT_EQ(report, kMaybeTyped);
+}
+
+}  // namespace
+}  // namespace quillet::test

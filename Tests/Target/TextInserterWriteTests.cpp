@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: MIT
+#include "Tests/Doubles/LogCapture.h"
+#include "Tests/Target/TextInserterFixture.h"
+
+namespace quillet::test {
+namespace {
+
+TEST_F(TextInserterTest, EmptyTextTouchesNothing) {
+  const auto snapshot = prepared();
+  desktop.resetCalls();
+  start("", snapshot);
+  EXPECT_EQ(report, (InsertionReport{InsertionOutcome::inserted, std::nullopt, std::nullopt}));
+  EXPECT_EQ(desktop.calls(Call::readValue) + desktop.calls(Call::replaceSelection), 0);
+}
+
+TEST_F(TextInserterTest, LocalTestFieldTakesTextOrRefuses) {
+  desktop.activateOwnApplication();
+  local->setFocused(true);
+  const auto snapshot = prepared();
+  start("hello", snapshot);
+  EXPECT_EQ(report, (InsertionReport{InsertionOutcome::inserted, std::nullopt, std::nullopt}));
+  EXPECT_EQ(local->text().get(), "hello");
+  local->setFocused(false);
+  start("more", snapshot);
+  EXPECT_EQ(report, refusedFor(RefusalReason::focusChanged));
+  local.reset();
+  start("more", snapshot);
+  EXPECT_EQ(report, refusedFor(RefusalReason::focusChanged));
+}
+
+TEST_F(TextInserterTest, AVerifiedWriteNeedsNoSleepAndFewCalls) {
+  desktop.setText("Hi ");
+  const auto snapshot = prepared();
+  desktop.resetCalls();
+  start("caf\u00E9 \U0001F600", snapshot);
+  EXPECT_EQ(report, kWritten);
+  EXPECT_EQ(desktop.text(), "Hi caf\u00E9 \U0001F600");
+  EXPECT_EQ(desktop.calls(Call::readValue), 2);
+  EXPECT_EQ(desktop.calls(Call::selectedRange), 2);
+  EXPECT_EQ(desktop.calls(Call::replaceSelection), 1);
+  EXPECT_EQ(desktop.calls(Call::frontApplication) + desktop.calls(Call::typeUnicode), 0);
+}
+
+TEST_F(TextInserterTest, ASlowFieldIsLookedAtEveryFortyMilliseconds) {
+  desktop.field().looksUntilShown = 5;
+  start("slow");
+  time.advance(199ms);
+  EXPECT_FALSE(report);
+  time.advance(1ms);
+  EXPECT_EQ(report, kWritten);
+}
+
+TEST_F(TextInserterTest, VerdictsOnWritesThatClaimSuccess) {
+  const struct {
+    const char* name;
+    std::function<void(FakeField&)> arrange;
+    std::string text;
+    InsertionReport report;
+  } cases[] = {
+      {"replaces a selection",
+       [](auto& f) {
+         f.selection = {0, 3};
+       },
+       "new", kWritten},
+      {"replaces with the same text",
+       [](auto& f) {
+         f.selection = {0, 3};
+       },
+       "old", kWritten},
+      {"hidden selection, text appears", [](auto& f) { f.selectionShown = false; }, "new", kWritten},
+      {"smart quotes", [](auto& f) { f.smartQuotes = true; }, "say \"so\"", kWritten},
+      {"absent value, caret moves by the length", [](auto& f) { f.value = FakeField::Value::absent; },
+       "e\u0301\U0001F600", kWritten},
+      {"masked value", [](auto& f) { f.value = FakeField::Value::masked; }, "new", kMaybeWritten},
+      {"inserts something else", [](auto& f) { f.write = FakeField::Write::differs; }, "new", kMaybeWritten},
+      {"absent value, caret moves otherwise",
+       [](auto& f) { f.value = FakeField::Value::absent, f.write = FakeField::Write::differs; }, "new", kMaybeWritten},
+      {"can't be seen at all", [](auto& f) { f.value = FakeField::Value::absent, f.selectionShown = false; }, "new",
+       kMaybeWritten},
+  };
+  for (const auto& c : cases) {
+    desktop.field() = {};
+    desktop.setText("old ");
+    c.arrange(desktop.field());
+    EXPECT_EQ(insert(c.text), c.report) << c.name;
+    EXPECT_TRUE(desktop.typed.empty()) << c.name;
+  }
+}
+
+TEST_F(TextInserterTest, MatchesTextThroughSmartPunctuationOnly) {
+  // The field rewrites its own content, so that only counting occurrences can tell.
+  const struct {
+    std::string before, text, after;
+    bool applied;
+  } cases[] = {
+      {"", "it's", "\u2018\u2019 it\u2019s", true},
+      {"", "it's", "x it\u201Bs", true},
+      {"", "\"a\"", "x \u201Ea\u201C", true},
+      {"", "a b", "x a\u00A0b\u200B", true},
+      {"", "a b c", "x a\u2007b\u202F\uFEFFc", true},
+      {"", " padded\n", "x padded!", true},
+      {"it's it's", "it's", "it\u2019s it\u2019s it\u2019s.", true},
+      {"aaa", "aa", "aaaa!", true},
+      {"aa", "aa", "aaa!", false},  // matches don't overlap
+      {"it's", "it's", "It\u2019s it\u2019s", false},
+      {"it's it's", "it's", "it\u2019s", false},
+      {"", " ", "x  ", false},
+      {"", "\u200B", "x\u200B", false},
+      {"", "Text", "x text", false},
+      {"", "\u00E9", "x e\u0301", false},
+  };
+  for (const auto& c : cases) {
+    desktop.field() = {};
+    desktop.field().selectionShown = false;
+    desktop.setText(c.before);
+    desktop.field().write = FakeField::Write::ineffective;
+    start(c.text);
+    desktop.setText(c.after);
+    time.advance(10s);
+    EXPECT_EQ(report, c.applied ? kWritten : kMaybeWritten) << c.before << "|" << c.text << "|" << c.after;
+  }
+}
+
+TEST_F(TextInserterTest, AWriteWithoutEffectIsTypedAndRememberedPerApplication) {
+  desktop.field().write = FakeField::Write::ineffective;
+  start("one");
+  time.advance(479ms);
+  EXPECT_TRUE(desktop.typed.empty());  // the last look is the first at or after 450 ms
+  time.advance(10s);
+  EXPECT_EQ(report, kTyped);
+  EXPECT_TRUE(LogCapture::instance().contains("AX write had no effect in org.example.editor; typing from now on"));
+  EXPECT_EQ(desktop.calls(Call::replaceSelection), 1);
+
+  start(" two");
+  EXPECT_EQ(desktop.typed.size(), 2U);  // at once, without another write
+  time.advance(10s);
+  EXPECT_EQ(report, kTyped);
+  EXPECT_EQ(desktop.text(), "one two");
+  EXPECT_EQ(insert("a\nb"), refusedFor(RefusalReason::unsupportedTarget));
+  EXPECT_EQ(desktop.calls(Call::replaceSelection), 1);
+
+  desktop.front->bundleId.reset();
+  EXPECT_EQ(insert("three"), kTyped);
+  EXPECT_EQ(desktop.calls(Call::replaceSelection), 2);  // "Editor" is another application
+}
+
+TEST_F(TextInserterTest, AFailedWriteIsBelievedOnlyIfTheFieldStoodStill) {
+  using Write = FakeField::Write;
+  const struct {
+    Write write;
+    FakeField::Value value;
+    bool selectionShown;
+    InsertionReport report;
+  } cases[] = {
+      {Write::fails, FakeField::Value::shown, true, kTyped},
+      {Write::fails, FakeField::Value::shown, false, kTyped},
+      {Write::fails, FakeField::Value::absent, true, kTyped},
+      {Write::fails, FakeField::Value::absent, false, refusedFor(RefusalReason::unsupportedTarget)},
+      {Write::failsButChanges, FakeField::Value::shown, true, kMaybeWritten},
+      {Write::failsButChanges, FakeField::Value::absent, true, kMaybeWritten},
+      {Write::failsButChanges, FakeField::Value::absent, false, refusedFor(RefusalReason::unsupportedTarget)},
+      {Write::failsButCaretMoves, FakeField::Value::shown, true, kMaybeWritten},
+  };
+  for (const auto& c : cases) {
+    desktop.field() = {};
+    desktop.setText("old ");
+    desktop.field().write = c.write;
+    desktop.field().value = c.value;
+    desktop.field().selectionShown = c.selectionShown;
+    desktop.typed.clear();
+    EXPECT_EQ(insert("new"), c.report) << &c - cases;
+    EXPECT_EQ(desktop.typed.size(), c.report == kTyped ? 1U : 0U) << &c - cases;
+  }
+  EXPECT_EQ(desktop.calls(Call::replaceSelection), static_cast<int>(std::size(cases)));  // none was remembered
+}
+
+}  // namespace
+}  // namespace quillet::test
