@@ -9,11 +9,14 @@
 #include <cstdint>
 #include <utility>
 
+#include "QuilletCompanion/Platform/Linux/NetworkMounts.h"
+
 namespace quillet {
 namespace {
 
 namespace fs = std::filesystem;
 constexpr guint kSettleMs = 200;
+constexpr guint kNetworkSeconds = 60;
 /// The folder itself goes or is replaced; seen of every folder on the way to it.
 constexpr std::uint32_t kGoes = IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 constexpr std::uint32_t kArrives = IN_CREATE | IN_MOVED_TO;
@@ -22,10 +25,17 @@ constexpr std::uint32_t kChanges = kArrives | IN_CLOSE_WRITE | IN_MOVED_FROM | I
 }  // namespace
 
 FolderWatch::FolderWatch(fs::path folder, std::function<void()> changed)
-    : folder_(folder.lexically_normal()),
-      changed_(std::move(changed)),
-      descriptor_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+    : folder_(folder.lexically_normal()), changed_(std::move(changed)), descriptor_(-1) {
   if (folder_.filename().empty()) folder_ = folder_.parent_path();
+  if (isOnNetwork(folder_, mounts())) {
+    const auto look = [](void* self) -> gboolean {
+      static_cast<FolderWatch*>(self)->changed_();
+      return G_SOURCE_CONTINUE;
+    };
+    source_ = g_timeout_add_seconds(kNetworkSeconds, look, this);
+    return;
+  }
+  descriptor_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
   if (descriptor_ < 0) return;
   place();
   source_ = g_unix_fd_add(descriptor_, G_IO_IN, readable, this);
