@@ -41,7 +41,7 @@ void Table::section(std::string_view title) {
 
 void Table::add(Row row) {
   const double reference = row.floor ? row.floor->value : 1;
-  const double ratio = reference != 0 ? row.ours.value / reference : 0;
+  const double ratio = row.ours.value == 0 ? 0 : row.ours.value / reference;
   const bool met = !row.limit || (row.moreIsBetter ? ratio >= *row.limit : ratio <= *row.limit);
   allMet_ = allMet_ && met;
   const std::string limit =

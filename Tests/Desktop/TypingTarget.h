@@ -13,6 +13,12 @@
 
 namespace quillet::test {
 
+constexpr std::string_view asciiSample =
+    "The quick (brown) Fox jumps over 13 lazy dogs; \"WHY\"? #{x} = [a|b] * ~10% & so on @ ho^me! ";
+constexpr std::string_view mixedSample =
+    "Größe Übung naïve \u20ac5 — привет Мир, Ελλάδα, שלום, สวัสดี, 漢字かな交じり文, "
+    "e\u0301a\u0308, \U0001F468\u200D\U0001F469\u200D\U0001F467 \U0001F600\U0001F680\U0001F1EB\U0001F1F7 “ok” ";
+
 class StubLock : public ScreenLockMonitor {
   bool isScreenLocked() override { return false; }
 };
@@ -20,11 +26,12 @@ class StubLock : public ScreenLockMonitor {
 /// A program in front with an empty text field, or a terminal, that takes keys.
 class TypingTarget {
  public:
-  TypingTarget(SystemAccessibilityProvider& provider, const std::string& program)
+  TypingTarget(SystemAccessibilityProvider& provider, const std::string& program,
+               std::chrono::milliseconds startLimit = std::chrono::seconds(20))
       : provider_(provider),
         terminal_(program == "sakura"),
         editor_(QString::fromStdString(program), arguments(program)) {
-    ready_ = eventually([this] { return isInFront(); });
+    ready_ = eventually([this] { return isInFront(); }, startLimit);
   }
 
   bool ready() const { return ready_; }

@@ -21,11 +21,8 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
-const std::string ascii =
-    "The quick (brown) Fox jumps over 13 lazy dogs; \"WHY\"? #{x} = [a|b] * ~10% & so on @ ho^me! ";
-const std::string mixed =
-    "Größe Übung naïve \u20ac5 — привет Мир, Ελλάδα, שלום, สวัสดี, 漢字かな交じり文, "
-    "e\u0301a\u0308, \U0001F468\u200D\U0001F469\u200D\U0001F467 \U0001F600\U0001F680\U0001F1EB\U0001F1F7 “ok” ";
+const std::string ascii(asciiSample);
+const std::string mixed(mixedSample);
 
 /// More different characters than there are places for.
 std::string han() {
