@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "QuilletKit/RunOn.h"
 #include "QuilletKit/Task.h"
 
 namespace quillet::test {
@@ -66,5 +67,11 @@ class MainThread {
  private:
   boost::asio::io_context context_;
 };
+
+/// Lets the two finish what they have to tell each other, so that either may go.
+inline void settle(MainThread& main, NetworkThread& network) {
+  const auto nothing = []() -> Awaitable<bool> { co_return true; };
+  for (int i = 0; i < 5; ++i) main.await(runOn(network.executor(), nothing()));
+}
 
 }  // namespace quillet::test

@@ -47,7 +47,8 @@ class ChaosTest : public testing::Test {
   ~ChaosTest() override {
     connection->stop();
     desk.crash();
-    main.runUntil([] { return false; }, 1s);
+    main.runUntil([this] { return desk.isQuiet(); });
+    settle(main, network);
   }
 
   void startDesk() {
@@ -141,7 +142,7 @@ class ChaosTest : public testing::Test {
 
   const std::uint32_t seed = chosenSeed();
   std::mt19937 random{seed};
-  LoopbackService service{{.relay = {.prepare = 300ms}}};
+  LoopbackService service{{.relay = {.prepare = 2s}}};
   ChaosProxy proxy{seed, service.endpoint(), {}};
   TemporaryFolder folder;
   FakeSystemEvents system;

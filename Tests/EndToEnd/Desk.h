@@ -31,11 +31,15 @@ class Desk {
   }
   /// Ends as a killed process does: what was under way goes no further, and the file stays as it is.
   void crash() {
+    crashed_ = handler;
     handler.reset();
     inserter_.reset();  // what it inserts ends at its next pause
     graves_.push_back(std::move(guard_));
     graves_.push_back(std::move(journal));
   }
+
+  /// Whether nothing of the last crashed one is left.
+  bool isQuiet() const { return crashed_.expired(); }
 
   std::string token(const PairedPhone& phone) {
     return std::get<TargetSnapshot>(guard_->prepare(phone.peer.deviceId)).token;
@@ -54,6 +58,7 @@ class Desk {
   std::filesystem::path folder_;
   std::unique_ptr<TargetGuard> guard_;
   std::unique_ptr<TextInserter> inserter_;
+  std::weak_ptr<RelayMessageHandler> crashed_;
   std::vector<std::shared_ptr<void>> graves_;  ///< What suspended work may still refer to.
 };
 

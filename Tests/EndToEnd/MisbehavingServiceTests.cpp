@@ -39,7 +39,8 @@ class MisbehavingServiceTest : public testing::Test {
   ~MisbehavingServiceTest() override {
     if (connection) connection->stop();
     desk.crash();
-    main.runUntil([] { return false; }, 1s);
+    main.runUntil([this] { return desk.isQuiet(); });
+    settle(main, network);
   }
 
   void start(std::function<HTTPRequest()> makeRequest) {
@@ -194,7 +195,7 @@ TEST_F(MisbehavingServiceTest, AClockFarOffIsARefusalUntilItIsRight) {
   service.clockIsOffBy = 0;
   EXPECT_TRUE(main.runUntil([&] { return connection->isConnected(); }));
   connection->stop();
-  main.runUntil([] { return false; }, 1s);
+  settle(main, network);
 }
 
 }  // namespace

@@ -368,6 +368,7 @@ TEST(RelayConnectionOverLoopback, SurvivesARefusalAndADrop) {
   EXPECT_EQ(rejected, 1);
   EXPECT_GE(connected, 1);
   relay->stop();
+  settle(main, network);
 }
 
 }  // namespace
