@@ -8,6 +8,11 @@ namespace quillet {
 namespace {
 
 constexpr std::size_t kRecentDevices = 10'000;
+constexpr std::size_t kRecentPairs = 10'000;
+
+std::string pairKey(const std::string& macId, const std::string& phoneId) {
+  return macId + '|' + phoneId;
+}
 
 Device readDevice(const Query& row, const std::string& id) {
   return {
@@ -83,12 +88,18 @@ void DeviceStore::addPair(const Pair& pair) {
 }
 
 bool DeviceStore::removePair(const std::string& macId, const std::string& phoneId) {
+  recentPairs_.erase(pairKey(macId, phoneId));
   deletePair_.run(macId, phoneId);
   return database_.changes() > 0;
 }
 
 bool DeviceStore::arePaired(const std::string& macId, const std::string& phoneId) {
-  return selectPair_.query(macId, phoneId).next();
+  std::string key = pairKey(macId, phoneId);
+  if (recentPairs_.contains(key)) return true;
+  if (!selectPair_.query(macId, phoneId).next()) return false;
+  if (recentPairs_.size() >= kRecentPairs) recentPairs_.clear();
+  recentPairs_.insert(std::move(key));
+  return true;
 }
 
 std::vector<Pair> DeviceStore::pairsOf(const std::string& deviceId) {

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "QuilletKit/Crypto.h"
@@ -32,7 +33,7 @@ struct Pair {
   std::int64_t pairedAt = 0;
 };
 
-/// Devices and pairs on disk, with the devices that were asked for lately in memory. Times in milliseconds since 1970.
+/// Devices and pairs on disk, with what was asked for lately in memory. Times in milliseconds since 1970.
 class DeviceStore {
  public:
   explicit DeviceStore(Database& database);
@@ -64,6 +65,7 @@ class DeviceStore {
 
   Database& database_;
   std::unordered_map<std::string, Device> recent_;
+  std::unordered_set<std::string> recentPairs_;
   Statement selectDevice_, saveDevice_, renameDevice_, seeDevice_, revokeDevice_;
   Statement insertPair_, deletePair_, selectPair_, selectPairs_, insertFeedback_, countFeedback_, countDevices_,
       countPairs_;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/RelayHub.h"
 
+#include <boost/asio/post.hpp>
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/use_awaitable.hpp>
 
@@ -69,6 +70,7 @@ void RelayHub::shutDown() {
   for (auto& [macId, socket] : sockets_) socket->close(kGoingAwayCloseCode);
   for (auto& [key, waiter] : prepares_) waiter->open();
   for (auto& [key, waiter] : deliveries_) waiter->open();
+  timekeeper_.cancel();
 }
 
 Awaitable<PrepareOutcome> RelayHub::prepare(std::string macId, std::string phoneId, PrepareRelayRequest request,
@@ -124,22 +126,54 @@ void RelayHub::wake(Waiters& waiters, const std::string& key) {
   for (auto waiting = first; waiting != last; ++waiting) waiting->second->open();
 }
 
+/// One entry in the lists of who waits.
+struct RelayHub::Registration {
+  Registration(RelayHub& owner, Waiters& waiters, std::string key, Waiter& waiter, MonotonicTime deadline)
+      : hub(owner),
+        list(waiters),
+        position(list.emplace(std::move(key), &waiter)),
+        timed(hub.addDeadline(deadline, waiter)) {}
+  ~Registration() {
+    list.erase(position);
+    hub.deadlines_.erase(timed);
+  }
+  Registration(const Registration&) = delete;
+  Registration& operator=(const Registration&) = delete;
+
+  RelayHub& hub;
+  Waiters& list;
+  Waiters::iterator position;
+  Deadlines::iterator timed;
+};
+
 Awaitable<void> RelayHub::wait(Waiters& waiters, std::string key, Waiter& waiter, Duration limit) {
   if (shutDown_) co_return;
-  struct Registration {
-    Waiters& list;
-    Waiters::iterator position;
-    ~Registration() { list.erase(position); }
-  } const registration{waiters, waiters.emplace(std::move(key), &waiter)};
-
-  Task timeout(executor_);
-  timeout.start([this, &waiter, limit]() -> Awaitable<void> {
-    co_await time_.sleep(limit);
-    if (isCancelled(co_await boost::asio::this_coro::cancellation_state)) co_return;
-    waiter.open();
-  });
+  const Registration registration(*this, waiters, std::move(key), waiter, time_.monotonic() + limit);
   boost::system::error_code opened;
   co_await waiter.signal.async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, opened));
+}
+
+RelayHub::Deadlines::iterator RelayHub::addDeadline(MonotonicTime deadline, Waiter& waiter) {
+  const auto position = deadlines_.emplace(deadline, &waiter);
+  if (deadline < nextLook_) {
+    nextLook_ = deadline;
+    timekeeper_.start([this] { return keepTime(); });
+  }
+  return position;
+}
+
+Awaitable<void> RelayHub::keepTime() {
+  while (!deadlines_.empty()) {
+    nextLook_ = deadlines_.begin()->first;
+    co_await time_.sleep(nextLook_ - time_.monotonic());
+    if (isCancelled(co_await boost::asio::this_coro::cancellation_state)) co_return;
+    const MonotonicTime now = time_.monotonic();
+    for (auto due = deadlines_.begin(); due != deadlines_.end() && due->first <= now; ++due) due->second->open();
+    // Who was woken leaves the list when it runs, which is before this goes on.
+    co_await boost::asio::post(executor_, boost::asio::use_awaitable);
+    if (isCancelled(co_await boost::asio::this_coro::cancellation_state)) co_return;
+  }
+  nextLook_ = MonotonicTime::max();
 }
 
 }  // namespace quillet

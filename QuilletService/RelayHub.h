@@ -2,6 +2,7 @@
 #pragma once
 
 #include <boost/asio/steady_timer.hpp>
+#include <map>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -29,7 +30,8 @@ using PrepareOutcome = std::variant<Envelope, PrepareFailure>;
 /// Who is connected, and who waits for something that a desktop will send. Holds no message. One thread.
 class RelayHub {
  public:
-  RelayHub(Executor executor, TimeSource time) : executor_(std::move(executor)), time_(std::move(time)) {}
+  RelayHub(Executor executor, TimeSource time)
+      : executor_(std::move(executor)), time_(std::move(time)), timekeeper_(executor_) {}
 
   /// Makes this the desktop's socket; an older one is closed. The socket is referenced until `detach`.
   void attach(const std::string& macId, RelaySocket& socket);
@@ -58,9 +60,13 @@ class RelayHub {
 
  private:
   struct Waiter;
+  struct Registration;
   using Waiters = std::unordered_multimap<std::string, Waiter*>;
+  using Deadlines = std::multimap<MonotonicTime, Waiter*>;
   Awaitable<void> wait(Waiters& waiters, std::string key, Waiter& waiter, Duration limit);
   static void wake(Waiters& waiters, const std::string& key);
+  Deadlines::iterator addDeadline(MonotonicTime deadline, Waiter& waiter);
+  Awaitable<void> keepTime();
 
   Executor executor_;
   TimeSource time_;
@@ -68,6 +74,10 @@ class RelayHub {
   std::unordered_map<std::string, RelaySocket*> sockets_;
   std::unordered_map<std::string, int> prepareCounts_;
   Waiters prepares_, deliveries_;
+  Deadlines deadlines_;
+  // One sleep for all who wait. Whoever is answered in time costs it nothing; it looks once too often then.
+  MonotonicTime nextLook_ = MonotonicTime::max();
+  Task timekeeper_;
 };
 
 }  // namespace quillet

@@ -45,6 +45,10 @@ std::string refusalOf(Work work) {
 /// The service without sockets, in virtual time, with one desktop and one phone that aren't paired yet.
 class ServiceTest : public testing::Test {
  protected:
+  void TearDown() override {
+    time.advance(std::chrono::minutes(2));  // longer than anyone waits
+    EXPECT_EQ(time.sleepers(), 0U);
+  }
   Device enrol(const Party& party) {
     service.devices.registerDevice(party.registration());
     return {.id = party.id(),
