@@ -1,0 +1,302 @@
+// SPDX-License-Identifier: MIT
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/read.hpp>
+#include <boost/asio/read_until.hpp>
+#include <boost/asio/write.hpp>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+#include "Benchmarks/ServiceRig.h"
+#include "Benchmarks/Table.h"
+
+/// The service with many idle desktops, and relaying for some of them meanwhile, beside a message broker that does the
+/// same without accounts, signatures or HTTP.
+namespace quillet::bench {
+namespace {
+
+const auto kAwait = asio::use_awaitable;
+constexpr std::size_t kIdle = 10'000;
+constexpr std::size_t kSpareDescriptors = 500;
+constexpr int kPairs = 64;
+constexpr int kCallsPerRound = 20;
+constexpr int kRounds = 6;
+constexpr const char* kBroker = "/usr/sbin/nats-server";
+
+/// A program that says where it listens on a line of its output. Killed at the end.
+class Server {
+ public:
+  Server(std::vector<std::string> arguments, const std::filesystem::path& folder, const std::string& mark) {
+    const std::filesystem::path output = folder / "output";
+    std::filesystem::remove(output);
+    std::vector<char*> argv;
+    for (std::string& argument : arguments) argv.push_back(argument.data());
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    posix_spawn_file_actions_addopen(&files, 1, output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    posix_spawn_file_actions_adddup2(&files, 1, 2);
+    const int failed = ::posix_spawn(&process_, argv[0], &files, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&files);
+    if (failed != 0) throw std::runtime_error("cannot start " + arguments[0]);
+    findPort(output, mark);
+  }
+  ~Server() {
+    ::kill(process_, SIGKILL);
+    ::waitpid(process_, nullptr, 0);
+  }
+
+  tcp::endpoint endpoint() const { return {asio::ip::address_v4::loopback(), port_}; }
+  double memoryKiB() const {
+    std::ifstream file("/proc/" + std::to_string(process_) + "/smaps_rollup");
+    for (std::string word; file >> word;) {
+      if (word == "Pss:" && file >> word) return std::stod(word);
+    }
+    return 0;
+  }
+  double cpuMicroseconds() const {
+    std::ifstream file("/proc/" + std::to_string(process_) + "/stat");
+    std::string word;
+    for (int field = 1; field <= 13; ++field) file >> word;
+    double user = 0, system = 0;
+    file >> user >> system;
+    return (user + system) / static_cast<double>(::sysconf(_SC_CLK_TCK)) * 1e6;
+  }
+
+ private:
+  void findPort(const std::filesystem::path& output, const std::string& mark) {
+    const auto deadline = SteadyClock::now() + std::chrono::seconds(20);
+    while (SteadyClock::now() < deadline) {
+      std::ifstream file(output);
+      for (std::string line; std::getline(file, line) && !file.eof();) {
+        const auto at = line.find(mark);
+        if (at == line.npos) continue;
+        port_ = static_cast<std::uint16_t>(std::stoi(line.substr(line.rfind(':') + 1)));
+        return;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    throw std::runtime_error("a server didn't come up");
+  }
+
+  pid_t process_ = -1;
+  std::uint16_t port_ = 0;
+};
+
+/// As many idle ones as descriptors allow.
+std::size_t raiseDescriptors() {
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
+  return std::min<std::size_t>(kIdle, limit.rlim_cur - kSpareDescriptors);
+}
+
+/// From one of several addresses of this machine, so that ports don't run out.
+tcp::socket dialFrom(asio::io_context& context, const tcp::endpoint& endpoint, std::size_t number) {
+  const auto source = asio::ip::address_v4(0x7F000002U + static_cast<unsigned>(number % 8));
+  tcp::socket socket(context, {source, 0});
+  socket.connect(endpoint);
+  socket.set_option(tcp::no_delay(true));
+  return socket;
+}
+
+std::string writeAndRead(tcp::socket& socket, const std::string& text, const std::string& until) {
+  asio::write(socket, asio::buffer(text));
+  std::string answer;
+  asio::read_until(socket, asio::dynamic_buffer(answer), until);
+  return answer;
+}
+
+std::string textOf(const http::request<http::string_body>& request) {
+  std::ostringstream out;
+  out << request;
+  return out.str();
+}
+
+std::string ask(tcp::socket& socket, const http::request<http::string_body>& request) {
+  http::write(socket, request);
+  beast::flat_buffer buffer;
+  http::response<http::string_body> response;
+  http::read(socket, buffer, response);
+  if (response.result_int() != 200) throw std::runtime_error("refused: " + response.body());
+  return response.body();
+}
+
+void enrol(tcp::socket& socket, const Identity& device) {
+  ask(socket,
+      signedRequest(device.identity, "POST", "/v1/devices/register", JSONCoding::encode(device.registration())));
+}
+
+void pairOverHTTP(tcp::socket& socket, const Identity& mac, const Identity& phone) {
+  const std::string key = mac.peer.agreementPublicKey;
+  const auto created = JSONCoding::decode<CreatePairingResponse>(
+      ask(socket, signedRequest(mac.identity, "POST", "/v1/pairing/sessions",
+                                JSONCoding::encode(CreatePairingRequest{key, "Desk"}))));
+  ask(socket, signedRequest(phone.identity, "POST", "/v1/pairing/claim",
+                            JSONCoding::encode(ClaimPairingRequest{created.sessionId, std::nullopt, key, "Pocket"})));
+  for (const Identity* side : {&phone, &mac}) {
+    ask(socket, signedRequest(side->identity, "POST", "/v1/pairing/sessions/" + created.sessionId + "/confirm",
+                              JSONCoding::encode(ConfirmPairingRequest{"sealed"})));
+  }
+}
+
+struct Outcome {
+  double idleKiB = 0, perSecond = 0, cpu = 0;
+};
+
+template <typename Round>
+Outcome measure(const Server& server, double idleKiB, Round round) {
+  std::vector<double> samples;
+  round(samples);  // warm
+  samples.clear();
+  const auto start = SteadyClock::now();
+  const double before = server.cpuMicroseconds();
+  for (int i = 0; i < kRounds; ++i) round(samples);
+  const auto calls = static_cast<double>(samples.size());
+  return {idleKiB, calls / microsecondsSince(start) * 1e6, (server.cpuMicroseconds() - before) / calls};
+}
+
+Outcome measureService(std::size_t idle, const std::filesystem::path& folder) {
+  const Server server({QUILLET_BIN_DIR "/quillet-service", "--listen", "127.0.0.1:0", "--database", folder / "db",
+                       "--max-connections-per-address", "0", "--max-registrations-per-hour", "0", "--log", "error"},
+                      folder, "listening on");
+  asio::io_context context(1);
+  tcp::socket control = dial(context, server.endpoint());
+  std::deque<Identity> desktops, macs, phones;
+  for (std::size_t i = 0; i < idle; ++i) enrol(control, desktops.emplace_back(DevicePlatform::macos));
+  for (int i = 0; i < kPairs; ++i) {
+    enrol(control, macs.emplace_back(DevicePlatform::macos));
+    enrol(control, phones.emplace_back(DevicePlatform::ios));
+    pairOverHTTP(control, macs.back(), phones.back());
+  }
+  const double empty = server.memoryKiB();
+  std::deque<tcp::socket> sockets;
+  for (std::size_t i = 0; i < idle; ++i) {
+    auto upgrade = signedRequest(desktops[i].identity, "GET", "/v1/mac/connect");
+    upgrade.set(http::field::upgrade, "websocket");
+    upgrade.set(http::field::connection, "upgrade");
+    upgrade.set(http::field::sec_websocket_version, "13");
+    upgrade.set(http::field::sec_websocket_key, "dGhlIHNhbXBsZSBub25jZQ==");
+    sockets.push_back(dialFrom(context, server.endpoint(), i));
+    const std::string answer = writeAndRead(sockets.back(), textOf(upgrade), "\r\n\r\n");
+    if (!answer.starts_with("HTTP/1.1 101")) throw std::runtime_error("no upgrade: " + answer);
+  }
+  const double idleKiB = (server.memoryKiB() - empty) / static_cast<double>(idle);
+  Clients clients(server.endpoint(), macs, phones);
+  return measure(server, idleKiB, [&](std::vector<double>& samples) { clients.call(kCallsPerRound, samples); });
+}
+
+/// One client of the broker, which speaks its text protocol.
+class BrokerClient {
+ public:
+  explicit BrokerClient(tcp::socket socket, const std::string& subject) : socket_(std::move(socket)) {
+    writeAndRead(socket_, "CONNECT {\"verbose\":false}\r\nSUB " + subject + " 1\r\nPING\r\n", "PONG\r\n");
+  }
+  Awaitable<void> publish(std::string subject, std::string reply, const std::string& payload) {
+    const std::string text =
+        "PUB " + subject + " " + reply + " " + std::to_string(payload.size()) + "\r\n" + payload + "\r\n";
+    co_await asio::async_write(socket_, asio::buffer(text), kAwait);
+  }
+  /// The next message's reply subject.
+  Awaitable<std::string> receive() {
+    for (;;) {
+      const std::size_t head = co_await asio::async_read_until(socket_, asio::dynamic_buffer(buffer_), "\r\n", kAwait);
+      const std::string line = buffer_.substr(0, head - 2);
+      buffer_.erase(0, head);
+      if (!line.starts_with("MSG ")) continue;
+      const std::size_t size = std::stoul(line.substr(line.rfind(' ') + 1)) + 2;
+      if (buffer_.size() < size) {
+        co_await asio::async_read(socket_, asio::dynamic_buffer(buffer_), asio::transfer_exactly(size - buffer_.size()),
+                                  kAwait);
+      }
+      buffer_.erase(0, size);
+      std::istringstream words(line);
+      std::vector<std::string> parts{std::istream_iterator<std::string>(words), {}};
+      co_return parts.size() == 5 ? parts[3] : std::string();
+    }
+  }
+
+ private:
+  tcp::socket socket_;
+  std::string buffer_;
+};
+
+Awaitable<void> answerMessages(BrokerClient& desktop, const std::string& payload) {
+  for (;;) {
+    const std::string reply = co_await desktop.receive();
+    co_await desktop.publish(reply, "", payload);
+  }
+}
+
+Awaitable<void> callThrough(BrokerClient& phone, std::string subject, std::string inbox, const std::string& payload,
+                            std::vector<double>& samples) {
+  for (int call = 0; call < kCallsPerRound; ++call) {
+    const auto start = SteadyClock::now();
+    co_await phone.publish(subject, inbox, payload);
+    co_await phone.receive();
+    samples.push_back(microsecondsSince(start));
+  }
+}
+
+Outcome measureBroker(std::size_t idle, const std::filesystem::path& folder) {
+  asio::io_context context(1);
+  tcp::acceptor free(context, {asio::ip::address_v4::loopback(), 0});
+  const auto port = std::to_string(free.local_endpoint().port());
+  free.close();
+  const Server server({kBroker, "-a", "127.0.0.1", "-p", port}, folder, "Listening for client connections on");
+  const double empty = server.memoryKiB();
+  std::deque<BrokerClient> sockets, desktops, phones;
+  for (std::size_t i = 0; i < idle; ++i) {
+    sockets.emplace_back(dialFrom(context, server.endpoint(), i), "idle." + std::to_string(i));
+  }
+  const double idleKiB = (server.memoryKiB() - empty) / static_cast<double>(idle);
+  const std::string payload(1024, 'x');
+  for (int i = 0; i < kPairs; ++i) {
+    desktops.emplace_back(dial(context, server.endpoint()), "mac." + std::to_string(i));
+    phones.emplace_back(dial(context, server.endpoint()), "inbox." + std::to_string(i));
+    asio::co_spawn(context, answerMessages(desktops.back(), payload), [](const std::exception_ptr&) {});
+  }
+  return measure(server, idleKiB, [&](std::vector<double>& samples) {
+    int left = kPairs;
+    for (int i = 0; i < kPairs; ++i) {
+      const std::string number = std::to_string(i);
+      asio::co_spawn(
+          context,
+          callThrough(phones[static_cast<std::size_t>(i)], "mac." + number, "inbox." + number, payload, samples),
+          [&](const std::exception_ptr& error) {
+            if (error) std::rethrow_exception(error);
+            --left;
+          });
+    }
+    context.restart();
+    while (left > 0) context.run_one();
+  });
+}
+
+void load(Table& table) {
+  const std::size_t idle = raiseDescriptors();
+  table.section("Load: " + std::to_string(idle) + " idle desktops, and 64 pairs that exchange 1 KB at full speed");
+  if (!std::filesystem::exists(kBroker)) return table.note("skipped: nats-server is not installed");
+  std::string pattern = (std::filesystem::temp_directory_path() / "quillet-load-XXXXXX").string();
+  const std::filesystem::path folder = ::mkdtemp(pattern.data());
+  const Outcome ours = measureService(idle, folder), broker = measureBroker(idle, folder);
+  std::filesystem::remove_all(folder);
+  table.add({"memory of an idle desktop", {ours.idleKiB, "KiB"}, "nats-server", Figure{broker.idleKiB, "KiB"}});
+  table.add({"round trips a second", {ours.perSecond, "1/s"}, "nats-server", Figure{broker.perSecond, "1/s"}});
+  table.add({"CPU of one round trip", {ours.cpu, "us"}, "nats-server", Figure{broker.cpu, "us"}});
+  table.note(
+      "A round trip of ours is a signed HTTP request, verified, a frame to the desktop, its answer, a response.");
+  table.note("One of the broker is a message and its answer between two clients that it doesn't know.");
+}
+const Section kSection("load", load);
+
+}  // namespace
+}  // namespace quillet::bench

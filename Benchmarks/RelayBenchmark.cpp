@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: MIT
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/detached.hpp>
+#include <deque>
+
+#include "Benchmarks/ServiceRig.h"
+#include "Benchmarks/Table.h"
+
+/// A sealed frame of 1 KB through the service's relay, beside bare Beast servers that make the same hops.
+namespace quillet::bench {
+namespace {
+
+const auto kAwait = asio::use_awaitable;
+constexpr int kRounds = 12;
+constexpr int kCallsPerRound = 250;
+constexpr int kPairs = 100;
+
+/// A desktop that answers every frame, on a thread of its own.
+class Desktop {
+ public:
+  Desktop(const tcp::endpoint& endpoint, const Identity& mac, const std::string& answer)
+      : socket_(openRelay(loop_.context, endpoint, mac.identity)), answer_(answer) {
+    asio::co_spawn(loop_.context, answerFrames(socket_, answer_), asio::detached);
+  }
+  ~Desktop() { loop_.join(); }
+
+ private:
+  LoopThread loop_;
+  WebSocket socket_;
+  std::string answer_;
+};
+
+/// From the service's call to the desktop's answer: a prepare inside the service, and a frame written and read by a
+/// bare server.
+void socketLeg(Table& table) {
+  const Identity mac(DevicePlatform::macos), phone(DevicePlatform::ios);
+  const PrepareExchange exchange(mac, phone);
+  ServiceThread ours;
+  ours.pair(mac, phone);
+  const Desktop desktop(ours.endpoint, mac, exchange.answer);
+  ours.loop.run([&] { return 0; });
+
+  LoopThread bare;
+  tcp::acceptor acceptor(bare.context, {asio::ip::address_v4::loopback(), 0});
+  std::optional<WebSocket> floor;
+  std::promise<void> accepted;
+  asio::co_spawn(
+      bare.context,
+      [&]() -> Awaitable<void> {
+        tcp::socket socket = co_await acceptor.async_accept(kAwait);
+        socket.set_option(tcp::no_delay(true));
+        floor.emplace(std::move(socket));
+        floor->auto_fragment(false);
+        floor->text(true);
+        co_await floor->async_accept(kAwait);
+        accepted.set_value();
+      },
+      asio::detached);
+  const Desktop echo(acceptor.local_endpoint(), mac, exchange.answer);
+  accepted.get_future().wait();
+  while (!ours.loop.run([&] { return ours.service->hub.isOnline(mac.peer.deviceId); })) std::this_thread::yield();
+
+  Device sender{.id = phone.peer.deviceId, .platform = DevicePlatform::ios};
+  std::vector<double> times, floorTimes;
+  const auto batch = [](LoopThread& loop, auto call, std::vector<double>& samples) {
+    std::promise<void> done;
+    asio::co_spawn(
+        loop.context,
+        [&]() -> Awaitable<void> {
+          for (int i = 0; i < kCallsPerRound; ++i) {
+            const auto start = SteadyClock::now();
+            co_await call();
+            samples.push_back(microsecondsSince(start));
+          }
+        },
+        [&](std::exception_ptr) { done.set_value(); });
+    done.get_future().wait();
+  };
+  beast::flat_buffer buffer;
+  for (int round = 0; round < kRounds; ++round) {
+    batch(
+        ours.loop,
+        [&]() -> Awaitable<void> { co_await ours.service->relay.prepare(sender, mac.peer.deviceId, exchange.request); },
+        times);
+    batch(
+        bare,
+        [&]() -> Awaitable<void> {
+          co_await floor->async_write(asio::buffer(exchange.frame), kAwait);
+          co_await floor->async_read(buffer, kAwait);
+          buffer.consume(buffer.size());
+        },
+        floorTimes);
+  }
+  bare.join();
+  table.add({"frame to a desktop and its answer, p50",
+             {percentile(times, 0.5), "us"},
+             "bare Beast echo",
+             Figure{percentile(floorTimes, 0.5), "us"},
+             1.15});
+  table.add({"the same, p99",
+             {percentile(times, 0.99), "us"},
+             "bare Beast echo",
+             Figure{percentile(floorTimes, 0.99), "us"}});
+}
+
+/// From the phone's request to its response. The bare server verifies each signature once, too.
+void wholeRoad(Table& table, int pairs, int each) {
+  std::deque<Identity> macs, phones;
+  ServiceThread ours;
+  for (int i = 0; i < pairs; ++i) {
+    macs.emplace_back(DevicePlatform::macos);
+    phones.emplace_back(DevicePlatform::ios);
+    ours.pair(macs.back(), phones.back());
+  }
+  std::optional<Crypto::Key> key;
+  if (pairs == 1) key = phones[0].peer.signingKey();
+  BareRelay bare(key);
+  Clients clients(ours.endpoint, macs, phones), floorClients(bare.endpoint, macs, phones);
+  std::vector<double> times, floorTimes;
+  double cpu = 0, floorCPU = 0;
+  for (int round = 0; round < kRounds; ++round) {
+    const double before = ours.loop.cpu(), floorBefore = bare.loop.cpu();
+    clients.call(each, times);
+    cpu += ours.loop.cpu() - before;
+    floorClients.call(each, floorTimes);
+    floorCPU += bare.loop.cpu() - floorBefore;
+  }
+  const auto frames = static_cast<double>(2 * times.size());  // one to the desktop, one back
+  if (pairs == 1) {
+    table.add({"from a phone's request to its response, p50",
+               {percentile(times, 0.5), "us"},
+               "bare hops and one verification",
+               Figure{percentile(floorTimes, 0.5), "us"},
+               1.15});
+  } else {
+    table.add({"CPU a frame with 100 pairs, requests and all",
+               {cpu / frames, "us"},
+               "bare hops, nothing checked",
+               Figure{floorCPU / frames, "us"}});
+  }
+}
+
+void relay(Table& table) {
+  table.section("A sealed frame of 1 KB through the service's relay");
+  socketLeg(table);
+  wholeRoad(table, 1, kCallsPerRound);
+  wholeRoad(table, kPairs, 10);
+}
+const Section kSection("relay", relay);
+
+}  // namespace
+}  // namespace quillet::bench
