@@ -42,7 +42,7 @@ field() { sed -nE "s/.*\"$1\":\"([^\"]*)\".*/\1/p" | tail -n 1; }
 events() { grep -F "$1" "$work/desktop.out"; }
 
 step "1. The service comes up"
-"$bin/quillet-service" --listen 127.0.0.1:0 --database "$work/service.db" >"$work/service.out" 2>"$work/service.log" &
+"$bin/quillet-service" --listen 127.0.0.1:0 --database "$work/service.db" --log debug >"$work/service.out" 2>"$work/service.log" &
 processes+=($!)
 await 10 grep -q listening "$work/service.out" || fail "the service did not start"
 url=$(sed -nE 's/.*(http:[^ ]+).*/\1/p' "$work/service.out")
@@ -61,7 +61,7 @@ await 10 front || fail "the editor did not come to the front"
 
 step "3. The desktop program registers and connects"
 mkfifo "$work/desktop.in"
-"$bin/QuilletCompanion" --terminal --json -QLTServerURLOverride "$url" <"$work/desktop.in" >"$work/desktop.out" 2>"$work/desktop.log" &
+"$bin/QuilletCompanion" --terminal --json -QLTServerURLOverride "$url" -QLTLogLevel debug <"$work/desktop.in" >"$work/desktop.out" 2>"$work/desktop.log" &
 processes+=($!)
 exec 3>"$work/desktop.in"
 await 20 events '"status":"connected"' || fail "the desktop program did not connect"
@@ -102,6 +102,14 @@ await 5 test -s "$work/note.txt" || fail "the editor saved nothing"
 cat "$work/note.txt"
 echo
 [ "$(cat "$work/note.txt")" = "$sentence" ] || fail "the text differs"
+
+step "7. And nowhere else"
+# Logs at their most talkative, the service's database, and what program and phone keep: none holds the sentence.
+grep -q "Insertion finished" "$work/desktop.log" || fail "the log does not tell of the insertion"
+places=("$work"/*.log "$work"/*.out "$work"/service.db* "$work"/phone "$work"/{data,config}/com.fernhollow.quillet.mac)
+found=$(grep -rlF "$sentence" "${places[@]}" 2>/dev/null || true)
+[ -z "$found" ] || fail "the sentence stands in $found"
+echo "No log and no database holds it."
 if [ -n "${QUILLET_SCREENSHOT:-}" ]; then import -window root "$QUILLET_SCREENSHOT"; fi
 echo quit >&3
 echo "Done: the editor holds exactly what the phone said."

@@ -49,11 +49,12 @@ Puts text from a paired phone into the text field that has the focus.
   -KEY VALUE   a setting for this run only, for example
                -QLTServerURLOverride https://quillet.example   where the service is
                -QLTLogLevel debug|info|default|error           what goes to the log (default: info)
+               -wordLedgerFolder ~/Sync/quillet                where your devices share word counts
   defaults     reads and changes the lasting settings
   --help, --version
 
 The log goes to standard error, or to the journal under systemd.
-Exit codes: 0 ended as told, 1 failure, 2 wrong usage.
+Exit codes: 0 ended as told, 1 failure, or it is running already, 2 wrong usage.
 )";
 
 /// One of the user's base folders by the XDG rules.

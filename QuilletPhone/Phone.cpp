@@ -155,19 +155,32 @@ Awaitable<std::vector<Phone::MacPresence>> Phone::presence() {
   for (const auto& mac : response.macs) {
     MacPresence entry{.macId = mac.macId, .online = mac.online, .lastSeenAt = mac.lastSeenAt};
     if (const auto* known = state_.mac(mac.macId)) {
+      entry.readiness = openedReadiness(mac, known->identity);
+      if (entry.readiness) learnName(mac.macId, entry.readiness->macName);
       entry.name = known->identity.name;
-      if (mac.readiness) {
-        try {
-          entry.readiness =
-              mac.readiness->envelope.open<ReadinessPayload>(EnvelopePurpose::readiness, identity_, known->identity);
-        } catch (const std::exception&) {
-          entry.readiness.reset();  // sealed for an earlier identity, or not by this Mac: nothing is known then
-        }
-      }
     }
     macs.push_back(std::move(entry));
   }
   co_return macs;
+}
+
+/// Absent when it was sealed for an earlier identity, or not by this Mac: nothing is known then.
+std::optional<ReadinessPayload> Phone::openedReadiness(const PresenceResponse::Mac& mac,
+                                                       const PeerIdentity& peer) const {
+  if (!mac.readiness) return std::nullopt;
+  try {
+    return mac.readiness->envelope.open<ReadinessPayload>(EnvelopePurpose::readiness, identity_, peer);
+  } catch (const std::exception&) {
+    return std::nullopt;
+  }
+}
+
+void Phone::learnName(const std::string& macId, const std::string& name) {
+  for (auto& mac : state_.macs) {
+    if (mac.identity.deviceId != macId || mac.identity.name == name || name.empty()) continue;
+    mac.identity.name = name;
+    state_.save(folder_);
+  }
 }
 
 Awaitable<PrepareResultPayload> Phone::prepare(PeerIdentity mac, std::string utteranceId) {

@@ -71,6 +71,7 @@ class Phone {
   /// After the person confirmed the words: exchanges identities, waits for the Mac, stores it.
   Awaitable<PeerIdentity> confirm(Claim claim);
   Awaitable<void> cancelPairing(std::string sessionId);
+  /// Also learns the names that the Macs have now.
   Awaitable<std::vector<MacPresence>> presence();
   Awaitable<PrepareResultPayload> prepare(PeerIdentity mac, std::string utteranceId);
   Awaitable<DeliveryReport> deliver(PeerIdentity mac, std::string utteranceId, std::string token, std::string text);
@@ -91,6 +92,8 @@ class Phone {
 
  private:
   Awaitable<PeerIdentity> awaitPaired(const Claim& claim, PairingStatus status);
+  std::optional<ReadinessPayload> openedReadiness(const PresenceResponse::Mac& mac, const PeerIdentity& peer) const;
+  void learnName(const std::string& macId, const std::string& name);
   DeliveryReport reportFrom(const DeliveryStatus& status, const PeerIdentity& mac) const;
 
   PhoneState state_;

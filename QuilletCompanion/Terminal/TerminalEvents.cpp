@@ -7,7 +7,8 @@ namespace quillet {
 
 using namespace TerminalText;
 
-TerminalEvents::TerminalEvents(AppModel& model, const TerminalOutput& output) : model_(model), output_(output) {
+TerminalEvents::TerminalEvents(AppModel& model, const TerminalOutput& output)
+    : model_(model), output_(output), shownPeers_(describePeers(model)) {
   watch(model_.registration(), [this] { showRegistration(); });
   watch(model_.connectionStatus(), [this] {
     const auto status = model_.connectionStatus().get();
@@ -73,7 +74,10 @@ void TerminalEvents::showTrust() {
 }
 
 void TerminalEvents::showPeers() {
-  output_.event("peers", {{"peers", describePeers(model_)}}, "Paired iPhones:\n" + peersText(model_));
+  auto peers = describePeers(model_);
+  if (peers == shownPeers_) return;  // told by the other of the two lists that it comes from
+  shownPeers_ = peers;
+  output_.event("peers", {{"peers", std::move(peers)}}, "Paired iPhones:\n" + peersText(model_));
 }
 
 }  // namespace quillet

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <boost/json/array.hpp>
 #include <functional>
 #include <list>
 
@@ -25,6 +26,7 @@ class TerminalEvents {
 
   AppModel& model_;
   const TerminalOutput& output_;
+  boost::json::array shownPeers_;
   std::list<std::function<void()>> ends_;
 };
 

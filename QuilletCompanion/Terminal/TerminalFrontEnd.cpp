@@ -245,7 +245,7 @@ void TerminalFrontEnd::help(const std::string&) {
   for (const auto& command : commands()) {
     std::string line = std::string(command.name) + (command.argumentName.empty() ? "" : " ");
     line += command.argumentName;
-    constexpr std::size_t kColumn = 33;
+    constexpr std::size_t kColumn = 35;
     line.resize(std::max(line.size() + 2, kColumn), ' ');
     text += (text.empty() ? "" : "\n") + line + std::string(command.help);
   }

@@ -20,6 +20,11 @@ std::string dateText(std::int64_t milliseconds) {
   return {text, std::strftime(text, sizeof text, "%Y-%m-%d %H:%M", &local)};
 }
 
+/// Nothing until there was a check.
+std::string healthText(HealthState health) {
+  return health == HealthState::unknown ? "" : " (last check: " + std::string(rawValue(health)) + ")";
+}
+
 const char* onOff(bool on) {
   return on ? "on" : "off";
 }
@@ -44,6 +49,7 @@ std::string textOf(const AppModel::Registration& registration) {
       Overload{[](const Loop::Offline& offline) { return "offline, next try at " + dateText(offline.retryAt + 999); },
                [](const Loop::Failed& failed) { return "failed: " + failed.message; },
                [](Loop::Step step) {
+                 if (step == Loop::Step::notStarted) return std::string("not started");
                  if (step != Loop::Step::revoked) return std::string(rawValue(step));
                  return std::string(
                      "This Mac's pairing identity was removed from the service. Type \"reset\" to pair again.");
@@ -105,7 +111,7 @@ json::object describeStatus(const AppModel& model) {
 std::string statusText(const AppModel& model) {
   std::string text =
       model.macName().get() + "\n  " + statusLine(model.connectionStatus().get(), model.readiness().get()) +
-      "\n  Service: " + model.serviceLocation().text() + " (" + std::string(rawValue(model.health().get())) + ")" +
+      "\n  Service: " + model.serviceLocation().text() + healthText(model.health().get()) +
       "\n  Registration: " + textOf(model.registration().get()) +
       "\n  Connection: " + statusWord(model.connectionStatus().get()) +
       "\n  Accessibility: " + (model.axTrusted().get() ? "Allowed" : "Not allowed") + "\n  " +

@@ -137,6 +137,7 @@ TEST_F(RoadTest, PhonesHearOfRenamingRevokingAndDeleting) {
   const auto readiness = [&] { return await(phone->presence()).at(0).readiness; };
   ASSERT_TRUE(mainThread.runUntil([&] { return !defaults.boolean("pendingRename"); }));
   EXPECT_EQ(readiness().value().macName, "Attic");
+  EXPECT_NE(phone->state().mac("Attic"), nullptr);
   EXPECT_TRUE(await(model->revoke(phone->deviceId())));
   EXPECT_EQ(prepareFails(), PhoneExit::serviceRefused);
   EXPECT_TRUE(await(phone->unpair(mac)));

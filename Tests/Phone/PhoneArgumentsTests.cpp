@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "QuilletPhone/PhoneCommands.h"
+#include "QuilletPhone/PhoneWordCount.h"
 
 namespace quillet {
 namespace {
@@ -59,6 +60,30 @@ TEST_F(PhoneCommands, KeepADamagedFileAndNameIt) {
   EXPECT_EQ(run({"macs"}), PhoneExit::failure);
   EXPECT_NE(err_.str().find("phone.json"), std::string::npos);
   EXPECT_EQ(std::filesystem::file_size(folder_ / "phone.json"), 8U);
+}
+
+TEST_F(PhoneCommands, ForgetOnlyWhenTold) {
+  // Port 1 of the loopback interface refuses connections.
+  PhoneState{.name = "P", .service = "http://127.0.0.1:1"}.save(folder_);
+  EXPECT_EQ(run({"reset"}), PhoneExit::done);
+  EXPECT_NE(out_.str().find("Nothing was changed."), std::string::npos);
+  EXPECT_EQ(run({"delete", "--yes"}), PhoneExit::unreachable);
+  EXPECT_EQ(run({"rename", "Q"}), PhoneExit::unreachable);
+  EXPECT_EQ(run({"rename", " \n"}), PhoneExit::usage);
+  EXPECT_EQ(PhoneState::load(folder_)->name, "P");
+  const auto before = Phone::loadIdentity(folder_).deviceId();
+  EXPECT_EQ(run({"reset", "--yes"}), PhoneExit::done);
+  EXPECT_EQ(run({"macs"}), PhoneExit::notReady);
+  EXPECT_NE(Phone::loadIdentity(folder_).deviceId(), before);
+}
+
+TEST_F(PhoneCommands, TellHowManyWordsWentIn) {
+  const PhoneState state{.name = "P", .service = "http://127.0.0.1:1"};
+  state.save(folder_);
+  recordInsertedWords(state, folder_, "three small words");
+  EXPECT_EQ(run({"--json", "words"}), PhoneExit::done);
+  EXPECT_NE(out_.str().find("\"total\":3"), std::string::npos);
+  EXPECT_EQ(run({"init", "--words", "relative"}), PhoneExit::usage);
 }
 
 TEST(PhoneState, FindsAMacOnlyWhenOneFits) {
