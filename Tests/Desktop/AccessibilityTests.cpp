@@ -7,6 +7,7 @@
 #include <chrono>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
@@ -209,6 +210,11 @@ TEST_F(Accessibility, OwnWindowIsNeverAsked) {
               EXPECT_FALSE(provider.typeUnicode(getpid(), u"x"));
             }),
             milliseconds(300));
+}
+
+TEST_F(Accessibility, ACallFromAnotherThreadStopsTheProcess) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(std::thread([this] { provider.isTrusted(); }).join(), testing::KilledBySignal(SIGABRT), "");
 }
 
 TEST_F(Accessibility, ProgramThatDiesInFrontLeavesNothing) {

@@ -17,6 +17,10 @@ constexpr int timeout = static_cast<int>(CallBudget::limit.count());
 
 }  // namespace
 
+AccessibilityBus::~AccessibilityBus() {
+  if (watch_ != 0) g_bus_unwatch_name(watch_);
+}
+
 bool AccessibilityBus::isEnabled() {
   const auto now = std::chrono::steady_clock::now();
   if (askedAt_ == MonotonicTime{} || now - askedAt_ >= freshFor) {
@@ -35,6 +39,7 @@ bool AccessibilityBus::enable() {
 
 bool AccessibilityBus::isStale() {
   if (!isEnabled()) return false;
+  if (askAddress() != address_ || !bus_ || g_dbus_connection_is_closed(bus_.get()) != FALSE) return true;
   atspi_set_timeout(timeout, timeout);
   const GRef<AtspiAccessible> desktop(atspi_get_desktop(0));
   GErrorSlot error;
@@ -59,6 +64,30 @@ bool AccessibilityBus::askEnabled() const {
 void AccessibilityBus::connect() {
   atspi_set_timeout(timeout, timeout);
   connected_ = atspi_init() <= 1;  // 1: it was initialised before
+  address_ = askAddress();
+  watchRegistry();
+}
+
+std::string AccessibilityBus::askAddress() const {
+  const auto reply = session_.call("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress", nullptr);
+  if (!reply || !g_variant_is_of_type(reply.get(), G_VARIANT_TYPE("(s)"))) return {};
+  const char* address = nullptr;
+  g_variant_get(reply.get(), "(&s)", &address);
+  return address;
+}
+
+void AccessibilityBus::watchRegistry() {
+  constexpr auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                                           G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+  GErrorSlot error;
+  bus_.reset(g_dbus_connection_new_for_address_sync(address_.c_str(), flags, nullptr, nullptr, error));
+  if (!bus_) return;
+  const auto appeared = [](GDBusConnection*, const char*, const char*, void* self) {
+    const auto& bus = *static_cast<AccessibilityBus*>(self);
+    if (bus.onNewRegistry) bus.onNewRegistry();
+  };
+  watch_ = g_bus_watch_name_on_connection(bus_.get(), "org.a11y.atspi.Registry", G_BUS_NAME_WATCHER_FLAGS_NONE,
+                                          appeared, nullptr, this, nullptr);
 }
 
 }  // namespace quillet

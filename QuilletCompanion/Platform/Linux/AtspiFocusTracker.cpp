@@ -20,6 +20,12 @@ constexpr int mostAttempts = 20;
 constexpr std::size_t mostArrivals = 64;
 constexpr std::size_t mostApplications = 64;
 
+/// The limit of an application's call may still be set, and be nearly nothing.
+void allowFullTime() {
+  constexpr int limit = static_cast<int>(CallBudget::limit.count());
+  atspi_set_timeout(limit, limit);
+}
+
 }  // namespace
 
 AtspiFocusTracker::AtspiFocusTracker(std::int32_t ownPID, HungApplications& hung) : ownPID_(ownPID), hung_(hung) {
@@ -34,16 +40,30 @@ AtspiFocusTracker::AtspiFocusTracker(std::int32_t ownPID, HungApplications& hung
 }
 
 AtspiFocusTracker::~AtspiFocusTracker() {
+  stop();
+}
+
+void AtspiFocusTracker::stop() {
   if (!listener_) return;
+  allowFullTime();
   GErrorSlot error;
   atspi_event_listener_deregister(listener_.get(), focusEvent, error);
+  listener_.reset();
+}
+
+void AtspiFocusTracker::restart() {
+  if (!listener_) return;
+  stop();
+  start();
 }
 
 void AtspiFocusTracker::start() {
   if (listener_) return;
   listener_.reset(atspi_event_listener_new(&AtspiFocusTracker::handle, this, nullptr));
+  allowFullTime();
   GErrorSlot error;
-  if (!atspi_event_listener_register(listener_.get(), focusEvent, error)) listener_.reset();
+  // It says yes also when the registry didn't answer.
+  if (!atspi_event_listener_register(listener_.get(), focusEvent, error) || error.failed()) stop();
 }
 
 void AtspiFocusTracker::handle(AtspiEvent* event, void* self) {

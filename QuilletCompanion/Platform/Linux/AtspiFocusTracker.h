@@ -33,6 +33,8 @@ class AtspiFocusTracker {
   void deliver();
   /// Begins to listen, once libatspi is connected. Repeats do nothing.
   void start();
+  /// Tells the registry anew what we listen to, if we did.
+  void restart();
   bool isListening() const { return listener_ != nullptr; }
   /// The text element of `pid` that has the focus now. `window` is the window that is active: an application of which
   /// no event told is searched, at most once for each of its windows and every two seconds. A search that takes longer
@@ -52,6 +54,7 @@ class AtspiFocusTracker {
     std::unique_ptr<AtspiFocusSearch> search;  ///< While it runs.
   };
 
+  void stop();
   static void handle(AtspiEvent* event, void* self);
   std::int32_t pidOf(AtspiAccessible* source);
   bool hasFocus(const AtspiElementRef& element, CallBudget& budget);

@@ -4,19 +4,24 @@
 #include <QCoreApplication>
 #include <QThread>
 #include <chrono>
+#include <cstdlib>
 
 #include "QuilletCompanion/Platform/Linux/AtspiElement.h"
 #include "QuilletCompanion/Platform/Linux/AtspiFocusTracker.h"
 #include "QuilletCompanion/Platform/Linux/AtspiTextReader.h"
 #include "QuilletCompanion/Platform/Linux/AtspiTextWriter.h"
+#include "QuilletKit/Log.h"
 
 namespace quillet {
 namespace {
 
 constexpr std::size_t mostUnits = 20;
 
+/// A call from another thread is a programming error: state here has no locks.
 void checkMainThread() {
-  Q_ASSERT(QThread::currentThread() == QCoreApplication::instance()->thread());
+  if (QThread::currentThread() == QCoreApplication::instance()->thread()) return;
+  Log::error("insertion", "Accessibility was asked from another thread than the main one");
+  std::abort();
 }
 
 bool isPasswordField(const AtspiElement& element, CallBudget& budget) {
@@ -33,6 +38,7 @@ SystemAccessibilityProvider::SystemAccessibilityProvider(std::int32_t ownPID, Sc
       lockMonitor_(lockMonitor),
       keyTypist_(keyTypist),
       tracker_(std::make_unique<AtspiFocusTracker>(ownPID, hung_)) {
+  bus_.onNewRegistry = [this] { tracker_->restart(); };
   front_.onChange = [this] {
     frontObservers_.notify();
     if (onFrontWindowChange) onFrontWindowChange();
