@@ -181,8 +181,8 @@ TEST_F(Accessibility, DialogOfTheSameProgramIsAnotherWindowAndTellsOfItsFocus) {
   EXPECT_TRUE(sameElement(window, provider.focusedWindow(editor.pid())));
   std::vector<ElementRef> told;
   int windowChanges = 0;
-  provider.onFocusChange = [&](const ElementRef& element) { told.push_back(element); };
-  provider.onFrontWindowChange = [&] { ++windowChanges; };
+  const auto focus = provider.observeFocus(editor.pid(), [&](const ElementRef& element) { told.push_back(element); });
+  const auto front = provider.observeFrontApplication([&] { ++windowChanges; });
   press({"ctrl+r"});
   ElementRef entry;
   EXPECT_TRUE(eventually([&] {

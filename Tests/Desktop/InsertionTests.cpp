@@ -157,10 +157,10 @@ TEST_F(Insertion, TypingStopsWhenTheFocusLeaves) {
   EXPECT_EQ(value(), kLong.substr(0, 20));
   ElementRef second;
   ASSERT_TRUE(eventually([&] { return (second = provider.focusedElement(editor->pid())) != nullptr; }));
-  // Keys of the chunk that was under way go to whatever has the focus; no later chunk does.
+  // Keys of the chunk that was under way, and of one ahead, go to whatever has the focus; no later chunk does.
   const auto strayed = provider.readValue(second).value_or("absent");
   EXPECT_EQ(strayed, kLong.substr(20, strayed.size()));
-  EXPECT_LE(strayed.size(), 12U);
+  EXPECT_LE(strayed.size(), 28U);
 }
 
 TEST_F(Insertion, TypingStopsWhenTheProgramEnds) {
@@ -185,7 +185,7 @@ TEST_F(Insertion, AProgramThatHangsInTheMiddleHoldsNobodyUp) {
   editor->resume();
   EXPECT_TRUE(eventually([&] { return value().size() >= 20; }));
   EXPECT_EQ(value(), kLong.substr(0, value().size()));
-  EXPECT_LE(value().size(), 32U);
+  EXPECT_LE(value().size(), 48U);
 }
 
 TEST_F(Insertion, AProgramThatHangsBeforehandIsRefusedAndGetsNothingLater) {

@@ -39,16 +39,10 @@ SystemAccessibilityProvider::SystemAccessibilityProvider(std::int32_t ownPID, Sc
       keyTypist_(keyTypist),
       tracker_(std::make_unique<AtspiFocusTracker>(ownPID, hung_)) {
   bus_.onNewRegistry = [this] { tracker_->restart(); };
-  front_.onChange = [this] {
-    frontObservers_.notify();
-    if (onFrontWindowChange) onFrontWindowChange();
-  };
+  front_.onChange = [this] { frontObservers_.notify(); };
   tracker_->onFocusEvent = [this](std::int32_t pid, const ElementRef& element) {
-    if (const auto observed = focusObservers_.find(pid); observed != focusObservers_.end()) {
-      observed->second.notify(element);
-    }
-    const auto owner = front_.owner();
-    if (owner && owner->pid == pid && onFocusChange) onFocusChange(element);
+    const auto observed = focusObservers_.find(pid);
+    if (observed != focusObservers_.end()) observed->second.notify(element);
   };
 }
 

@@ -29,12 +29,6 @@ class SystemAccessibilityProvider final : public AccessibilityProvider {
   SystemAccessibilityProvider(std::int32_t ownPID, ScreenLockMonitor& lockMonitor, KeyTypist& keyTypist);
   ~SystemAccessibilityProvider() override;
 
-  /// Called from the event loop when focus moved inside the front application: with the text element that got it, or
-  /// with nothing if something else did.
-  std::function<void(const ElementRef& element)> onFocusChange;
-  /// Called from the event loop when another window, or none, became active; also when its application quit.
-  std::function<void()> onFrontWindowChange;
-
   /// Switches the desktop's accessibility on and begins to follow the focus. To be called at launch, and harmless when
   /// repeated. False if the accessibility service doesn't answer.
   bool enableAccessibility();

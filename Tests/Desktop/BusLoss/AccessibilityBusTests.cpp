@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include <gio/gio.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <QDBusArgument>
-#include <QDBusConnection>
-#include <QDBusConnectionInterface>
-#include <QDBusMessage>
-
+#include "QuilletCompanion/Platform/Linux/DBusSignals.h"
 #include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
 #include "Tests/Desktop/Editor.h"
 #include "Tests/Desktop/StubLock.h"
@@ -19,29 +16,43 @@ class AccessibilityBusLoss : public testing::Test {
   void SetUp() override {
     ASSERT_TRUE(eventually([this] { return provider.enableAccessibility(); }));
   }
-  static pid_t ownerOf(const QDBusConnection& bus, const char* name) {
-    return bus.interface() == nullptr ? 0 : static_cast<pid_t>(bus.interface()->servicePid(name).value());
+  static GVariantRef call(GDBusConnection* bus, const char* name, const char* path, const char* method,
+                          GVariant* arguments) {
+    return GVariantRef(g_dbus_connection_call_sync(bus, name, path, name, method, arguments, nullptr,
+                                                   G_DBUS_CALL_FLAGS_NONE, 2000, nullptr, GErrorSlot()));
+  }
+  static pid_t ownerOf(GDBusConnection* bus, const char* name) {
+    const auto reply = call(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "GetConnectionUnixProcessID",
+                            g_variant_new("(s)", name));
+    guint32 pid = 0;
+    if (reply) g_variant_get(reply.get(), "(u)", &pid);
+    return static_cast<pid_t>(pid);
+  }
+  GRef<GDBusConnection> connectToAccessibilityBus() const {
+    const auto reply = call(session.get(), "org.a11y.Bus", "/org/a11y/bus", "GetAddress", nullptr);
+    const char* address = "";
+    if (reply) g_variant_get(reply.get(), "(&s)", &address);
+    constexpr auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                                             G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+    return GRef<GDBusConnection>(
+        g_dbus_connection_new_for_address_sync(address, flags, nullptr, nullptr, GErrorSlot()));
   }
   /// The process that serves the accessibility bus's address.
-  static pid_t launcher() { return ownerOf(QDBusConnection::sessionBus(), "org.a11y.Bus"); }
-  static QDBusConnection connectToAccessibilityBus() {
-    const auto reply = QDBusConnection::sessionBus().call(
-        QDBusMessage::createMethodCall("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress"));
-    return QDBusConnection::connectToBus(reply.arguments().value(0).toString(), "test");
-  }
+  pid_t launcher() const { return ownerOf(session.get(), "org.a11y.Bus"); }
   /// The process that has a name on the accessibility bus: the registry, or the bus itself.
-  static pid_t onAccessibilityBus(const char* name) {
-    const auto pid = ownerOf(connectToAccessibilityBus(), name);
-    QDBusConnection::disconnectFromBus("test");
-    return pid;
+  pid_t onAccessibilityBus(const char* name) const {
+    const auto bus = connectToAccessibilityBus();
+    return bus ? ownerOf(bus.get(), name) : 0;
   }
   /// The registry, which is started if need be, has been told that somebody listens to the focus.
-  static bool isListenedTo() {
-    const auto reply = connectToAccessibilityBus().call(QDBusMessage::createMethodCall(
-        "org.a11y.atspi.Registry", "/org/a11y/atspi/registry", "org.a11y.atspi.Registry", "GetRegisteredEvents"));
-    QDBusConnection::disconnectFromBus("test");
-    const auto listeners = reply.arguments().value(0).value<QDBusArgument>();
-    return listeners.currentType() == QDBusArgument::ArrayType && !listeners.atEnd();
+  bool isListenedTo() const {
+    const auto bus = connectToAccessibilityBus();
+    if (!bus) return false;
+    const auto reply =
+        call(bus.get(), "org.a11y.atspi.Registry", "/org/a11y/atspi/registry", "GetRegisteredEvents", nullptr);
+    if (!reply) return false;
+    const GVariantRef listeners(g_variant_get_child_value(reply.get(), 0));
+    return g_variant_n_children(listeners.get()) > 0;
   }
   bool isUsable(const Editor& editor) {
     const auto front = provider.frontApplication();
@@ -51,13 +62,14 @@ class AccessibilityBusLoss : public testing::Test {
            provider.readValue(field).has_value();
   }
 
+  GRef<GDBusConnection> session{g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr)};
   StubLock lock;
   KeyTypist typist;
   SystemAccessibilityProvider provider{getpid(), lock, typist};
 };
 
 TEST_F(AccessibilityBusLoss, ARegistryThatBeginsAnewIsToldWhatWeListenTo) {
-  ASSERT_TRUE(eventually([] { return isListenedTo(); }));
+  ASSERT_TRUE(eventually([this] { return isListenedTo(); }));
   for (int round = 0; round < 3; ++round) {
     const auto pid = onAccessibilityBus("org.a11y.atspi.Registry");
     ASSERT_GT(pid, 1);
