@@ -10,6 +10,7 @@
 #include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
 #include "QuilletKit/Unicode.h"
 #include "Tests/Desktop/Editor.h"
+#include "Tests/Desktop/StubLock.h"
 
 namespace quillet::test {
 
@@ -18,10 +19,6 @@ constexpr std::string_view asciiSample =
 constexpr std::string_view mixedSample =
     "Größe Übung naïve \u20ac5 — привет Мир, Ελλάδα, שלום, สวัสดี, 漢字かな交じり文, "
     "e\u0301a\u0308, \U0001F468\u200D\U0001F469\u200D\U0001F467 \U0001F600\U0001F680\U0001F1EB\U0001F1F7 “ok” ";
-
-class StubLock : public ScreenLockMonitor {
-  bool isScreenLocked() override { return false; }
-};
 
 /// A program in front with an empty text field, or a terminal, that takes keys.
 class TypingTarget {
