@@ -34,7 +34,8 @@ struct Outcome {
   double charactersPerSecond = 0;
   double wrong = 0;
   double seconds = 0;
-  double busy = 0;  ///< CPU seconds of the program that was typed into.
+  bool stopped = false;  ///< A chunk was refused, and the rest never sent.
+  double busy = 0;       ///< CPU seconds of the program that was typed into.
 };
 
 double cpuSeconds(pid_t pid) {
@@ -102,8 +103,9 @@ class TypingRun {
     if (!target.ready()) return std::nullopt;
     const auto busy = cpuSeconds(target.editor().pid());
     const auto start = steady_clock::now();
+    bool stopped = false;
     if (ours) {
-      target.type(text);
+      stopped = !target.type(text);
     } else {
       QProcess::execute("xdotool", {"type", "--", QString::fromStdString(text)});
     }
@@ -112,7 +114,7 @@ class TypingRun {
     const auto end = awaitText(target, wanted.size(), seen);
     typist_.restoreKeymap();
     const auto seconds = std::chrono::duration<double>(end - start).count();
-    return Outcome{static_cast<double>(wanted.size()) / seconds, distance(wanted, seen), seconds,
+    return Outcome{static_cast<double>(wanted.size()) / seconds, distance(wanted, seen), seconds, stopped,
                    cpuSeconds(target.editor().pid()) - busy};
   }
 
@@ -141,6 +143,7 @@ void addRows(Table& table, const std::string& what, const std::optional<Outcome>
   const auto errors = [](const Outcome& outcome) { return Figure{outcome.wrong, "wrong"}; };
   table.add({what, speed(*ours), "xdotool type", speed(*theirs), 1.5, true});
   table.add({what, errors(*ours), "xdotool type", errors(*theirs), 0});
+  if (ours->stopped) table.note("ours stopped part of the way: a chunk was refused");
   table.note(fmt::format("the program itself worked {:.1f} of our {:.1f} s", ours->busy, ours->seconds));
 }
 
