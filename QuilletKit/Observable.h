@@ -8,7 +8,8 @@
 
 namespace quillet {
 
-/// A value that views watch. Writing an equal value notifies nobody. Main thread only.
+/// A value that views watch. Writing an equal value notifies nobody. An observer may subscribe, unsubscribe, write, or
+/// destroy the observable. Main thread only.
 template <typename T>
 class Observable {
  public:
@@ -44,9 +45,12 @@ class Observable {
   void set(T value) {
     if (value_ == value) return;
     value_ = std::move(value);
-    const auto observers = *observers_;  // an observer may subscribe, unsubscribe or write
+    const std::weak_ptr<Observers> alive = observers_;
+    const Observers observers = *observers_;
     for (const auto& [id, observer] : observers) {
-      if (observers_->contains(id)) observer(value_);
+      const auto known = alive.lock();
+      if (!known) return;
+      if (known->contains(id)) observer(value_);
     }
   }
   [[nodiscard]] Subscription observe(Observer observer) const {
@@ -58,9 +62,11 @@ class Observable {
   }
 
  private:
+  using Observers = std::map<int, Observer>;
+
   T value_;
   mutable int lastId_ = 0;
-  std::shared_ptr<std::map<int, Observer>> observers_ = std::make_shared<std::map<int, Observer>>();
+  std::shared_ptr<Observers> observers_ = std::make_shared<Observers>();
 };
 
 }  // namespace quillet

@@ -5,8 +5,9 @@
 #include <boost/asio/associated_cancellation_slot.hpp>
 #include <boost/asio/associated_executor.hpp>
 #include <boost/asio/async_result.hpp>
-#include <boost/asio/bind_cancellation_slot.hpp>
+#include <boost/asio/cancellation_signal.hpp>
 #include <boost/asio/co_spawn.hpp>
+#include <boost/asio/error.hpp>
 #include <boost/asio/execution/outstanding_work.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/prefer.hpp>
@@ -20,16 +21,36 @@
 namespace quillet {
 namespace detail {
 
-/// Work that runs on another executor. `signal` and `finished` are touched on that executor only, so that a
-/// cancellation may arrive at any moment of the work's end: the hop outlives both sides.
+/// Work that runs on another executor. Touched on that executor only, so that a cancellation may arrive at any moment
+/// of the work's beginning and end: the hop outlives both sides.
 struct Hop {
   boost::asio::cancellation_signal signal;
+  bool begun = false;
+  bool cancelled = false;
   bool finished = false;
+
+  void cancel(boost::asio::cancellation_type type) {
+    cancelled = true;
+    // Before the first step there is nobody to catch what a cancelled suspension throws.
+    if (begun && !finished) signal.emit(type);
+  }
 };
+
+template <typename T>
+Awaitable<T> startHop(std::shared_ptr<Hop> hop, Awaitable<T> work) {
+  hop->begun = true;
+  if (hop->cancelled) throw boost::system::system_error(boost::asio::error::operation_aborted);
+  co_return co_await guarded(std::move(work));
+}
 
 template <typename Handler, typename... Values>
 class HopBack {
  public:
+  // Named by itself rather than bound: for a bound slot, co_spawn passes a cancellation on by a pointer that may
+  // dangle.
+  using cancellation_slot_type = boost::asio::cancellation_slot;
+  cancellation_slot_type get_cancellation_slot() const noexcept { return hop_->signal.slot(); }
+
   HopBack(Executor executor, Handler handler, std::shared_ptr<Hop> hop)
       : home_(boost::asio::prefer(Executor(boost::asio::get_associated_executor(handler, executor)),
                                   boost::asio::execution::outstanding_work.tracked)),
@@ -78,16 +99,13 @@ Awaitable<T> runOn(Executor executor, Awaitable<T> work) {
         auto hop = std::make_shared<detail::Hop>();
         if (auto slot = boost::asio::get_associated_cancellation_slot(handler); slot.is_connected()) {
           slot.assign([hop, target](boost::asio::cancellation_type type) {
-            boost::asio::post(target, [hop, type] {
-              if (!hop->finished) hop->signal.emit(type);
-            });
+            boost::asio::post(target, [hop, type] { hop->cancel(type); });
           });
         }
         using Back = typename Signature::template Back<decltype(handler)>;
         Back back(target, std::move(handler), hop);
         boost::asio::post(target, [target, hop, body = std::move(body), back = std::move(back)]() mutable {
-          boost::asio::co_spawn(target, std::move(body),
-                                boost::asio::bind_cancellation_slot(hop->signal.slot(), std::move(back)));
+          boost::asio::co_spawn(target, detail::startHop(std::move(hop), std::move(body)), std::move(back));
         });
       },
       boost::asio::use_awaitable, std::move(executor), std::move(work));

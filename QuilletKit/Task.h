@@ -11,6 +11,7 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <type_traits>
 #include <utility>
 
@@ -29,9 +30,43 @@ inline bool isCancelled(const boost::asio::cancellation_state& state) {
   return state.cancelled() != boost::asio::cancellation_type::none;
 }
 
+namespace detail {
+
+// co_spawn posts a coroutine that was never suspended once more before it tells its end, by a co_await outside of any
+// try: a cancellation from within the work would be thrown there, past the completion handler and out of the executor.
+// So no await throws any more once the work has ended.
+
+template <typename T>
+Awaitable<T> guarded(Awaitable<T> work) {
+  std::optional<T> result;
+  std::exception_ptr error;
+  try {
+    result.emplace(co_await std::move(work));
+  } catch (...) {
+    error = std::current_exception();
+  }
+  co_await boost::asio::this_coro::throw_if_cancelled(false);
+  if (error) std::rethrow_exception(error);
+  co_return std::move(*result);
+}
+
+inline Awaitable<void> guarded(Awaitable<void> work) {
+  std::exception_ptr error;
+  try {
+    co_await std::move(work);
+  } catch (...) {
+    error = std::current_exception();
+  }
+  co_await boost::asio::this_coro::throw_if_cancelled(false);
+  if (error) std::rethrow_exception(error);
+}
+
+}  // namespace detail
+
 /// A named handle for at most one cancellable unit of work on an executor (the main thread, as a rule).
-/// Starting replaces; destruction cancels. Use from the executor's own thread only. A body that ends in an exception
-/// other than a cancellation is a programming error and stops the process with a log line.
+/// Starting replaces; destruction cancels. A body may cancel, replace or destroy its own task. Use from the executor's
+/// own thread only. A body that ends in an exception other than a cancellation is a programming error and stops the
+/// process with a log line.
 class Task {
  private:
   struct State {
@@ -59,8 +94,8 @@ class Task {
   Task& operator=(const Task&) = delete;
 
   /// Cancels what runs and starts `body`, a callable that gives Awaitable<void> and may take a Token. The callable
-  /// lives as long as its coroutine; a task that is cancelled before its first step never calls it. The first step runs
-  /// from the executor, not inside this call.
+  /// lives as long as its coroutine; a task that is cancelled before its first step never calls it. The first step
+  /// may run inside this call when that is made on the executor, unless the executor always posts.
   template <typename Body>
   void start(Body body) {
     cancel();
@@ -85,9 +120,9 @@ class Task {
     if (state->cancelled) co_return;
     state->begun = true;
     if constexpr (std::is_invocable_v<Body&, const Token&>) {
-      co_await body(Token(state));
+      co_await detail::guarded(body(Token(state)));
     } else {
-      co_await body();
+      co_await detail::guarded(body());
     }
   }
 

@@ -14,6 +14,15 @@ namespace quillet::test {
 
 /// A main thread and clocks that move only on command.
 class VirtualTime {
+  struct Sleeper {
+    Duration deadline;
+    boost::asio::steady_timer timer;
+    bool due = false;
+  };
+
+  // Before the context, whose end destroys who still sleeps.
+  std::list<Sleeper> sleepers_;
+
  public:
   boost::asio::io_context context;
 
@@ -51,12 +60,6 @@ class VirtualTime {
   Duration elapsed{0};
 
  private:
-  struct Sleeper {
-    Duration deadline;
-    boost::asio::steady_timer timer;
-    bool due = false;
-  };
-
   Awaitable<void> sleep(Duration duration) {
     auto sleeper = sleepers_.insert(
         sleepers_.end(), Sleeper{elapsed + duration, boost::asio::steady_timer(context, MonotonicTime::max()), false});
@@ -77,8 +80,6 @@ class VirtualTime {
     }
     return found;
   }
-
-  std::list<Sleeper> sleepers_;
 };
 
 }  // namespace quillet::test

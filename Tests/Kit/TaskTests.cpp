@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletKit/Task.h"
+
+#include <gtest/gtest.h>
+
+#include "QuilletKit/Observable.h"
+#include "QuilletKit/RunOn.h"
+#include "Tests/Doubles/VirtualTime.h"
+
+namespace quillet::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(TaskTest, ABodyMayEndItsOwnTaskSuspendedOrNot) {
+  for (const bool suspends : {false, true}) {
+    for (const char* end : {"cancel", "destroy", "replace"}) {
+      VirtualTime time;
+      auto task = std::make_unique<Task>(time.executor());
+      const TimeSource source = time.source();
+      int steps = 0;
+      bool replaced = false;
+      task->start([&](const Task::Token& token) -> Awaitable<void> {
+        if (suspends) co_await source.sleep(1s);
+        if (end == std::string_view("cancel")) task->cancel();
+        if (end == std::string_view("destroy")) task.reset();
+        if (end == std::string_view("replace")) {
+          task->start([&]() -> Awaitable<void> {
+            replaced = true;
+            co_return;
+          });
+        }
+        EXPECT_TRUE(token.cancelled());
+        ++steps;
+        co_await source.sleep(1s);
+        ++steps;
+      });
+      time.advance(5s);
+      EXPECT_EQ(steps, 1) << end << suspends;
+      EXPECT_EQ(replaced, end == std::string_view("replace")) << suspends;
+      EXPECT_EQ(time.sleepers(), 0u);
+    }
+  }
+}
+
+TEST(TaskTest, ABodyThatEndsWithoutASuspensionMayBeCancelledByItself) {
+  VirtualTime time;
+  Task task(time.executor());
+  for (const bool throws : {false, true}) {
+    task.start([&]() -> Awaitable<void> {
+      task.cancel();
+      if (throws) throw boost::system::system_error(boost::asio::error::operation_aborted);
+      co_return;
+    });
+    EXPECT_NO_THROW(time.run());
+    EXPECT_FALSE(task.running());
+  }
+}
+
+TEST(TaskTest, AHopIsCancelledBeforeBetweenAndAfterItsSteps) {
+  VirtualTime home, away;
+  const TimeSource source = away.source();
+  for (int stage = 0; stage < 4; ++stage) {
+    std::string outcome;
+    int worked = 0;
+    Task task(home.executor());
+    task.start([&]() -> Awaitable<void> {
+      try {
+        co_await runOn(away.executor(), [](const TimeSource& time, int& steps) -> Awaitable<void> {
+          ++steps;
+          co_await time.sleep(1s);
+          ++steps;
+        }(source, worked));
+        outcome = "done";
+      } catch (const std::exception& error) {
+        outcome = isCancellation(error) ? "cancelled" : error.what();
+      }
+    });
+    home.run();
+    if (stage > 0) away.run();
+    if (stage > 1) away.advance(1s);
+    if (stage > 2) home.run();
+    task.cancel();
+    away.run();
+    home.run();
+    EXPECT_EQ(outcome, stage < 2 ? "cancelled" : "done") << stage;
+    EXPECT_EQ(worked, stage < 2 ? 1 : 2) << stage;
+    EXPECT_EQ(away.sleepers(), 0u);
+  }
+}
+
+TEST(ObservableTest, ObserversMayChangeTheListTheValueOrDestroyIt) {
+  auto value = std::make_unique<Observable<int>>(0);
+  std::vector<std::string> heard;
+  Observable<int>::Subscription second, third;
+  const auto first = value->observe([&](int now) {
+    heard.push_back("first " + std::to_string(now));
+    if (now == 1) second.reset();
+    if (now == 2) value->set(3);
+    if (now == 4) value.reset();
+  });
+  second = value->observe([&](int now) { heard.push_back("second " + std::to_string(now)); });
+  third = value->observe([&](int now) { heard.push_back("third " + std::to_string(now)); });
+  value->set(1);
+  value->set(1);
+  value->set(2);
+  EXPECT_EQ(heard, (std::vector<std::string>{"first 1", "third 1", "first 2", "first 3", "third 3", "third 3"}));
+  heard.clear();
+  value->set(4);
+  EXPECT_EQ(heard, std::vector<std::string>{"first 4"});
+}
+
+}  // namespace
+}  // namespace quillet::test
