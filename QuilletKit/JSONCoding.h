@@ -7,8 +7,8 @@
 
 /// The one JSON vocabulary. Keys are written in ascending order, "/" unescaped, optional fields omitted when absent.
 /// Reading is strict in types and closed enumerations, ignores unknown keys, takes null for an absent optional, and
-/// lets the last of repeated keys win. Integers written with a fraction or an exponent, lone surrogates, invalid UTF-8,
-/// a byte order mark and nesting deeper than 32 are refused.
+/// lets the last of repeated keys win. Integers written with a fraction or an exponent, numbers beyond a double's
+/// range, lone surrogates, invalid UTF-8, a byte order mark and nesting deeper than 32 are refused.
 ///
 /// Defined for every type of WireModels.h and ServiceModels.h, Envelope and PeerIdentity: include this header and call.
 /// To add a type, in the .cpp that owns its file or wire format include "QuilletKit/JSONFields.h" (and

@@ -5,6 +5,7 @@
 #include <boost/json/error.hpp>
 #include <boost/json/string_view.hpp>
 #include <charconv>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -66,9 +67,10 @@ class JSONDocument {
   bool on_uint64(std::uint64_t value, Text, Error&) {
     return add({JSONNode::Kind::unsignedInteger, 1, {.unsignedInteger = value}});
   }
-  bool on_double(double value, Text text, Error&) {
+  bool on_double(double value, Text text, Error& error) {
     std::from_chars(text.data(), text.data() + text.size(), value);  // the parser's own may be off by a bit
-    return add({JSONNode::Kind::number, 1, {.number = value}});
+    if (!std::isfinite(value)) error = boost::json::error::exponent_overflow;
+    return !error.failed() && add({JSONNode::Kind::number, 1, {.number = value}});
   }
   bool on_bool(bool value, Error&) { return add({JSONNode::Kind::boolean, 1, {.boolean = value}}); }
   bool on_null(Error&) { return add({}); }

@@ -130,7 +130,7 @@ void JSONWriter::unsignedInteger(std::uint64_t value) {
 void JSONWriter::number(double value) {
   if (!std::isfinite(value)) throw JSONCoding::EncodingError("number is not finite");
   separate();
-  appendNumber(out_, value);
+  appendNumber(out_, value == 0 ? 0.0 : value);  // "-0" would be read as an integer, without its sign
 }
 
 void JSONWriter::raw(std::string_view encoded) {

@@ -104,6 +104,7 @@ TEST(JSONDecoding, RefusesWhatIsNoJSONOrOfAnotherType) {
       R"({"count":1.0})",
       R"({"count":1e3})",
       R"({"count":1E0})",
+      R"({"count":1,"unknown":[-1e400]})",
       R"({"count":"1"})",
       R"({"count":true})",
       R"({"count":01})",
