@@ -115,6 +115,7 @@ class HTTPSession::Exchange : public std::enable_shared_from_this<Exchange> {
   }
 
   Awaitable<void> run() {
+    if (abandoned_) throw system_error(asio::error::operation_aborted);
     connection_ = pool_->take(serviceKey(url_));
     if (connection_) {
       const bool answered = co_await answeredOverKept();

@@ -4,9 +4,12 @@
 #include <sys/socket.h>
 
 #include <boost/asio/connect.hpp>
+#include <boost/asio/redirect_error.hpp>
 #include <boost/asio/ssl/host_name_verification.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/http/error.hpp>
+
+#include "QuilletKit/HTTPSession.h"
 
 namespace quillet {
 namespace {
@@ -20,6 +23,13 @@ bool isAddress(const std::string& host) {
   error_code error;
   asio::ip::make_address(host, error);
   return !error;
+}
+
+constexpr const char* kOutOfDate =
+    "The service's certificate is out of date, or this computer's clock is wrong. Check the clock.";
+
+bool isOutOfDate(long verification) {
+  return verification == X509_V_ERR_CERT_HAS_EXPIRED || verification == X509_V_ERR_CERT_NOT_YET_VALID;
 }
 
 std::variant<NetworkStream::Socket, NetworkStream::TLS> makeStream(const Executor& network, asio::ssl::context& tls,
@@ -49,7 +59,10 @@ Awaitable<void> NetworkStream::shakeHands(const std::string& host) {
   }
   tls.set_verify_mode(asio::ssl::verify_peer);
   tls.set_verify_callback(asio::ssl::host_name_verification(host));
-  co_await tls.async_handshake(TLS::client, asio::use_awaitable);
+  error_code error;
+  co_await tls.async_handshake(TLS::client, asio::redirect_error(asio::use_awaitable, error));
+  if (error && isOutOfDate(SSL_get_verify_result(tls.native_handle()))) throw TransportError(kOutOfDate);
+  if (error) throw system_error(error);
 }
 
 void NetworkStream::close() {

@@ -28,7 +28,8 @@ class NetworkStream {
 
   NetworkStream(const Executor& network, boost::asio::ssl::context& tls, bool secure);
 
-  /// Resolves, connects and, for TLS, shakes hands with the host's name verified. Throws boost::system::system_error.
+  /// Resolves, connects and, for TLS, shakes hands with the host's name verified. Throws boost::system::system_error,
+  /// or TransportError for a certificate that is out of date.
   Awaitable<void> connect(ServiceURL url);
   /// Drops the connection, also one that is still being made.
   void close();

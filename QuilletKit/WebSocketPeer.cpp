@@ -54,7 +54,7 @@ void WebSocketPeer::start() {
 Awaitable<void> WebSocketPeer::run() {
   co_await upgrade();
   upgraded_ = true;
-  deadline_.cancel();
+  deadline_.expires_at(asio::steady_timer::time_point::max());
   startWriting();
   co_await read();
 }
@@ -159,7 +159,9 @@ void WebSocketPeer::abandon() {
 void WebSocketPeer::limit(std::chrono::milliseconds duration, std::string failure) {
   deadline_.expires_after(duration);
   deadline_.async_wait([self = shared_from_this(), failure = std::move(failure)](const error_code& error) {
-    if (!error) self->fail(failure);
+    // The limit may have been lifted when the timer had gone off already.
+    const bool due = self->deadline_.expiry() <= asio::steady_timer::clock_type::now();
+    if (!error && due) self->fail(failure);
   });
 }
 

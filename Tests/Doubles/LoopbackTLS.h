@@ -5,6 +5,7 @@
 #include <openssl/x509v3.h>
 
 #include <boost/asio/ssl.hpp>
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -12,12 +13,16 @@
 
 namespace quillet::test {
 
-/// A TLS service on "localhost" with a self-signed certificate for any name. Answers "secret" to one request for each
-/// connection.
+/// A TLS service on "localhost" with a self-signed certificate for any name and time. Answers "secret" to one request
+/// for each connection.
 class LoopbackTLS {
  public:
-  explicit LoopbackTLS(const std::string& certificateName)
-      : context_(boost::asio::ssl::context::tls_server), certificate_(install(certificateName)), server_(serve()) {}
+  /// The certificate is good between two moments, counted from now.
+  explicit LoopbackTLS(const std::string& certificateName, std::chrono::seconds from = std::chrono::hours(-1),
+                       std::chrono::seconds until = std::chrono::hours(1))
+      : context_(boost::asio::ssl::context::tls_server),
+        certificate_(install(certificateName, from, until)),
+        server_(serve()) {}
 
   const std::string& certificate() const { return certificate_; }
   HTTPRequest request() const {
@@ -27,13 +32,13 @@ class LoopbackTLS {
   }
 
  private:
-  std::string install(const std::string& name) {
+  std::string install(const std::string& name, std::chrono::seconds from, std::chrono::seconds until) {
     const std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key(EVP_EC_gen("P-256"), &EVP_PKEY_free);
     const std::unique_ptr<X509, decltype(&X509_free)> made(X509_new(), &X509_free);
     X509_set_version(made.get(), 2);
     ASN1_INTEGER_set(X509_get_serialNumber(made.get()), 1);
-    X509_gmtime_adj(X509_getm_notBefore(made.get()), -3600);
-    X509_gmtime_adj(X509_getm_notAfter(made.get()), 3600);
+    X509_gmtime_adj(X509_getm_notBefore(made.get()), from.count());
+    X509_gmtime_adj(X509_getm_notAfter(made.get()), until.count());
     X509_NAME_add_entry_by_txt(X509_get_subject_name(made.get()), "CN", MBSTRING_ASC,
                                reinterpret_cast<const unsigned char*>(name.c_str()), -1, -1, 0);
     X509_set_issuer_name(made.get(), X509_get_subject_name(made.get()));

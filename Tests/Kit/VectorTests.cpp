@@ -27,10 +27,8 @@ TEST(Vectors, HoldForTheKit) {
 }
 
 TEST(Vectors, PublishedOnesHoldForTheAlgorithms) {
-  const char* given = std::getenv("QUILLET_WYCHEPROOF_DIR");
-  const std::filesystem::path folder =
-      given != nullptr ? given : std::filesystem::path(QUILLET_SOURCE_DIR) / "../shared/vectors/wycheproof";
-  if (!std::filesystem::is_directory(folder)) GTEST_SKIP() << "QUILLET_WYCHEPROOF_DIR names no folder";
+  const char* folder = std::getenv("QUILLET_WYCHEPROOF_DIR");
+  if (folder == nullptr) GTEST_SKIP() << "QUILLET_WYCHEPROOF_DIR names no folder";
   Tally tally;
   runPath(folder, tally);
   expectAllPass(tally, 1000);

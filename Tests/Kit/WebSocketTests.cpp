@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
 #include <boost/asio/redirect_error.hpp>
 
+#include "QuilletKit/RunOn.h"
 #include "QuilletKit/WebSocketTask.h"
-#include "Tests/Doubles/LoopbackServer.h"
+#include "Tests/Kit/HTTPSessionFixture.h"
 
 namespace quillet::test {
 namespace {
@@ -26,6 +25,11 @@ struct WebSocketTest : testing::Test {
     auto task = makeWebSocketTask(session, main.executor(), std::move(request), 1000);
     task->resume();
     return task;
+  }
+  /// Lets what was posted to the network thread begin.
+  Awaitable<bool> settle() {
+    co_await runOn(network.executor(), []() -> Awaitable<void> { co_return; }());
+    co_return true;
   }
   /// "text …", "binary …" or the failure.
   std::string receive(WebSocketTask& task) {
@@ -175,6 +179,42 @@ TEST_F(WebSocketTest, EndsPolitelyWhileAMessageComesInFragments) {
     task->cancel(1001);
     EXPECT_TRUE(main.runUntil([&] { return closeCode != 0; }));
     EXPECT_EQ(closeCode, 1001);
+  }
+}
+
+TEST_F(WebSocketTest, MayGoAwayAtEveryStage) {
+  const FullListener full;
+  LoopbackServer deaf([](LoopbackServer&, Socket socket) -> Awaitable<void> {
+    co_await LoopbackServer::stall();
+    socket.close();
+  });
+  const struct {
+    const char* stage;
+    HTTPRequest request;
+    std::function<bool()> reached;
+  } cases[] = {
+      {"at once", deaf.request("/", "GET", "ws"), [] { return true; }},
+      {"connecting", full.request("ws"), [&] { return full.isTried(); }},
+      {"shaking hands", deaf.request("/", "GET", "wss"), [&] { return deaf.connections() > 0; }},
+      {"upgrading", deaf.request("/", "GET", "ws"), [&] { return deaf.connections() > 1; }},
+  };
+  for (const auto& [stage, request, reached] : cases) {
+    auto task = makeWebSocketTask(session, main.executor(), request, 1000);
+    task->resume();
+    task->sendText("ping", [](bool) { FAIL() << "called back after its end"; });
+    bool cancelled = false;
+    Task waiting(main.executor());
+    waiting.start([&]() -> Awaitable<void> {
+      try {
+        co_await task->receive();
+      } catch (const std::exception& error) {
+        cancelled = isCancellation(error);
+      }
+    });
+    EXPECT_TRUE(main.runUntil(reached)) << stage;
+    main.await(settle());
+    task.reset();
+    EXPECT_TRUE(main.runUntil([&] { return cancelled; })) << stage;
   }
 }
 
