@@ -257,7 +257,7 @@ std::unique_ptr<PairingViewModel> AppModel::makePairingViewModel() {
   if (!api_ || !identity_) return nullptr;
   const auto weak = weak_from_this();
   return std::make_unique<PairingViewModel>(
-      parts_.mainThread, *api_, *identity_,
+      parts_.mainThread, api_, *identity_,
       [weak, fallback = fallbackName()] {
         const auto self = weak.lock();
         return self ? self->macName().get() : fallback;

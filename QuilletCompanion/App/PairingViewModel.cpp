@@ -54,7 +54,7 @@ Awaitable<void> pause(Wanted wanted, Awaitable<void> sleep) {
   if (wanted.expired()) throw boost::system::system_error(boost::asio::error::operation_aborted);
 }
 
-Awaitable<void> cancelQuietly(PairingAPI* api, std::string sessionId) {
+Awaitable<void> cancelQuietly(std::shared_ptr<PairingAPI> api, std::string sessionId) {
   try {
     co_await api->cancelPairing(std::move(sessionId));
   } catch (const std::exception&) {
@@ -62,8 +62,8 @@ Awaitable<void> cancelQuietly(PairingAPI* api, std::string sessionId) {
   }
 }
 
-void cancelAtService(const Executor& mainThread, PairingAPI& api, std::string sessionId) {
-  startDetached(mainThread, [api = &api, id = std::move(sessionId)] { return cancelQuietly(api, id); });
+void cancelAtService(const Executor& mainThread, std::shared_ptr<PairingAPI> api, std::string sessionId) {
+  startDetached(mainThread, [api = std::move(api), id = std::move(sessionId)] { return cancelQuietly(api, id); });
 }
 
 std::string displayName(const std::optional<std::string>& given) {
@@ -84,11 +84,11 @@ struct PairingViewModel::Session {
   std::int64_t expiresAt = 0;
 };
 
-PairingViewModel::PairingViewModel(Executor mainThread, PairingAPI& api, DeviceIdentity identity,
+PairingViewModel::PairingViewModel(Executor mainThread, std::shared_ptr<PairingAPI> api, DeviceIdentity identity,
                                    std::function<std::string()> macName,
                                    std::function<void(const PeerIdentity&)> onPaired, TimeSource time)
     : mainThread_(std::move(mainThread)),
-      api_(api),
+      api_(std::move(api)),
       identity_(std::move(identity)),
       macName_(std::move(macName)),
       onPaired_(std::move(onPaired)),
@@ -101,11 +101,13 @@ void PairingViewModel::start() {
   giveUp();
   cancelSession();
   confirmRequested_ = false;
-  showCode.set(false);
-  networkTrouble.set(false);
-  phase.set(Starting{});
   wanted_ = std::make_shared<const bool>(true);
-  task_.start([this, wanted = Wanted(wanted_)]() -> Awaitable<void> {
+  const Wanted wanted = wanted_;
+  showCode.set(false);
+  if (!wanted.expired()) networkTrouble.set(false);
+  if (!wanted.expired()) phase.set(Starting{});
+  if (wanted.expired()) return;
+  task_.start([this, wanted]() -> Awaitable<void> {
     if (!wanted.expired()) co_await run(wanted);
   });
 }
@@ -126,27 +128,32 @@ void PairingViewModel::stop() {
   phase.set(Idle{});
 }
 
-// In what follows, a run that was given up may mean that the view model is gone: each suspension goes through `ask` or
-// `pause` and is followed by nothing else before it is known that the run is still wanted.
+// In what follows, a run that was given up may mean that the view model is gone. Each suspension goes through `ask` or
+// `pause`, and each observable is written last of all: nothing else follows before it is known that the run is still
+// wanted.
 
 Awaitable<void> PairingViewModel::run(std::weak_ptr<const bool> wanted) {
+  const auto api = api_;  // outlives what it was asked, whatever becomes of the view model
   for (;;) {
     auto session = co_await create(wanted);
     if (!session) co_return;
     show(*session);
+    if (wanted.expired()) co_return;
     bool renew = false;
     const auto claim = co_await waitForClaim(*session, renew);
     if (renew) {
       cancelSession();
       continue;
     }
-    if (!claim) co_return;
+    if (!claim || wanted.expired()) co_return;
     try {
       takeWords(*session, *claim);
     } catch (const std::exception&) {
       failAndCancelSession({Kind::verificationFailed, {}});
       co_return;
     }
+    phase.set(Verify{session->phoneName, session->words});
+    if (wanted.expired()) co_return;
     if (!co_await verify(*session)) co_return;
     const auto confirmed = co_await confirmAtService(*session);
     if (confirmed) co_await finalWait(*session, *confirmed);
@@ -156,14 +163,14 @@ Awaitable<void> PairingViewModel::run(std::weak_ptr<const bool> wanted) {
 
 Awaitable<std::optional<PairingViewModel::Session>> PairingViewModel::create(std::weak_ptr<const bool> wanted) {
   const Executor mainThread = mainThread_;
-  PairingAPI& api = api_;
+  const auto api = api_;
   for (;;) {
     Session session;
     session.wanted = wanted;
     session.privateKey = Crypto::generatePrivateKey();
     session.publicKey = Crypto::x25519PublicKey(session.privateKey);
     auto answer = co_await ask(
-        wanted, api_.createPairingSession(Bytes(session.publicKey.begin(), session.publicKey.end()), macName_()));
+        wanted, api_->createPairingSession(Bytes(session.publicKey.begin(), session.publicKey.end()), macName_()));
     if (answer.cancelled) {
       if (answer.value) cancelAtService(mainThread, api, answer.value->sessionId);
       co_return std::nullopt;
@@ -177,6 +184,7 @@ Awaitable<std::optional<PairingViewModel::Session>> PairingViewModel::create(std
       co_return std::nullopt;
     }
     fail({Kind::offline, {}});
+    if (wanted.expired()) co_return std::nullopt;
     co_await pause(wanted, time_.sleep(kOfflineRetryInterval));
   }
 }
@@ -192,9 +200,10 @@ void PairingViewModel::show(const Session& session) {
 
 Awaitable<std::optional<PairingStatus>> PairingViewModel::waitForClaim(const Session& session, bool& renew) {
   while (time_.now() < session.created.expiresAt) {
-    auto answer = co_await ask(session.wanted, api_.pairingStatus(session.created.sessionId));
+    auto answer = co_await ask(session.wanted, api_->pairingStatus(session.created.sessionId));
     if (answer.cancelled) co_return std::nullopt;
     networkTrouble.set(!answer.value && !answer.server);
+    if (session.wanted.expired()) co_return std::nullopt;
     if (answer.server) {
       renew = answer.server->status == 404 || answer.server->status == 410;
       if (!renew) failAndCancelSession({Kind::server, answer.server->body.message});
@@ -213,7 +222,7 @@ Awaitable<std::optional<PairingStatus>> PairingViewModel::waitForClaim(const Ses
   co_return std::nullopt;
 }
 
-void PairingViewModel::takeWords(Session& session, const PairingStatus& status) {
+void PairingViewModel::takeWords(Session& session, const PairingStatus& status) const {
   const auto phoneKey = Base64URL::decode(status.phoneEphemeralPublicKey.value_or(""));
   if (!phoneKey || !status.phoneDeviceId || status.phoneDeviceId->empty()) {
     throw EnvelopeError(EnvelopeError::Code::badEncoding);
@@ -224,7 +233,6 @@ void PairingViewModel::takeWords(Session& session, const PairingStatus& status) 
   session.phoneName = displayName(status.phoneName);
   session.words = session.crypto->verificationWords();
   session.expiresAt = status.expiresAt;
-  phase.set(Verify{session.phoneName, session.words});
 }
 
 Awaitable<bool> PairingViewModel::verify(const Session& session) {
@@ -236,7 +244,7 @@ Awaitable<bool> PairingViewModel::verify(const Session& session) {
     }
     if (time_.monotonic() - lastPoll >= kPollInterval) {
       lastPoll = time_.monotonic();
-      const auto answer = co_await ask(session.wanted, api_.pairingStatus(session.created.sessionId));
+      const auto answer = co_await ask(session.wanted, api_->pairingStatus(session.created.sessionId));
       if (answer.cancelled || (answer.value && endedElsewhere(answer.value->state))) co_return false;
     }
     co_await pause(session.wanted, time_.sleep(kVerificationStep));
@@ -246,6 +254,7 @@ Awaitable<bool> PairingViewModel::verify(const Session& session) {
 
 Awaitable<std::optional<PairingStatus>> PairingViewModel::confirmAtService(const Session& session) {
   phase.set(Confirming{session.phoneName, session.words});
+  if (session.wanted.expired()) co_return std::nullopt;
   std::string sealed;
   try {
     sealed = session.crypto->sealIdentity(identity_.peerIdentity(macName_(), DevicePlatform::macos));
@@ -254,7 +263,7 @@ Awaitable<std::optional<PairingStatus>> PairingViewModel::confirmAtService(const
     co_return std::nullopt;
   }
   for (int attempt = 1;; ++attempt) {
-    const auto answer = co_await ask(session.wanted, api_.confirmPairing(session.created.sessionId, sealed));
+    const auto answer = co_await ask(session.wanted, api_->confirmPairing(session.created.sessionId, sealed));
     if (answer.cancelled) co_return std::nullopt;
     if (answer.value) co_return answer.value;
     if (answer.server || attempt == kConfirmationAttempts) {
@@ -277,24 +286,28 @@ Awaitable<void> PairingViewModel::finalWait(const Session& session, PairingStatu
       co_return;
     }
     co_await pause(session.wanted, time_.sleep(kPollInterval));
-    auto answer = co_await ask(session.wanted, api_.pairingStatus(session.created.sessionId));
+    auto answer = co_await ask(session.wanted, api_->pairingStatus(session.created.sessionId));
     if (answer.cancelled) co_return;
     if (answer.value) status = std::move(*answer.value);
   }
 }
 
 void PairingViewModel::finish(const Session& session, const std::string& sealedIdentity) {
+  const auto onPaired = onPaired_;  // may give up this run, and the view model with it
   PeerIdentity phone;
   try {
     phone = session.crypto->openIdentity(sealedIdentity, session.phoneDeviceId);
     if (phone.platform != DevicePlatform::ios) throw EnvelopeError(EnvelopeError::Code::wrongSender);
-    onPaired_(phone);
+    currentSessionId_.reset();
+    onPaired(phone);
   } catch (const std::exception&) {
+    if (session.wanted.expired()) return;
+    currentSessionId_ = session.created.sessionId;
     return failAndCancelSession({Kind::verificationFailed, {}});
   }
-  currentSessionId_.reset();
-  phase.set(Paired{phone.name});
   Log::info("pairing", "Paired a new iPhone");
+  if (session.wanted.expired()) return;
+  phase.set(Paired{phone.name});
 }
 
 void PairingViewModel::fail(Failure failure) {

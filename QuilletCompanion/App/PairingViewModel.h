@@ -18,7 +18,7 @@
 namespace quillet {
 
 /// The state machine of pairing a phone. Owns nothing that outlives it: session, ephemeral keys and words end with it.
-/// Main thread only.
+/// What observes it, and `onPaired`, may call it or destroy it. Main thread only.
 class PairingViewModel {
  public:
   struct Invitation {
@@ -60,9 +60,10 @@ class PairingViewModel {
   };
   using Phase = std::variant<Idle, Starting, Invitation, Verify, Confirming, Paired, Failure>;
 
-  /// `api` outlives the view model and what it started. `onPaired` may throw.
-  PairingViewModel(Executor mainThread, PairingAPI& api, DeviceIdentity identity, std::function<std::string()> macName,
-                   std::function<void(const PeerIdentity&)> onPaired, TimeSource time);
+  /// `api` is kept until the last cancellation of a session has been sent. `onPaired` may throw.
+  PairingViewModel(Executor mainThread, std::shared_ptr<PairingAPI> api, DeviceIdentity identity,
+                   std::function<std::string()> macName, std::function<void(const PeerIdentity&)> onPaired,
+                   TimeSource time);
   ~PairingViewModel();
 
   Observable<Phase> phase;
@@ -85,7 +86,7 @@ class PairingViewModel {
   Awaitable<std::optional<Session>> create(std::weak_ptr<const bool> wanted);
   Awaitable<std::optional<PairingStatus>> waitForClaim(const Session& session, bool& renew);
   void show(const Session& session);
-  void takeWords(Session& session, const PairingStatus& status);
+  void takeWords(Session& session, const PairingStatus& status) const;
   Awaitable<bool> verify(const Session& session);
   Awaitable<std::optional<PairingStatus>> confirmAtService(const Session& session);
   Awaitable<void> finalWait(const Session& session, PairingStatus status);
@@ -98,7 +99,7 @@ class PairingViewModel {
   void cancelSession();
 
   Executor mainThread_;
-  PairingAPI& api_;
+  std::shared_ptr<PairingAPI> api_;
   DeviceIdentity identity_;
   std::function<std::string()> macName_;
   std::function<void(const PeerIdentity&)> onPaired_;

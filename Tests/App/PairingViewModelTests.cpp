@@ -20,12 +20,14 @@ using Call = FakePairingAPI::Call;
 
 class PairingViewModelTest : public testing::Test {
  protected:
-  PairingViewModelTest() {
+  PairingViewModelTest() { makeModel(); }
+  void makeModel() {
     model = std::make_unique<Model>(
-        time.executor(), api, mac, [] { return "Desk"; },
+        time.executor(), service, mac, [] { return "Desk"; },
         [this](const PeerIdentity& peer) {
           if (diskIsFull) throw std::runtime_error("full");
           paired.push_back(peer);
+          if (afterPaired) afterPaired();
         },
         time.source());
   }
@@ -38,6 +40,19 @@ class PairingViewModelTest : public testing::Test {
     return std::get_if<Phase>(&model->phase.get());
   }
   Model::Phase failure(Kind kind, std::string message = {}) { return Model::Failure{kind, std::move(message)}; }
+  /// A whole pairing, or as much of it as there is a model for.
+  void drive() {
+    begin();
+    const auto now = [this](auto act) {
+      if (model) act();
+    };
+    api.claim("Ada's phone");
+    time.advance(1s);
+    now([&] { model->confirm(); });
+    time.advance(100ms);
+    now([&] { api.pair(mac.deviceId()); });
+    time.advance(1s);
+  }
   void begin() {
     model->start();
     time.run();
@@ -54,10 +69,12 @@ class PairingViewModelTest : public testing::Test {
   }
 
   test::VirtualTime time;
-  FakePairingAPI api{time.source().now};
+  std::shared_ptr<FakePairingAPI> service = std::make_shared<FakePairingAPI>(time.source().now);
+  FakePairingAPI& api = *service;
   DeviceIdentity mac = DeviceIdentity::generate();
   std::vector<PeerIdentity> paired;
   bool diskIsFull = false;
+  std::function<void()> afterPaired;
   std::unique_ptr<Model> model;
 };
 
@@ -280,6 +297,83 @@ TEST_F(PairingViewModelTest, CancelStopAndTheEndOfTheModelEndTheRun) {
   model.reset();
   time.advance(10s);
   EXPECT_EQ(api.cancelled.back(), "session3");
+}
+
+TEST_F(PairingViewModelTest, ASessionThatIsMadeTooLateIsCancelled) {
+  boost::asio::steady_timer answer(time.executor(), boost::asio::steady_timer::time_point::max());
+  api.beforeCreated = [&]() -> Awaitable<void> {
+    boost::system::error_code cancelled;  // the answer was on its way already
+    co_await answer.async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, cancelled));
+  };
+  const std::function<void()> ends[] = {[this] { model->cancel(); }, [this] { model->stop(); },
+                                        [this] { model.reset(); }};
+  for (const auto& end : ends) {
+    if (!model) makeModel();
+    begin();
+    EXPECT_TRUE(phase<Model::Starting>());
+    end();
+    time.run();
+    EXPECT_EQ(api.cancelled.size(), api.macKeys.size());
+  }
+  makeModel();
+  begin();
+  api.beforeCreated = nullptr;
+  model->start();
+  time.run();
+  EXPECT_EQ(api.cancelled, (std::vector<std::string>{"session1", "session2", "session3", "session4"}));
+  EXPECT_EQ(phase<Model::Invitation>()->sessionId, "session5");
+}
+
+TEST_F(PairingViewModelTest, WhoWatchesItMayDestroyIt) {
+  for (std::size_t index = 1; index + 1 < std::variant_size_v<Model::Phase>; ++index) {
+    if (!model) makeModel();
+    const auto watching = model->phase.observe([this, index](const Model::Phase& phase) {
+      if (phase.index() == index) model.reset();
+    });
+    drive();
+    EXPECT_FALSE(model) << index;
+  }
+  const std::function<void()> troubles[] = {
+      [this] { api.outage = FakePairingAPI::transport(); },
+      [this] { api.failures[Call::status] = {FakePairingAPI::server(500, "Broken.")}; },
+      [this] { api.status.state = PairingState::cancelled; },
+      [this] {
+        api.status.phoneDeviceId = "";
+        api.status.state = PairingState::claimed;
+      },
+  };
+  for (const auto& trouble : troubles) {
+    makeModel();
+    begin();
+    const auto failing = model->phase.observe([this](const Model::Phase&) { model.reset(); });
+    const auto troubled = model->networkTrouble.observe([this](bool) { model.reset(); });
+    trouble();
+    time.advance(1s);
+    EXPECT_FALSE(model);
+    api.outage.reset();
+  }
+  makeModel();
+  api.outage = FakePairingAPI::transport();
+  const auto offline = model->phase.observe([this](const Model::Phase& phase) {
+    if (std::holds_alternative<Model::Failure>(phase)) model.reset();
+  });
+  begin();
+  EXPECT_FALSE(model);
+  EXPECT_EQ(time.sleepers(), 0u);
+}
+
+TEST_F(PairingViewModelTest, StoringThePhoneMayEndTheModelOrStartAnew) {
+  afterPaired = [this] { model.reset(); };
+  drive();
+  EXPECT_FALSE(model);
+  EXPECT_EQ(paired.size(), 1u);
+
+  makeModel();
+  afterPaired = [this] { model->start(); };
+  drive();
+  EXPECT_TRUE(phase<Model::Invitation>());
+  EXPECT_EQ(paired.size(), 2u);
+  EXPECT_TRUE(api.cancelled.empty()) << "what was stored was undone";
 }
 
 }  // namespace

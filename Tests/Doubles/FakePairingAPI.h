@@ -22,6 +22,8 @@ class FakePairingAPI final : public PairingAPI {
   std::map<Call, std::deque<APIError>> failures;
   /// Thrown by every call of every kind while present.
   std::optional<APIError> outage;
+  /// Awaited before a new session is answered with; the session exists by then.
+  std::function<Awaitable<void>()> beforeCreated;
 
   std::function<std::int64_t()> now;
   std::int64_t lifetimeMs = 120'000;
@@ -65,7 +67,9 @@ class FakePairingAPI final : public PairingAPI {
     macKeys.push_back(std::move(macEphemeralPublicKey));
     names.push_back(std::move(macName));
     status = {.sessionId = "session" + std::to_string(macKeys.size()), .expiresAt = now() + lifetimeMs};
-    co_return CreatePairingResponse{status.sessionId, "ABCD1234", status.expiresAt};
+    const CreatePairingResponse created{status.sessionId, "ABCD1234", status.expiresAt};
+    if (beforeCreated) co_await beforeCreated();
+    co_return created;
   }
   Awaitable<PairingStatus> pairingStatus(std::string) override {
     ++polls;
