@@ -24,8 +24,8 @@
 #include "QuilletCompanion/Platform/Linux/LinuxScreenLockMonitor.h"
 #include "QuilletCompanion/Platform/Linux/LinuxSystemEvents.h"
 #include "QuilletCompanion/Platform/Linux/MainLoopExecutor.h"
-#include "QuilletCompanion/Platform/Linux/SecretServiceStore.h"
 #include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
+#include "QuilletCompanion/Platform/Linux/SystemSecretStore.h"
 #include "QuilletCompanion/Terminal/TerminalFrontEnd.h"
 #include "QuilletKit/BackgroundLedgerStorage.h"
 #include "QuilletKit/FolderLedgerStorage.h"
@@ -83,19 +83,9 @@ Log::Level logLevel(const UserDefaults& defaults) {
   return Log::Level::info;
 }
 
-/// The keyring where there is one, unless this machine's keys are in a file already.
 std::unique_ptr<SecretStore> openSecretStore(const std::optional<std::filesystem::path>& supportFolder) {
-  const std::string service(kBundleIdentifier);
   if (!supportFolder) return std::make_unique<MemorySecretStore>();
-  auto files = std::make_unique<FileSecretStore>(*supportFolder / "secrets", service);
-  try {
-    if (!files->load("device.signing.v1") && SecretServiceStore::available()) {
-      return std::make_unique<SecretServiceStore>(service);
-    }
-  } catch (const SecretStoreError&) {
-    return files;  // reports the same again when the identity is loaded
-  }
-  return files;
+  return openSystemSecretStore(*supportFolder / "secrets", std::string(kBundleIdentifier));
 }
 
 /// Sockets and timers, on a thread of their own.

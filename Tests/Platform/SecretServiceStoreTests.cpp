@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <libsecret/secret.h>
 
+#include "QuilletCompanion/Platform/Linux/GObjectRef.h"
+#include "QuilletCompanion/Platform/Linux/SystemSecretStore.h"
 #include "Tests/Doubles/SecretStoreContract.h"
 #include "Tests/Platform/PrivateBus.h"
 
@@ -75,6 +77,42 @@ TEST(SecretServiceAvailability, IsFalseWithoutAServiceWhoseCallsThenFail) {
   EXPECT_THROW(store.load("item"), SecretStoreError);
   EXPECT_THROW(store.save(Bytes{1}, "item"), SecretStoreError);
   EXPECT_THROW(store.remove("item"), SecretStoreError);
+}
+
+TEST(SecretServiceLock, ALockedItemIsNoAbsentOne) {
+  const Keyring keyring;
+  SecretServiceStore store("com.example.service");
+  store.save(Bytes{1}, "item");
+  const GRef<SecretService> service(secret_service_get_sync(SECRET_SERVICE_NONE, nullptr, GErrorSlot()));
+  const GRef<SecretCollection> collection(secret_collection_for_alias_sync(
+      service.get(), SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, nullptr, GErrorSlot()));
+  ASSERT_TRUE(collection);
+  GList only{collection.get(), nullptr, nullptr};
+  ASSERT_EQ(secret_service_lock_sync(service.get(), &only, nullptr, nullptr, GErrorSlot()), 1);
+  EXPECT_FALSE(SecretServiceStore::available());
+  EXPECT_THROW(store.load("item"), SecretStoreError);
+  EXPECT_THROW(store.save(Bytes{2}, "item"), SecretStoreError);
+  EXPECT_THROW(store.remove("item"), SecretStoreError);
+}
+
+TEST(SystemSecretStore, StaysWithTheKeyringThatItChose) {
+  const TemporaryFolder folder;
+  const Bytes key(32, 7);
+  {
+    const Keyring keyring;
+    openSystemSecretStore(folder.path(), "com.example.service")->save(key, "device.signing.v1");
+    EXPECT_EQ(openSystemSecretStore(folder.path(), "com.example.service")->load("device.signing.v1"), key);
+  }
+  const auto store = openSystemSecretStore(folder.path(), "com.example.service");
+  EXPECT_THROW(store->load("device.signing.v1"), SecretStoreError) << "made for a new device";
+}
+
+TEST(SystemSecretStore, StaysWithTheFilesThatItChose) {
+  const TemporaryFolder folder;
+  const Bytes key(32, 7);
+  openSystemSecretStore(folder.path(), "com.example.service")->save(key, "device.signing.v1");
+  const Keyring keyring;
+  EXPECT_EQ(openSystemSecretStore(folder.path(), "com.example.service")->load("device.signing.v1"), key);
 }
 
 }  // namespace

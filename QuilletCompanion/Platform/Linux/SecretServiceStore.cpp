@@ -62,6 +62,20 @@ void check(GError* error) {
   throw SecretStoreError(status);
 }
 
+/// Whether there is an item, be it locked. A call that stopped at a lock that nobody opened reports nothing by itself.
+bool exists(const std::string& service, const std::string& key, const Bounded& bound) {
+  GError* error = nullptr;
+  GList* const found = secret_password_search_sync(schema(), SECRET_SEARCH_NONE, bound.get(), &error, "service",
+                                                   service.c_str(), "key", key.c_str(), nullptr);
+  check(error);
+  g_list_free_full(found, g_object_unref);
+  return found != nullptr;
+}
+
+[[noreturn]] void failLocked() {
+  throw SecretStoreError(SECRET_ERROR_IS_LOCKED);
+}
+
 }  // namespace
 
 bool SecretServiceStore::available() {
@@ -81,6 +95,7 @@ std::optional<Bytes> SecretServiceStore::load(const std::string& key) {
                                   nullptr),
       &secret_password_free);
   check(error);
+  if (!text && exists(service_, key, bound)) failLocked();
   return text ? Base64URL::decode(text.get()) : std::nullopt;
 }
 
@@ -88,17 +103,21 @@ void SecretServiceStore::save(ByteView value, const std::string& key) {
   const Bounded bound;
   GError* error = nullptr;
   auto text = Base64URL::encode(value);
-  secret_password_store_sync(schema(), SECRET_COLLECTION_DEFAULT, "Quillet", text.c_str(), bound.get(), &error,
-                             "service", service_.c_str(), "key", key.c_str(), nullptr);
+  const bool stored =
+      secret_password_store_sync(schema(), SECRET_COLLECTION_DEFAULT, "Quillet", text.c_str(), bound.get(), &error,
+                                 "service", service_.c_str(), "key", key.c_str(), nullptr) == TRUE;
   explicit_bzero(text.data(), text.size());
   check(error);
+  if (!stored) failLocked();
 }
 
 void SecretServiceStore::remove(const std::string& key) {
   const Bounded bound;
   GError* error = nullptr;
-  secret_password_clear_sync(schema(), bound.get(), &error, "service", service_.c_str(), "key", key.c_str(), nullptr);
+  const bool removed = secret_password_clear_sync(schema(), bound.get(), &error, "service", service_.c_str(), "key",
+                                                  key.c_str(), nullptr) == TRUE;
   check(error);
+  if (!removed && exists(service_, key, bound)) failLocked();
 }
 
 }  // namespace quillet

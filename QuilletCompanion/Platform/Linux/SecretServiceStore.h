@@ -10,7 +10,8 @@
 namespace quillet {
 
 /// Secrets as items of the desktop's Secret Service, in its default collection, found by service and key. Any thread;
-/// each call blocks for about 5 seconds at most and then fails. A failure's status is the code of the GError.
+/// each call blocks for about 5 seconds at most and then fails. A failure's status is the code of the GError; what is
+/// behind a lock is a failure, never an absent item.
 class SecretServiceStore final : public SecretStore {
  public:
   /// `service` keeps this store's items apart from all others.
