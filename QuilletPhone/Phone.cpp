@@ -62,7 +62,8 @@ Crypto::Key macKeyOf(const ClaimPairingResponse& response, const std::optional<P
 
 PhoneError phoneError(const APIError& error) {
   if (const auto* server = error.server()) {
-    PhoneError refused(PhoneExit::serviceRefused, server->body.message + " (" + server->body.code + ")");
+    const char* advice = server->body.code == "clock_skew" ? " Check the clock of this device." : "";
+    PhoneError refused(PhoneExit::serviceRefused, server->body.message + " (" + server->body.code + ")" + advice);
     refused.status = server->status;
     refused.code = server->body.code;
     return refused;
@@ -114,6 +115,14 @@ Awaitable<Phone::Claim> Phone::claim(std::string invitationOrCode) {
   }
 }
 
+Awaitable<void> Phone::cancelQuietly(std::string sessionId) {
+  try {
+    co_await api_.cancelPairing(std::move(sessionId));
+  } catch (const APIError&) {
+    // The service lets sessions expire by itself.
+  }
+}
+
 Awaitable<void> Phone::cancelPairing(std::string sessionId) {
   co_await asked(api_.cancelPairing(std::move(sessionId)));
 }
@@ -121,7 +130,18 @@ Awaitable<void> Phone::cancelPairing(std::string sessionId) {
 Awaitable<PeerIdentity> Phone::confirm(Claim claim) {
   const std::string sealed = claim.crypto.sealIdentity(identity_.peerIdentity(state_.name, DevicePlatform::ios));
   PairingStatus status = co_await asked(api_.confirmPairing(claim.sessionId, sealed));
-  PeerIdentity mac = co_await awaitPaired(claim, std::move(status));
+  PeerIdentity mac;
+  std::optional<PhoneError> failure;
+  try {
+    mac = co_await awaitPaired(claim, std::move(status));
+  } catch (const PhoneError& error) {
+    failure = error;
+  }
+  if (failure) {
+    // Else the Mac would keep a pair that this phone doesn't know of.
+    co_await cancelQuietly(claim.sessionId);
+    throw *failure;
+  }
   std::erase_if(state_.macs, [&](const PairedMac& known) { return known.identity.deviceId == mac.deviceId; });
   state_.macs.push_back({mac, time_.now()});
   state_.save(folder_);
@@ -135,7 +155,11 @@ Awaitable<PeerIdentity> Phone::awaitPaired(const Claim& claim, PairingStatus sta
       throw PhoneError(PhoneExit::pairingFailed, "The pairing request expired.");
     }
     co_await time_.sleep(kPollInterval);
-    status = co_await asked(api_.pairingStatus(claim.sessionId));
+    try {
+      status = co_await asked(api_.pairingStatus(claim.sessionId));
+    } catch (const PhoneError& error) {
+      if (error.exit != PhoneExit::unreachable) throw;  // a poll that got lost is made up for by the next one
+    }
   }
   PeerIdentity mac;
   try {

@@ -91,6 +91,7 @@ class Phone {
   static std::string makeId();
 
  private:
+  Awaitable<void> cancelQuietly(std::string sessionId);
   Awaitable<PeerIdentity> awaitPaired(const Claim& claim, PairingStatus status);
   std::optional<ReadinessPayload> openedReadiness(const PresenceResponse::Mac& mac, const PeerIdentity& peer) const;
   void learnName(const std::string& macId, const std::string& name);
