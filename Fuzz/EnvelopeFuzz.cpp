@@ -6,13 +6,6 @@ namespace {
 
 using namespace quillet;
 
-DeviceIdentity identityOf(std::uint8_t fill) {
-  DeviceIdentity identity;
-  identity.signingKey.fill(fill);
-  identity.agreementKey.fill(fill);
-  return identity;
-}
-
 void open(const Envelope& envelope, const DeviceIdentity& recipient, const PeerIdentity& sender) {
   try {
     envelope.open<DeliveryPayload>(envelope.purpose, recipient, sender);
@@ -27,8 +20,8 @@ void open(const Envelope& envelope, const DeviceIdentity& recipient, const PeerI
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const DeviceIdentity recipient = identityOf(1);
-  static const PeerIdentity sender = identityOf(2).peerIdentity("", DevicePlatform::ios);
+  static const DeviceIdentity recipient = fuzz::identityOf(1);
+  static const PeerIdentity sender = fuzz::identityOf(2).peerIdentity("", DevicePlatform::ios);
   auto envelope = fuzz::decoded<Envelope>(fuzz::textOf(data, size));
   if (!envelope) return 0;
   open(*envelope, recipient, sender);

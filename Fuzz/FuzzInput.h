@@ -7,7 +7,9 @@
 #include <optional>
 #include <string_view>
 
+#include "QuilletKit/DeviceIdentity.h"
 #include "QuilletKit/JSONCoding.h"
+#include "QuilletKit/Log.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
@@ -15,6 +17,20 @@ namespace quillet::fuzz {
 
 inline std::string_view textOf(const std::uint8_t* data, std::size_t size) {
   return {reinterpret_cast<const char*>(data), size};
+}
+
+/// The same keys in every run.
+inline DeviceIdentity identityOf(std::uint8_t fill) {
+  DeviceIdentity identity;
+  identity.signingKey.fill(fill);
+  identity.agreementKey.fill(fill);
+  return identity;
+}
+
+/// Keeps the log out of the run. Use: static const bool quiet = fuzz::silenceLog();
+inline bool silenceLog() {
+  Log::setSink([](const Log::Line&) {});
+  return true;
 }
 
 /// Stops the run, and so keeps the input as a finding.
