@@ -5,7 +5,7 @@
 #include "QuilletPhone/Phone.h"
 #include "Tests/App/AppModelHarness.h"
 #include "Tests/Doubles/LogCapture.h"
-#include "Tests/EndToEnd/LoopbackService.h"
+#include "Tests/Doubles/LoopbackService.h"
 
 namespace quillet {
 namespace {

@@ -8,10 +8,10 @@
 #include "QuilletCompanion/Relay/RelayConnection.h"
 #include "QuilletPhone/Phone.h"
 #include "Tests/Doubles/FakeSystemEvents.h"
+#include "Tests/Doubles/LoopbackService.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/EndToEnd/ChaosProxy.h"
 #include "Tests/EndToEnd/Desk.h"
-#include "Tests/EndToEnd/LoopbackService.h"
 
 namespace quillet::test {
 namespace {

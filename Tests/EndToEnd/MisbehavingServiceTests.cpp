@@ -6,9 +6,9 @@
 #include "Tests/Doubles/FakeSystemEvents.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/LoopbackServer.h"
+#include "Tests/Doubles/LoopbackService.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/EndToEnd/Desk.h"
-#include "Tests/EndToEnd/LoopbackService.h"
 
 namespace quillet::test {
 namespace {

@@ -6,8 +6,7 @@
 
 #include "QuilletKit/Base64URL.h"
 #include "QuilletPhone/PhoneCommands.h"
-#include "QuilletService/HTTPServer.h"
-#include "Tests/Doubles/NetworkThread.h"
+#include "Tests/Doubles/LoopbackService.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet::test {
@@ -15,39 +14,12 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A service on a loopback port with a thread of its own, whose clock is ahead by `clockError` milliseconds.
-class ServiceThread {
- public:
-  explicit ServiceThread(std::int64_t clockError)
-      : service_(context_.get_executor(), wrong(systemTime(context_.get_executor()), clockError), {}),
-        server_(context_, service_, "127.0.0.1", 0),
-        thread_([this] {
-          server_.start();
-          context_.run();
-        }) {}
-  ~ServiceThread() {
-    context_.stop();
-    thread_.join();
-  }
-  std::string url() const { return server_.url(); }
-
- private:
-  static TimeSource wrong(TimeSource time, std::int64_t by) {
-    time.now = [now = time.now, by] { return now() + by; };
-    return time;
-  }
-
-  boost::asio::io_context context_;
-  Service service_;
-  HTTPServer server_;
-  std::thread thread_;
-};
-
 class PhoneServiceTest : public testing::Test {
  protected:
   void serve(std::int64_t clockError = 0) {
-    service.emplace(clockError);
-    api.emplace(*ServiceURL::parse(service->url()), mac, session);
+    service.emplace();
+    service->clockIsOffBy = clockError;
+    api.emplace(service->url(), mac, session);
   }
   PhoneExit run(std::vector<std::string> arguments) {
     output.str("");
@@ -57,7 +29,7 @@ class PhoneServiceTest : public testing::Test {
   /// The desktop's part of a pairing, with a phone at the other end that takes any words.
   PhoneExit pair(const DeviceIdentity& sealedAs) {
     main.await(api->registerDevice(DevicePlatform::macos, "Desk", "1"));
-    EXPECT_EQ(run({"init", "--service", service->url(), "--name", "Pocket"}), PhoneExit::done);
+    EXPECT_EQ(run({"init", "--service", service->url().text(), "--name", "Pocket"}), PhoneExit::done);
     const Crypto::Key key = Crypto::generatePrivateKey(), publicKey = Crypto::x25519PublicKey(key);
     const auto created = main.await(api->createPairingSession({publicKey.begin(), publicKey.end()}, "Desk"));
     sessionId = created.sessionId;
@@ -90,7 +62,7 @@ class PhoneServiceTest : public testing::Test {
   HTTPSession session{network.executor()};
   DeviceIdentity mac = DeviceIdentity::generate();
   std::string sessionId;
-  std::optional<ServiceThread> service;
+  std::optional<LoopbackService> service;
   std::optional<APIClient> api;
 };
 
@@ -117,7 +89,7 @@ TEST_F(PhoneServiceTest, AMacThatIsNotWhoItSaidLeavesNoPair) {
 TEST_F(PhoneServiceTest, AWrongClockIsNamed) {
   for (const std::int64_t error : {-3'600'000, 3'600'000}) {
     serve(error);
-    EXPECT_EQ(run({"init", "--service", service->url()}), PhoneExit::serviceRefused);
+    EXPECT_EQ(run({"init", "--service", service->url().text()}), PhoneExit::serviceRefused);
     EXPECT_NE(output.str().find("Check the clock of this device."), std::string::npos) << output.str();
     EXPECT_FALSE(std::filesystem::exists(folder.path() / "phone.json"));
   }
