@@ -37,7 +37,8 @@ await() {
     sleep 0.1
   done
 }
-step() { printf '\n\033[1m%s\033[0m\n' "$1"; }
+if [ -t 1 ]; then bold=$'\033[1m' plain=$'\033[0m'; else bold='' plain=''; fi
+step() { printf '\n%s%s%s\n' "$bold" "$1" "$plain"; }
 field() { sed -nE "s/.*\"$1\":\"([^\"]*)\".*/\1/p" | tail -n 1; }
 events() { grep -F "$1" "$work/desktop.out"; }
 
@@ -65,7 +66,7 @@ mkfifo "$work/desktop.in"
 processes+=($!)
 exec 3>"$work/desktop.in"
 await 20 events '"status":"connected"' || fail "the desktop program did not connect"
-events '"event":"connection"'
+events '"event":"connection"' | tail -n 1
 
 step "4. A phone pairs with it"
 phone() { "$bin/quillet-phone" --state "$work/phone" "$@"; }
