@@ -67,6 +67,10 @@ LinuxScreenLockMonitor::LinuxScreenLockMonitor()
   for (auto& saver : savers_) watch(saver);
 }
 
+LinuxScreenLockMonitor::~LinuxScreenLockMonitor() {
+  if (askTimer_ != 0) g_source_remove(askTimer_);
+}
+
 bool LinuxScreenLockMonitor::isScreenLocked() {
   return lockedHint_ || !active_ || std::any_of(savers_.begin(), savers_.end(), [](const auto& s) { return s.active; });
 }
@@ -110,7 +114,9 @@ void LinuxScreenLockMonitor::watchSession(const std::string& path) {
   });
 }
 
+// A logind that starts again has its name before it knows its sessions.
 void LinuxScreenLockMonitor::logindAppeared() {
+  askAgain_ = 40;
   if (session_) return askSession();
   findSessionLater(0);
 }
@@ -118,9 +124,22 @@ void LinuxScreenLockMonitor::logindAppeared() {
 void LinuxScreenLockMonitor::askSession() {
   systemBus_.callLater(logind, session_->c_str(), propertiesInterface, "GetAll", g_variant_new("(s)", sessionInterface),
                        [this](GVariant* reply, GUnixFDList*) {
+                         if (reply == nullptr) return askSessionAgain();
                          answer([&] { takeProperties(reply); });
                          if (lockedByNotification() != anyNotified()) notified();
                        });
+}
+
+void LinuxScreenLockMonitor::askSessionAgain() {
+  if (askTimer_ != 0 || askAgain_ == 0) return;
+  --askAgain_;
+  const auto ask = [](gpointer self) -> gboolean {
+    auto& monitor = *static_cast<LinuxScreenLockMonitor*>(self);
+    monitor.askTimer_ = 0;
+    monitor.askSession();
+    return G_SOURCE_REMOVE;
+  };
+  askTimer_ = g_timeout_add(250, ask, this);
 }
 
 void LinuxScreenLockMonitor::watch(Saver& saver) {

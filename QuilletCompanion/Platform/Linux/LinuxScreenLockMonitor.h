@@ -21,6 +21,7 @@ namespace quillet {
 class LinuxScreenLockMonitor final : public ScreenLockMonitor {
  public:
   LinuxScreenLockMonitor();
+  ~LinuxScreenLockMonitor() override;
 
   bool isScreenLocked() override;
 
@@ -35,6 +36,7 @@ class LinuxScreenLockMonitor final : public ScreenLockMonitor {
   void findSessionLater(std::size_t attempt);
   void watchSession(const std::string& path);
   void askSession();
+  void askSessionAgain();
   void watch(Saver& saver);
   void takeProperties(GVariant* reply);
   void propertiesChanged(GVariant* properties);
@@ -51,6 +53,8 @@ class LinuxScreenLockMonitor final : public ScreenLockMonitor {
   bool active_ = true;
   bool lockRequested_ = false;
   std::optional<std::string> session_;
+  int askAgain_ = 0;    ///< How often a session that doesn't answer is asked again.
+  guint askTimer_ = 0;  ///< A GLib source, or 0.
   std::list<Saver> savers_;
   DBusSignals systemBus_{G_BUS_TYPE_SYSTEM};
   DBusSignals sessionBus_{G_BUS_TYPE_SESSION};
