@@ -55,7 +55,9 @@ void FrontWindow::watch() {
 }
 
 bool FrontWindow::isChange(const _XEvent& event) const {
-  if (event.type == PropertyNotify) return event.xproperty.atom == activeWindow_;
+  if (event.type == PropertyNotify) {
+    return event.xproperty.atom == activeWindow_ || event.xproperty.atom == windowPID_;
+  }
   // Some window managers leave the property alone when the last window goes.
   return event.type == DestroyNotify && event.xdestroywindow.window == followed_;
 }
@@ -65,6 +67,7 @@ void FrontWindow::readEvents() {
   while (connection_.usable() && XPending(connection_.get()) > 0) {
     XEvent event;
     XNextEvent(connection_.get(), &event);
+    current_ = false;
     if (!isChange(event)) continue;
     changed = true;
     followActive();
@@ -78,11 +81,21 @@ void FrontWindow::followActive() {
   const auto window = number(DefaultRootWindow(connection_.get()), activeWindow_, XA_WINDOW).value_or(0);
   if (followed_ != 0 && followed_ != window) XSelectInput(connection_.get(), followed_, NoEventMask);
   // Also if it was followed already: ids of windows that went away are given again.
-  if (window != 0) XSelectInput(connection_.get(), window, StructureNotifyMask);
+  if (window != 0) XSelectInput(connection_.get(), window, StructureNotifyMask | PropertyChangeMask);
   followed_ = window;
+  current_ = false;
+}
+
+/// One question to the server, whose answer comes after every event until now.
+bool FrontWindow::isUnchanged() const {
+  if (!current_) return false;
+  XSync(connection_.get(), False);
+  return connection_.usable() && XEventsQueued(connection_.get(), QueuedAlready) == 0;
 }
 
 std::optional<FrontWindow::Owner> FrontWindow::owner() {
+  if (!connection_.usable()) return std::nullopt;
+  if (isUnchanged()) return last_;
   if (!connection_.usable()) return std::nullopt;
   auto found = look();
   // Events that came with the replies no longer make the socket readable.
@@ -95,6 +108,7 @@ std::optional<FrontWindow::Owner> FrontWindow::owner() {
 
 std::optional<FrontWindow::Owner> FrontWindow::look() {
   const X11ErrorTrap trap(connection_);
+  current_ = false;
   const auto window = number(DefaultRootWindow(connection_.get()), activeWindow_, XA_WINDOW);
   if (!window || *window == 0) return std::nullopt;
   const auto pid = number(*window, windowPID_, XA_CARDINAL);
@@ -103,6 +117,7 @@ std::optional<FrontWindow::Owner> FrontWindow::look() {
     last_ = {.window = *window, .pid = static_cast<std::int32_t>(*pid)};
     identify(last_);
   }
+  current_ = last_.window == followed_;
   return last_;
 }
 

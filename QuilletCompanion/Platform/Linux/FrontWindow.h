@@ -55,12 +55,14 @@ class FrontWindow {
   void followActive();
   bool isChange(const _XEvent& event) const;
   std::optional<Owner> look();
+  bool isUnchanged() const;
   void readEvents();
 
   X11Connection connection_;
   unsigned long activeWindow_ = 0, windowPID_ = 0, gtkApplicationId_ = 0, utf8String_ = 0;
-  unsigned long followed_ = 0;  ///< The window whose end we are told of.
+  unsigned long followed_ = 0;  ///< The window whose end and properties we are told of.
   Owner last_;
+  bool current_ = false;  ///< No event since `last_` was looked up.
   QObject context_;
   QSocketNotifier* notifier_ = nullptr;
 };
