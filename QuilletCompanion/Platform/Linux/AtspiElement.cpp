@@ -4,6 +4,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "QuilletCompanion/Platform/Linux/AtspiBatch.h"
+
 namespace quillet {
 namespace {
 
@@ -38,6 +40,14 @@ std::string textRole(const AtspiSummary& summary) {
     default:
       return summary.isEditable() ? "AXTextArea" : "";
   }
+}
+
+AtspiToolkit toolkitNamed(std::string_view name) {
+  if (name == "gtk" || name == "GTK") return AtspiToolkit::gtk;
+  if (name == "Qt") return AtspiToolkit::qt;
+  if (name == "Gecko") return AtspiToolkit::gecko;
+  if (name == "Chromium") return AtspiToolkit::chromium;
+  return AtspiToolkit::unknown;
 }
 
 bool isReadable(const AtspiElement& element, CallBudget& budget) {
@@ -79,32 +89,36 @@ bool AtspiSummary::isEditable() const {
 AtspiSummary summarize(AtspiAccessible* accessible, std::int32_t pid, CallBudget& budget) {
   AtspiSummary summary;
   if (!budget.mayCall(pid)) return summary;
+  AtspiBatch batch(accessible, budget.callLimit());
+  const auto role = batch.call("Accessible", "GetRole");
+  // By libatspi, which also delivers the events that came meanwhile.
   summary.states.reset(atspi_accessible_get_state_set(accessible));
-  if (!summary.answered() || !budget.mayCall(pid)) return summary;
-  GErrorSlot error;
-  summary.role = atspi_accessible_get_role(accessible, error);
-  if (error.failed() || summary.has(ATSPI_STATE_DEFUNCT)) summary = {};
+  if (!summary.answered()) return summary;
+  batch.wait();
+  const auto number = batch.number(role);
+  if (!number || summary.has(ATSPI_STATE_DEFUNCT)) return {};
+  summary.role = static_cast<AtspiRole>(*number);
   return summary;
 }
 
 AtspiToolkit toolkitOf(const AtspiElement& element, CallBudget& budget) {
+  if (element.toolkit()) return *element.toolkit();
   if (!budget.mayCall(element.pid())) return AtspiToolkit::unknown;
   GErrorSlot applicationError, error;
   // Some toolkits answer this only for the application's own object.
   const GRef<AtspiAccessible> application(atspi_accessible_get_application(element.accessible(), applicationError));
   if (!application || !budget.mayCall(element.pid())) return AtspiToolkit::unknown;
   const auto name = takeText(atspi_accessible_get_toolkit_name(application.get(), error));
-  if (name == "gtk" || name == "GTK") return AtspiToolkit::gtk;
-  if (name == "Qt") return AtspiToolkit::qt;
-  if (name == "Gecko") return AtspiToolkit::gecko;
-  if (name == "Chromium") return AtspiToolkit::chromium;
-  return AtspiToolkit::unknown;
+  if (!name || error.failed()) return AtspiToolkit::unknown;
+  element.toolkit() = toolkitNamed(*name);
+  return *element.toolkit();
 }
 
 ElementTraits traitsOf(const AtspiElement& element, CallBudget& budget) {
   ElementTraits traits;
   const auto summary = summarize(element.accessible(), element.pid(), budget);
   if (!summary.answered() || summary.role == ATSPI_ROLE_INVALID) return traits;
+  element.guess().role = summary.role;
   traits.isSecure = summary.role == ATSPI_ROLE_PASSWORD_TEXT;
   traits.editable = summary.isEditable() || (summary.role == ATSPI_ROLE_TERMINAL && isReadable(element, budget));
   auto role = textRole(summary);

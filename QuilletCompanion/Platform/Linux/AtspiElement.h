@@ -5,12 +5,23 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "QuilletCompanion/Platform/Linux/CallBudget.h"
 #include "QuilletCompanion/Platform/Linux/GObjectRef.h"
 #include "QuilletCompanion/Target/AccessibilityProvider.h"
 
 namespace quillet {
+
+/// Which toolkit an element's application is made with, as far as its behaviour matters here.
+enum class AtspiToolkit { unknown, gtk, qt, gecko, chromium };
+
+/// What an element answered last. Only to guess which questions to ask in one go: never an answer itself.
+struct AtspiGuess {
+  AtspiRole role = ATSPI_ROLE_INVALID;
+  int characters = 0;  ///< In the toolkit's unit, as the caret.
+  int caret = 0;
+};
 
 /// An accessible object of another process.
 class AtspiElement final : public ElementHandle {
@@ -21,14 +32,19 @@ class AtspiElement final : public ElementHandle {
   AtspiAccessible* accessible() const { return accessible_.get(); }
   AtspiText* text() const { return ATSPI_TEXT(accessible_.get()); }
   std::int32_t pid() const { return pid_; }
+  AtspiGuess& guess() const { return guess_; }
+  /// Once its application told; it stays for good.
+  std::optional<AtspiToolkit>& toolkit() const { return toolkit_; }
 
  private:
   GRef<AtspiAccessible> accessible_;
   std::int32_t pid_;
+  mutable AtspiGuess guess_;
+  mutable std::optional<AtspiToolkit> toolkit_;
 };
 using AtspiElementRef = std::shared_ptr<const AtspiElement>;
 
-/// What the tests of a role and of states need, read in two calls. `answered` is false if the application didn't tell,
+/// What the tests of a role and of states need, read in one go. `answered` is false if the application didn't tell,
 /// or the object doesn't exist (any more, or yet).
 struct AtspiSummary {
   AtspiRole role = ATSPI_ROLE_INVALID;
@@ -43,8 +59,6 @@ struct AtspiSummary {
 };
 AtspiSummary summarize(AtspiAccessible* accessible, std::int32_t pid, CallBudget& budget);
 
-/// Which toolkit an element's application is made with, as far as its behaviour matters here.
-enum class AtspiToolkit { unknown, gtk, qt, gecko, chromium };
 AtspiToolkit toolkitOf(const AtspiElement& element, CallBudget& budget);
 /// Text containers show each child as one U+FFFC.
 inline bool isWeb(AtspiToolkit toolkit) {

@@ -77,16 +77,21 @@ void AtspiFocusTracker::handle(AtspiEvent* event, void* self) {
   g_boxed_free(ATSPI_TYPE_EVENT, event);
 }
 
-AtspiElementRef AtspiFocusTracker::focused(std::int32_t pid, unsigned long window, CallBudget& budget) {
+AtspiElementRef AtspiFocusTracker::focused(std::int32_t pid, const std::function<unsigned long()>& window,
+                                           CallBudget& budget, AtspiRole* role) {
   if (pid == ownPID_) return nullptr;
   takeArrivals(budget);
   auto& application = applications_[pid];
-  if (hasFocus(application.text, budget)) return application.text;
-  if (application.search || !shouldSearch(application, window)) return nullptr;
+  if (hasFocus(application.text, budget, role)) return application.text;
+  if (application.search) return nullptr;
+  const auto active = window();
+  if (!shouldSearch(application, active)) return nullptr;
   application.search = std::make_unique<AtspiFocusSearch>(pid);
-  application.searchedWindow = window;
+  application.searchedWindow = active;
   application.searchedAt = steady_clock::now();
-  if (searchOn(application, budget) == Search::found) return application.text;
+  if (searchOn(application, budget) == Search::found && hasFocus(application.text, budget, role)) {
+    return application.text;
+  }
   if (application.search) searching_.start();
   return nullptr;
 }
@@ -110,10 +115,12 @@ void AtspiFocusTracker::continueSearches() {
   }
 }
 
-bool AtspiFocusTracker::hasFocus(const AtspiElementRef& element, CallBudget& budget) {
-  if (!element || !budget.mayCall(element->pid())) return false;
-  const GRef<AtspiStateSet> states(atspi_accessible_get_state_set(element->accessible()));
-  return states && atspi_state_set_contains(states.get(), ATSPI_STATE_FOCUSED);
+bool AtspiFocusTracker::hasFocus(const AtspiElementRef& element, CallBudget& budget, AtspiRole* role) {
+  if (!element) return false;
+  const auto summary = summarize(element->accessible(), element->pid(), budget);
+  element->guess().role = summary.role;
+  if (role != nullptr) *role = summary.role;
+  return summary.has(ATSPI_STATE_FOCUSED);
 }
 
 bool AtspiFocusTracker::shouldSearch(const Application& application, unsigned long window) const {

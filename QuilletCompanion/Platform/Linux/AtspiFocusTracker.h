@@ -36,10 +36,12 @@ class AtspiFocusTracker {
   /// Tells the registry anew what we listen to, if we did.
   void restart();
   bool isListening() const { return listener_ != nullptr; }
-  /// The text element of `pid` that has the focus now. `window` is the window that is active: an application of which
-  /// no event told is searched, at most once for each of its windows and every two seconds. A search that takes longer
-  /// goes on from the event loop; what it finds is then told as if an event had come.
-  AtspiElementRef focused(std::int32_t pid, unsigned long window, CallBudget& budget);
+  /// The text element of `pid` that has the focus now. `window` gives the window that is active: an application of
+  /// which no event told is searched, at most once for each of its windows and every two seconds. A search that takes
+  /// longer goes on from the event loop; what it finds is then told as if an event had come. `role`, if given, is its
+  /// role by the same look.
+  AtspiElementRef focused(std::int32_t pid, const std::function<unsigned long()>& window, CallBudget& budget,
+                          AtspiRole* role = nullptr);
 
  private:
   struct Arrival {
@@ -57,7 +59,7 @@ class AtspiFocusTracker {
   void stop();
   static void handle(AtspiEvent* event, void* self);
   std::int32_t pidOf(AtspiAccessible* source);
-  bool hasFocus(const AtspiElementRef& element, CallBudget& budget);
+  bool hasFocus(const AtspiElementRef& element, CallBudget& budget, AtspiRole* role);
   bool shouldSearch(const Application& application, unsigned long window) const;
   Search searchOn(Application& application, CallBudget& budget);
   void continueSearches();

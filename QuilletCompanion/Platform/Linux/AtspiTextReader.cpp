@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "QuilletCompanion/Platform/Linux/AtspiBatch.h"
 #include "QuilletCompanion/Platform/Linux/TextUnits.h"
 
 namespace quillet {
@@ -37,10 +38,47 @@ AtspiTextReader::AtspiTextReader(AtspiElementRef element, CallBudget& budget)
     : element_(std::move(element)), budget_(budget), toolkit_(toolkitOf(*element_, budget)) {}
 
 std::optional<std::string> AtspiTextReader::value() {
-  return whole(*element_, 0);
+  if (!budget_.mayCall(element_->pid())) return std::nullopt;
+  auto& guess = element_->guess();
+  const bool open = guess.role != ATSPI_ROLE_INVALID && guess.role != ATSPI_ROLE_PASSWORD_TEXT;
+  const int guessed = open ? guess.characters : 0;
+  AtspiBatch batch(element_->accessible(), budget_.callLimit());
+  const auto role = batch.call("Accessible", "GetRole"), count = batch.property("Text", "CharacterCount");
+  const auto text = guessed > 0 ? batch.call("Text", "GetText", {0, guessed}) : count;
+  batch.wait();
+  const auto characters = batch.number(count), kind = batch.number(role);
+  guess.role = static_cast<AtspiRole>(kind.value_or(ATSPI_ROLE_INVALID));
+  if (!kind || guess.role == ATSPI_ROLE_PASSWORD_TEXT || !characters || *characters < 0) return std::nullopt;
+  guess.characters = *characters;
+  const bool right = *characters > 0 && *characters == guessed && batch.succeeded(text);
+  auto raw = right ? batch.text(text) : slice(*element_, 0, *characters);
+  if (right && raw) raw = clean(std::move(*raw));
+  return raw && isWeb(toolkit_) ? flattened(*element_, *raw, 0) : raw;
+}
+
+std::optional<AXTextRange> AtspiTextReader::plainSelection() {
+  if (!budget_.mayCall(element_->pid())) return std::nullopt;
+  const bool utf16 = toolkit_ == AtspiToolkit::qt;
+  const int guessed = utf16 ? 0 : element_->guess().caret;
+  AtspiBatch batch(element_->accessible(), budget_.callLimit());
+  const auto caret = batch.property("Text", "CaretOffset"), selections = batch.call("Text", "GetNSelections");
+  const auto text = guessed > 0 ? batch.call("Text", "GetText", {0, guessed}) : caret;
+  batch.wait();
+  const auto offset = batch.number(caret);
+  if (!offset || *offset < 0) return std::nullopt;
+  element_->guess().caret = *offset;
+  const auto found = batch.number(selections).value_or(0) > 0 ? range(*element_, *offset) : Range{*offset, *offset};
+  if (!found) return std::nullopt;
+  if (utf16) return AXTextRange{.location = found->start, .length = found->end - found->start};
+  const bool right = found->start > 0 && found->start == guessed && batch.succeeded(text);
+  const auto before = right ? batch.text(text) : slice(*element_, 0, found->start);
+  const auto selected = slice(*element_, found->start, found->end);
+  if (!before || !selected) return std::nullopt;
+  return AXTextRange{.location = TextUnits::utf16Length(*before), .length = TextUnits::utf16Length(*selected)};
 }
 
 std::optional<AXTextRange> AtspiTextReader::selection() {
+  if (!isWeb(toolkit_)) return plainSelection();
   const auto leaf = leafAtCaret(true);
   if (!leaf) return std::nullopt;
   const auto found = range(*leaf->element, leaf->caret);
@@ -103,7 +141,11 @@ std::optional<std::string> AtspiTextReader::slice(const AtspiElement& element, i
   GErrorSlot error;
   auto text = takeText(atspi_text_get_text(element.text(), start, end, error));
   if (error.failed() || !text) return std::nullopt;
-  return isWeb(toolkit_) ? TextUnits::withoutFillers(*text) : std::move(text);
+  return clean(std::move(*text));
+}
+
+std::string AtspiTextReader::clean(std::string text) const {
+  return isWeb(toolkit_) ? TextUnits::withoutFillers(text) : std::move(text);
 }
 
 std::optional<AtspiTextReader::Leaf> AtspiTextReader::leafAtCaret(bool measure) {

@@ -17,6 +17,7 @@ class AtspiTextReader {
  public:
   AtspiTextReader(AtspiElementRef element, CallBudget& budget);
 
+  /// Absent for a password field.
   std::optional<std::string> value();
   std::optional<AXTextRange> selection();
   /// In the toolkit's own unit, of the innermost element that holds the caret.
@@ -33,11 +34,14 @@ class AtspiTextReader {
     int caret = 0;
   };
 
+  /// Where no children share the text.
+  std::optional<AXTextRange> plainSelection();
   std::optional<int> count(const AtspiElement& element);
   std::optional<int> caret(const AtspiElement& element);
   /// Absent if it can't be told; empty at the caret without a selection.
   std::optional<Range> range(const AtspiElement& element, int caretOffset);
   std::optional<std::string> slice(const AtspiElement& element, int start, int end);
+  std::string clean(std::string text) const;
   std::optional<Leaf> leafAtCaret(bool measure);
   /// Absent unless the caret stands at a child.
   std::optional<std::string> textBeforeChildAtCaret(const Leaf& leaf);

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "QuilletCompanion/Platform/Linux/AtspiBatch.h"
 #include "QuilletCompanion/Platform/Linux/TextUnits.h"
 
 namespace quillet {
@@ -18,10 +19,14 @@ class Writer {
       : element_(element), toolkit_(toolkit), budget_(budget) {}
 
   bool replace(const std::string& text) {
-    const auto start = clearSelection();
-    if (!start || !insert(*start, text)) return false;
-    placeCaret(*start, text);
-    return true;
+    if (!mayCall()) return false;
+    AtspiBatch batch(element_.accessible(), budget_.callLimit());
+    const auto selections = batch.call("Text", "GetNSelections"), caret = batch.property("Text", "CaretOffset");
+    if (!summarize(element_.accessible(), element_.pid(), budget_).isEditable()) return false;
+    batch.wait();
+    const bool selected = batch.number(selections).value_or(0) > 0;
+    const auto start = selected ? clearSelection() : batch.number(caret);
+    return start && *start >= 0 && insert(*start, text);
   }
 
  private:
@@ -30,9 +35,7 @@ class Writer {
 
   /// Gives where to insert, in the toolkit's own offsets.
   std::optional<int> clearSelection() {
-    GErrorSlot countError, rangeError, deleteError;
-    if (!mayCall()) return std::nullopt;
-    if (atspi_text_get_n_selections(element_.text(), countError) <= 0) return caret();
+    GErrorSlot rangeError, deleteError;
     if (!mayCall()) return std::nullopt;
     const std::unique_ptr<AtspiRange, decltype(&g_free)> range(atspi_text_get_selection(element_.text(), 0, rangeError),
                                                                &g_free);
@@ -41,33 +44,33 @@ class Writer {
     if (start == end) return start;
     if (!mayCall()) return std::nullopt;
     atspi_editable_text_delete_text(editable(), start, end, deleteError);
+    element_.guess().characters -= end - start;
     return deleteError.failed() ? std::nullopt : std::optional(start);
   }
 
   bool insert(int start, const std::string& text) {
     if (!mayCall()) return false;
-    const auto length =
-        toolkit_ == AtspiToolkit::gtk ? static_cast<std::int64_t>(text.size()) : TextUnits::utf16Length(text);
-    GErrorSlot error;
-    atspi_editable_text_insert_text(editable(), start, text.c_str(), static_cast<int>(length), error);
-    return !error.failed();
+    const auto utf16 = static_cast<int>(TextUnits::utf16Length(text));
+    const bool gtk = toolkit_ == AtspiToolkit::gtk;
+    AtspiBatch batch(element_.accessible(), budget_.callLimit());
+    const auto inserted =
+        batch.call("EditableText", "InsertText", {start, text.c_str(), gtk ? static_cast<int>(text.size()) : utf16});
+    const auto caret = batch.property("Text", "CaretOffset");
+    batch.wait();
+    if (!batch.succeeded(inserted)) return false;
+    const int length = gtk ? static_cast<int>(TextUnits::codePoints(text)) : utf16;
+    element_.guess().characters += length;
+    element_.guess().caret = start + length;
+    if (const auto now = batch.number(caret); now && *now >= 0) placeCaret(*now, start, start + length);
+    return true;
   }
 
   /// Some fields leave the caret where it was, some put it at the end of everything.
-  void placeCaret(int start, const std::string& text) {
-    const auto now = caret();
-    if (!now || !mayCall()) return;
-    const bool qt = toolkit_ == AtspiToolkit::qt;
-    const auto wanted = start + static_cast<int>(qt ? TextUnits::utf16Length(text) : TextUnits::codePoints(text));
+  void placeCaret(int now, int start, int wanted) {
+    const bool misplaced = toolkit_ == AtspiToolkit::qt ? now != wanted : now == start;
+    if (!misplaced || !mayCall()) return;
     GErrorSlot error;
-    if (qt ? *now != wanted : *now == start) atspi_text_set_caret_offset(element_.text(), wanted, error);
-  }
-
-  std::optional<int> caret() {
-    if (!mayCall()) return std::nullopt;
-    GErrorSlot error;
-    const int offset = atspi_text_get_caret_offset(element_.text(), error);
-    return error.failed() || offset < 0 ? std::nullopt : std::optional(offset);
+    atspi_text_set_caret_offset(element_.text(), wanted, error);
   }
 
   const AtspiElement& element_;
@@ -84,7 +87,6 @@ bool replaceSelectedText(const AtspiElement& element, std::string_view text, Cal
   }
   const auto toolkit = toolkitOf(element, budget);
   if (toolkit != AtspiToolkit::gtk && toolkit != AtspiToolkit::qt) return false;
-  if (!summarize(element.accessible(), element.pid(), budget).isEditable()) return false;
   return Writer(element, toolkit, budget).replace(std::string(text));
 }
 

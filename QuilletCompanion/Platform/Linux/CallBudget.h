@@ -34,6 +34,8 @@ class CallBudget {
   /// Ask before each call to the application `pid`; the call is then bounded by what is left. False if nothing is left
   /// or the application doesn't answer: the call must not be made.
   bool mayCall(std::int32_t pid);
+  /// How long the call that was last allowed may wait.
+  std::chrono::milliseconds callLimit() const { return callLimit_; }
 
  private:
   void notePrevious();

@@ -6,7 +6,6 @@
 #include <chrono>
 #include <cstdlib>
 
-#include "QuilletCompanion/Platform/Linux/AtspiElement.h"
 #include "QuilletCompanion/Platform/Linux/AtspiFocusTracker.h"
 #include "QuilletCompanion/Platform/Linux/AtspiTextReader.h"
 #include "QuilletCompanion/Platform/Linux/AtspiTextWriter.h"
@@ -22,12 +21,6 @@ void checkMainThread() {
   if (QThread::currentThread() == QCoreApplication::instance()->thread()) return;
   Log::error("insertion", "Accessibility was asked from another thread than the main one");
   std::abort();
-}
-
-bool isPasswordField(const AtspiElement& element, CallBudget& budget) {
-  if (!budget.mayCall(element.pid())) return false;
-  GErrorSlot error;
-  return atspi_accessible_get_role(element.accessible(), error) == ATSPI_ROLE_PASSWORD_TEXT;
 }
 
 }  // namespace
@@ -70,8 +63,8 @@ bool SystemAccessibilityProvider::isSecureInputEnabled() {
   const auto owner = front_.owner();
   if (!owner) return false;
   CallBudget budget(hung_);
-  const auto element = focusedText(owner->pid, budget);
-  return element && isPasswordField(*element, budget);
+  auto role = ATSPI_ROLE_INVALID;
+  return focusedText(owner->pid, budget, &role) && role == ATSPI_ROLE_PASSWORD_TEXT;
 }
 
 bool SystemAccessibilityProvider::isOwnApplicationActive() {
@@ -106,10 +99,14 @@ ElementRef SystemAccessibilityProvider::focusedElement(std::int32_t pid) {
   return focusedText(pid, budget);
 }
 
-std::shared_ptr<const AtspiElement> SystemAccessibilityProvider::focusedText(std::int32_t pid, CallBudget& budget) {
+std::shared_ptr<const AtspiElement> SystemAccessibilityProvider::focusedText(std::int32_t pid, CallBudget& budget,
+                                                                             AtspiRole* role) {
   if (pid == ownPID_ || !isTrusted()) return nullptr;
-  const auto owner = front_.owner();
-  return tracker_->focused(pid, owner && owner->pid == pid ? owner->window : 0, budget);
+  const auto window = [&] {
+    const auto owner = front_.owner();
+    return owner && owner->pid == pid ? owner->window : 0;
+  };
+  return tracker_->focused(pid, window, budget, role);
 }
 
 std::shared_ptr<const AtspiElement> SystemAccessibilityProvider::usable(const ElementRef& element) const {
@@ -136,7 +133,6 @@ std::optional<std::string> SystemAccessibilityProvider::readValue(const ElementR
   const auto target = usable(element);
   if (!target) return std::nullopt;
   CallBudget budget(hung_);
-  if (isPasswordField(*target, budget)) return std::nullopt;
   return AtspiTextReader(target, budget).value();
 }
 

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "QuilletCompanion/Platform/Linux/AccessibilityBus.h"
+#include "QuilletCompanion/Platform/Linux/AtspiElement.h"
 #include "QuilletCompanion/Platform/Linux/CallBudget.h"
 #include "QuilletCompanion/Platform/Linux/DesktopEntries.h"
 #include "QuilletCompanion/Platform/Linux/FrontWindow.h"
@@ -18,7 +19,6 @@
 
 namespace quillet {
 
-class AtspiElement;
 class AtspiFocusTracker;
 
 /// The desktop as AT-SPI and X11 show it. Main thread only; construct after QCoreApplication, whose GLib event loop
@@ -56,7 +56,7 @@ class SystemAccessibilityProvider final : public AccessibilityProvider {
                                                  std::function<void(const ElementRef&)> moved) override;
 
  private:
-  std::shared_ptr<const AtspiElement> focusedText(std::int32_t pid, CallBudget& budget);
+  std::shared_ptr<const AtspiElement> focusedText(std::int32_t pid, CallBudget& budget, AtspiRole* role = nullptr);
   std::shared_ptr<const AtspiElement> usable(const ElementRef& element) const;
 
   std::int32_t ownPID_;
