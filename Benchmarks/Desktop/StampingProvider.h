@@ -54,13 +54,14 @@ class StampingProvider final : public AccessibilityProvider {
   ElementTraits inspect(const ElementRef& element) override {
     return timed(Kind::guard, [&] { return inner_.inspect(element); });
   }
-  /// The guard's when it comes before the first look at the value, a part of the look after that.
   std::optional<AXTextRange> selectedRange(const ElementRef& element) override {
-    const bool looking = !calls_.empty() && calls_.back().kind == Kind::look;
-    return timed(looking ? Kind::look : Kind::guard, [&] { return inner_.selectedRange(element); });
+    return timed(Kind::guard, [&] { return inner_.selectedRange(element); });
   }
   std::optional<std::string> readValue(const ElementRef& element) override {
     return timed(Kind::look, [&] { return inner_.readValue(element); });
+  }
+  FieldReading readField(const ElementRef& element) override {
+    return timed(Kind::look, [&] { return inner_.readField(element); });
   }
   bool replaceSelection(const ElementRef& element, std::string_view text) override {
     return timed(Kind::write, [&] { return inner_.replaceSelection(element, text); });

@@ -43,6 +43,12 @@ struct ElementTraits {
   bool editable = false;
 };
 
+/// What a field holds at one moment; either may be absent.
+struct FieldReading {
+  std::optional<std::string> value;
+  std::optional<AXTextRange> selection;
+};
+
 struct FrontApplication {
   std::int32_t pid = 0;
   std::optional<std::string> bundleId;
@@ -67,6 +73,8 @@ class AccessibilityProvider {
   virtual std::optional<AXTextRange> selectedRange(const ElementRef& element) = 0;
   /// UTF-8.
   virtual std::optional<std::string> readValue(const ElementRef& element) = 0;
+  /// What readValue() and selectedRange() say, for those who want both: a platform may find out in one go.
+  virtual FieldReading readField(const ElementRef& element) { return {readValue(element), selectedRange(element)}; }
   /// Replaces the selection, or inserts at the caret. True if the platform claimed success, which proves nothing.
   virtual bool replaceSelection(const ElementRef& element, std::string_view text) = 0;
   /// Control, Option (Alt) or Command (Super) is held.

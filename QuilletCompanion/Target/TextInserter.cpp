@@ -236,8 +236,9 @@ Awaitable<void> TextInserter::pause(Duration duration) {
 TextInserter::FieldState TextInserter::look(const ElementRef& element) {
   FieldState state;
   if (!element) return state;
-  if (const auto value = provider_.readValue(element)) state.value = Unicode::toUTF16(*value);
-  state.selection = provider_.selectedRange(element);
+  const auto reading = provider_.readField(element);
+  if (reading.value) state.value = Unicode::toUTF16(*reading.value);
+  state.selection = reading.selection;
   return state;
 }
 

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <unistd.h>
 
+#include <QCoreApplication>
 #include <QFile>
+#include <QProcess>
 #include <QRasterWindow>
 #include <chrono>
 #include <memory>
@@ -46,7 +49,11 @@ class Accessibility : public testing::Test {
   }
   bool becomes(const ElementRef& element, const std::string& value, AXTextRange selection) {
     return eventually(
-        [&] { return provider.readValue(element) == value && provider.selectedRange(element) == selection; },
+        [&] {
+          if (provider.readValue(element) != value || provider.selectedRange(element) != selection) return false;
+          const auto together = provider.readField(element);
+          return together.value == value && together.selection == selection;
+        },
         std::chrono::seconds(5));
   }
 
@@ -161,6 +168,39 @@ TEST_F(Accessibility, PasswordFieldIsSecureAndNeverRead) {
   EXPECT_EQ(traits.subrole, "AXSecureTextField");
   EXPECT_TRUE(provider.isSecureInputEnabled());
   EXPECT_FALSE(provider.readValue(field));
+}
+
+TEST_F(Accessibility, FieldThatBecomesAPasswordFieldIsReadNoMore) {
+  const Editor fields(QUILLET_SOURCE_DIR "/Tests/Desktop/fields.py", {"--text", "known"});
+  const auto field = awaitFocus(fields);
+  ASSERT_TRUE(field);
+  ASSERT_TRUE(becomes(field, "known", {5, 0}));
+  EXPECT_FALSE(provider.isSecureInputEnabled());
+  ::kill(fields.pid(), SIGUSR2);
+  EXPECT_TRUE(eventually([&] { return provider.isSecureInputEnabled(); }));
+  EXPECT_TRUE(provider.inspect(field).isSecure);
+  EXPECT_FALSE(provider.readValue(field));
+  EXPECT_FALSE(provider.readField(field).value);
+}
+
+TEST_F(Accessibility, WindowThatChangesHandsIsSeenAtOnce) {
+  const Editor editor("mousepad");
+  ASSERT_TRUE(awaitFocus(editor));
+  const auto change = [](const QString& arguments) {
+    QProcess::execute("sh", {"-c", "xprop -id $(xdotool getactivewindow) " + arguments});
+  };
+  const auto front = [&] {
+    QCoreApplication::processEvents();
+    provider.frontApplication();
+    return provider.frontApplication().value_or(FrontApplication{}).pid;
+  };
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(front(), editor.pid());
+  change("-f _NET_WM_PID 32c -set _NET_WM_PID 1");
+  EXPECT_EQ(provider.frontApplication().value_or(FrontApplication{}).pid, 1);
+  EXPECT_FALSE(provider.focusedWindow(editor.pid()));
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(front(), 1);
+  change("-remove _NET_WM_PID");
+  EXPECT_FALSE(provider.frontApplication());
 }
 
 TEST_F(Accessibility, ReadOnlyTextIsLeftAlone) {

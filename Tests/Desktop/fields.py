@@ -9,7 +9,7 @@ fields.py [FIELD] [--text TEXT] [FAULT]
          --deaf          says yes to what is written to it, and keeps nothing that doesn't come from the keyboard
          --at N FATE     once it holds N characters: "readonly" (takes no more), "leave" (the focus goes to a second
                          field), "exit" (the program ends), "stop" (it hangs until somebody wakes it)
-A SIGUSR1 makes the field read-only.
+A SIGUSR1 makes the field read-only, a SIGUSR2 a password field.
 """
 import argparse
 import os
@@ -79,6 +79,7 @@ def main():
         pending = [fate]
         content.connect("changed", lambda _: pending and field.get_text_length() >= count and pending.pop()())
     GLib.unix_signal_add(GLib.PRIORITY_HIGH, signal.SIGUSR1, lambda: field.set_editable(False) or True)
+    GLib.unix_signal_add(GLib.PRIORITY_HIGH, signal.SIGUSR2, lambda: field.set_visibility(False) or True)
     window.connect("destroy", Gtk.main_quit)
     window.show_all()
     field.grab_focus()

@@ -86,6 +86,12 @@ bool AtspiSummary::isEditable() const {
          (has(ATSPI_STATE_ENABLED) || has(ATSPI_STATE_SENSITIVE));
 }
 
+AtspiSummary statesOf(AtspiAccessible* accessible, std::int32_t pid, CallBudget& budget) {
+  AtspiSummary summary;
+  if (budget.mayCall(pid)) summary.states.reset(atspi_accessible_get_state_set(accessible));
+  return summary;
+}
+
 AtspiSummary summarize(AtspiAccessible* accessible, std::int32_t pid, CallBudget& budget) {
   AtspiSummary summary;
   if (!budget.mayCall(pid)) return summary;

@@ -57,6 +57,8 @@ struct AtspiSummary {
   bool isTextual() const;
   bool isEditable() const;
 };
+/// Without the role: one call.
+AtspiSummary statesOf(AtspiAccessible* accessible, std::int32_t pid, CallBudget& budget);
 AtspiSummary summarize(AtspiAccessible* accessible, std::int32_t pid, CallBudget& budget);
 
 AtspiToolkit toolkitOf(const AtspiElement& element, CallBudget& budget);

@@ -117,8 +117,8 @@ void AtspiFocusTracker::continueSearches() {
 
 bool AtspiFocusTracker::hasFocus(const AtspiElementRef& element, CallBudget& budget, AtspiRole* role) {
   if (!element) return false;
-  const auto summary = summarize(element->accessible(), element->pid(), budget);
-  element->guess().role = summary.role;
+  const auto look = role != nullptr ? summarize : statesOf;
+  const auto summary = look(element->accessible(), element->pid(), budget);
   if (role != nullptr) *role = summary.role;
   return summary.has(ATSPI_STATE_FOCUSED);
 }

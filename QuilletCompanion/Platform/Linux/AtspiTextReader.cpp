@@ -3,7 +3,6 @@
 
 #include <algorithm>
 
-#include "QuilletCompanion/Platform/Linux/AtspiBatch.h"
 #include "QuilletCompanion/Platform/Linux/TextUnits.h"
 
 namespace quillet {
@@ -39,46 +38,86 @@ AtspiTextReader::AtspiTextReader(AtspiElementRef element, CallBudget& budget)
 
 std::optional<std::string> AtspiTextReader::value() {
   if (!budget_.mayCall(element_->pid())) return std::nullopt;
-  auto& guess = element_->guess();
-  const bool open = guess.role != ATSPI_ROLE_INVALID && guess.role != ATSPI_ROLE_PASSWORD_TEXT;
-  const int guessed = open ? guess.characters : 0;
   AtspiBatch batch(element_->accessible(), budget_.callLimit());
-  const auto role = batch.call("Accessible", "GetRole"), count = batch.property("Text", "CharacterCount");
-  const auto text = guessed > 0 ? batch.call("Text", "GetText", {0, guessed}) : count;
+  const auto question = askValue(batch);
   batch.wait();
-  const auto characters = batch.number(count), kind = batch.number(role);
-  guess.role = static_cast<AtspiRole>(kind.value_or(ATSPI_ROLE_INVALID));
-  if (!kind || guess.role == ATSPI_ROLE_PASSWORD_TEXT || !characters || *characters < 0) return std::nullopt;
+  return valueFrom(batch, question);
+}
+
+FieldReading AtspiTextReader::field() {
+  if (!budget_.mayCall(element_->pid())) return {};
+  AtspiBatch batch(element_->accessible(), budget_.callLimit());
+  const auto value = askValue(batch);
+  const auto caret = askCaret(batch, 0);
+  batch.wait();
+  FieldReading reading{.value = valueFrom(batch, value)};
+  reading.selection = isWeb(toolkit_) ? selection() : selectionFrom(batch, caret, reading.value);
+  return reading;
+}
+
+AtspiTextReader::ValueQuestion AtspiTextReader::askValue(AtspiBatch& batch) const {
+  const auto& guess = element_->guess();
+  const bool secret = guess.role == ATSPI_ROLE_INVALID || guess.role == ATSPI_ROLE_PASSWORD_TEXT;
+  ValueQuestion question{.guessed = secret ? 0 : guess.characters};
+  question.role = batch.call("Accessible", "GetRole");
+  question.count = batch.property("Text", "CharacterCount");
+  if (question.guessed > 0) question.text = batch.call("Text", "GetText", {0, question.guessed});
+  return question;
+}
+
+std::optional<std::string> AtspiTextReader::valueFrom(const AtspiBatch& batch, const ValueQuestion& question) {
+  const auto role = batch.number(question.role), characters = batch.number(question.count);
+  auto& guess = element_->guess();
+  guess.role = static_cast<AtspiRole>(role.value_or(ATSPI_ROLE_INVALID));
+  if (!role || guess.role == ATSPI_ROLE_PASSWORD_TEXT || !characters || *characters < 0) return std::nullopt;
   guess.characters = *characters;
-  const bool right = *characters > 0 && *characters == guessed && batch.succeeded(text);
-  auto raw = right ? batch.text(text) : slice(*element_, 0, *characters);
+  const bool right = question.guessed > 0 && question.guessed == *characters;
+  auto raw = right ? batch.text(question.text) : slice(*element_, 0, *characters);
   if (right && raw) raw = clean(std::move(*raw));
   return raw && isWeb(toolkit_) ? flattened(*element_, *raw, 0) : raw;
 }
 
-std::optional<AXTextRange> AtspiTextReader::plainSelection() {
-  if (!budget_.mayCall(element_->pid())) return std::nullopt;
-  const bool utf16 = toolkit_ == AtspiToolkit::qt;
-  const int guessed = utf16 ? 0 : element_->guess().caret;
-  AtspiBatch batch(element_->accessible(), budget_.callLimit());
-  const auto caret = batch.property("Text", "CaretOffset"), selections = batch.call("Text", "GetNSelections");
-  const auto text = guessed > 0 ? batch.call("Text", "GetText", {0, guessed}) : caret;
-  batch.wait();
-  const auto offset = batch.number(caret);
-  if (!offset || *offset < 0) return std::nullopt;
-  element_->guess().caret = *offset;
-  const auto found = batch.number(selections).value_or(0) > 0 ? range(*element_, *offset) : Range{*offset, *offset};
+AtspiTextReader::CaretQuestion AtspiTextReader::askCaret(AtspiBatch& batch, int guessed) const {
+  CaretQuestion question{.guessed = guessed};
+  question.caret = batch.property("Text", "CaretOffset");
+  question.selections = batch.call("Text", "GetNSelections");
+  if (guessed > 0) question.text = batch.call("Text", "GetText", {0, guessed});
+  return question;
+}
+
+std::optional<AXTextRange> AtspiTextReader::selectionFrom(const AtspiBatch& batch, const CaretQuestion& question,
+                                                          const std::optional<std::string>& value) {
+  const auto caret = batch.number(question.caret);
+  if (!caret || *caret < 0) return std::nullopt;
+  element_->guess().caret = *caret;
+  const bool selected = batch.number(question.selections).value_or(0) > 0;
+  const auto found = selected ? range(*element_, *caret) : Range{*caret, *caret};
   if (!found) return std::nullopt;
-  if (utf16) return AXTextRange{.location = found->start, .length = found->end - found->start};
-  const bool right = found->start > 0 && found->start == guessed && batch.succeeded(text);
-  const auto before = right ? batch.text(text) : slice(*element_, 0, found->start);
-  const auto selected = slice(*element_, found->start, found->end);
-  if (!before || !selected) return std::nullopt;
-  return AXTextRange{.location = TextUnits::utf16Length(*before), .length = TextUnits::utf16Length(*selected)};
+  const bool guessed = question.guessed > 0 && question.guessed == found->start;
+  const auto before = guessed ? batch.text(question.text) : std::nullopt;
+  const auto location = before ? TextUnits::utf16Length(*before) : utf16Units({0, found->start}, value);
+  const auto length = utf16Units(*found, value);
+  if (!location || !length) return std::nullopt;
+  return AXTextRange{.location = *location, .length = *length};
+}
+
+std::optional<std::int64_t> AtspiTextReader::utf16Units(Range range, const std::optional<std::string>& value) {
+  // Where every character is one unit, it doesn't matter what the toolkit counts.
+  const bool plain = value && TextUnits::codePoints(*value) == TextUnits::utf16Length(*value) &&
+                     range.end <= TextUnits::codePoints(*value);
+  if (toolkit_ == AtspiToolkit::qt || plain) return range.end - range.start;
+  const auto text = slice(*element_, range.start, range.end);
+  return text ? std::optional(TextUnits::utf16Length(*text)) : std::nullopt;
 }
 
 std::optional<AXTextRange> AtspiTextReader::selection() {
-  if (!isWeb(toolkit_)) return plainSelection();
+  if (!isWeb(toolkit_)) {
+    if (!budget_.mayCall(element_->pid())) return std::nullopt;
+    AtspiBatch batch(element_->accessible(), budget_.callLimit());
+    const auto question = askCaret(batch, toolkit_ == AtspiToolkit::qt ? 0 : element_->guess().caret);
+    batch.wait();
+    return selectionFrom(batch, question, std::nullopt);
+  }
   const auto leaf = leafAtCaret(true);
   if (!leaf) return std::nullopt;
   const auto found = range(*leaf->element, leaf->caret);

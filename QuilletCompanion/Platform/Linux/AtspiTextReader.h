@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "QuilletCompanion/Platform/Linux/AtspiBatch.h"
 #include "QuilletCompanion/Platform/Linux/AtspiElement.h"
 #include "QuilletCompanion/Platform/Linux/KeyTypist.h"
 
@@ -20,6 +21,8 @@ class AtspiTextReader {
   /// Absent for a password field.
   std::optional<std::string> value();
   std::optional<AXTextRange> selection();
+  /// Both at once.
+  FieldReading field();
   /// In the toolkit's own unit, of the innermost element that holds the caret.
   std::optional<KeyTypist::Observation> observation();
 
@@ -34,8 +37,23 @@ class AtspiTextReader {
     int caret = 0;
   };
 
-  /// Where no children share the text.
-  std::optional<AXTextRange> plainSelection();
+  /// Questions that are under way in a batch. What can be asked only once another answer is there is `guessed`.
+  struct ValueQuestion {
+    int guessed = 0;  ///< The number of characters; 0 if the text wasn't asked for.
+    AtspiBatch::Index role = 0, count = 0, text = 0;
+  };
+  struct CaretQuestion {
+    int guessed = 0;  ///< The caret; 0 if the text before it wasn't asked for.
+    AtspiBatch::Index caret = 0, selections = 0, text = 0;
+  };
+
+  ValueQuestion askValue(AtspiBatch& batch) const;
+  std::optional<std::string> valueFrom(const AtspiBatch& batch, const ValueQuestion& question);
+  CaretQuestion askCaret(AtspiBatch& batch, int guessed) const;
+  /// Where no children share the text. `value`, if known, is that text.
+  std::optional<AXTextRange> selectionFrom(const AtspiBatch& batch, const CaretQuestion& question,
+                                           const std::optional<std::string>& value);
+  std::optional<std::int64_t> utf16Units(Range range, const std::optional<std::string>& value);
   std::optional<int> count(const AtspiElement& element);
   std::optional<int> caret(const AtspiElement& element);
   /// Absent if it can't be told; empty at the caret without a selection.

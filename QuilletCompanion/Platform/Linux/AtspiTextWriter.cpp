@@ -22,7 +22,7 @@ class Writer {
     if (!mayCall()) return false;
     AtspiBatch batch(element_.accessible(), budget_.callLimit());
     const auto selections = batch.call("Text", "GetNSelections"), caret = batch.property("Text", "CaretOffset");
-    if (!summarize(element_.accessible(), element_.pid(), budget_).isEditable()) return false;
+    if (!statesOf(element_.accessible(), element_.pid(), budget_).isEditable()) return false;
     batch.wait();
     const bool selected = batch.number(selections).value_or(0) > 0;
     const auto start = selected ? clearSelection() : batch.number(caret);
