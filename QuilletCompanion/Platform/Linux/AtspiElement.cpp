@@ -82,7 +82,7 @@ bool AtspiSummary::isTextual() const {
 }
 
 bool AtspiSummary::isEditable() const {
-  return has(ATSPI_STATE_EDITABLE) && !has(ATSPI_STATE_READ_ONLY) &&
+  return has(ATSPI_STATE_EDITABLE) && !has(ATSPI_STATE_READ_ONLY) && !has(ATSPI_STATE_DEFUNCT) &&
          (has(ATSPI_STATE_ENABLED) || has(ATSPI_STATE_SENSITIVE));
 }
 
@@ -115,7 +115,7 @@ AtspiToolkit toolkitOf(const AtspiElement& element, CallBudget& budget) {
   const GRef<AtspiAccessible> application(atspi_accessible_get_application(element.accessible(), applicationError));
   if (!application || !budget.mayCall(element.pid())) return AtspiToolkit::unknown;
   const auto name = takeText(atspi_accessible_get_toolkit_name(application.get(), error));
-  if (!name || error.failed()) return AtspiToolkit::unknown;
+  if (!name || name->empty() || error.failed()) return AtspiToolkit::unknown;
   element.toolkit() = toolkitNamed(*name);
   return *element.toolkit();
 }

@@ -88,13 +88,12 @@ void FrontWindow::followActive() {
 
 /// One question to the server, whose answer comes after every event until now.
 bool FrontWindow::isUnchanged() const {
-  if (!current_) return false;
+  if (!current_ || !connection_.usable()) return false;
   XSync(connection_.get(), False);
   return connection_.usable() && XEventsQueued(connection_.get(), QueuedAlready) == 0;
 }
 
 std::optional<FrontWindow::Owner> FrontWindow::owner() {
-  if (!connection_.usable()) return std::nullopt;
   if (isUnchanged()) return last_;
   if (!connection_.usable()) return std::nullopt;
   auto found = look();
