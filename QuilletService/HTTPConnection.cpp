@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/HTTPConnection.h"
 
+#include "QuilletService/Watchdog.h"
 #include "QuilletService/WebSocketSession.h"
 
 namespace quillet {
@@ -12,11 +13,12 @@ namespace http = boost::beast::http;
 using asio::ip::tcp;
 using Parser = http::request_parser<http::string_body>;
 using Request = http::request<http::string_body>;
-using TLSStream = boost::asio::ssl::stream<beast::tcp_stream>;
+using TLSStream = asio::ssl::stream<tcp::socket>;
 
 constexpr std::uint32_t kHeaderLimit = 16 * 1024;
 constexpr std::uint64_t kLargestBody = 16'000'000;
 constexpr std::uint64_t kSmallBody = 4096;
+constexpr std::size_t kUsualRequest = 2048;
 constexpr std::size_t kDrainLimit = 4 << 20;
 constexpr std::chrono::seconds kDrainTime{2};
 
@@ -68,7 +70,12 @@ template <typename Stream>
 class HTTPConnection final : public ServerConnection {
  public:
   HTTPConnection(HTTPServer& server, Stream stream, ConnectionOrigin origin)
-      : server_(server), stream_(std::move(stream)), origin_(std::move(origin)), peer_(origin_.lease.address()) {
+      : server_(server),
+        stream_(std::move(stream)),
+        origin_(std::move(origin)),
+        peer_(origin_.lease.address()),
+        watchdog_(stream_.get_executor(), [this] { close(); }) {
+    buffer_.reserve(kUsualRequest);
     server_.add(*this);
   }
   ~HTTPConnection() override { server_.remove(*this); }
@@ -81,13 +88,13 @@ class HTTPConnection final : public ServerConnection {
 
   void finish() override {
     finishing_ = true;
-    if (waiting_) beast::get_lowest_layer(stream_).close();
+    if (waiting_) close();
   }
 
   void abort() override {
     finishing_ = true;
     if (const auto session = session_.lock()) return session->abort();
-    beast::get_lowest_layer(stream_).close();
+    close();
   }
 
  private:
@@ -111,9 +118,9 @@ class HTTPConnection final : public ServerConnection {
     }
     const Request request = parser.release();
     if (Router::isRelayPath(view(request.target()))) co_return co_await serveRelay(request);
-    const HTTPReply answer = co_await server_.router().handle(signedRequest(request, origin_.lease.address()));
+    HTTPReply answer = co_await server_.router().handle(signedRequest(request, origin_.lease.address()));
     if (origin_.proxied) origin_.lease = AddressLimiter::unlimited(peer_);
-    co_return co_await write(answer, request.keep_alive() && !finishing_);
+    co_return co_await write(std::move(answer), request.keep_alive() && !finishing_);
   }
 
   HTTPReply reply(ServiceError error) { return server_.router().refusal(std::make_exception_ptr(std::move(error))); }
@@ -137,10 +144,11 @@ class HTTPConnection final : public ServerConnection {
 
   Awaitable<boost::system::error_code> readHeader(Parser& parser) {
     boost::system::error_code error;
-    expire(std::exchange(first_, false) ? server_.limits().header : server_.limits().idle);
+    watchdog_.watch(std::exchange(first_, false) ? server_.limits().header : server_.limits().idle);
     waiting_ = true;
     co_await http::async_read_header(stream_, buffer_, parser, into(error));
     waiting_ = false;
+    watchdog_.rest();
     co_return error;
   }
 
@@ -149,20 +157,21 @@ class HTTPConnection final : public ServerConnection {
     if (parser.is_done()) co_return error;
     if (parser.content_length().value_or(0) > limit) co_return http::make_error_code(http::error::body_limit);
     parser.body_limit(limit);
-    expire(server_.limits().body);
+    watchdog_.watch(server_.limits().body);
     if (beast::iequals(parser.get()[http::field::expect], "100-continue")) {
       http::response<http::empty_body> more(http::status::continue_, 11);
       co_await http::async_write(stream_, more, into(error));
       if (error) co_return error;
     }
     co_await http::async_read(stream_, buffer_, parser, into(error));
+    watchdog_.rest();
     co_return error;
   }
 
   Awaitable<bool> serveRelay(const Request& request) {
     if (!beast::websocket::is_upgrade(request)) {
-      const HTTPReply answer = reply({426, "upgrade_required", "This path is a WebSocket."});
-      co_return co_await write(answer, request.keep_alive());
+      HTTPReply answer = reply({426, "upgrade_required", "This path is a WebSocket."});
+      co_return co_await write(std::move(answer), request.keep_alive());
     }
     std::optional<Device> device;
     std::exception_ptr refused;
@@ -172,11 +181,10 @@ class HTTPConnection final : public ServerConnection {
       refused = std::current_exception();
     }
     if (refused) {
-      const HTTPReply answer = server_.router().refusal(refused);
-      co_return co_await write(answer, false);
+      HTTPReply answer = server_.router().refusal(refused);
+      co_return co_await write(std::move(answer), false);
     }
     if (finishing_) co_return false;
-    beast::get_lowest_layer(stream_).expires_never();
     auto session = std::make_shared<WebSocketSession<Stream>>(std::move(stream_), server_.service(), *std::move(device),
                                                               server_.limits());
     upgraded_ = true;
@@ -185,24 +193,25 @@ class HTTPConnection final : public ServerConnection {
     co_return false;
   }
 
-  Awaitable<bool> write(const HTTPReply& answer, bool keepAlive) {
+  Awaitable<bool> write(HTTPReply answer, bool keepAlive) {
     http::response<http::string_body> response(static_cast<http::status>(answer.status), 11);
     response.set(http::field::content_type, "application/json");
     response.keep_alive(keepAlive);
-    response.body() = answer.body;
+    response.body() = std::move(answer.body);
     response.prepare_payload();
     boost::system::error_code error;
-    expire(server_.limits().body);
+    watchdog_.watch(server_.limits().body);
     co_await http::async_write(stream_, response, into(error));
+    watchdog_.rest();
     co_return keepAlive && !error;
   }
 
   /// Answers a request that wasn't read to its end, and takes what the client still sends, so that it sees the answer.
   Awaitable<void> refuse(HTTPReply answer) {
-    co_await write(answer, false);
+    co_await write(std::move(answer), false);
     boost::system::error_code error;
-    beast::get_lowest_layer(stream_).socket().shutdown(tcp::socket::shutdown_send, error);
-    expire(kDrainTime);
+    beast::get_lowest_layer(stream_).shutdown(tcp::socket::shutdown_send, error);
+    watchdog_.watch(kDrainTime);
     std::array<char, 16 * 1024> scrap;
     for (std::size_t drained = 0; !error && drained < kDrainLimit;) {
       drained += co_await stream_.async_read_some(asio::buffer(scrap), into(error));
@@ -212,7 +221,7 @@ class HTTPConnection final : public ServerConnection {
   Awaitable<bool> handshake() {
     boost::system::error_code error;
     if constexpr (std::is_same_v<Stream, TLSStream>) {
-      expire(server_.limits().header);
+      watchdog_.watch(server_.limits().header);
       waiting_ = true;
       co_await stream_.async_handshake(asio::ssl::stream_base::server, into(error));
       waiting_ = false;
@@ -224,18 +233,22 @@ class HTTPConnection final : public ServerConnection {
     if (upgraded_) co_return;
     boost::system::error_code error;
     if constexpr (std::is_same_v<Stream, TLSStream>) {
-      expire(kDrainTime);
+      watchdog_.watch(kDrainTime);
       co_await stream_.async_shutdown(into(error));
     }
-    beast::get_lowest_layer(stream_).socket().shutdown(tcp::socket::shutdown_both, error);
+    beast::get_lowest_layer(stream_).shutdown(tcp::socket::shutdown_both, error);
   }
 
-  void expire(std::chrono::milliseconds limit) { beast::get_lowest_layer(stream_).expires_after(limit); }
+  void close() {
+    boost::system::error_code ignored;
+    beast::get_lowest_layer(stream_).close(ignored);
+  }
 
   HTTPServer& server_;
   Stream stream_;
   ConnectionOrigin origin_;
   std::string peer_;
+  Watchdog watchdog_;
   beast::flat_buffer buffer_;
   std::weak_ptr<WebSocketSession<Stream>> session_;
   bool first_ = true, waiting_ = false, finishing_ = false, upgraded_ = false;
@@ -258,9 +271,8 @@ void start(HTTPServer& server, Stream stream, ConnectionOrigin origin) {
 }  // namespace
 
 void startConnection(HTTPServer& server, tcp::socket socket, ConnectionOrigin origin, asio::ssl::context* tls) {
-  beast::tcp_stream stream(std::move(socket));
-  if (tls == nullptr) return start(server, std::move(stream), std::move(origin));
-  start(server, TLSStream(std::move(stream), *tls), std::move(origin));
+  if (tls == nullptr) return start(server, std::move(socket), std::move(origin));
+  start(server, TLSStream(std::move(socket), *tls), std::move(origin));
 }
 
 }  // namespace quillet

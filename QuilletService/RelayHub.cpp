@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/RelayHub.h"
 
+#include <boost/asio/associated_cancellation_slot.hpp>
+#include <boost/asio/async_result.hpp>
+#include <boost/asio/execution/outstanding_work.hpp>
 #include <boost/asio/post.hpp>
-#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/prefer.hpp>
 #include <boost/asio/use_awaitable.hpp>
+#include <boost/container/small_vector.hpp>
 
 #include "QuilletKit/JSONCoding.h"
 
@@ -24,16 +28,44 @@ std::string deliveryKey(const DeliveryKey& key) {
 
 }  // namespace
 
-struct RelayHub::Waiter {
-  Waiter(const Executor& executor, std::string desktop)
-      : signal(executor, MonotonicTime::max()), macId(std::move(desktop)) {}
-  void open() { signal.expires_at(MonotonicTime::min()); }
-
-  boost::asio::steady_timer signal;
-  std::string macId;
-  std::optional<Envelope> envelope;
-  bool offline = false;
+/// A coroutine that waits, as what goes on with it. Owns it: destroyed instead of called, it takes the coroutine along.
+struct RelayHub::Sleeper {
+  using Resume = boost::asio::async_result<boost::asio::use_awaitable_t<>, void()>::handler_type;
+  Resume resume;
+  Executor work;  ///< Keeps the loop running meanwhile.
 };
+
+/// Those that go on. They do so at once rather than by way of the executor's queue, and may do anything then, so they
+/// are first taken from the lists.
+class RelayHub::Woken {
+ public:
+  void add(Waiter& waiter);
+  void run() {
+    for (Sleeper& sleeper : sleepers_) std::move(sleeper.resume)();
+  }
+
+ private:
+  boost::container::small_vector<Sleeper, 1> sleepers_;
+};
+
+struct RelayHub::Waiter {
+  std::string macId;
+  std::optional<Envelope> envelope{};
+  bool offline = false;
+  std::optional<Sleeper> sleeper{};
+};
+
+void RelayHub::Woken::add(Waiter& waiter) {
+  if (!waiter.sleeper) return;
+  sleepers_.push_back(*std::move(waiter.sleeper));
+  waiter.sleeper.reset();
+}
+
+RelayHub::~RelayHub() {
+  // Whoever still waits is gone with what it holds, and leaves the lists by that.
+  Woken abandoned;
+  for (auto& [deadline, waiter] : deadlines_) abandoned.add(*waiter);
+}
 
 void RelayHub::attach(const std::string& macId, RelaySocket& socket) {
   RelaySocket*& current = sockets_[macId];
@@ -45,11 +77,13 @@ bool RelayHub::detach(const std::string& macId, RelaySocket& socket) {
   const auto found = sockets_.find(macId);
   if (found == sockets_.end() || found->second != &socket) return false;
   sockets_.erase(found);
+  Woken woken;
   for (auto& [key, waiter] : prepares_) {
     if (waiter->macId != macId) continue;
     waiter->offline = true;
-    waiter->open();
+    woken.add(*waiter);
   }
+  woken.run();
   return true;
 }
 
@@ -68,9 +102,10 @@ void RelayHub::disconnect(const std::string& macId, int closeCode) {
 void RelayHub::shutDown() {
   shutDown_ = true;
   for (auto& [macId, socket] : sockets_) socket->close(kGoingAwayCloseCode);
-  for (auto& [key, waiter] : prepares_) waiter->open();
-  for (auto& [key, waiter] : deliveries_) waiter->open();
   timekeeper_.cancel();
+  Woken woken;
+  for (auto& [deadline, waiter] : deadlines_) woken.add(*waiter);
+  woken.run();
 }
 
 Awaitable<PrepareOutcome> RelayHub::prepare(std::string macId, std::string phoneId, PrepareRelayRequest request,
@@ -89,41 +124,48 @@ Awaitable<PrepareOutcome> RelayHub::prepare(std::string macId, std::string phone
   if (!send(macId, RelayServer::Prepare{request.requestId, phoneId, std::move(request.envelope)})) {
     co_return PrepareFailure::offline;
   }
-  Waiter waiter(executor_, macId);
+  Waiter waiter{.macId = macId};
   co_await wait(prepares_, key, waiter, limit);
   if (waiter.envelope) co_return *std::move(waiter.envelope);
   co_return waiter.offline || shutDown_ ? PrepareFailure::offline : PrepareFailure::timedOut;
 }
 
-void RelayHub::answerPrepare(const std::string& macId, const RelayClient::PrepareResult& answer) {
+void RelayHub::answerPrepare(const std::string& macId, RelayClient::PrepareResult answer) {
+  Woken woken;
   const auto [first, last] = prepares_.equal_range(prepareKey(macId, answer.to, answer.requestId));
   for (auto waiting = first; waiting != last; ++waiting) {
-    waiting->second->envelope = answer.envelope;
-    waiting->second->open();
+    Waiter& waiter = *waiting->second;
+    if (std::next(waiting) == last) {
+      waiter.envelope = std::move(answer.envelope);
+    } else {
+      waiter.envelope = answer.envelope;
+    }
+    woken.add(waiter);
   }
+  woken.run();
 }
 
 Awaitable<void> RelayHub::waitForDelivery(DeliveryKey key, Duration limit) {
-  Waiter waiter(executor_, key.macId);
+  Waiter waiter{.macId = key.macId};
   co_await wait(deliveries_, deliveryKey(key), waiter, limit);
 }
 
 void RelayHub::deliveryChanged(const DeliveryKey& key) {
-  wake(deliveries_, deliveryKey(key));
+  Woken woken;
+  const auto [first, last] = deliveries_.equal_range(deliveryKey(key));
+  for (auto waiting = first; waiting != last; ++waiting) woken.add(*waiting->second);
+  woken.run();
 }
 
 void RelayHub::pairEnded(const std::string& macId, const std::string& phoneId) {
   const std::string start = prepareKey(macId, phoneId, "");
+  Woken woken;
   for (Waiters* waiters : {&prepares_, &deliveries_}) {
     for (auto& [key, waiter] : *waiters) {
-      if (key.starts_with(start)) waiter->open();
+      if (key.starts_with(start)) woken.add(*waiter);
     }
   }
-}
-
-void RelayHub::wake(Waiters& waiters, const std::string& key) {
-  const auto [first, last] = waiters.equal_range(key);
-  for (auto waiting = first; waiting != last; ++waiting) waiting->second->open();
+  woken.run();
 }
 
 /// One entry in the lists of who waits.
@@ -149,8 +191,22 @@ struct RelayHub::Registration {
 Awaitable<void> RelayHub::wait(Waiters& waiters, std::string key, Waiter& waiter, Duration limit) {
   if (shutDown_) co_return;
   const Registration registration(*this, waiters, std::move(key), waiter, time_.monotonic() + limit);
-  boost::system::error_code opened;
-  co_await waiter.signal.async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, opened));
+  co_await boost::asio::async_initiate<const boost::asio::use_awaitable_t<>, void()>(
+      [this, &waiter](auto resume) {
+        if (auto slot = boost::asio::get_associated_cancellation_slot(resume); slot.is_connected()) {
+          slot.assign([this, &waiter](boost::asio::cancellation_type) { cancel(waiter); });
+        }
+        waiter.sleeper.emplace(Sleeper{
+            std::move(resume), boost::asio::prefer(executor_, boost::asio::execution::outstanding_work.tracked)});
+      },
+      boost::asio::use_awaitable);
+}
+
+void RelayHub::cancel(Waiter& waiter) {
+  if (!waiter.sleeper) return;
+  // Not at once: what cancels may be in the midst of its own destruction.
+  boost::asio::post(
+      executor_, [sleeper = *std::exchange(waiter.sleeper, std::nullopt)]() mutable { std::move(sleeper.resume)(); });
 }
 
 RelayHub::Deadlines::iterator RelayHub::addDeadline(MonotonicTime deadline, Waiter& waiter) {
@@ -168,10 +224,9 @@ Awaitable<void> RelayHub::keepTime() {
     co_await time_.sleep(nextLook_ - time_.monotonic());
     if (isCancelled(co_await boost::asio::this_coro::cancellation_state)) co_return;
     const MonotonicTime now = time_.monotonic();
-    for (auto due = deadlines_.begin(); due != deadlines_.end() && due->first <= now; ++due) due->second->open();
-    // Who was woken leaves the list when it runs, which is before this goes on.
-    co_await boost::asio::post(executor_, boost::asio::use_awaitable);
-    if (isCancelled(co_await boost::asio::this_coro::cancellation_state)) co_return;
+    Woken woken;
+    for (auto due = deadlines_.begin(); due != deadlines_.end() && due->first <= now; ++due) woken.add(*due->second);
+    woken.run();
   }
   nextLook_ = MonotonicTime::max();
 }

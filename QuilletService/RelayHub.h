@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <boost/asio/steady_timer.hpp>
 #include <map>
 #include <optional>
 #include <string>
@@ -32,6 +31,9 @@ class RelayHub {
  public:
   RelayHub(Executor executor, TimeSource time)
       : executor_(std::move(executor)), time_(std::move(time)), timekeeper_(executor_) {}
+  ~RelayHub();
+  RelayHub(const RelayHub&) = delete;
+  RelayHub& operator=(const RelayHub&) = delete;
 
   /// Makes this the desktop's socket; an older one is closed. The socket is referenced until `detach`.
   void attach(const std::string& macId, RelaySocket& socket);
@@ -48,7 +50,7 @@ class RelayHub {
   Awaitable<PrepareOutcome> prepare(std::string macId, std::string phoneId, PrepareRelayRequest request,
                                     Duration limit);
   /// The desktop's answer; goes to whoever waits for it, if anyone still does.
-  void answerPrepare(const std::string& macId, const RelayClient::PrepareResult& answer);
+  void answerPrepare(const std::string& macId, RelayClient::PrepareResult answer);
 
   /// Returns when `deliveryChanged` is called for the key, or after the limit.
   Awaitable<void> waitForDelivery(DeliveryKey key, Duration limit);
@@ -59,12 +61,14 @@ class RelayHub {
   std::size_t online() const { return sockets_.size(); }
 
  private:
+  struct Sleeper;
   struct Waiter;
+  class Woken;
   struct Registration;
   using Waiters = std::unordered_multimap<std::string, Waiter*>;
   using Deadlines = std::multimap<MonotonicTime, Waiter*>;
   Awaitable<void> wait(Waiters& waiters, std::string key, Waiter& waiter, Duration limit);
-  static void wake(Waiters& waiters, const std::string& key);
+  void cancel(Waiter& waiter);
   Deadlines::iterator addDeadline(MonotonicTime deadline, Waiter& waiter);
   Awaitable<void> keepTime();
 

@@ -131,7 +131,7 @@ void RelayService::handleFrame(const std::string& macId, std::string_view frame)
 
 void RelayService::handle(const std::string& macId, RelayClient::PrepareResult answer) {
   if (!Validation::fitsRoute(answer.envelope, EnvelopePurpose::prepareResult, macId, answer.to)) return;
-  hub_.answerPrepare(macId, answer);
+  hub_.answerPrepare(macId, std::move(answer));
 }
 
 void RelayService::handle(const std::string& macId, RelayClient::Received received) {

@@ -60,7 +60,8 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
 
   void abort() {
     closing_ = true;
-    boost::beast::get_lowest_layer(socket_).close();
+    boost::system::error_code ignored;
+    boost::beast::get_lowest_layer(socket_).close(ignored);
   }
 
  private:
