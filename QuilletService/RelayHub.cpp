@@ -28,7 +28,8 @@ std::string deliveryKey(const DeliveryKey& key) {
 
 }  // namespace
 
-/// A coroutine that waits, as what goes on with it. Owns it: destroyed instead of called, it takes the coroutine along.
+/// A coroutine that waits, as what goes on with it. Owns it: destroyed instead of called, it takes the coroutine along,
+/// when the executor comes to it.
 struct RelayHub::Sleeper {
   using Resume = boost::asio::async_result<boost::asio::use_awaitable_t<>, void()>::handler_type;
   Resume resume;
@@ -52,6 +53,7 @@ struct RelayHub::Waiter {
   std::string macId;
   std::optional<Envelope> envelope{};
   bool offline = false;
+  bool orphaned = false;  ///< The hub is gone.
   std::optional<Sleeper> sleeper{};
 };
 
@@ -62,9 +64,12 @@ void RelayHub::Woken::add(Waiter& waiter) {
 }
 
 RelayHub::~RelayHub() {
-  // Whoever still waits is gone with what it holds, and leaves the lists by that.
+  // Whoever still waits never goes on.
   Woken abandoned;
-  for (auto& [deadline, waiter] : deadlines_) abandoned.add(*waiter);
+  for (auto& [deadline, waiter] : deadlines_) {
+    waiter->orphaned = true;
+    abandoned.add(*waiter);
+  }
 }
 
 void RelayHub::attach(const std::string& macId, RelaySocket& socket) {
@@ -111,20 +116,22 @@ void RelayHub::shutDown() {
 Awaitable<PrepareOutcome> RelayHub::prepare(std::string macId, std::string phoneId, PrepareRelayRequest request,
                                             Duration limit) {
   if (prepareCounts_[macId] >= kPreparesPerDesktop) co_return PrepareFailure::tooMany;
+  Waiter waiter{.macId = macId};
   struct Count {
     RelayHub& hub;
-    const std::string& macId;
-    Count(RelayHub& owner, const std::string& mac) : hub(owner), macId(mac) { ++hub.prepareCounts_[macId]; }
+    const Waiter& waiter;
+    Count(RelayHub& owner, const Waiter& counted) : hub(owner), waiter(counted) { ++hub.prepareCounts_[waiter.macId]; }
     ~Count() {
-      if (--hub.prepareCounts_[macId] == 0) hub.prepareCounts_.erase(macId);
+      if (waiter.orphaned) return;
+      const auto count = hub.prepareCounts_.find(waiter.macId);
+      if (--count->second == 0) hub.prepareCounts_.erase(count);
     }
-  } const count(*this, macId);
+  } const count(*this, waiter);
 
   const std::string key = prepareKey(macId, phoneId, request.requestId);
   if (!send(macId, RelayServer::Prepare{request.requestId, phoneId, std::move(request.envelope)})) {
     co_return PrepareFailure::offline;
   }
-  Waiter waiter{.macId = macId};
   co_await wait(prepares_, key, waiter, limit);
   if (waiter.envelope) co_return *std::move(waiter.envelope);
   co_return waiter.offline || shutDown_ ? PrepareFailure::offline : PrepareFailure::timedOut;
@@ -170,12 +177,14 @@ void RelayHub::pairEnded(const std::string& macId, const std::string& phoneId) {
 
 /// One entry in the lists of who waits.
 struct RelayHub::Registration {
-  Registration(RelayHub& owner, Waiters& waiters, std::string key, Waiter& waiter, MonotonicTime deadline)
+  Registration(RelayHub& owner, Waiters& waiters, std::string key, Waiter& registered, MonotonicTime deadline)
       : hub(owner),
         list(waiters),
+        waiter(registered),
         position(list.emplace(std::move(key), &waiter)),
         timed(hub.addDeadline(deadline, waiter)) {}
   ~Registration() {
+    if (waiter.orphaned) return;
     list.erase(position);
     hub.deadlines_.erase(timed);
   }
@@ -184,6 +193,7 @@ struct RelayHub::Registration {
 
   RelayHub& hub;
   Waiters& list;
+  Waiter& waiter;
   Waiters::iterator position;
   Deadlines::iterator timed;
 };

@@ -288,5 +288,55 @@ TEST_F(RelayServiceTest, DeletingADeviceEndsItsPairsAndItsSocket) {
   EXPECT_TRUE(socket.closedWith);
 }
 
+/// One who waits for a delivery, and what it left behind.
+struct Waiting {
+  Waiting(VirtualTime& time, RelayHub& hub) : task(time.executor()) {
+    task.start([this, &hub, held = alive](Task::Token) -> Awaitable<void> {
+      co_await hub.waitForDelivery({"mac", "phone", "u"}, 20s);
+      ++ended;
+      if (then) then();
+    });
+    time.run();
+  }
+  bool gone() const { return alive.use_count() == 1; }
+
+  std::shared_ptr<int> alive = std::make_shared<int>();
+  int ended = 0;
+  std::function<void()> then;
+  Task task;
+};
+
+TEST(RelayHubTest, WhoWaitsMayBeCancelledAtAnyMoment) {
+  VirtualTime time;
+  RelayHub hub(time.executor(), time.source());
+  Waiting early(time, hub), first(time, hub), second(time, hub);
+  early.task.cancel();
+  time.run();
+  EXPECT_TRUE(early.gone());
+  EXPECT_EQ(hub.waiting(), 2U);
+
+  // Whichever goes on first ends the other, which has been woken with it.
+  first.then = [&] { second.task.cancel(); };
+  second.then = [&] { first.task.cancel(); };
+  hub.deliveryChanged({"mac", "phone", "u"});
+  time.run();
+  EXPECT_TRUE(first.gone() && second.gone());
+  EXPECT_GE(first.ended + second.ended, 1);
+  EXPECT_EQ(hub.waiting(), 0U);
+  hub.shutDown();
+  time.run();
+}
+
+TEST(RelayHubTest, WhoStillWaitsGoesWithTheHub) {
+  VirtualTime time;
+  auto hub = std::make_unique<RelayHub>(time.executor(), time.source());
+  Waiting waiting(time, *hub), another(time, *hub);
+  EXPECT_FALSE(waiting.gone());
+  hub.reset();
+  time.run();
+  EXPECT_TRUE(waiting.gone() && another.gone());
+  EXPECT_EQ(waiting.ended, 0);
+}
+
 }  // namespace
 }  // namespace quillet::test
