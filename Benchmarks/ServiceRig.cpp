@@ -153,7 +153,7 @@ Awaitable<void> Clients::callOne(std::size_t i, int each, std::vector<double>& s
 }
 
 struct BareRelay::State {
-  std::optional<Crypto::Key> key;
+  std::unordered_map<std::string, Crypto::Key> keys;
   tcp::acceptor acceptor;
   /// The one desktop of a bare relay, and who waits for its next frame.
   std::deque<std::unique_ptr<WebSocket>> desktops{};
@@ -182,7 +182,7 @@ struct BareRelay::State {
     WebSocket& desktop = *desktops.at(phones++ % desktops.size());
     beast::flat_buffer frame;
     for (;;) {
-      if (key) verify(request);
+      if (!keys.empty()) verify(request);
       co_await desktop.async_write(asio::buffer(request.body()), kAwait);
       co_await desktop.async_read(frame, kAwait);
       http::response<http::string_body> response(http::status::ok, 11);
@@ -201,12 +201,13 @@ struct BareRelay::State {
     const std::string canonical =
         RequestSigner::canonicalString(request.method_string(), request.target(), std::stoll(header("X-QLT-Timestamp")),
                                        header("X-QLT-Nonce"), bytesOf(request.body()));
-    if (!Crypto::verify(*key, bytesOf(canonical), *signature)) throw std::runtime_error("bad signature");
+    if (!Crypto::verify(keys.at(header("X-QLT-Device")), bytesOf(canonical), *signature))
+      throw std::runtime_error("bad signature");
   }
 };
 
-BareRelay::BareRelay(std::optional<Crypto::Key> key)
-    : state_(new State{std::move(key), tcp::acceptor(loop.context, {asio::ip::address_v4::loopback(), 0})}) {
+BareRelay::BareRelay(std::unordered_map<std::string, Crypto::Key> keys)
+    : state_(new State{std::move(keys), tcp::acceptor(loop.context, {asio::ip::address_v4::loopback(), 0})}) {
   endpoint = state_->acceptor.local_endpoint();
   asio::co_spawn(loop.context, state_->accept(), asio::detached);
 }

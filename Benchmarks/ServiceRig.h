@@ -18,6 +18,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <unordered_map>
 #include <vector>
 
 #include "QuilletKit/Envelope.h"
@@ -146,11 +147,11 @@ class Clients {
   std::deque<tcp::socket> sockets_;
 };
 
-/// What one answered prepare costs a bare server: HTTP in, a frame out and back, HTTP out. With `key`, each request's
-/// signature is verified once.
+/// What one answered prepare costs a bare server: HTTP in, a frame out and back, HTTP out. A request of a device
+/// that `keys` holds, by id, has its signature verified once.
 class BareRelay {
  public:
-  explicit BareRelay(std::optional<Crypto::Key> key);
+  explicit BareRelay(std::unordered_map<std::string, Crypto::Key> keys = {});
   ~BareRelay();
   LoopThread loop;
   tcp::endpoint endpoint;

@@ -68,6 +68,7 @@ RelayHub::~RelayHub() {
   Woken abandoned;
   for (auto& [deadline, waiter] : deadlines_) {
     waiter->orphaned = true;
+    if (waiter->sleeper) boost::asio::get_associated_cancellation_slot(waiter->sleeper->resume).clear();
     abandoned.add(*waiter);
   }
 }
@@ -134,7 +135,7 @@ Awaitable<PrepareOutcome> RelayHub::prepare(std::string macId, std::string phone
   }
   co_await wait(prepares_, key, waiter, limit);
   if (waiter.envelope) co_return *std::move(waiter.envelope);
-  co_return waiter.offline || shutDown_ ? PrepareFailure::offline : PrepareFailure::timedOut;
+  co_return waiter.offline || waiter.orphaned || shutDown_ ? PrepareFailure::offline : PrepareFailure::timedOut;
 }
 
 void RelayHub::answerPrepare(const std::string& macId, RelayClient::PrepareResult answer) {
