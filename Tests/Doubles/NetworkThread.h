@@ -59,7 +59,8 @@ class MainThread {
       result = std::move(value);
       finished = true;
     });
-    if (!runUntil([&] { return finished; }, std::chrono::seconds(90))) throw std::logic_error("an awaited operation didn't end");
+    if (!runUntil([&] { return finished; }, std::chrono::seconds(90)))
+      throw std::logic_error("an awaited operation didn't end");
     if (error) std::rethrow_exception(error);
     return std::move(*result);
   }
