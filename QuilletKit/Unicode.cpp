@@ -149,6 +149,19 @@ std::optional<std::string> toUTF8(std::u16string_view utf16) {
   return bytes;
 }
 
+std::optional<std::u32string> toUTF32(std::u16string_view utf16) {
+  std::u32string scalars;
+  scalars.reserve(utf16.size());
+  const std::int32_t end = lengthOf(utf16.size());
+  for (std::int32_t position = 0; position < end;) {
+    UChar32 scalar = 0;
+    U16_NEXT(utf16.data(), position, end, scalar);
+    if (U_IS_SURROGATE(scalar)) return std::nullopt;
+    scalars.push_back(static_cast<char32_t>(scalar));
+  }
+  return scalars;
+}
+
 bool isValidUTF8(std::string_view text) {
   return utf16Length(text).has_value();
 }

@@ -15,6 +15,8 @@ namespace quillet::Unicode {
 std::optional<std::u16string> toUTF16(std::string_view utf8);
 /// Absent for a lone surrogate.
 std::optional<std::string> toUTF8(std::u16string_view utf16);
+/// Absent for a lone surrogate.
+std::optional<std::u32string> toUTF32(std::u16string_view utf16);
 bool isValidUTF8(std::string_view text);
 
 /// The length in UTF-16 units; absent for ill-formed UTF-8.

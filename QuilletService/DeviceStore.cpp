@@ -50,7 +50,6 @@ DeviceStore::DeviceStore(Database& database)
       selectPairs_(database.prepare("SELECT mac_id, phone_id, paired_at FROM pairs WHERE mac_id=?1 OR phone_id=?1 "
                                     "ORDER BY paired_at, mac_id, phone_id")),
       insertFeedback_(database.prepare("INSERT INTO feedback(device_id, at, body) VALUES(?,?,?)")),
-      countFeedback_(database.prepare("SELECT count(*) FROM feedback")),
       countDevices_(database.prepare("SELECT count(*) FROM devices WHERE revoked_at IS NULL")),
       countPairs_(database.prepare("SELECT count(*) FROM pairs")) {}
 

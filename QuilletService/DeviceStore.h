@@ -55,7 +55,6 @@ class DeviceStore {
   std::vector<Pair> pairsOf(const std::string& deviceId);
 
   void addFeedback(const std::string& deviceId, std::int64_t at, const std::string& body);
-  std::int64_t feedbackCount() { return number(countFeedback_); }
   /// Those that aren't revoked.
   std::int64_t count() { return number(countDevices_); }
   std::int64_t pairCount() { return number(countPairs_); }
@@ -67,8 +66,7 @@ class DeviceStore {
   std::unordered_map<std::string, Device> recent_;
   std::unordered_set<std::string> recentPairs_;
   Statement selectDevice_, saveDevice_, renameDevice_, seeDevice_, revokeDevice_;
-  Statement insertPair_, deletePair_, selectPair_, selectPairs_, insertFeedback_, countFeedback_, countDevices_,
-      countPairs_;
+  Statement insertPair_, deletePair_, selectPair_, selectPairs_, insertFeedback_, countDevices_, countPairs_;
 };
 
 }  // namespace quillet

@@ -46,14 +46,7 @@ double cpuSeconds(pid_t pid) {
 }
 
 std::u32string characters(std::string_view text) {
-  std::u32string found;
-  const auto units = Unicode::toUTF16(text).value_or(u"");
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    const bool pair = units[i] >= 0xd800 && units[i] < 0xdc00 && i + 1 < units.size();
-    found += pair ? 0x10000 + ((units[i] - 0xd800) << 10) + (units[i + 1] - 0xdc00) : units[i];
-    if (pair) ++i;
-  }
-  return found;
+  return Unicode::toUTF32(Unicode::toUTF16(text).value_or(u"")).value_or(U"");
 }
 
 std::string repeated(std::string_view pattern) {

@@ -21,8 +21,11 @@ TEST(Unicode, ConvertsBothWaysAndRefusesIllFormedText) {
     EXPECT_FALSE(Unicode::toUTF16(bad)) << bad.size();
     EXPECT_FALSE(Unicode::isValidUTF8(bad));
   }
-  EXPECT_FALSE(Unicode::toUTF8(u"a\xD83D"));
-  EXPECT_FALSE(Unicode::toUTF8(u"\xDE00z"));
+  EXPECT_EQ(Unicode::toUTF32(u"\u00E9\xD83D\xDE00z"), U"\u00E9\U0001F600z");
+  for (const std::u16string_view lone : {u"a\xD83D", u"\xDE00z", u"\xD83D\xD83D\xDE00"}) {
+    EXPECT_FALSE(Unicode::toUTF8(lone));
+    EXPECT_FALSE(Unicode::toUTF32(lone));
+  }
 }
 
 TEST(Unicode, CountsGraphemeClusters) {

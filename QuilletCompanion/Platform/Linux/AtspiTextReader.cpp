@@ -91,7 +91,7 @@ std::optional<AXTextRange> AtspiTextReader::selectionFrom(const AtspiBatch& batc
   if (!caret || *caret < 0) return std::nullopt;
   element_->guess().caret = *caret;
   const bool selected = batch.number(question.selections).value_or(0) > 0;
-  const auto found = selected ? range(*element_, *caret) : Range{*caret, *caret};
+  const auto found = selected ? firstSelection(*element_, *caret) : Range{*caret, *caret};
   if (!found) return std::nullopt;
   const bool guessed = question.guessed > 0 && question.guessed == found->start;
   const auto before = guessed ? batch.text(question.text) : std::nullopt;
@@ -161,6 +161,10 @@ std::optional<AtspiTextReader::Range> AtspiTextReader::range(const AtspiElement&
   GErrorSlot countError;
   // Asked for a selection that doesn't exist, some toolkits fail in ways of their own.
   if (atspi_text_get_n_selections(element.text(), countError) <= 0) return Range{caretOffset, caretOffset};
+  return firstSelection(element, caretOffset);
+}
+
+std::optional<AtspiTextReader::Range> AtspiTextReader::firstSelection(const AtspiElement& element, int caretOffset) {
   if (!budget_.mayCall(element.pid())) return std::nullopt;
   GErrorSlot error;
   const std::unique_ptr<AtspiRange, decltype(&g_free)> found(atspi_text_get_selection(element.text(), 0, error),

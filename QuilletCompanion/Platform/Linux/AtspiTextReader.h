@@ -58,6 +58,8 @@ class AtspiTextReader {
   std::optional<int> caret(const AtspiElement& element);
   /// Absent if it can't be told; empty at the caret without a selection.
   std::optional<Range> range(const AtspiElement& element, int caretOffset);
+  /// Where there is one.
+  std::optional<Range> firstSelection(const AtspiElement& element, int caretOffset);
   std::optional<std::string> slice(const AtspiElement& element, int start, int end);
   std::string clean(std::string text) const;
   std::optional<Leaf> leafAtCaret(bool measure);

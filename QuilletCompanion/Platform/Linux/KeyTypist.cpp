@@ -10,6 +10,7 @@
 #include "QuilletCompanion/Platform/Linux/ArrivalCheck.h"
 #include "QuilletCompanion/Platform/Linux/KeymapPlan.h"
 #include "QuilletCompanion/Platform/Linux/X11Keyboard.h"
+#include "QuilletKit/Unicode.h"
 
 namespace quillet {
 namespace {
@@ -31,25 +32,11 @@ constexpr Duration reserve = 100ms;
 constexpr Duration farewell = 60ms;
 constexpr Duration idleBeforeRestore = 5s;
 
-bool isControl(char32_t c) {
-  return c < 0x20 || (c >= 0x7f && c <= 0x9f) || c == 0x2028 || c == 0x2029;
-}
-
 /// Absent for what can't be typed.
 std::optional<std::u32string> typeable(std::u16string_view units) {
   if (units.empty() || units.size() > unitLimit) return std::nullopt;
-  std::u32string characters;
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    char32_t c = units[i];
-    const bool high = c >= 0xd800 && c <= 0xdbff;
-    if (high && i + 1 < units.size() && units[i + 1] >= 0xdc00 && units[i + 1] <= 0xdfff) {
-      c = 0x10000 + ((c - 0xd800) << 10) + (units[++i] - 0xdc00);
-    } else if (high || (c >= 0xdc00 && c <= 0xdfff)) {
-      return std::nullopt;
-    }
-    if (isControl(c)) return std::nullopt;
-    characters.push_back(c);
-  }
+  auto characters = Unicode::toUTF32(units);
+  if (characters && std::ranges::any_of(*characters, Unicode::isControl)) return std::nullopt;
   return characters;
 }
 
