@@ -62,14 +62,15 @@ void socketLeg(Table& table) {
 
   Device sender{.id = phone.peer.deviceId, .platform = DevicePlatform::ios};
   std::vector<double> times, floorTimes;
-  const auto batch = [](LoopThread& loop, auto call, std::vector<double>& samples) {
+  const auto batch = [&](LoopThread& loop, auto call, std::vector<double>& samples) {
     std::promise<void> done;
     asio::co_spawn(
         loop.context,
         [&]() -> Awaitable<void> {
           for (int i = 0; i < kCallsPerRound; ++i) {
+            PrepareRelayRequest request = exchange.request;
             const auto start = SteadyClock::now();
-            co_await call();
+            co_await call(request);
             samples.push_back(microsecondsSince(start));
           }
         },
@@ -80,11 +81,13 @@ void socketLeg(Table& table) {
   for (int round = 0; round < kRounds; ++round) {
     batch(
         ours.loop,
-        [&]() -> Awaitable<void> { co_await ours.service->relay.prepare(sender, mac.peer.deviceId, exchange.request); },
+        [&](PrepareRelayRequest& request) -> Awaitable<void> {
+          co_await ours.service->relay.prepare(sender, mac.peer.deviceId, std::move(request));
+        },
         times);
     batch(
         bare,
-        [&]() -> Awaitable<void> {
+        [&](PrepareRelayRequest&) -> Awaitable<void> {
           co_await floor->async_write(asio::buffer(exchange.frame), kAwait);
           co_await floor->async_read(buffer, kAwait);
           buffer.consume(buffer.size());

@@ -249,9 +249,12 @@ void readValue(const JSONReader& reader, T& value) {
 
 template <typename T>
 std::string encode(const T& value) {
+  constexpr std::size_t kUsualSize = 2048;  // holds a sealed frame
   std::string out;
+  out.reserve(kUsualSize);
   JSONWriter writer(out);
   writeValue(writer, value);
+  if (out.size() < kUsualSize / 2) out.shrink_to_fit();  // what is kept shouldn't waste
   return out;
 }
 

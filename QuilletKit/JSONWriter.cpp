@@ -20,10 +20,10 @@ std::size_t plainLength(std::string_view text, std::size_t from) {
   constexpr std::size_t kBlock = 32;
   std::size_t at = from;
   for (; at + kBlock <= text.size(); at += kBlock) {
-    unsigned special = 0;
+    unsigned char special = 0;  // as wide as the bytes, so that a block is a few vector operations
     for (std::size_t i = 0; i < kBlock; ++i) {
       const auto c = static_cast<signed char>(text[at + i]);
-      special |= static_cast<unsigned>(c < 0x20) | static_cast<unsigned>(c == '"') | static_cast<unsigned>(c == '\\');
+      special |= static_cast<unsigned char>((c < 0x20) | (c == '"') | (c == '\\'));
     }
     if (special != 0) break;
   }

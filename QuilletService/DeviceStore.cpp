@@ -11,7 +11,9 @@ constexpr std::size_t kRecentDevices = 10'000;
 constexpr std::size_t kRecentPairs = 10'000;
 
 std::string pairKey(const std::string& macId, const std::string& phoneId) {
-  return macId + '|' + phoneId;
+  std::string key;
+  key.reserve(macId.size() + 1 + phoneId.size());
+  return key.append(macId).append(1, '|').append(phoneId);
 }
 
 Device readDevice(const Query& row, const std::string& id) {

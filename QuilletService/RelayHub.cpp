@@ -3,9 +3,7 @@
 
 #include <boost/asio/associated_cancellation_slot.hpp>
 #include <boost/asio/async_result.hpp>
-#include <boost/asio/execution/outstanding_work.hpp>
 #include <boost/asio/post.hpp>
-#include <boost/asio/prefer.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/container/small_vector.hpp>
 
@@ -16,25 +14,17 @@ namespace {
 
 constexpr int kReplacedCloseCode = 1000;
 constexpr int kGoingAwayCloseCode = 1001;
-constexpr int kPreparesPerDesktop = 64;
-
-std::string prepareKey(const std::string& macId, const std::string& phoneId, const std::string& requestId) {
-  return macId + '|' + phoneId + '|' + requestId;
-}
+constexpr std::size_t kPreparesPerDesktop = 64;
 
 std::string deliveryKey(const DeliveryKey& key) {
-  return prepareKey(key.macId, key.phoneId, key.utteranceId);
+  return key.macId + '|' + key.phoneId + '|' + key.utteranceId;
 }
 
-}  // namespace
-
 /// A coroutine that waits, as what goes on with it. Owns it: destroyed instead of called, it takes the coroutine along,
-/// when the executor comes to it.
-struct RelayHub::Sleeper {
-  using Resume = boost::asio::async_result<boost::asio::use_awaitable_t<>, void()>::handler_type;
-  Resume resume;
-  Executor work;  ///< Keeps the loop running meanwhile.
-};
+/// when the executor comes to it. What keeps the loop running meanwhile is the timekeeper.
+using Sleeper = boost::asio::async_result<boost::asio::use_awaitable_t<>, void()>::handler_type;
+
+}  // namespace
 
 /// Those that go on. They do so at once rather than by way of the executor's queue, and may do anything then, so they
 /// are first taken from the lists.
@@ -42,19 +32,52 @@ class RelayHub::Woken {
  public:
   void add(Waiter& waiter);
   void run() {
-    for (Sleeper& sleeper : sleepers_) std::move(sleeper.resume)();
+    for (Sleeper& sleeper : sleepers_) std::move(sleeper)();
   }
 
  private:
   boost::container::small_vector<Sleeper, 1> sleepers_;
 };
 
+/// Someone who waits, until a time at the latest.
 struct RelayHub::Waiter {
-  std::string macId;
-  std::optional<Envelope> envelope{};
-  bool offline = false;
+  Waiter(RelayHub& owner, Duration limit) : hub(owner), timed(hub.addDeadline(hub.time_.monotonic() + limit, *this)) {}
+  ~Waiter() {
+    if (!orphaned) hub.deadlines_.erase(timed);
+  }
+  Waiter(const Waiter&) = delete;
+  Waiter& operator=(const Waiter&) = delete;
+
+  RelayHub& hub;
+  Deadlines::iterator timed;
   bool orphaned = false;  ///< The hub is gone.
   std::optional<Sleeper> sleeper{};
+};
+
+/// Stands in its desktop's list as long as it lives, or until the desktop is gone.
+struct RelayHub::PendingPrepare : Waiter {
+  PendingPrepare(RelayHub& owner, Duration limit, const std::string& mac, const RelayServer::Prepare& message)
+      : Waiter(owner, limit), macId(mac), sent(message) {
+    hub.desks_.find(macId)->second.prepares.push_back(this);
+  }
+  ~PendingPrepare() {
+    if (!orphaned && !offline) std::erase(hub.desks_.find(macId)->second.prepares, this);
+  }
+
+  const std::string& macId;
+  const RelayServer::Prepare& sent;
+  std::optional<Envelope> envelope{};
+  bool offline = false;
+};
+
+struct RelayHub::PendingDelivery : Waiter {
+  PendingDelivery(RelayHub& owner, Duration limit, const DeliveryKey& key)
+      : Waiter(owner, limit), listed(hub.deliveries_.emplace(deliveryKey(key), this)) {}
+  ~PendingDelivery() {
+    if (!orphaned) hub.deliveries_.erase(listed);
+  }
+
+  std::unordered_multimap<std::string, Waiter*>::iterator listed;
 };
 
 void RelayHub::Woken::add(Waiter& waiter) {
@@ -68,94 +91,84 @@ RelayHub::~RelayHub() {
   Woken abandoned;
   for (auto& [deadline, waiter] : deadlines_) {
     waiter->orphaned = true;
-    if (waiter->sleeper) boost::asio::get_associated_cancellation_slot(waiter->sleeper->resume).clear();
+    if (waiter->sleeper) boost::asio::get_associated_cancellation_slot(*waiter->sleeper).clear();
     abandoned.add(*waiter);
   }
 }
 
 void RelayHub::attach(const std::string& macId, RelaySocket& socket) {
-  RelaySocket*& current = sockets_[macId];
-  RelaySocket* const older = std::exchange(current, &socket);
+  RelaySocket* const older = std::exchange(desks_[macId].socket, &socket);
   if (older != nullptr && older != &socket) older->close(kReplacedCloseCode);
 }
 
 bool RelayHub::detach(const std::string& macId, RelaySocket& socket) {
-  const auto found = sockets_.find(macId);
-  if (found == sockets_.end() || found->second != &socket) return false;
-  sockets_.erase(found);
+  const auto found = desks_.find(macId);
+  if (found == desks_.end() || found->second.socket != &socket) return false;
+  const auto gone = desks_.extract(found);
   Woken woken;
-  for (auto& [key, waiter] : prepares_) {
-    if (waiter->macId != macId) continue;
-    waiter->offline = true;
-    woken.add(*waiter);
+  for (PendingPrepare* pending : gone.mapped().prepares) {
+    pending->offline = true;
+    woken.add(*pending);
   }
   woken.run();
   return true;
 }
 
 bool RelayHub::send(const std::string& macId, const RelayServerMessage& message) {
-  const auto found = sockets_.find(macId);
-  if (found == sockets_.end()) return false;
-  found->second->send(JSONCoding::encode(message));
+  const auto found = desks_.find(macId);
+  if (found == desks_.end()) return false;
+  found->second.socket->send(JSONCoding::encode(message));
   return true;
 }
 
 void RelayHub::disconnect(const std::string& macId, int closeCode) {
-  const auto found = sockets_.find(macId);
-  if (found != sockets_.end()) found->second->close(closeCode);
+  const auto found = desks_.find(macId);
+  if (found != desks_.end()) found->second.socket->close(closeCode);
 }
 
 void RelayHub::shutDown() {
   shutDown_ = true;
-  for (auto& [macId, socket] : sockets_) socket->close(kGoingAwayCloseCode);
+  for (auto& [macId, desk] : desks_) desk.socket->close(kGoingAwayCloseCode);
   timekeeper_.cancel();
   Woken woken;
   for (auto& [deadline, waiter] : deadlines_) woken.add(*waiter);
   woken.run();
 }
 
-Awaitable<PrepareOutcome> RelayHub::prepare(std::string macId, std::string phoneId, PrepareRelayRequest request,
+Awaitable<PrepareOutcome> RelayHub::prepare(const std::string& macId, std::string phoneId, PrepareRelayRequest request,
                                             Duration limit) {
-  if (prepareCounts_[macId] >= kPreparesPerDesktop) co_return PrepareFailure::tooMany;
-  Waiter waiter{.macId = macId};
-  struct Count {
-    RelayHub& hub;
-    const Waiter& waiter;
-    Count(RelayHub& owner, const Waiter& counted) : hub(owner), waiter(counted) { ++hub.prepareCounts_[waiter.macId]; }
-    ~Count() {
-      if (waiter.orphaned) return;
-      const auto count = hub.prepareCounts_.find(waiter.macId);
-      if (--count->second == 0) hub.prepareCounts_.erase(count);
-    }
-  } const count(*this, waiter);
-
-  const std::string key = prepareKey(macId, phoneId, request.requestId);
-  if (!send(macId, RelayServer::Prepare{request.requestId, phoneId, std::move(request.envelope)})) {
-    co_return PrepareFailure::offline;
-  }
-  co_await wait(prepares_, key, waiter, limit);
-  if (waiter.envelope) co_return *std::move(waiter.envelope);
-  co_return waiter.offline || waiter.orphaned || shutDown_ ? PrepareFailure::offline : PrepareFailure::timedOut;
+  const auto found = desks_.find(macId);
+  if (found == desks_.end() || shutDown_) co_return PrepareFailure::offline;
+  const Desk& desk = found->second;
+  if (desk.prepares.size() >= kPreparesPerDesktop) co_return PrepareFailure::tooMany;
+  const RelayServerMessage message =
+      RelayServer::Prepare{std::move(request.requestId), std::move(phoneId), std::move(request.envelope)};
+  PendingPrepare pending(*this, limit, macId, std::get<RelayServer::Prepare>(message));
+  desk.socket->send(JSONCoding::encode(message));
+  co_await wait(pending);
+  if (pending.envelope) co_return *std::move(pending.envelope);
+  co_return pending.offline || pending.orphaned || shutDown_ ? PrepareFailure::offline : PrepareFailure::timedOut;
 }
 
 void RelayHub::answerPrepare(const std::string& macId, RelayClient::PrepareResult answer) {
+  const auto desk = desks_.find(macId);
+  if (desk == desks_.end()) return;
   Woken woken;
-  const auto [first, last] = prepares_.equal_range(prepareKey(macId, answer.to, answer.requestId));
-  for (auto waiting = first; waiting != last; ++waiting) {
-    Waiter& waiter = *waiting->second;
-    if (std::next(waiting) == last) {
-      waiter.envelope = std::move(answer.envelope);
-    } else {
-      waiter.envelope = answer.envelope;
-    }
-    woken.add(waiter);
+  PendingPrepare* last = nullptr;
+  for (PendingPrepare* pending : desk->second.prepares) {
+    if (pending->sent.requestId != answer.requestId || pending->sent.from != answer.to) continue;
+    if (last != nullptr) last->envelope = answer.envelope;
+    last = pending;
+    woken.add(*pending);
   }
+  if (last != nullptr) last->envelope = std::move(answer.envelope);
   woken.run();
 }
 
 Awaitable<void> RelayHub::waitForDelivery(DeliveryKey key, Duration limit) {
-  Waiter waiter{.macId = key.macId};
-  co_await wait(deliveries_, deliveryKey(key), waiter, limit);
+  if (shutDown_) co_return;
+  PendingDelivery pending(*this, limit, key);
+  co_await wait(pending);
 }
 
 void RelayHub::deliveryChanged(const DeliveryKey& key) {
@@ -166,49 +179,26 @@ void RelayHub::deliveryChanged(const DeliveryKey& key) {
 }
 
 void RelayHub::pairEnded(const std::string& macId, const std::string& phoneId) {
-  const std::string start = prepareKey(macId, phoneId, "");
   Woken woken;
-  for (Waiters* waiters : {&prepares_, &deliveries_}) {
-    for (auto& [key, waiter] : *waiters) {
-      if (key.starts_with(start)) woken.add(*waiter);
+  if (const auto desk = desks_.find(macId); desk != desks_.end()) {
+    for (PendingPrepare* pending : desk->second.prepares) {
+      if (pending->sent.from == phoneId) woken.add(*pending);
     }
+  }
+  const std::string start = deliveryKey({macId, phoneId, ""});
+  for (auto& [key, waiter] : deliveries_) {
+    if (key.starts_with(start)) woken.add(*waiter);
   }
   woken.run();
 }
 
-/// One entry in the lists of who waits.
-struct RelayHub::Registration {
-  Registration(RelayHub& owner, Waiters& waiters, std::string key, Waiter& registered, MonotonicTime deadline)
-      : hub(owner),
-        list(waiters),
-        waiter(registered),
-        position(list.emplace(std::move(key), &waiter)),
-        timed(hub.addDeadline(deadline, waiter)) {}
-  ~Registration() {
-    if (waiter.orphaned) return;
-    list.erase(position);
-    hub.deadlines_.erase(timed);
-  }
-  Registration(const Registration&) = delete;
-  Registration& operator=(const Registration&) = delete;
-
-  RelayHub& hub;
-  Waiters& list;
-  Waiter& waiter;
-  Waiters::iterator position;
-  Deadlines::iterator timed;
-};
-
-Awaitable<void> RelayHub::wait(Waiters& waiters, std::string key, Waiter& waiter, Duration limit) {
-  if (shutDown_) co_return;
-  const Registration registration(*this, waiters, std::move(key), waiter, time_.monotonic() + limit);
-  co_await boost::asio::async_initiate<const boost::asio::use_awaitable_t<>, void()>(
+Awaitable<void> RelayHub::wait(Waiter& waiter) {
+  return boost::asio::async_initiate<const boost::asio::use_awaitable_t<>, void()>(
       [this, &waiter](auto resume) {
         if (auto slot = boost::asio::get_associated_cancellation_slot(resume); slot.is_connected()) {
           slot.assign([this, &waiter](boost::asio::cancellation_type) { cancel(waiter); });
         }
-        waiter.sleeper.emplace(Sleeper{
-            std::move(resume), boost::asio::prefer(executor_, boost::asio::execution::outstanding_work.tracked)});
+        waiter.sleeper.emplace(std::move(resume));
       },
       boost::asio::use_awaitable);
 }
@@ -216,8 +206,8 @@ Awaitable<void> RelayHub::wait(Waiters& waiters, std::string key, Waiter& waiter
 void RelayHub::cancel(Waiter& waiter) {
   if (!waiter.sleeper) return;
   // Not at once: what cancels may be in the midst of its own destruction.
-  boost::asio::post(
-      executor_, [sleeper = *std::exchange(waiter.sleeper, std::nullopt)]() mutable { std::move(sleeper.resume)(); });
+  boost::asio::post(executor_,
+                    [sleeper = *std::exchange(waiter.sleeper, std::nullopt)]() mutable { std::move(sleeper)(); });
 }
 
 RelayHub::Deadlines::iterator RelayHub::addDeadline(MonotonicTime deadline, Waiter& waiter) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <unordered_map>
 #include <variant>
+#include <vector>
 
 #include "QuilletKit/Clock.h"
 #include "QuilletKit/WireModels.h"
@@ -39,15 +40,15 @@ class RelayHub {
   void attach(const std::string& macId, RelaySocket& socket);
   /// False if another socket has taken its place. Otherwise what waits for the desktop's answer fails.
   bool detach(const std::string& macId, RelaySocket& socket);
-  bool isOnline(const std::string& macId) const { return sockets_.contains(macId); }
+  bool isOnline(const std::string& macId) const { return desks_.contains(macId); }
   /// False if the desktop isn't connected.
   bool send(const std::string& macId, const RelayServerMessage& message);
   void disconnect(const std::string& macId, int closeCode);
   /// Closes all sockets and ends all waits.
   void shutDown();
 
-  /// Passes a prepare to the desktop and waits for its answer.
-  Awaitable<PrepareOutcome> prepare(std::string macId, std::string phoneId, PrepareRelayRequest request,
+  /// Passes a prepare to the desktop and waits for its answer. `macId` must outlive the call.
+  Awaitable<PrepareOutcome> prepare(const std::string& macId, std::string phoneId, PrepareRelayRequest request,
                                     Duration limit);
   /// The desktop's answer; goes to whoever waits for it, if anyone still does.
   void answerPrepare(const std::string& macId, RelayClient::PrepareResult answer);
@@ -57,17 +58,21 @@ class RelayHub {
   void deliveryChanged(const DeliveryKey& key);
   /// Ends all waits of this pair.
   void pairEnded(const std::string& macId, const std::string& phoneId);
-  std::size_t waiting() const { return prepares_.size() + deliveries_.size(); }
-  std::size_t online() const { return sockets_.size(); }
+  std::size_t waiting() const { return deadlines_.size(); }
+  std::size_t online() const { return desks_.size(); }
 
  private:
-  struct Sleeper;
   struct Waiter;
   class Woken;
-  struct Registration;
-  using Waiters = std::unordered_multimap<std::string, Waiter*>;
+  struct PendingPrepare;
+  struct PendingDelivery;
+  /// A connected desktop, and who waits for its answers; never more than a few.
+  struct Desk {
+    RelaySocket* socket = nullptr;
+    std::vector<PendingPrepare*> prepares{};
+  };
   using Deadlines = std::multimap<MonotonicTime, Waiter*>;
-  Awaitable<void> wait(Waiters& waiters, std::string key, Waiter& waiter, Duration limit);
+  Awaitable<void> wait(Waiter& waiter);
   void cancel(Waiter& waiter);
   Deadlines::iterator addDeadline(MonotonicTime deadline, Waiter& waiter);
   Awaitable<void> keepTime();
@@ -75,9 +80,8 @@ class RelayHub {
   Executor executor_;
   TimeSource time_;
   bool shutDown_ = false;
-  std::unordered_map<std::string, RelaySocket*> sockets_;
-  std::unordered_map<std::string, int> prepareCounts_;
-  Waiters prepares_, deliveries_;
+  std::unordered_map<std::string, Desk> desks_;
+  std::unordered_multimap<std::string, Waiter*> deliveries_;
   Deadlines deadlines_;
   // One sleep for all who wait. Whoever is answered in time costs it nothing; it looks once too often then.
   MonotonicTime nextLook_ = MonotonicTime::max();

@@ -35,7 +35,7 @@ RelayService::RelayService(Store& store, RelayHub& hub, PairDirectory& pairs, Me
                            RelayLimits limits)
     : store_(store), hub_(hub), pairs_(pairs), metrics_(metrics), time_(time), limits_(limits) {}
 
-Awaitable<EnvelopeResponse> RelayService::prepare(Device phone, std::string macId, PrepareRelayRequest request) {
+Awaitable<EnvelopeResponse> RelayService::prepare(const Device& phone, std::string macId, PrepareRelayRequest request) {
   requirePair(phone, macId);
   Validation::requireId(request.requestId, "requestId");
   Validation::requireRoute(request.envelope, EnvelopePurpose::prepare, phone.id, macId);
@@ -64,7 +64,7 @@ DeliveryStatus RelayService::submit(const Device& phone, const std::string& macI
   return statusOf(key, delivery);
 }
 
-Awaitable<DeliveryStatus> RelayService::status(Device phone, std::string macId, std::string utteranceId,
+Awaitable<DeliveryStatus> RelayService::status(const Device& phone, std::string macId, std::string utteranceId,
                                                std::chrono::milliseconds wait) {
   requirePair(phone, macId);
   const DeliveryKey key{macId, phone.id, utteranceId};

@@ -19,16 +19,16 @@ struct RelayLimits {
 /// Carries sealed envelopes between phones and desktops: the phones' endpoints, and what comes and goes over a
 /// desktop's socket. A delivery is kept until its result or its expiry, and goes out again on each new socket until
 /// then; the desktop recognises repeats. The same envelope again is the same attempt; a newly sealed one for the same
-/// utterance is delivered anew. Endpoints throw ServiceError.
+/// utterance is delivered anew. Endpoints throw ServiceError; `phone` must outlive the call.
 class RelayService {
  public:
   RelayService(Store& store, RelayHub& hub, PairDirectory& pairs, Metrics& metrics, const TimeSource& time,
                RelayLimits limits);
 
-  Awaitable<EnvelopeResponse> prepare(Device phone, std::string macId, PrepareRelayRequest request);
+  Awaitable<EnvelopeResponse> prepare(const Device& phone, std::string macId, PrepareRelayRequest request);
   DeliveryStatus submit(const Device& phone, const std::string& macId, const DeliveryRequest& request);
   /// Returns at once for a finished delivery; otherwise when it finishes, or after `wait`.
-  Awaitable<DeliveryStatus> status(Device phone, std::string macId, std::string utteranceId,
+  Awaitable<DeliveryStatus> status(const Device& phone, std::string macId, std::string utteranceId,
                                    std::chrono::milliseconds wait);
   /// Only what never left for the desktop can be cancelled; otherwise the status tells how far it got.
   DeliveryStatus cancel(const Device& phone, const std::string& macId, const std::string& utteranceId);

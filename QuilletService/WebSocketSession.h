@@ -15,6 +15,7 @@
 #include "QuilletKit/Log.h"
 #include "QuilletKit/ReadMessage.h"
 #include "QuilletService/HTTPServer.h"
+#include "QuilletService/Watchdog.h"
 
 namespace quillet {
 
@@ -25,7 +26,11 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
   using Upgrade = boost::beast::http::request<boost::beast::http::string_body>;
 
   WebSocketSession(Stream stream, Service& service, Device device, const ServerLimits& limits)
-      : socket_(std::move(stream)), service_(service), device_(std::move(device)), limits_(limits) {}
+      : socket_(std::move(stream)),
+        service_(service),
+        device_(std::move(device)),
+        limits_(limits),
+        idle_(socket_.get_executor(), [this] { abort(); }) {}
 
   /// Answers the upgrade and serves the socket until it ends.
   Awaitable<void> run(Upgrade upgrade) {
@@ -69,7 +74,10 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
 
   void configure() {
     namespace websocket = boost::beast::websocket;
-    socket_.set_option(websocket::stream_base::timeout{std::chrono::seconds(5), limits_.relayIdle, false});
+    // The stream's own limit would set a timer anew for every frame.
+    socket_.set_option(websocket::stream_base::timeout{std::chrono::seconds(5), websocket::stream_base::none(), false});
+    socket_.control_callback(
+        [this](websocket::frame_type, boost::beast::string_view) { idle_.watch(limits_.relayIdle); });
     socket_.read_message_max(limits_.relayMessage);
     socket_.auto_fragment(false);
     socket_.text(true);
@@ -77,6 +85,7 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
 
   Awaitable<void> receive() {
     for (;;) {
+      idle_.watch(limits_.relayIdle);
       if (co_await readMessage(socket_, buffer_)) co_return;
       const auto data = buffer_.cdata();
       ++service_.metrics.framesIn;
@@ -125,6 +134,7 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
   std::size_t queuedBytes_ = 0;
   std::chrono::steady_clock::time_point writeBegan_;
   bool closing_ = false;
+  Watchdog idle_;
 };
 
 }  // namespace quillet
