@@ -60,6 +60,9 @@ class StampingProvider final : public AccessibilityProvider {
   std::optional<std::string> readValue(const ElementRef& element) override {
     return timed(Kind::look, [&] { return inner_.readValue(element); });
   }
+  TargetReading readTarget(const ElementRef& element) override {
+    return timed(Kind::guard, [&] { return inner_.readTarget(element); });
+  }
   FieldReading readField(const ElementRef& element) override {
     return timed(Kind::look, [&] { return inner_.readField(element); });
   }

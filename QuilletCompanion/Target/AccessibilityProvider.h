@@ -49,6 +49,12 @@ struct FieldReading {
   std::optional<AXTextRange> selection;
 };
 
+/// What there is to know of a field before anything is inserted.
+struct TargetReading {
+  ElementTraits traits;
+  std::optional<AXTextRange> selection;  ///< Absent also for a field that is secure or can't be edited.
+};
+
 struct FrontApplication {
   std::int32_t pid = 0;
   std::optional<std::string> bundleId;
@@ -73,7 +79,13 @@ class AccessibilityProvider {
   virtual std::optional<AXTextRange> selectedRange(const ElementRef& element) = 0;
   /// UTF-8.
   virtual std::optional<std::string> readValue(const ElementRef& element) = 0;
-  /// What readValue() and selectedRange() say, for those who want both: a platform may find out in one go.
+  /// What inspect() and selectedRange() say, for those who want both: a platform may find out in one go.
+  virtual TargetReading readTarget(const ElementRef& element) {
+    TargetReading reading{.traits = inspect(element)};
+    if (reading.traits.editable && !reading.traits.isSecure) reading.selection = selectedRange(element);
+    return reading;
+  }
+  /// As readTarget(), of readValue() and selectedRange().
   virtual FieldReading readField(const ElementRef& element) { return {readValue(element), selectedRange(element)}; }
   /// Replaces the selection, or inserts at the caret. True if the platform claimed success, which proves nothing.
   virtual bool replaceSelection(const ElementRef& element, std::string_view text) = 0;

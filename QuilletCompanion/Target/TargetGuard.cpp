@@ -59,7 +59,7 @@ ProbeResult TargetGuard::probeElement(const FrontApplication& front) {
   if (provider_.isSecureInputEnabled()) return refuse(RefusalReason::secureField);
   const ElementRef element = provider_.focusedElement(front.pid);
   if (!element) return refuse(RefusalReason::noField);
-  const ElementTraits traits = provider_.inspect(element);
+  const auto [traits, selection] = provider_.readTarget(element);
   if (traits.isSecure) return refuse(RefusalReason::secureField);
   if (!traits.editable) return refuse(RefusalReason::noField);
   return CapturedTarget{.pid = front.pid,
@@ -67,7 +67,7 @@ ProbeResult TargetGuard::probeElement(const FrontApplication& front) {
                         .appName = front.name,
                         .window = provider_.focusedWindow(front.pid),
                         .kind = element,
-                        .selectedRange = provider_.selectedRange(element),
+                        .selectedRange = selection,
                         .fieldLabel = labelFor(traits)};
 }
 
@@ -142,12 +142,11 @@ std::optional<RefusalReason> TargetGuard::validateElement(const TargetSnapshot& 
   const ElementRef focused = provider_.focusedElement(snapshot.pid);
   if (!focused || !sameElement(focused, element)) return RefusalReason::focusChanged;
   if (focusGeneration_ != snapshot.generation) return RefusalReason::focusChanged;
-  const ElementTraits traits = provider_.inspect(element);
+  const auto [traits, selection] =
+      checkSelection ? provider_.readTarget(element) : TargetReading{.traits = provider_.inspect(element)};
   if (traits.isSecure) return RefusalReason::secureField;
   if (!traits.editable) return RefusalReason::unsupportedTarget;
-  if (checkSelection && provider_.selectedRange(element) != snapshot.selectedRange) {
-    return RefusalReason::selectionChanged;
-  }
+  if (checkSelection && selection != snapshot.selectedRange) return RefusalReason::selectionChanged;
   return std::nullopt;
 }
 

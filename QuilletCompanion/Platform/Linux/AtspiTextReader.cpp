@@ -55,10 +55,33 @@ FieldReading AtspiTextReader::field() {
   return reading;
 }
 
+TargetReading AtspiTextReader::target() {
+  if (isWeb(toolkit_)) {
+    TargetReading reading{.traits = traitsOf(*element_, budget_)};
+    if (reading.traits.editable && !reading.traits.isSecure) reading.selection = selection();
+    return reading;
+  }
+  if (!budget_.mayCall(element_->pid())) return {};
+  AtspiBatch batch(element_->accessible(), budget_.callLimit());
+  const auto caret = askCaret(batch, guessedCaret());
+  TargetReading reading{.traits = traitsOf(*element_, budget_)};
+  if (!reading.traits.editable || reading.traits.isSecure) return reading;
+  batch.wait();
+  reading.selection = selectionFrom(batch, caret, std::nullopt);
+  return reading;
+}
+
+bool AtspiTextReader::maySpeculate() const {
+  const auto role = element_->guess().role;
+  return role != ATSPI_ROLE_INVALID && role != ATSPI_ROLE_PASSWORD_TEXT;
+}
+
+int AtspiTextReader::guessedCaret() const {
+  return toolkit_ == AtspiToolkit::qt || !maySpeculate() ? 0 : element_->guess().caret;
+}
+
 AtspiTextReader::ValueQuestion AtspiTextReader::askValue(AtspiBatch& batch) const {
-  const auto& guess = element_->guess();
-  const bool secret = guess.role == ATSPI_ROLE_INVALID || guess.role == ATSPI_ROLE_PASSWORD_TEXT;
-  ValueQuestion question{.guessed = secret ? 0 : guess.characters};
+  ValueQuestion question{.guessed = maySpeculate() ? element_->guess().characters : 0};
   question.role = batch.call("Accessible", "GetRole");
   question.count = batch.property("Text", "CharacterCount");
   if (question.guessed > 0) question.text = batch.call("Text", "GetText", {0, question.guessed});
@@ -114,7 +137,7 @@ std::optional<AXTextRange> AtspiTextReader::selection() {
   if (!isWeb(toolkit_)) {
     if (!budget_.mayCall(element_->pid())) return std::nullopt;
     AtspiBatch batch(element_->accessible(), budget_.callLimit());
-    const auto question = askCaret(batch, toolkit_ == AtspiToolkit::qt ? 0 : element_->guess().caret);
+    const auto question = askCaret(batch, guessedCaret());
     batch.wait();
     return selectionFrom(batch, question, std::nullopt);
   }

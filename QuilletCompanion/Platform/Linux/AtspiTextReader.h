@@ -23,6 +23,8 @@ class AtspiTextReader {
   std::optional<AXTextRange> selection();
   /// Both at once.
   FieldReading field();
+  /// The traits and the selection at once.
+  TargetReading target();
   /// In the toolkit's own unit, of the innermost element that holds the caret.
   std::optional<KeyTypist::Observation> observation();
 
@@ -50,6 +52,10 @@ class AtspiTextReader {
   ValueQuestion askValue(AtspiBatch& batch) const;
   std::optional<std::string> valueFrom(const AtspiBatch& batch, const ValueQuestion& question);
   CaretQuestion askCaret(AtspiBatch& batch, int guessed) const;
+  /// Whether text may be asked for before the role is known: the last one known was no password field's.
+  bool maySpeculate() const;
+  /// 0 where the text before the caret isn't needed to tell what its offset means, or isn't asked for.
+  int guessedCaret() const;
   /// Where no children share the text. `value`, if known, is that text.
   std::optional<AXTextRange> selectionFrom(const AtspiBatch& batch, const CaretQuestion& question,
                                            const std::optional<std::string>& value);

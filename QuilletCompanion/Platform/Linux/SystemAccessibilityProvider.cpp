@@ -136,6 +136,13 @@ std::optional<std::string> SystemAccessibilityProvider::readValue(const ElementR
   return AtspiTextReader(target, budget).value();
 }
 
+TargetReading SystemAccessibilityProvider::readTarget(const ElementRef& element) {
+  const auto target = usable(element);
+  if (!target) return {};
+  CallBudget budget(hung_);
+  return AtspiTextReader(target, budget).target();
+}
+
 FieldReading SystemAccessibilityProvider::readField(const ElementRef& element) {
   const auto target = usable(element);
   if (!target) return {};

@@ -48,6 +48,7 @@ class SystemAccessibilityProvider final : public AccessibilityProvider {
   std::optional<AXTextRange> selectedRange(const ElementRef& element) override;
   /// A password field's content is never read.
   std::optional<std::string> readValue(const ElementRef& element) override;
+  TargetReading readTarget(const ElementRef& element) override;
   FieldReading readField(const ElementRef& element) override;
   bool replaceSelection(const ElementRef& element, std::string_view text) override;
   bool modifiersDown() override { return modifiers_.modifiersDown(); }
