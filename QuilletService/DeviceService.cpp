@@ -116,7 +116,9 @@ OK DeviceService::sendFeedback(const Device& device, const FeedbackRequest& requ
       request.model.size() > kLongestSystem) {
     throw Refusal::badRequest("The description of the system is too long.");
   }
-  if (!feedbackLimit_.admit(device.id)) throw Refusal::tooManyRequests();
+  if (!feedbackLimit_.admit(device.id)) {
+    throw ServiceError(429, "rate_limited", "Too many messages. Try again in an hour.", true);
+  }
   store_.devices.addFeedback(device.id, time_.now(), JSONCoding::encode(request));
   return {true};
 }

@@ -145,7 +145,7 @@ TEST_F(LimitsTest, FeedbackIsLimitedForEachDevice) {
     co_await enrol(phoneAPI, phone);
     const FeedbackRequest feedback{"Works.", "a@b.example", "1.0", "Linux 6", "PC"};
     for (int i = 0; i < 20; ++i) EXPECT_EQ(co_await refusal(macAPI.sendFeedback(feedback)), "");
-    EXPECT_EQ(co_await refusal(macAPI.sendFeedback(feedback)), "429 too_many_requests");
+    EXPECT_EQ(co_await refusal(macAPI.sendFeedback(feedback)), "429 rate_limited") << "which clients tell apart";
     EXPECT_EQ(co_await refusal(phoneAPI.sendFeedback(feedback)), "");
     for (const auto& wrong : {FeedbackRequest{"", {}, "1", "", ""}, FeedbackRequest{"x", "no address", "1", "", ""},
                               FeedbackRequest{std::string(5001, 'x'), {}, "1", "", ""}}) {
