@@ -11,50 +11,83 @@
 namespace quillet {
 namespace {
 
+constexpr const char* busName = "org.a11y.Bus";
+constexpr const char* busPath = "/org/a11y/bus";
+constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
 constexpr const char* statusInterface = "org.a11y.Status";
-constexpr auto freshFor = std::chrono::seconds(1);
+constexpr std::chrono::seconds keptFor{30}, keptUnsettledFor{1};
 constexpr int timeout = static_cast<int>(CallBudget::limit.count());
 
 }  // namespace
+
+AccessibilityBus::AccessibilityBus() {
+  session_.subscribe(busName, propertiesInterface, "PropertiesChanged", busPath, [this](GVariant*) { forget(); });
+  session_.watchName(
+      busName,
+      [this] {
+        present_ = true;
+        forget();
+      },
+      [this] {
+        present_ = false;
+        forget();
+      });
+}
 
 AccessibilityBus::~AccessibilityBus() {
   if (watch_ != 0) g_bus_unwatch_name(watch_);
 }
 
+void AccessibilityBus::forget() {
+  enabledKnown_ = wellKnown_ = {};
+}
+
 bool AccessibilityBus::isEnabled() {
-  const auto now = std::chrono::steady_clock::now();
-  if (askedAt_ == MonotonicTime{} || now - askedAt_ >= freshFor) {
+  const bool settled = present_ && enabled_ && (connected_ || !*enabled_);
+  if (!enabledKnown_.within(settled ? keptFor : keptUnsettledFor)) {
     enabled_ = askEnabled();
-    askedAt_ = std::chrono::steady_clock::now();
-    if (enabled_ && !connected_) connect();
+    enabledKnown_.now();
+    if (enabled_.value_or(false) && !connected_) connect();
   }
-  return enabled_ && connected_;
+  return enabled_.value_or(false) && connected_;
 }
 
 bool AccessibilityBus::enable() {
-  askedAt_ = {};
+  forget();
   GVariant* const on = g_variant_new_variant(g_variant_new_boolean(TRUE));
   return callStatus("Set", g_variant_new("(ss@v)", statusInterface, "IsEnabled", on)) != nullptr;
 }
 
 bool AccessibilityBus::isStale() {
   if (!isEnabled()) return false;
-  if (askAddress() != address_ || !bus_ || g_dbus_connection_is_closed(bus_.get()) != FALSE) return true;
+  if (isConnectionLost()) return true;
+  if (present_ && wellKnown_.within(keptFor)) return false;
+  if (askAddress() != address_ || !doesRegistryAnswer()) return true;
+  wellKnown_.now();
+  return false;
+}
+
+bool AccessibilityBus::isConnectionLost() const {
+  if (!bus_ || g_dbus_connection_is_closed(bus_.get()) != FALSE) return true;
+  DBusConnection* const used = atspi_get_a11y_bus();
+  return used == nullptr || dbus_connection_get_is_connected(used) == FALSE;
+}
+
+bool AccessibilityBus::doesRegistryAnswer() const {
   atspi_set_timeout(timeout, timeout);
   const GRef<AtspiAccessible> desktop(atspi_get_desktop(0));
   GErrorSlot error;
-  return !desktop || atspi_accessible_get_child_count(desktop.get(), error) < 0 || error.failed();
+  return desktop && atspi_accessible_get_child_count(desktop.get(), error) >= 0 && !error.failed();
 }
 
 /// Starts the service where it isn't running yet.
 GVariantRef AccessibilityBus::callStatus(const char* method, GVariant* arguments) const {
-  return session_.call("org.a11y.Bus", "/org/a11y/bus", "org.freedesktop.DBus.Properties", method, arguments,
-                       G_DBUS_CALL_FLAGS_NONE);
+  return session_.call(busName, busPath, propertiesInterface, method, arguments, G_DBUS_CALL_FLAGS_NONE);
 }
 
-bool AccessibilityBus::askEnabled() const {
+std::optional<bool> AccessibilityBus::askEnabled() const {
   const auto reply = callStatus("Get", g_variant_new("(ss)", statusInterface, "IsEnabled"));
-  if (!reply || !g_variant_is_of_type(reply.get(), G_VARIANT_TYPE("(v)"))) return false;
+  if (!reply || !g_variant_is_of_type(reply.get(), G_VARIANT_TYPE("(v)"))) return std::nullopt;
   const GVariantRef boxed(g_variant_get_child_value(reply.get(), 0));
   const GVariantRef value(g_variant_get_variant(boxed.get()));
   return g_variant_is_of_type(value.get(), G_VARIANT_TYPE_BOOLEAN) != FALSE &&
@@ -64,12 +97,13 @@ bool AccessibilityBus::askEnabled() const {
 void AccessibilityBus::connect() {
   atspi_set_timeout(timeout, timeout);
   connected_ = atspi_init() <= 1;  // 1: it was initialised before
+  if (!connected_) return;
   address_ = askAddress();
   watchRegistry();
 }
 
 std::string AccessibilityBus::askAddress() const {
-  const auto reply = session_.call("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress", nullptr);
+  const auto reply = session_.call(busName, busPath, busName, "GetAddress", nullptr);
   if (!reply || !g_variant_is_of_type(reply.get(), G_VARIANT_TYPE("(s)"))) return {};
   const char* address = nullptr;
   g_variant_get(reply.get(), "(&s)", &address);
@@ -83,11 +117,15 @@ void AccessibilityBus::watchRegistry() {
   bus_.reset(g_dbus_connection_new_for_address_sync(address_.c_str(), flags, nullptr, nullptr, error));
   if (!bus_) return;
   const auto appeared = [](GDBusConnection*, const char*, const char*, void* self) {
-    const auto& bus = *static_cast<AccessibilityBus*>(self);
+    auto& bus = *static_cast<AccessibilityBus*>(self);
+    bus.wellKnown_ = {};
     if (bus.onNewRegistry) bus.onNewRegistry();
   };
+  const auto vanished = [](GDBusConnection*, const char*, void* self) {
+    static_cast<AccessibilityBus*>(self)->wellKnown_ = {};  // asking starts the next one
+  };
   watch_ = g_bus_watch_name_on_connection(bus_.get(), "org.a11y.atspi.Registry", G_BUS_NAME_WATCHER_FLAGS_NONE,
-                                          appeared, nullptr, this, nullptr);
+                                          appeared, vanished, this, nullptr);
 }
 
 }  // namespace quillet

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "QuilletCompanion/Platform/Linux/DBusSignals.h"
@@ -10,16 +12,18 @@
 
 namespace quillet {
 
-/// The session's accessibility service. Main thread only.
+/// The session's accessibility service. What it has said is kept while it would tell of a change, for half a minute
+/// at most, so that asking again and again costs nothing. Main thread only.
 class AccessibilityBus {
  public:
-  AccessibilityBus() = default;
+  AccessibilityBus();
   ~AccessibilityBus();
   AccessibilityBus(const AccessibilityBus&) = delete;
   AccessibilityBus& operator=(const AccessibilityBus&) = delete;
 
-  /// Whether assistive programs are served: the service answers, is switched on, and we are connected to its bus. The
-  /// answer may be a second old. Connects when it first finds the service.
+  /// Whether assistive programs are served: the service answers, is switched on, and we are connected to its bus. While
+  /// the service isn't seen on the session bus, the answer may be a second old. Connects when it first finds the
+  /// service.
   bool isEnabled();
   /// Asks the service to be on, as assistive programs do at their start. False if it doesn't answer.
   bool enable();
@@ -32,16 +36,27 @@ class AccessibilityBus {
   std::function<void()> onNewRegistry;
 
  private:
+  /// When something was found out last; never, at first.
+  struct Known {
+    MonotonicTime at{};
+    void now() { at = std::chrono::steady_clock::now(); }
+    bool within(Duration age) const { return at != MonotonicTime{} && std::chrono::steady_clock::now() - at < age; }
+  };
+
   GVariantRef callStatus(const char* method, GVariant* arguments) const;
-  bool askEnabled() const;
-  void connect();
+  std::optional<bool> askEnabled() const;
   std::string askAddress() const;
+  void forget();
+  void connect();
+  bool isConnectionLost() const;
+  bool doesRegistryAnswer() const;
   void watchRegistry();
 
   DBusSignals session_{G_BUS_TYPE_SESSION};
+  bool present_ = false;  ///< The service is seen on the session bus: it would tell of a change, and we of its end.
   bool connected_ = false;
-  bool enabled_ = false;
-  MonotonicTime askedAt_{};
+  std::optional<bool> enabled_;  ///< What it said, if it answered.
+  Known enabledKnown_, wellKnown_;
   std::string address_;        ///< Of the bus that libatspi is connected to.
   GRef<GDBusConnection> bus_;  ///< A connection of our own to it, to see its end and its registry's.
   guint watch_ = 0;

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <atomic>
+
 #include "QuilletCompanion/Platform/Linux/DBusSignals.h"
 #include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
 #include "Tests/Desktop/Editor.h"
@@ -62,6 +64,13 @@ class AccessibilityBusLoss : public testing::Test {
            provider.readValue(field).has_value();
   }
 
+  void setEnabled(bool enabled) const {
+    g_dbus_connection_call_sync(
+        session.get(), "org.a11y.Bus", "/org/a11y/bus", "org.freedesktop.DBus.Properties", "Set",
+        g_variant_new("(ssv)", "org.a11y.Status", "IsEnabled", g_variant_new_boolean(enabled ? TRUE : FALSE)), nullptr,
+        G_DBUS_CALL_FLAGS_NONE, 2000, nullptr, GErrorSlot());
+  }
+
   GRef<GDBusConnection> session{g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr)};
   StubLock lock;
   KeyTypist typist;
@@ -80,6 +89,63 @@ TEST_F(AccessibilityBusLoss, ARegistryThatBeginsAnewIsToldWhatWeListenTo) {
   EXPECT_TRUE(eventually([&] { return isUsable(editor); }));
 }
 
+/// Counts what anybody asks the accessibility service.
+class QuestionCount {
+ public:
+  QuestionCount() {
+    const auto address = takeText(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, GErrorSlot()));
+    constexpr auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                                             G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+    monitor_.reset(
+        g_dbus_connection_new_for_address_sync(address.value().c_str(), flags, nullptr, nullptr, GErrorSlot()));
+    const auto count = [](GDBusConnection*, GDBusMessage* message, gboolean, void* self) -> GDBusMessage* {
+      if (g_dbus_message_get_message_type(message) != G_DBUS_MESSAGE_TYPE_METHOD_CALL) return message;
+      auto& counted = *static_cast<QuestionCount*>(self);
+      const std::string member = g_dbus_message_get_member(message);
+      if (member == "BecomeMonitor") return message;
+      if (member == "Ping") counted.over_ = true;
+      if (member == "Get" || member == "GetAddress") ++counted.questions_;
+      g_object_unref(message);  // a monitor that answers is thrown out
+      return nullptr;
+    };
+    g_dbus_connection_add_filter(monitor_.get(), count, this, nullptr);
+    const char* rules[] = {"destination='org.a11y.Bus'", nullptr};
+    const GVariantRef done(g_dbus_connection_call_sync(monitor_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                                       "org.freedesktop.DBus.Monitoring", "BecomeMonitor",
+                                                       g_variant_new("(^asu)", rules, 0U), nullptr,
+                                                       G_DBUS_CALL_FLAGS_NONE, 2000, nullptr, GErrorSlot()));
+    EXPECT_TRUE(done);
+  }
+  ~QuestionCount() { g_dbus_connection_close_sync(monitor_.get(), nullptr, GErrorSlot()); }
+  /// How many questions there were until now.
+  int questions() {
+    over_ = false;
+    g_dbus_connection_call(monitored_.get(), "org.a11y.Bus", "/org/a11y/bus", "org.freedesktop.DBus.Peer", "Ping",
+                           nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, 2000, nullptr, nullptr, nullptr);
+    EXPECT_TRUE(eventually([this] { return over_.load(); }));
+    return questions_;
+  }
+
+ private:
+  std::atomic<bool> over_ = false;
+  std::atomic<int> questions_ = 0;
+  GRef<GDBusConnection> monitored_{g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr)};
+  GRef<GDBusConnection> monitor_;
+};
+
+TEST_F(AccessibilityBusLoss, WhatOthersSwitchIsSeenAndNothingIsAskedMeanwhile) {
+  QuestionCount count;
+  for (const bool on : {false, true}) {
+    setEnabled(on);
+    EXPECT_TRUE(eventually([&] { return provider.isTrusted() == on; })) << on;
+  }
+  EXPECT_TRUE(eventually([&] { return provider.isTrusted() && !provider.isGrantStale(); }));
+  const int before = count.questions();
+  EXPECT_GT(before, 0);
+  for (int poll = 0; poll < 100; ++poll) EXPECT_TRUE(provider.isTrusted() && !provider.isGrantStale());
+  EXPECT_LE(count.questions(), before + 4);  // half a minute may end meanwhile
+}
+
 /// The last one: libatspi has no second life in a process.
 TEST_F(AccessibilityBusLoss, ABusThatEndsIsToldAsAStaleGrant) {
   const Editor editor("featherpad", {Editor::emptyFile});
@@ -89,6 +155,7 @@ TEST_F(AccessibilityBusLoss, ABusThatEndsIsToldAsAStaleGrant) {
     ASSERT_GT(pid, 1);
     ::kill(pid, SIGKILL);
   }
+  EXPECT_TRUE(eventually([this] { return !provider.isTrusted(); })) << "the next service is off";
   EXPECT_TRUE(eventually([this] { return provider.enableAccessibility() && provider.isGrantStale(); }));
   const Editor after("mousepad");
   EXPECT_TRUE(eventually([&] {
