@@ -22,9 +22,7 @@ Crypto::Key publicKey(std::string_view text, std::string_view what) {
 
 void requireName(std::string_view name) {
   requireNameSize(name);
-  if (name.empty() || Unicode::containsControl(name)) {
-    throw Refusal::badRequest("The name must not be empty or have control characters.");
-  }
+  if (name.empty()) throw Refusal::badRequest("The name must not be empty.");
 }
 
 void requireNameSize(std::string_view name) {

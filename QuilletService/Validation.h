@@ -12,7 +12,8 @@ namespace quillet::Validation {
 
 /// 32 raw bytes in base64url. `what` names the key in the message.
 Crypto::Key publicKey(std::string_view text, std::string_view what);
-/// A display name: 1 to 256 characters as people count them, no control characters.
+/// A display name: 1 to 256 characters as people count them, of any kind, since a device that is refused its own name
+/// can't register.
 void requireName(std::string_view name);
 /// A name that the other side tidies up before it shows it: any text of at most 256 characters.
 void requireNameSize(std::string_view name);

@@ -26,9 +26,10 @@ TEST_F(EndpointTest, ADesktopIsToldOfPairsAndPhonesSeeItsName) {
     for (int i = 0; i < 64; ++i) family += "👨‍👩‍👧‍👦";
     EXPECT_TRUE((co_await macAPI.rename(family)).ok);
     EXPECT_EQ((co_await phoneAPI.pairs()).pairs.at(0).peerName, family);
-    for (const std::string& wrong : {std::string(), std::string(257, 'n'), std::string("a\nb")}) {
+    for (const std::string& wrong : {std::string(), std::string(257, 'n')}) {
       EXPECT_EQ(co_await refusal(macAPI.rename(wrong)), "400 bad_request");
     }
+    EXPECT_TRUE((co_await macAPI.rename("a\tb")).ok) << "what a desktop takes for a name; it would ask for ever";
 
     EXPECT_TRUE((co_await phoneAPI.removePair(mac.id())).ok);
     EXPECT_EQ((co_await next<RelayServer::PairRevoked>(*socket)).peerDeviceId, phone.id());
