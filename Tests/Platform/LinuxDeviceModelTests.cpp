@@ -31,6 +31,8 @@ TEST_F(LinuxDeviceModelTest, ReadsTheProductName) {
   EXPECT_EQ(model.modelName(), std::nullopt);
   write("class/dmi/id/product_name", std::string("Macmini7,1\0rest\n", 16));
   EXPECT_EQ(model.modelName(), "Macmini7,1");
+  write("class/dmi/id/product_name", "Box \xff 2\n");
+  EXPECT_EQ(model.modelName(), "Box \uFFFD 2") << "or no feedback could be sent";
 }
 
 TEST_F(LinuxDeviceModelTest, OnlyABatteryOfTheSystemCounts) {

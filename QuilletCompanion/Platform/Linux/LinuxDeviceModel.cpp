@@ -5,6 +5,7 @@
 #include <fstream>
 #include <system_error>
 
+#include "QuilletCompanion/Platform/Linux/GObjectRef.h"
 #include "QuilletKit/Unicode.h"
 
 namespace quillet {
@@ -25,9 +26,9 @@ bool feedsSystem(const std::filesystem::path& supply) {
 }  // namespace
 
 std::optional<std::string> LinuxDeviceModel::modelName() const {
-  std::string name = firstLine(sys_ / "class/dmi/id/product_name");
-  if (name.empty()) return std::nullopt;
-  return name;
+  const std::string raw = firstLine(sys_ / "class/dmi/id/product_name");
+  if (raw.empty()) return std::nullopt;
+  return takeText(g_utf8_make_valid(raw.data(), static_cast<gssize>(raw.size())));
 }
 
 bool LinuxDeviceModel::hasBattery() const {
