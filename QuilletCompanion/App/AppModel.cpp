@@ -270,6 +270,7 @@ std::unique_ptr<PairingViewModel> AppModel::makePairingViewModel() {
 
 void AppModel::storePeer(const PeerIdentity& identity) {
   peerStore_.upsert(identity, parts_.time.now());
+  upkeep_.forgetRevocation(identity.deviceId);
   publishReadiness();
   upkeep_.reconcilePairs();
 }

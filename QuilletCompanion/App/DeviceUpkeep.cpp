@@ -95,12 +95,13 @@ void DeviceUpkeep::queueRevocation(const std::string& peerDeviceId) {
   defaults_.set("pendingRevocations", std::move(queue));
 }
 
-void DeviceUpkeep::unqueueRevocation(const std::string& peerDeviceId) {
+void DeviceUpkeep::forgetRevocation(const std::string& peerDeviceId) {
+  const auto queue = defaults_.strings("pendingRevocations");
   boost::json::array left;
-  for (const auto& id : defaults_.strings("pendingRevocations")) {
+  for (const auto& id : queue) {
     if (id != peerDeviceId) left.emplace_back(id);
   }
-  defaults_.set("pendingRevocations", std::move(left));
+  if (left.size() < queue.size()) defaults_.set("pendingRevocations", std::move(left));
 }
 
 void DeviceUpkeep::flushPending() {
@@ -151,7 +152,7 @@ Awaitable<void> DeviceUpkeep::sendRevocations(Task::Token token, std::shared_ptr
   for (const auto& id : defaults_.strings("pendingRevocations")) {
     const Answer answer = co_await askToRevoke(api, id);
     if (token.cancelled()) co_return;
-    if (answer != Answer::failed) unqueueRevocation(id);
+    if (answer != Answer::failed) forgetRevocation(id);
   }
 }
 

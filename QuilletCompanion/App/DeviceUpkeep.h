@@ -39,6 +39,9 @@ class DeviceUpkeep {
   /// Takes the peer off the service's list as it is known here.
   void dropPair(const std::string& peerDeviceId);
 
+  /// The phone is paired anew: what the service has yet to hear was about the pairing before.
+  void forgetRevocation(const std::string& peerDeviceId);
+
   /// Sends what the service has yet to hear.
   void flushPending();
   /// Fetches the service's list of pairs, and drops the peers that have been missing from it for two minutes.
@@ -60,7 +63,6 @@ class DeviceUpkeep {
   void dropUnlistedPeers();
   void forgetPeer(const std::string& peerDeviceId);
   void queueRevocation(const std::string& peerDeviceId);
-  void unqueueRevocation(const std::string& peerDeviceId);
 
   std::function<std::int64_t()> now_;
   UserDefaults& defaults_;

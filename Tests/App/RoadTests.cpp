@@ -141,7 +141,9 @@ TEST_F(RoadTest, PhonesHearOfRenamingRevokingAndDeleting) {
   EXPECT_TRUE(await(model->revoke(phone->deviceId())));
   EXPECT_EQ(prepareFails(), PhoneExit::serviceRefused);
   EXPECT_TRUE(await(phone->unpair(mac)));
+  defaults.set("pendingRevocations", boost::json::array{phone->deviceId(), "another"});
   pair();
+  EXPECT_EQ(defaults.strings("pendingRevocations"), std::vector<std::string>{"another"}) << "this pairing is to stay";
   EXPECT_EQ(model->peerStore().peers().get().size(), 1u);
   EXPECT_TRUE(await(phone->unpair(mac)));
   ASSERT_TRUE(mainThread.runUntil([&] { return model->peerStore().peers().get().empty(); }));
