@@ -52,6 +52,7 @@ Awaitable<void> AppModel::deleteCloudData() {
 
 void AppModel::stopServices() {
   registration_.stop();
+  refusals_ = 0;
   upkeep_.detach();
   readiness_.detach();
   const ConnectionRef connection = connection_.get();

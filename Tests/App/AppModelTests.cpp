@@ -107,10 +107,13 @@ TEST_F(AppModelTest, ARefusedSocketRegistersAnewAtOnceAndThenMoreSlowly) {
   start();
   ASSERT_TRUE(until([&] { return service.count(kRegister) == 2 && offline() != nullptr; }));
   EXPECT_EQ(offline()->retryAt, time.source().now() + 2000);
+  model->resetLocal();  // another device, which has not been refused yet
+  ASSERT_TRUE(until([&] { return service.count(kRegister) == 4 && offline() != nullptr; }));
+  EXPECT_EQ(offline()->retryAt, time.source().now() + 2000);
   service.refuseRelay(std::nullopt);
   time.advance(2s);
   ASSERT_TRUE(until([&] { return isConnected(); }));
-  EXPECT_EQ(service.count(kRegister), 3u);
+  EXPECT_EQ(service.count(kRegister), 5u);
 }
 
 TEST_F(AppModelTest, PublishesOnceAfterARunOfChangesAndOnEveryHeartbeat) {
