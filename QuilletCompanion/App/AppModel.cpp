@@ -74,7 +74,10 @@ void AppModel::observeSelf() {
   registration_.onRevoked = [this] {
     if (const auto connection = connection_.get()) connection->stop();
   };
-  registrationWatch_ = registration_.state().observe([this](const auto&) { updateConnectionStatus(); });
+  // Once registered, the relay is started before anybody looks: see `registered`.
+  registrationWatch_ = registration_.state().observe([this](const auto&) {
+    if (!registration_.isRegistered()) updateConnectionStatus();
+  });
   connectionWatch_ = connection_.observe([this](const ConnectionRef& connection) {
     relayWatch_.reset();
     if (connection) relayWatch_ = connection->state().observe([this](const auto&) { updateConnectionStatus(); });
@@ -188,6 +191,7 @@ void AppModel::registered() {
   } else {
     connection->reconnectNow();
   }
+  updateConnectionStatus();
   upkeepAll();
 }
 

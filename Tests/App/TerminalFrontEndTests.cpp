@@ -72,7 +72,7 @@ TEST_F(TerminalFrontEndTest, TellsEveryStepToTheFirstConnection) {
   for (auto& event : events("registration")) steps.emplace_back(event["state"].as_string());
   for (auto& event : events("connection")) statuses.emplace_back(event["status"].as_string());
   EXPECT_EQ(steps, (std::vector<std::string>{"registering", "registered"}));
-  EXPECT_EQ(statuses, (std::vector<std::string>{"reconnecting", "offline", "reconnecting", "connected"}));
+  EXPECT_EQ(statuses, (std::vector<std::string>{"reconnecting", "connected"}));
   EXPECT_EQ(events("device").size(), 1u);
   lines.clear();
   provider.trusted = false;
