@@ -23,12 +23,17 @@ std::unique_ptr<icu::Calendar> makeCalendar(std::unique_ptr<icu::TimeZone> zone,
   return made;
 }
 
-icu::Locale userLocale() {
+/// Of the user; empty if the environment names none.
+std::string userLocale() {
   for (const char* const variable : {"LC_ALL", "LC_TIME", "LANG"}) {
     const char* const value = std::getenv(variable);
-    if (value != nullptr && *value != '\0') return icu::Locale::createCanonical(value);
+    if (value != nullptr && *value != '\0') return value;
   }
-  return icu::Locale::getDefault();
+  return {};
+}
+
+icu::Locale localeFrom(const std::string& name) {
+  return name.empty() ? icu::Locale::getDefault() : icu::Locale::createCanonical(name.c_str());
 }
 
 void toMidnight(icu::Calendar& calendar) {
@@ -51,21 +56,28 @@ int component(const icu::Calendar& calendar, UCalendarDateFields field) {
 }  // namespace
 
 WordCalendar WordCalendar::current() {
-  return WordCalendar(makeCalendar(std::unique_ptr<icu::TimeZone>(icu::TimeZone::createDefault()), userLocale()));
+  WordCalendar calendar;
+  calendar.locale_ = userLocale();
+  return calendar;
 }
 
 WordCalendar::WordCalendar(const std::string& timeZone, const std::string& locale)
-    : WordCalendar(makeCalendar(
+    : calendar_(makeCalendar(
           std::unique_ptr<icu::TimeZone>(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(timeZone))),
           icu::Locale::createCanonical(locale.c_str()))) {}
 
-WordCalendar::WordCalendar(std::unique_ptr<icu::Calendar> calendar) : calendar_(std::move(calendar)) {}
+std::unique_ptr<icu::Calendar> WordCalendar::copy() const {
+  if (!calendar_) {
+    calendar_ = makeCalendar(std::unique_ptr<icu::TimeZone>(icu::TimeZone::createDefault()), localeFrom(locale_));
+  }
+  return std::unique_ptr<icu::Calendar>(calendar_->clone());
+}
 
 std::unique_ptr<icu::Calendar> WordCalendar::at(Time time) const {
-  std::unique_ptr<icu::Calendar> copy(calendar_->clone());
+  auto calendar = copy();
   UErrorCode status = U_ZERO_ERROR;
-  copy->setTime(static_cast<UDate>(time), status);
-  return copy;
+  calendar->setTime(static_cast<UDate>(time), status);
+  return calendar;
 }
 
 std::string WordCalendar::dayKey(Time time) const {
@@ -118,7 +130,7 @@ std::optional<WordCalendar::Interval> WordCalendar::interval(Time time, UCalenda
 
 std::optional<Time> WordCalendar::date(std::int32_t year, std::int32_t month, std::int32_t day) const {
   if (month == INT32_MIN) return std::nullopt;
-  const std::unique_ptr<icu::Calendar> calendar(calendar_->clone());
+  const auto calendar = copy();
   calendar->clear();
   calendar->set(year, month - 1, day);
   return timeOf(*calendar);

@@ -11,8 +11,8 @@
 namespace quillet {
 
 /// The days, weeks and months in which words are counted. Times are milliseconds since 1970. The time zone and the
-/// locale, which says which calendar there is and on which day a week begins, stay as they were at construction. Main
-/// thread only. What the calendar can't form is absent.
+/// locale, which says which calendar there is and on which day a week begins, stay the same. Main thread only. What the
+/// calendar can't form is absent.
 class WordCalendar {
  public:
   using Time = std::int64_t;
@@ -21,7 +21,8 @@ class WordCalendar {
     bool holds(Time time) const { return start <= time && time < end; }
   };
 
-  /// The user's: the zone of the system, the locale of LC_ALL, LC_TIME or LANG.
+  /// The user's: the locale of LC_ALL, LC_TIME or LANG, and the zone that the system has when the calendar is first
+  /// used. Until then it takes next to no memory; its first use throws std::runtime_error without calendar data.
   static WordCalendar current();
   /// An Olson zone id and a locale, as "Europe/Berlin" and "de_DE". Throws std::runtime_error without calendar data.
   WordCalendar(const std::string& timeZone, const std::string& locale);
@@ -37,11 +38,13 @@ class WordCalendar {
   std::optional<Time> date(std::int32_t year, std::int32_t month, std::int32_t day) const;
 
  private:
-  explicit WordCalendar(std::unique_ptr<icu::Calendar> calendar);
+  WordCalendar() = default;
+  std::unique_ptr<icu::Calendar> copy() const;
   std::unique_ptr<icu::Calendar> at(Time time) const;
   std::optional<Interval> interval(Time time, UCalendarDateFields unit) const;
 
-  std::unique_ptr<icu::Calendar> calendar_;  ///< Only ever copied.
+  std::string locale_;                               ///< Empty for that of the process.
+  mutable std::unique_ptr<icu::Calendar> calendar_;  ///< Made on first use, and then only ever copied.
 };
 
 }  // namespace quillet
