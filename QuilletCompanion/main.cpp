@@ -251,6 +251,9 @@ std::optional<int> readArguments(const std::vector<std::string>& arguments, Opti
 }  // namespace
 
 int main(int argc, char** argv) {
+  // Where a new version will lie by the time of a restart.
+  std::error_code unknown;
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", unknown);
   bool restart = false;
   int code = 0;
   {
@@ -272,6 +275,7 @@ int main(int argc, char** argv) {
   }
   if (!restart) return code;
   // The same process with the same terminal, once everything of this run is gone.
+  ::execv(program.c_str(), argv);
   ::execv("/proc/self/exe", argv);
   std::cerr << "QuilletCompanion: could not start anew." << std::endl;
   return kFailure;
