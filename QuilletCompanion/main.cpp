@@ -24,6 +24,7 @@
 #include "QuilletCompanion/Platform/Linux/LinuxScreenLockMonitor.h"
 #include "QuilletCompanion/Platform/Linux/LinuxSystemEvents.h"
 #include "QuilletCompanion/Platform/Linux/MainLoopExecutor.h"
+#include "QuilletCompanion/Platform/Linux/MainLoopTimers.h"
 #include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
 #include "QuilletCompanion/Platform/Linux/SystemSecretStore.h"
 #include "QuilletCompanion/Terminal/TerminalFrontEnd.h"
@@ -167,7 +168,7 @@ class Program {
 
   AppModelParts parts() {
     return {.mainThread = mainLoop_.executor(),
-            .time = systemTime(network_.executor()),
+            .time = timers_.lasting(systemTime(network_.executor())),
             .provider = provider_,
             .isGrantStale = [this] { return provider_.isGrantStale(); },
             .promptForAccessibility = [this] { provider_.enableAccessibility(); },
@@ -196,6 +197,7 @@ class Program {
   const std::optional<std::filesystem::path> supportFolder_;
   std::unique_ptr<SecretStore> secretStore_;
   MainLoop mainLoop_;
+  MainLoopTimers timers_{mainLoop_.executor()};
   NetworkThread network_;
   HTTPSession session_{network_.executor()};
   LinuxScreenLockMonitor lockMonitor_;

@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Platform/Linux/MainLoopTimers.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QTimer>
+
+#include "QuilletCompanion/Platform/Linux/MainLoopExecutor.h"
+
+namespace quillet {
+namespace {
+
+using namespace std::chrono_literals;
+
+class MainLoopTimersTest : public testing::Test {
+ protected:
+  bool eventually(const std::function<bool()>& condition) {
+    QTimer limit;
+    limit.setSingleShot(true);
+    limit.start(20'000);
+    while (!condition() && limit.isActive()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    return condition();
+  }
+
+  int argc = 1;
+  char name[5] = "test";
+  char* argv[2] = {name, nullptr};
+  QCoreApplication application{argc, argv};
+  MainLoop loop;
+};
+
+TEST_F(MainLoopTimersTest, SleepsAsLongAsItShouldAndLeavesShortSleepsAlone) {
+  MainLoopTimers timers(loop.executor());
+  std::vector<Duration> others;
+  TimeSource precise;
+  precise.sleep = [&](Duration duration) -> Awaitable<void> {
+    others.push_back(duration);
+    co_return;
+  };
+  const auto sleep = timers.lasting(precise).sleep;
+  const auto start = std::chrono::steady_clock::now();
+  Task task(loop.executor());
+  task.start([&]() -> Awaitable<void> {
+    co_await sleep(999ms);
+    co_await sleep(1s);
+  });
+  EXPECT_TRUE(eventually([&] { return !task.running(); }));
+  EXPECT_GE(std::chrono::steady_clock::now() - start, 1s);
+  EXPECT_EQ(others, std::vector<Duration>{999ms});
+}
+
+TEST_F(MainLoopTimersTest, ACancelledSleepEndsSoon) {
+  MainLoopTimers timers(loop.executor());
+  bool begun = false, aborted = false;
+  std::optional<Task> task(loop.executor());
+  task->start([&, sleep = timers.lasting({}).sleep]() -> Awaitable<void> {
+    try {
+      begun = true;
+      co_await sleep(1h);
+    } catch (const std::exception& error) {
+      aborted = isCancellation(error);
+      throw;
+    }
+  });
+  ASSERT_TRUE(eventually([&] { return begun; }));
+  task.reset();
+  EXPECT_FALSE(aborted) << "not inside the cancellation";
+  EXPECT_TRUE(eventually([&] { return aborted; }));
+}
+
+TEST_F(MainLoopTimersTest, WhoSleepsWhenTheTimersGoNeverGoesOn) {
+  for (const bool cancelled : {false, true}) {
+    auto held = std::make_shared<int>();
+    const std::weak_ptr<int> left = held;
+    auto timers = std::make_unique<MainLoopTimers>(loop.executor());
+    Task task(loop.executor());
+    bool begun = false, wentOn = false;
+    task.start([&, held, sleep = timers->lasting({}).sleep]() -> Awaitable<void> {
+      begun = true;
+      co_await sleep(1h);
+      wentOn = true;
+    });
+    held.reset();
+    ASSERT_TRUE(eventually([&] { return begun; }));
+    if (cancelled) task.cancel();
+    timers.reset();
+    EXPECT_TRUE(eventually([&] { return left.expired(); })) << cancelled;
+    EXPECT_FALSE(wentOn);
+  }
+}
+
+}  // namespace
+}  // namespace quillet
