@@ -117,24 +117,11 @@ class HTTPSession::Exchange : public std::enable_shared_from_this<Exchange> {
   Awaitable<void> run() {
     if (abandoned_) throw system_error(asio::error::operation_aborted);
     connection_ = pool_->take(serviceKey(url_));
-    if (connection_) {
-      const bool answered = co_await answeredOverKept();
-      if (answered) co_return;
+    if (!connection_) {
+      connection_ = std::make_unique<NetworkStream>(network_, *tls_, url_.isTLS());
+      co_await connection_->connect(url_);
     }
-    connection_ = std::make_unique<NetworkStream>(network_, *tls_, url_.isTLS());
-    co_await connection_->connect(url_);
     co_await converse();
-  }
-
-  /// False if a new connection is to be tried.
-  Awaitable<bool> answeredOverKept() {
-    try {
-      co_await converse();
-      co_return true;
-    } catch (const system_error&) {
-      if (abandoned_ || answerBegan_ || wire_.method() != http::verb::get) throw;
-    }
-    co_return false;
   }
 
   Awaitable<void> converse() {
@@ -146,10 +133,7 @@ class HTTPSession::Exchange : public std::enable_shared_from_this<Exchange> {
       parser.emplace();
       parser->body_limit(kBodyLimit);
       parser->header_limit(kHeaderLimit);
-      error_code error;
-      co_await http::async_read(*connection_, buffer, *parser, asio::redirect_error(asio::use_awaitable, error));
-      answerBegan_ = answerBegan_ || parser->got_some();
-      if (error) throw system_error(error);
+      co_await http::async_read(*connection_, buffer, *parser, asio::use_awaitable);
     } while (parser->get().result_int() < 200);
     response_ = {static_cast<int>(parser->get().result_int()), std::move(parser->get().body())};
     if (parser->keep_alive() && buffer.size() == 0) pool_->keep(serviceKey(url_), std::move(connection_));
@@ -185,7 +169,6 @@ class HTTPSession::Exchange : public std::enable_shared_from_this<Exchange> {
   std::exception_ptr error_;
   bool finished_ = false;
   bool abandoned_ = false;
-  bool answerBegan_ = false;
 };
 
 HTTPSession::HTTPSession(Executor network)

@@ -24,9 +24,9 @@ struct HTTPResponse {
   std::string body;
 };
 
-/// Sends requests over TCP or TLS. Idle connections are used again for a few seconds. Redirects are not followed and
-/// nothing is retried (a kept connection that the service closed while idle is replaced by a new one before anything
-/// was answered only for GET). All sockets live on `network`, an io_context that one thread runs; operations may be
+/// Sends requests over TCP or TLS. Idle connections are used again for a few seconds, those that the service closed
+/// meanwhile excepted. Redirects are not followed and nothing is sent twice: a service that has seen a signature
+/// refuses it the second time. All sockets live on `network`, an io_context that one thread runs; operations may be
 /// awaited from any executor and resume there.
 class HTTPSession {
  public:
