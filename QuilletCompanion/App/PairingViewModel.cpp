@@ -192,6 +192,7 @@ Awaitable<std::optional<PairingViewModel::Session>> PairingViewModel::create(std
 void PairingViewModel::show(const Session& session) {
   currentSessionId_ = session.created.sessionId;
   networkTrouble.set(false);
+  if (session.wanted.expired()) return;
   phase.set(Invitation{.sessionId = session.created.sessionId,
                        .qrContent = PairingInvitation{session.created.sessionId, session.publicKey}.text(),
                        .code = session.created.code,

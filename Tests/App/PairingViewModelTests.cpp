@@ -362,6 +362,23 @@ TEST_F(PairingViewModelTest, WhoWatchesItMayDestroyIt) {
   EXPECT_EQ(time.sleepers(), 0u);
 }
 
+TEST_F(PairingViewModelTest, TheEndOfATroubleMayStopOrDestroyIt) {
+  for (const bool destroyed : {false, true}) {
+    begin();
+    time.advance(118s);
+    api.failures[Call::status] = {FakePairingAPI::transport()};
+    time.advance(1s);
+    ASSERT_TRUE(model->networkTrouble.get());
+    const auto relieved = model->networkTrouble.observe([this, destroyed](bool) {
+      model->stop();
+      if (destroyed) model.reset();
+    });
+    time.advance(1s);
+    EXPECT_EQ(api.cancelled.size(), api.macKeys.size());
+    EXPECT_TRUE(destroyed ? !model : phase<Model::Idle>() != nullptr);
+  }
+}
+
 TEST_F(PairingViewModelTest, StoringThePhoneMayEndTheModelOrStartAnew) {
   afterPaired = [this] { model.reset(); };
   drive();
