@@ -196,8 +196,9 @@ Awaitable<void> RelayMessageHandler::handleDelivery(RelayServer::Deliver frame) 
     refuseUnjournalled(frame.utteranceId, RefusalReason::tokenUnknown, std::nullopt, *peer);
     co_return;
   }
-  auto snapshot = spendToken(*payload, *peer);
-  if (snapshot) co_await attempt(std::move(*payload), std::move(*snapshot), *peer);
+  const std::int64_t now = now_();
+  auto snapshot = spendToken(*payload, *peer, now);
+  if (snapshot) co_await attempt(std::move(*payload), std::move(*snapshot), *peer, now);
 }
 
 std::optional<DeliveryPayload> RelayMessageHandler::openDelivery(const RelayServer::Deliver& frame,
@@ -209,24 +210,24 @@ std::optional<DeliveryPayload> RelayMessageHandler::openDelivery(const RelayServ
   }
 }
 
-std::optional<TargetSnapshot> RelayMessageHandler::spendToken(const DeliveryPayload& payload,
-                                                              const PeerIdentity& peer) {
+std::optional<TargetSnapshot> RelayMessageHandler::spendToken(const DeliveryPayload& payload, const PeerIdentity& peer,
+                                                              std::int64_t now) {
   auto found = targetGuard_.lookup(payload.token, peer.deviceId);
   if (const auto* reason = std::get_if<RefusalReason>(&found)) {
-    refuseTerminally(payload.utteranceId, *reason, std::nullopt, peer);
+    refuseTerminally(payload.utteranceId, *reason, std::nullopt, peer, now);
     return std::nullopt;
   }
   auto& snapshot = std::get<TargetSnapshot>(found);
   targetGuard_.consume(payload.token);
   if (const auto reason = targetGuard_.validate(snapshot, true)) {
-    refuseTerminally(payload.utteranceId, *reason, snapshot.appName, peer);
+    refuseTerminally(payload.utteranceId, *reason, snapshot.appName, peer, now);
     return std::nullopt;
   }
   return std::move(snapshot);
 }
 
-Awaitable<void> RelayMessageHandler::attempt(DeliveryPayload payload, TargetSnapshot snapshot, PeerIdentity peer) {
-  const std::int64_t now = now_();
+Awaitable<void> RelayMessageHandler::attempt(DeliveryPayload payload, TargetSnapshot snapshot, PeerIdentity peer,
+                                             std::int64_t now) {
   const JournalEntry entry{.peerId = peer.deviceId,
                            .utteranceId = payload.utteranceId,
                            .state = JournalState::attempting,
@@ -262,8 +263,8 @@ void RelayMessageHandler::finishAttempt(JournalEntry entry, const InsertionRepor
 }
 
 void RelayMessageHandler::refuseTerminally(const std::string& utteranceId, RefusalReason reason,
-                                           std::optional<std::string> appName, const PeerIdentity& peer) {
-  const std::int64_t now = now_();
+                                           std::optional<std::string> appName, const PeerIdentity& peer,
+                                           std::int64_t now) {
   finishEntry({.peerId = peer.deviceId,
                .utteranceId = utteranceId,
                .state = JournalState::refused,

@@ -58,12 +58,13 @@ class RelayMessageHandler : public std::enable_shared_from_this<RelayMessageHand
 
   Awaitable<void> handleDelivery(RelayServer::Deliver frame);
   std::optional<DeliveryPayload> openDelivery(const RelayServer::Deliver& frame, const PeerIdentity& peer) const;
-  std::optional<TargetSnapshot> spendToken(const DeliveryPayload& payload, const PeerIdentity& peer);
-  Awaitable<void> attempt(DeliveryPayload payload, TargetSnapshot snapshot, PeerIdentity peer);
+  /// `now` is when the delivery's turn came, the date of the entry that it gets.
+  std::optional<TargetSnapshot> spendToken(const DeliveryPayload& payload, const PeerIdentity& peer, std::int64_t now);
+  Awaitable<void> attempt(DeliveryPayload payload, TargetSnapshot snapshot, PeerIdentity peer, std::int64_t now);
   bool recordAttempt(const JournalEntry& entry, const PeerIdentity& peer);
   void finishAttempt(JournalEntry entry, const InsertionReport& report, const PeerIdentity& peer);
   void refuseTerminally(const std::string& utteranceId, RefusalReason reason, std::optional<std::string> appName,
-                        const PeerIdentity& peer);
+                        const PeerIdentity& peer, std::int64_t now);
   void refuseUnjournalled(const std::string& utteranceId, RefusalReason reason, std::optional<std::string> appName,
                           const PeerIdentity& peer);
   /// Answers from the journal. False if it doesn't know the utterance.

@@ -279,6 +279,20 @@ TEST_F(RelayMessageHandlerTest, RefusesAndRemembersAsTheFaultAsks) {
   EXPECT_EQ(desktop.text(), "moved");
 }
 
+TEST_F(RelayMessageHandlerTest, AnEntryIsDatedWhenItsTurnComesNotWhenTheTargetHasAnswered) {
+  TargetGuard slow(desktop, {}, [this] { return time.wall += 700; });
+  handler =
+      std::make_shared<RelayMessageHandler>(time.executor(), mac, peers, slow, *journal, inserter, time.source().now);
+  const auto before = time.source().now();
+  handler->handle(deliverFrame("u", "no token"));
+  handler->handle(deliverFrame("v", std::get<TargetSnapshot>(slow.prepare(phone.peer.deviceId)).token));
+  const auto prepared = time.source().now();
+  time.advance(5s);
+  EXPECT_GE(prepared, before);
+  EXPECT_EQ(entry("u")->createdAt, prepared);
+  EXPECT_EQ(entry("v")->createdAt, prepared);
+}
+
 TEST_F(RelayMessageHandlerTest, RevocationOvertakesTheQueue) {
   const auto spare = token();
   handler->handle(deliverFrame("u", token()));
