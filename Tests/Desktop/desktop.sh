@@ -67,7 +67,8 @@ await "the accessibility bus" dbus-send --session --print-reply --dest=org.a11y.
 openbox --sm-disable >"$place/openbox.log" 2>&1 &
 servers+=($!)
 export QUILLET_WINDOW_MANAGER=$!
-await "the window manager" xprop -root -notype _NET_SUPPORTING_WM_CHECK
+# xprop succeeds without the property, too.
+await "the window manager" bash -c 'xprop -root _NET_SUPPORTING_WM_CHECK | grep "window id"'
 
 timeout --kill-after=5 "${QUILLET_DESKTOP_LIMIT:-300}" "$@"
 result=$?

@@ -3,8 +3,11 @@
 
 #include <QMetaObject>
 #include <QSocketNotifier>
+#include <QString>
 #include <algorithm>
 #include <memory>
+
+#include "QuilletKit/Unicode.h"
 
 // Last: its macros break other headers.
 #include <X11/Xatom.h>
@@ -24,6 +27,11 @@ std::string lowered(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(),
                  [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
   return text;
+}
+
+/// Windows name their class in Latin-1 by the rules, and in UTF-8 by custom.
+std::string inUTF8(std::string text) {
+  return Unicode::isValidUTF8(text) ? text : QString::fromLatin1(text.data(), qsizetype(text.size())).toStdString();
 }
 
 }  // namespace
@@ -142,14 +150,14 @@ std::string FrontWindow::text(unsigned long window, unsigned long property) cons
                                         &format, &count, &rest, &raw);
   const XOwned<unsigned char> data(raw);
   if (status != Success || !data || format != 8) return {};
-  return {reinterpret_cast<const char*>(data.get()), count};
+  return inUTF8({reinterpret_cast<const char*>(data.get()), count});
 }
 
 void FrontWindow::identify(Owner& owner) const {
   XClassHint hint{};
   if (XGetClassHint(connection_.get(), owner.window, &hint) != 0) {
     const XOwned<char> instance(hint.res_name), name(hint.res_class);
-    if (name) owner.windowClass = name.get();
+    if (name) owner.windowClass = inUTF8(name.get());
   }
   owner.id = text(owner.window, gtkApplicationId_);
   if (owner.id.empty()) owner.id = lowered(owner.windowClass);
