@@ -46,7 +46,7 @@ X11Connection::X11Connection(const std::string& display) {
       display_,
       [](Display*, void* self) {
         static_cast<X11Connection*>(self)->broken_ = true;
-        Log::info("desktop", "A connection to the X display broke");
+        Log::info("insertion", "A connection to the X display broke");
       },
       this);
   broken_ = XkbQueryExtension(display_, nullptr, nullptr, nullptr, &major, &minor) == False;
