@@ -73,7 +73,7 @@ TEST_F(HTTPSessionTest, EndsAnswersThatNeverWould) {
     HTTPRequest request = server.request("/");
     request.timeout = timeout;
     EXPECT_EQ(failureOf(std::move(request)), expected) << what;
-    EXPECT_EQ(server.connections(), 1) << what;
+    EXPECT_LE(server.connections(), 1) << what;  // 0 where the server was slower than the limit
   }
 }
 
