@@ -28,13 +28,15 @@ using std::chrono::steady_clock;
 
 constexpr std::size_t length = 2000;
 constexpr auto startLimit = 60s;
+constexpr auto patience = 10s;
 constexpr auto standstill = 3s;
 
 struct Outcome {
   double charactersPerSecond = 0;
   double wrong = 0;
   double seconds = 0;
-  bool stopped = false;  ///< A chunk was refused, and the rest never sent.
+  bool stopped = false;  ///< A chunk was refused for good, and the rest never sent.
+  int refusals = 0;      ///< Chunks that were taken at a later try only.
   double busy = 0;       ///< CPU seconds of the program that was typed into.
 };
 
@@ -98,7 +100,7 @@ class TypingRun {
     const auto start = steady_clock::now();
     bool stopped = false;
     if (ours) {
-      stopped = !target.type(text);
+      stopped = !target.type(text, patience);
     } else {
       QProcess::execute("xdotool", {"type", "--", QString::fromStdString(text)});
     }
@@ -107,8 +109,9 @@ class TypingRun {
     const auto end = awaitText(target, wanted.size(), seen);
     typist_.restoreKeymap();
     const auto seconds = std::chrono::duration<double>(end - start).count();
-    return Outcome{static_cast<double>(wanted.size()) / seconds, distance(wanted, seen), seconds, stopped,
-                   cpuSeconds(target.editor().pid()) - busy};
+    return Outcome{
+        static_cast<double>(wanted.size()) / seconds, distance(wanted, seen), seconds, stopped, target.refusals(),
+        cpuSeconds(target.editor().pid()) - busy};
   }
 
  private:
@@ -136,7 +139,10 @@ void addRows(Table& table, const std::string& what, const std::optional<Outcome>
   const auto errors = [](const Outcome& outcome) { return Figure{outcome.wrong, "wrong"}; };
   table.add({what, speed(*ours), "xdotool type", speed(*theirs), 1.5, true});
   table.add({what, errors(*ours), "xdotool type", errors(*theirs), 0});
-  if (ours->stopped) table.note("ours stopped part of the way: a chunk was refused");
+  if (ours->stopped) table.note("ours stopped part of the way, and what is missing counts as wrong");
+  if (ours->refusals > 0) {
+    table.note(fmt::format("the program looked hung, and ours waited, {} times", ours->refusals));
+  }
   table.note(fmt::format("the program itself worked {:.1f} of our {:.1f} s", ours->busy, ours->seconds));
 }
 

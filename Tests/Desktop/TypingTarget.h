@@ -33,6 +33,7 @@ class TypingTarget {
 
   bool ready() const { return ready_; }
   const Editor& editor() const { return editor_; }
+  int refusals() const { return refusals_; }
 
   /// All that has arrived so far.
   std::string text() {
@@ -44,8 +45,10 @@ class TypingTarget {
     return eventually([&] { return text() == expected; });
   }
 
-  /// As an insertion does it: chunks of up to 16 units, 6 ms apart. False at the first chunk that isn't taken.
-  bool type(std::string_view text) {
+  /// As an insertion does it: chunks of up to 16 units, 6 ms apart. False at the first chunk that isn't taken. An
+  /// insertion would end when a chunk is refused first; with patience, that is only counted.
+  bool type(std::string_view text, std::chrono::milliseconds patience = {}) {
+    patience_ = patience;
     const auto units = Unicode::toUTF16(text).value();
     std::u16string chunk;
     for (const auto cluster : Unicode::graphemeClusters(units)) {
@@ -71,7 +74,11 @@ class TypingTarget {
     return field && provider_.inspect(field).editable && (!terminal_ || QFile::exists(editor_.path(taken)));
   }
   bool post(std::u16string& chunk) {
-    const bool posted = provider_.typeUnicode(editor_.pid(), chunk);
+    bool posted = provider_.typeUnicode(editor_.pid(), chunk);
+    if (!posted && patience_.count() > 0) {
+      ++refusals_;
+      posted = eventually([&] { return provider_.typeUnicode(editor_.pid(), chunk); }, patience_);
+    }
     chunk.clear();
     std::this_thread::sleep_for(std::chrono::milliseconds(6));
     QCoreApplication::processEvents();
@@ -79,6 +86,8 @@ class TypingTarget {
   }
 
   SystemAccessibilityProvider& provider_;
+  std::chrono::milliseconds patience_{};
+  int refusals_ = 0;
   bool terminal_;
   Editor editor_;
   bool ready_ = false;

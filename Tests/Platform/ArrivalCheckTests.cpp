@@ -92,29 +92,36 @@ TEST(ArrivalCheck, FindsOutTheUnitOnceForAnElement) {
   };
   EXPECT_EQ(further(7, 2, 2), 0U);
   EXPECT_EQ(further(7, 4, 3), 1U) << "it counts UTF-16 after all";
-  check.look(std::nullopt, at(9s));
+  check.look(Look{7, {}, 0, 7}, at(9s));
   EXPECT_EQ(further(8, 0, 2), 1U) << "another element";
 }
 
-TEST(ArrivalCheck, WaitsALittleWhereNothingCanBeCounted) {
+TEST(ArrivalCheck, ForgetsWhatATargetHasLost) {
   const Look here{5, 5, 0, 1, Unit::codePoints};
   const Look elsewhere{5, 5, 0, 2, Unit::codePoints};
-  EXPECT_EQ(arrived(U"ab", std::nullopt, here, 59ms), 0U);
-  EXPECT_EQ(arrived(U"ab", std::nullopt, here, 60ms), 2U);
   EXPECT_EQ(arrived(U"ab", here, elsewhere, 99ms), 0U);
   EXPECT_EQ(arrived(U"ab", here, elsewhere, 100ms), 2U);
   EXPECT_EQ(arrived(U"ab", here, here, 1499ms), 0U);
   EXPECT_EQ(arrived(U"ab", here, here, 1500ms), 2U);
+  auto slow = posted(U"ab", here);
+  slow.look(Look{6, 6, 0, 1, Unit::codePoints}, at(1400ms));
+  slow.look(Look{6, 6, 0, 1, Unit::codePoints}, at(2899ms));
+  EXPECT_EQ(slow.arrived(), 1U) << "it has shown that it is at work";
+  slow.look(Look{6, 6, 0, 1, Unit::codePoints}, at(2900ms));
+  EXPECT_EQ(slow.arrived(), 2U);
 }
 
 TEST(ArrivalCheck, ATargetThatFallsSilentHasTakenNothing) {
   auto check = posted(U"ab", Look{5, 5, 0, 1, Unit::codePoints});
-  check.look(std::nullopt, at(1499ms));
-  EXPECT_EQ(check.underWay(), 2U);
-  EXPECT_TRUE(check.unreadable());
-  check.look(Look{7, 7, 0, 1, Unit::codePoints}, at(1499ms));
+  for (const auto age : {1499ms, 5000ms}) {
+    check.look(std::nullopt, at(age));
+    EXPECT_EQ(check.underWay(), 2U);
+    EXPECT_TRUE(check.unreadable());
+  }
+  check.look(Look{7, 7, 0, 1, Unit::codePoints}, at(5001ms));
   EXPECT_EQ(check.underWay(), 0U);
   EXPECT_FALSE(check.unreadable());
+  EXPECT_FALSE(check.before(std::nullopt)) << "what was never seen can't be seen to change";
 }
 
 }  // namespace

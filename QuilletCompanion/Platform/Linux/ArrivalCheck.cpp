@@ -10,10 +10,8 @@ namespace {
 using namespace std::chrono_literals;
 using Unit = KeyTypist::CountUnit;
 
-/// No target takes longer that is to be typed into again.
+/// A target that answers and hasn't changed for so long has lost the rest.
 constexpr Duration forgottenAfter = 1500ms;
-/// Where nothing can be read: what most targets need for a chunk.
-constexpr Duration blindWait = 60ms;
 constexpr Duration otherElementWait = 100ms;
 /// A count that has stopped at the number of code points, in a target that might count UTF-16 units.
 constexpr Duration standstill = 60ms;
@@ -40,8 +38,10 @@ std::uint64_t charactersIn(Unit unit, std::u32string_view characters, std::int64
 
 }  // namespace
 
-void ArrivalCheck::before(const Look& seen) {
-  if (underWay_.empty()) before_ = seen;
+bool ArrivalCheck::before(const Look& seen) {
+  unreadable_ = !seen;
+  if (seen && underWay_.empty()) before_ = seen;
+  return seen.has_value();
 }
 
 void ArrivalCheck::add(std::u32string_view characters, MonotonicTime time) {
@@ -50,14 +50,15 @@ void ArrivalCheck::add(std::u32string_view characters, MonotonicTime time) {
 }
 
 void ArrivalCheck::look(const Look& seen, MonotonicTime time) {
-  unreadable_ = before_ && !seen;
-  if (underWay_.empty()) return;
-  const Duration age = time - lastPost_;
-  if (age >= forgottenAfter) return settle();
-  if (!before_) return age >= blindWait ? settle() : void();
-  if (!seen) return;
-  if (seen->element != before_->element) return age >= otherElementWait ? settle() : void();
-  if (const auto grown = growth(*seen)) count(*grown, *seen, time);
+  unreadable_ = !seen;
+  if (underWay_.empty() || !seen) return;
+  if (seen->element != before_->element) {
+    if (time - lastPost_ >= otherElementWait) settle();
+  } else {
+    if (const auto grown = growth(*seen)) count(*grown, *seen, time);
+    if (time - std::max(lastPost_, unchangedSince_) >= forgottenAfter) settle();
+  }
+  if (underWay_.empty()) before_ = seen;
 }
 
 /// By how much the text is longer than it was without its selection; absent while the selection stands.
@@ -94,8 +95,7 @@ void ArrivalCheck::settle() {
   settled_ += underWay_.size();
   underWay_.clear();
   seenOfUnderWay_ = 0;
-  lastGrowth_ = -1;
-  unreadable_ = false;
+  lastGrowth_ = 0;
 }
 
 }  // namespace quillet

@@ -19,11 +19,12 @@ class ArrivalCheck {
   std::uint64_t posted() const { return settled_ + underWay_.size(); }
   std::uint64_t arrived() const { return settled_ + seenOfUnderWay_; }
   std::uint64_t underWay() const { return posted() - arrived(); }
-  /// At the last look the target, which could be read before, could not.
+  /// At the last look the target could not be read.
   bool unreadable() const { return unreadable_; }
 
-  /// Tells how the target looks before characters are posted. Needed where nothing is under way, else ignored.
-  void before(const Look& seen);
+  /// Tells how the target looks before characters are posted. Needed where nothing is under way and the last look may
+  /// be outdated. False if that can't be told: then nothing must be posted, since it would never be seen to arrive.
+  bool before(const Look& seen);
   void add(std::u32string_view characters, MonotonicTime time);
   /// In the order of time.
   void look(const Look& seen, MonotonicTime time);
@@ -39,8 +40,8 @@ class ArrivalCheck {
   std::uint64_t seenOfUnderWay_ = 0;
   Look before_;
   MonotonicTime lastPost_;
-  std::int64_t lastGrowth_ = -1;
-  MonotonicTime unchangedSince_;
+  std::int64_t lastGrowth_ = 0;
+  MonotonicTime unchangedSince_;  ///< When that growth was first seen.
   bool unreadable_ = false;
   /// The one element whose unit we found out.
   std::uintptr_t knownElement_ = 0;

@@ -19,8 +19,24 @@ std::int64_t children(std::string_view text) {
   return found;
 }
 
-KeyTypist::CountUnit unitOf(AtspiToolkit toolkit) {
+/// GTK's own texts count code points; who only borrows its name, as office programs do, has paragraphs.
+KeyTypist::CountUnit unitOfGTK(AtspiRole role) {
+  switch (role) {
+    case ATSPI_ROLE_TEXT:
+    case ATSPI_ROLE_ENTRY:
+    case ATSPI_ROLE_TERMINAL:
+      return KeyTypist::CountUnit::codePoints;
+    case ATSPI_ROLE_PARAGRAPH:
+      return KeyTypist::CountUnit::utf16;
+    default:
+      return KeyTypist::CountUnit::unknown;
+  }
+}
+
+KeyTypist::CountUnit unitOf(AtspiToolkit toolkit, AtspiRole role) {
   switch (toolkit) {
+    case AtspiToolkit::gtk:
+      return unitOfGTK(role);
     case AtspiToolkit::qt:
     case AtspiToolkit::gecko:
       return KeyTypist::CountUnit::utf16;
@@ -162,7 +178,7 @@ std::optional<KeyTypist::Observation> AtspiTextReader::observation() {
                                 .caret = leaf->caret,
                                 .selected = selected ? selected->end - selected->start : 0,
                                 .element = reinterpret_cast<std::uintptr_t>(leaf->element->accessible()),
-                                .unit = unitOf(toolkit_)};
+                                .unit = unitOf(toolkit_, leaf->element->guess().role)};
 }
 
 std::optional<int> AtspiTextReader::count(const AtspiElement& element) {

@@ -4,6 +4,7 @@
 #include <QCoreApplication>
 #include <QTimer>
 #include <algorithm>
+#include <span>
 #include <thread>
 #include <utility>
 
@@ -22,8 +23,11 @@ constexpr std::size_t unitLimit = 20;
 constexpr Duration pollInterval = 2ms;
 /// Clients that fetch the keymap by themselves need this long to notice that it has changed.
 constexpr Duration remapSettle = 12ms;
-/// A new chunk goes out while this much is still under way, so that the target needn't wait for us.
-constexpr std::uint64_t aheadOfTarget = 16;
+/// So much may be under way when more goes out, so that the target needn't wait for us, and goes out at once. Less
+/// where the target takes long to answer: it handles all keys that it finds before it looks for questions, and must not
+/// be taken for hung.
+constexpr std::uint64_t leastAhead = 2, mostAhead = unitLimit;
+constexpr Duration quickAnswer = 40ms, slowAnswer = 120ms;
 /// Where the target is slower than the time we have: so much may pile up before it is given up.
 constexpr std::uint64_t mostBehind = 100;
 /// What posting without having seen the target catch up leaves of that time.
@@ -31,6 +35,8 @@ constexpr Duration reserve = 100ms;
 /// Before the keymap is given back, for what is still under way.
 constexpr Duration farewell = 60ms;
 constexpr Duration idleBeforeRestore = 5s;
+/// After a chunk that went out in part: longer than chunks of one text are apart.
+constexpr Duration brokenOffFor = 1500ms;
 
 /// Absent for what can't be typed.
 std::optional<std::u32string> typeable(std::u16string_view units) {
@@ -48,9 +54,12 @@ struct KeyTypist::Parts {
     QObject::connect(&idle, &QTimer::timeout, [this] { restore(); });
   }
 
-  bool type(std::u32string_view characters, const Progress& progress, MonotonicTime deadline);
+  std::size_t type(std::u32string_view characters, const Progress& progress, MonotonicTime deadline);
   std::optional<X11Keyboard::State> readyState();
   bool assign(const std::vector<KeymapPlan::Assignment>& assignments);
+  std::size_t post(const KeymapPlan::Chunk& chunk, std::u32string_view characters, const X11Keyboard::State& state,
+                   const Progress& progress, MonotonicTime end);
+  void look(const Progress& progress);
   bool mayGoOn(const Progress& progress, MonotonicTime end);
   bool awaitArrival(std::uint64_t characters, const Progress& progress, MonotonicTime end);
   void refresh(unsigned group);
@@ -60,6 +69,8 @@ struct KeyTypist::Parts {
   KeymapPlan keymap;
   std::optional<unsigned> group;
   ArrivalCheck arrival;
+  std::optional<MonotonicTime> brokenOff;
+  std::uint64_t ahead = mostAhead;
   MonotonicTime lastPost;
   QTimer idle;
 };
@@ -73,39 +84,59 @@ KeyTypist::~KeyTypist() {
 bool KeyTypist::type(std::u16string_view units, const Progress& progress, MonotonicTime deadline) {
   const auto characters = typeable(units);
   if (!characters || !parts_->keyboard.usable()) return false;
-  const bool posted = parts_->type(*characters, progress, deadline);
+  auto& brokenOff = parts_->brokenOff;
+  if (brokenOff && steady_clock::now() < *brokenOff + brokenOffFor) return false;
+  const auto count = parts_->type(*characters, progress, deadline);
+  brokenOff = count > 0 && count < characters->size() ? std::optional(steady_clock::now()) : std::nullopt;
   if (QCoreApplication::instance() != nullptr) parts_->idle.start(idleBeforeRestore / 1ms);
-  return posted;
+  return count > 0;
 }
 
 void KeyTypist::restoreKeymap() {
   parts_->restore();
 }
 
-/// A chunk that needs more keys than there are goes out in pieces. Once a piece is out, the answer stays true: what
-/// follows is for the caller's own look at the field to judge.
-bool KeyTypist::Parts::type(std::u32string_view characters, const Progress& progress, MonotonicTime deadline) {
+/// How many of the characters went out. A chunk that needs more keys than there are goes out in pieces.
+std::size_t KeyTypist::Parts::type(std::u32string_view characters, const Progress& progress, MonotonicTime deadline) {
   const MonotonicTime end = deadline - 2 * remapSettle;
-  bool posted = false;
-  while (!characters.empty()) {
-    if (!mayGoOn(progress, end - reserve) || steady_clock::now() >= end) return posted;
+  std::size_t count = 0;
+  while (count < characters.size()) {
+    if (!mayGoOn(progress, end - reserve) || steady_clock::now() >= end) break;
     const auto state = readyState();
-    if (!state) return posted;
-    const auto chunk = keymap.plan(characters, {state->level, !state->otherHeld, state->held, arrival.posted()});
+    if (!state) break;
+    const auto rest = characters.substr(count);
+    const auto chunk = keymap.plan(rest, {state->level, !state->otherHeld, state->held, arrival.posted()});
     if (chunk.strokes.empty() || !awaitArrival(chunk.awaits, progress, end) || !assign(chunk.assignments)) {
       group.reset();
-      return posted;
+      break;
     }
     // A key that was pressed or let go meanwhile asks for another plan.
     if (!chunk.assignments.empty() && keyboard.state() != *state) continue;
-    if (arrival.underWay() == 0) arrival.before(progress());
-    if (!keyboard.post(chunk.strokes, *state)) return posted;
-    lastPost = steady_clock::now();
-    arrival.add(characters.substr(0, chunk.strokes.size()), lastPost);
-    posted = true;
-    characters.remove_prefix(chunk.strokes.size());
+    const auto posted = post(chunk, rest, *state, progress, end - reserve);
+    if (posted == 0) break;
+    count += posted;
   }
-  return posted;
+  return count;
+}
+
+/// In slices that a slow target takes up soon, as long as there is time. How many characters went out; not all if a key
+/// was pressed or let go between slices.
+std::size_t KeyTypist::Parts::post(const KeymapPlan::Chunk& chunk, std::u32string_view characters,
+                                   const X11Keyboard::State& state, const Progress& progress, MonotonicTime end) {
+  std::size_t count = 0;
+  while (count < chunk.strokes.size()) {
+    if (count > 0) {
+      awaitArrival(arrival.posted() - std::min(ahead, arrival.posted()), progress, end);
+      if (keyboard.state() != state) break;
+    }
+    if (count == 0 && arrival.underWay() == 0 && !arrival.before(progress())) break;
+    const auto slice = std::min<std::size_t>(ahead, chunk.strokes.size() - count);
+    if (!keyboard.post(std::span(chunk.strokes).subspan(count, slice), state)) break;
+    lastPost = steady_clock::now();
+    arrival.add(characters.substr(count, slice), lastPost);
+    count += slice;
+  }
+  return count;
 }
 
 /// Absent while a shortcut's modifier is held. The layout is the present one afterwards.
@@ -126,16 +157,24 @@ bool KeyTypist::Parts::assign(const std::vector<KeymapPlan::Assignment>& assignm
 }
 
 bool KeyTypist::Parts::mayGoOn(const Progress& progress, MonotonicTime end) {
-  if (arrival.underWay() > 0) arrival.look(progress(), steady_clock::now());
-  const auto ahead = arrival.posted() - std::min(aheadOfTarget, arrival.posted());
-  if (awaitArrival(ahead, progress, end)) return true;
+  if (arrival.underWay() > 0) look(progress);
+  if (awaitArrival(arrival.posted() - std::min(ahead, arrival.posted()), progress, end)) return true;
   return !arrival.unreadable() && arrival.underWay() <= mostBehind;
+}
+
+void KeyTypist::Parts::look(const Progress& progress) {
+  const auto start = steady_clock::now();
+  const auto seen = progress();
+  const auto end = steady_clock::now();
+  if (end - start >= slowAnswer) ahead = std::max(ahead / 2, leastAhead);
+  if (end - start <= quickAnswer) ahead = std::min(ahead * 2, mostAhead);
+  arrival.look(seen, end);
 }
 
 /// False if so many characters of all that was posted haven't arrived by then.
 bool KeyTypist::Parts::awaitArrival(std::uint64_t characters, const Progress& progress, MonotonicTime end) {
   while (arrival.arrived() < characters) {
-    arrival.look(progress(), steady_clock::now());
+    look(progress);
     if (arrival.arrived() >= characters) break;
     if (steady_clock::now() >= end) return false;
     std::this_thread::sleep_for(pollInterval);

@@ -29,7 +29,7 @@ class KeyTypist {
     std::uintptr_t element = 0;         ///< Tells elements apart; 0 if the caller can't.
     CountUnit unit = CountUnit::unknown;
   };
-  /// Looks at the target; absent when it can't be read. Called every 2 ms or so while waiting.
+  /// Looks at the target; absent when it can't be read, which stops the typing. Called every 2 ms or so while waiting.
   using Progress = std::function<std::optional<Observation>()>;
 
   /// Opens `display`, or the environment's if it is empty, and frees keys that a killed run left assigned. Where
@@ -44,7 +44,8 @@ class KeyTypist {
   /// earlier has arrived, and all of it whose keys are needed anew. A target that is slow but alive may fall behind a
   /// little. False, with nothing posted, for a count outside that, a control character, a lone surrogate, a held
   /// Control, Alt or Super, a character without a free key, a target that has stopped answering or has fallen behind
-  /// too far by `deadline`, or a connection that is gone. Returns by `deadline`.
+  /// too far by `deadline`, or a connection that is gone. Returns by `deadline`. True also if only a part could be
+  /// posted: then what follows within a second or so is refused.
   bool type(std::u16string_view units, const Progress& progress, MonotonicTime deadline);
 
   /// Gives the borrowed keys back now. Otherwise that happens some seconds after the last chunk, if a Qt event

@@ -144,7 +144,7 @@ void X11Keyboard::restore() {
   change(keys);
 }
 
-bool X11Keyboard::post(const std::vector<KeymapPlan::Stroke>& strokes, const State& state) {
+bool X11Keyboard::post(std::span<const KeymapPlan::Stroke> strokes, const State& state) {
   if (!usable() || keymap_ == nullptr) return false;
   const X11ErrorTrap trap(connection_);
   auto* const x = connection_.get();

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -50,7 +51,7 @@ class X11Keyboard {
   void restore();
   /// Presses and releases each key, with Caps Lock off meanwhile and nothing latched. `state` is the present one.
   /// Returns once the server has handled all of it.
-  bool post(const std::vector<KeymapPlan::Stroke>& strokes, const State& state);
+  bool post(std::span<const KeymapPlan::Stroke> strokes, const State& state);
 
  private:
   void adoptLeftovers();
