@@ -14,6 +14,11 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
+
+// Its macros must come last.
+#include <X11/XKBlib.h>
+#include <X11/extensions/XTest.h>
 
 namespace {
 
@@ -39,6 +44,9 @@ void reached(const char* step) {
   for (;;) ::pause();
 }
 
+/// What waits in the display connection's buffer to be sent.
+const char* forDisplay = nullptr;
+
 bool isDisplay(int descriptor) {
   sockaddr_un address{};
   socklen_t size = sizeof address;
@@ -49,6 +57,7 @@ bool isDisplay(int descriptor) {
 
 void reachedOn(int descriptor) {
   if (!isArmed()) return;
+  if (forDisplay != nullptr && isDisplay(descriptor)) return reached(forDisplay);
   struct stat status {};
   if (::fstat(descriptor, &status) != 0) return;
   if (S_ISREG(status.st_mode)) reached("write");
@@ -57,6 +66,12 @@ void reachedOn(int descriptor) {
   socklen_t size = sizeof address;
   ::getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &size);
   reached(address.ss_family == AF_UNIX ? "call" : "send");
+}
+
+ssize_t passedOn(int descriptor, ssize_t result) {
+  if (!isArmed() || forDisplay == nullptr || !isDisplay(descriptor)) return result;
+  reached(std::exchange(forDisplay, nullptr));
+  return result;
 }
 
 template <typename Function>
@@ -101,19 +116,28 @@ int rename(const char* from, const char* to) noexcept {
 }
 ssize_t write(int descriptor, const void* data, size_t size) {
   reachedOn(descriptor);
-  return next<ssize_t(int, const void*, size_t)>("write")(descriptor, data, size);
+  return passedOn(descriptor, next<ssize_t(int, const void*, size_t)>("write")(descriptor, data, size));
 }
 ssize_t writev(int descriptor, const iovec* parts, int count) {
   reachedOn(descriptor);
-  return next<ssize_t(int, const iovec*, int)>("writev")(descriptor, parts, count);
+  return passedOn(descriptor, next<ssize_t(int, const iovec*, int)>("writev")(descriptor, parts, count));
 }
 ssize_t send(int descriptor, const void* data, size_t size, int flags) {
   reachedOn(descriptor);
-  return next<ssize_t(int, const void*, size_t, int)>("send")(descriptor, data, size, flags);
+  return passedOn(descriptor, next<ssize_t(int, const void*, size_t, int)>("send")(descriptor, data, size, flags));
 }
 ssize_t sendmsg(int descriptor, const msghdr* message, int flags) {
   reachedOn(descriptor);
-  return next<ssize_t(int, const msghdr*, int)>("sendmsg")(descriptor, message, flags);
+  return passedOn(descriptor, next<ssize_t(int, const msghdr*, int)>("sendmsg")(descriptor, message, flags));
+}
+
+int XTestFakeKeyEvent(Display* display, unsigned int keycode, Bool down, unsigned long delay) {
+  if (isArmed()) forDisplay = "keys";
+  return next<decltype(XTestFakeKeyEvent)>("XTestFakeKeyEvent")(display, keycode, down, delay);
+}
+Bool XkbChangeMap(Display* display, XkbDescPtr keymap, XkbMapChangesPtr changes) {
+  if (isArmed()) forDisplay = "keymap";
+  return next<decltype(XkbChangeMap)>("XkbChangeMap")(display, keymap, changes);
 }
 
 }  // extern "C"
