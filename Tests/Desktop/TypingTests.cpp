@@ -56,6 +56,13 @@ class Display {
     XkbLockGroup(display_, XkbUseCoreKbd, group);
     XSync(display_, False);
   }
+  int grabKeyboard() const {
+    return XGrabKeyboard(display_, DefaultRootWindow(display_), False, GrabModeAsync, GrabModeAsync, CurrentTime);
+  }
+  void ungrabKeyboard() const {
+    XUngrabKeyboard(display_, CurrentTime);
+    XSync(display_, False);
+  }
 
  private:
   _XDisplay* display_ = XOpenDisplay(nullptr);
@@ -141,6 +148,16 @@ TEST_F(Typing, HeldShortcutModifiersStopIt) {
   run("xdotool", {"key", "Escape"});  // what letting Alt go may have opened
   EXPECT_TRUE(target->type("b"));
   EXPECT_TRUE(target->becomes("b"));
+}
+
+TEST_F(Typing, NothingGoesToAPromptThatTakesAllKeys) {
+  const auto target = open("mousepad");
+  EXPECT_TRUE(target->type("a", patience));
+  ASSERT_EQ(display.grabKeyboard(), GrabSuccess);
+  EXPECT_FALSE(target->type("b"));
+  display.ungrabKeyboard();
+  EXPECT_TRUE(target->type("c", patience));
+  EXPECT_TRUE(target->becomes("ac")) << target->text();
 }
 
 TEST_F(Typing, AnyLayoutWillDo) {

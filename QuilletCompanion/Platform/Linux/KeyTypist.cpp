@@ -139,14 +139,15 @@ std::size_t KeyTypist::Parts::post(const KeymapPlan::Chunk& chunk, std::u32strin
   return count;
 }
 
-/// Absent while a shortcut's modifier is held. The layout is the present one afterwards.
+/// Absent while a shortcut's modifier is held, or another program, as password prompts and menus do, takes all keys.
+/// The layout is the present one afterwards.
 std::optional<X11Keyboard::State> KeyTypist::Parts::readyState() {
   auto state = keyboard.state();
   if (keyboard.layoutChanged() || group != state.group) {
     refresh(state.group);
     state = keyboard.state();
   }
-  return state.shortcutHeld ? std::nullopt : std::optional(std::move(state));
+  return state.shortcutHeld || state.grabbed ? std::nullopt : std::optional(std::move(state));
 }
 
 bool KeyTypist::Parts::assign(const std::vector<KeymapPlan::Assignment>& assignments) {

@@ -56,6 +56,7 @@ X11Keyboard::X11Keyboard(const std::string& display) : connection_(display) {
   XTestGrabControl(x, True);
   XkbSelectEvents(x, XkbUseCoreKbd, XkbNewKeyboardNotifyMask | XkbMapNotifyMask,
                   XkbNewKeyboardNotifyMask | XkbMapNotifyMask);
+  unmapped_ = XCreateWindow(x, DefaultRootWindow(x), 0, 0, 1, 1, 0, 0, InputOnly, nullptr, 0, nullptr);
   adoptLeftovers();
   restore();
 }
@@ -79,6 +80,7 @@ X11Keyboard::State X11Keyboard::state() {
   found.otherHeld = (lasting & ~(shortcutModifiers | LockMask | Mod2Mask | known)) != 0;
   found.latched = state.latched_mods & ~shortcutModifiers;
   found.capsLock = (state.mods & LockMask) != 0;
+  found.grabbed = isGrabbed();
   found.group = state.group;
   for (unsigned keycode = 0; keycode < 256; ++keycode) {
     if ((static_cast<unsigned char>(down[keycode / 8]) >> (keycode % 8) & 1U) != 0) {
@@ -86,6 +88,12 @@ X11Keyboard::State X11Keyboard::state() {
     }
   }
   return found;
+}
+
+/// A grab to a window that isn't shown never succeeds, and the server says first if there is another one.
+bool X11Keyboard::isGrabbed() const {
+  return XGrabKeyboard(connection_.get(), unmapped_, False, GrabModeAsync, GrabModeAsync, CurrentTime) ==
+         AlreadyGrabbed;
 }
 
 bool X11Keyboard::layoutChanged() {

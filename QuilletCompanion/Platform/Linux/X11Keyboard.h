@@ -30,6 +30,7 @@ class X11Keyboard {
     bool otherHeld = false;     ///< Another modifier that changes what the layout's keys write.
     unsigned latched = 0;       ///< X modifiers that the next key alone will have.
     bool capsLock = false;
+    bool grabbed = false;  ///< Another client gets all keys, whatever has the focus.
     unsigned group = 0;
     std::set<Keycode> held;
     bool operator==(const State&) const = default;
@@ -55,6 +56,7 @@ class X11Keyboard {
 
  private:
   void adoptLeftovers();
+  bool isGrabbed() const;
   bool change(const std::map<Keycode, XkbKeymap::Symbols>& keys);
   void recordBorrowed();
   void press(Keycode keycode, bool down);
@@ -63,6 +65,7 @@ class X11Keyboard {
   X11Connection connection_;
   bool xtest_ = false;
   int xkbEventBase_ = 0;
+  unsigned long unmapped_ = 0;  ///< A window of ours that is never shown.
   std::unique_ptr<XkbKeymap> keymap_;
   std::map<Keycode, XkbKeymap::Symbols> borrowed_;  ///< What we assigned.
 };
