@@ -26,7 +26,7 @@ constexpr Duration remapSettle = 12ms;
 /// So much may be under way when more goes out, so that the target needn't wait for us, and goes out at once. Less
 /// where the target takes long to answer: it handles all keys that it finds before it looks for questions, and must not
 /// be taken for hung.
-constexpr std::uint64_t leastAhead = 2, mostAhead = unitLimit;
+constexpr std::uint64_t leastAhead = 2, mostAhead = 16;
 constexpr Duration quickAnswer = 40ms, slowAnswer = 120ms;
 /// Where the target is slower than the time we have: so much may pile up before it is given up.
 constexpr std::uint64_t mostBehind = 100;
@@ -119,15 +119,15 @@ std::size_t KeyTypist::Parts::type(std::u32string_view characters, const Progres
   return count;
 }
 
-/// In slices that a slow target takes up soon, as long as there is time. How many characters went out; not all if a key
-/// was pressed or let go between slices.
+/// In slices that a slow target takes up soon, as long as there is time. How many characters went out; not all if the
+/// target couldn't be read, or a key was pressed or let go, between slices.
 std::size_t KeyTypist::Parts::post(const KeymapPlan::Chunk& chunk, std::u32string_view characters,
                                    const X11Keyboard::State& state, const Progress& progress, MonotonicTime end) {
   std::size_t count = 0;
   while (count < chunk.strokes.size()) {
     if (count > 0) {
       awaitArrival(arrival.posted() - std::min(ahead, arrival.posted()), progress, end);
-      if (keyboard.state() != state) break;
+      if (arrival.unreadable() || keyboard.state() != state) break;
     }
     if (count == 0 && arrival.underWay() == 0 && !arrival.before(progress())) break;
     const auto slice = std::min<std::size_t>(ahead, chunk.strokes.size() - count);
@@ -158,9 +158,10 @@ bool KeyTypist::Parts::assign(const std::vector<KeymapPlan::Assignment>& assignm
 }
 
 bool KeyTypist::Parts::mayGoOn(const Progress& progress, MonotonicTime end) {
-  if (arrival.underWay() > 0) look(progress);
-  if (awaitArrival(arrival.posted() - std::min(ahead, arrival.posted()), progress, end)) return true;
-  return !arrival.unreadable() && arrival.underWay() <= mostBehind;
+  if (arrival.underWay() == 0) return true;
+  look(progress);
+  const bool caughtUp = awaitArrival(arrival.posted() - std::min(ahead, arrival.posted()), progress, end);
+  return !arrival.unreadable() && (caughtUp || arrival.underWay() <= mostBehind);
 }
 
 void KeyTypist::Parts::look(const Progress& progress) {

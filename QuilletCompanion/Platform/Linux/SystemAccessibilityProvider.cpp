@@ -161,15 +161,18 @@ bool SystemAccessibilityProvider::typeUnicode(std::int32_t pid, std::u16string_v
   checkMainThread();
   const auto deadline = std::chrono::steady_clock::now() + CallBudget::limit;
   if (units.empty() || units.size() > mostUnits || pid == ownPID_) return false;
-  const auto owner = front_.owner();
-  if (!owner || owner->pid != pid) return false;  // keys go to whatever is in front
+  // Keys go to whatever is in front and has the focus.
   CallBudget budget(hung_, deadline);
-  const auto element = focusedText(pid, budget);
-  if (!element) return false;  // nor does anybody know who would get them
+  const auto focused = [&] {
+    const auto owner = front_.owner();
+    return owner && owner->pid == pid ? focusedText(pid, budget) : nullptr;
+  };
+  const auto element = focused();
+  if (!element) return false;
   typedInto_ = element;
   AtspiTextReader reader(element, budget);
-  return keyTypist_.type(
-      units, [&reader] { return reader.observation(); }, deadline);
+  const auto progress = [&] { return sameElement(focused(), element) ? reader.observation() : std::nullopt; };
+  return keyTypist_.type(units, progress, deadline);
 }
 
 std::unique_ptr<FocusObservation> SystemAccessibilityProvider::observeFrontApplication(std::function<void()> changed) {
