@@ -203,6 +203,17 @@ TEST_F(Accessibility, WindowThatChangesHandsIsSeenAtOnce) {
   EXPECT_FALSE(provider.frontApplication());
 }
 
+TEST_F(Accessibility, ProgramMayTellItsNameLate) {
+  const Editor editor("mousepad", {Editor::emptyFile});
+  awaitFocus(editor);
+  const auto id = [this] { return provider.frontApplication().value_or(FrontApplication{}).bundleId; };
+  EXPECT_EQ(id(), "org.xfce.mousepad");
+  QProcess::execute("sh", {"-c",
+                           "xprop -id $(xdotool getactivewindow) -f _GTK_APPLICATION_ID 8u "
+                           "-set _GTK_APPLICATION_ID org.example.later"});
+  EXPECT_TRUE(eventually([&] { return id() == "org.example.later"; }));
+}
+
 TEST_F(Accessibility, ReadOnlyTextIsLeftAlone) {
   const Editor dialog("sh", {"-c", "printf fixed > text && exec zenity --text-info --filename=text"});
   const auto field = awaitFocus(dialog);

@@ -64,10 +64,16 @@ void FrontWindow::watch() {
 
 bool FrontWindow::isChange(const _XEvent& event) const {
   if (event.type == PropertyNotify) {
-    return event.xproperty.atom == activeWindow_ || event.xproperty.atom == windowPID_;
+    return event.xproperty.atom == activeWindow_ || event.xproperty.atom == windowPID_ || isNewName(event);
   }
   // Some window managers leave the property alone when the last window goes.
   return event.type == DestroyNotify && event.xdestroywindow.window == followed_;
+}
+
+/// Some programs tell who they are only after their window has come up.
+bool FrontWindow::isNewName(const _XEvent& event) const {
+  return event.type == PropertyNotify && event.xproperty.window == followed_ &&
+         (event.xproperty.atom == XA_WM_CLASS || event.xproperty.atom == gtkApplicationId_);
 }
 
 void FrontWindow::readEvents() {
@@ -78,6 +84,7 @@ void FrontWindow::readEvents() {
     current_ = false;
     if (!isChange(event)) continue;
     changed = true;
+    if (isNewName(event)) last_ = {};
     followActive();
   }
   if (!connection_.usable()) notifier_->setEnabled(false);

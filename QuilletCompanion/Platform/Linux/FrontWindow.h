@@ -54,6 +54,7 @@ class FrontWindow {
   void watch();
   void followActive();
   bool isChange(const _XEvent& event) const;
+  bool isNewName(const _XEvent& event) const;
   std::optional<Owner> look();
   bool isUnchanged() const;
   void readEvents();
