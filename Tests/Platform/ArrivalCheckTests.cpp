@@ -121,6 +121,9 @@ TEST(ArrivalCheck, ATargetThatFallsSilentHasTakenNothing) {
   check.look(Look{7, 7, 0, 1, Unit::codePoints}, at(5001ms));
   EXPECT_EQ(check.underWay(), 0U);
   EXPECT_FALSE(check.unreadable());
+  check.look(Look{.elsewhere = true}, at(5002ms));
+  EXPECT_TRUE(check.unreadable() && check.elsewhere());
+  EXPECT_FALSE(check.before(Look{.elsewhere = true}));
   EXPECT_FALSE(check.before(std::nullopt)) << "what was never seen can't be seen to change";
 }
 

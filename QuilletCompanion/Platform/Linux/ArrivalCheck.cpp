@@ -39,9 +39,15 @@ std::uint64_t charactersIn(Unit unit, std::u32string_view characters, std::int64
 }  // namespace
 
 bool ArrivalCheck::before(const Look& seen) {
-  unreadable_ = !seen;
-  if (seen && underWay_.empty()) before_ = seen;
-  return seen.has_value();
+  const bool usable = note(seen);
+  if (usable && underWay_.empty()) before_ = seen;
+  return usable;
+}
+
+bool ArrivalCheck::note(const Look& seen) {
+  elsewhere_ = seen && seen->elsewhere;
+  unreadable_ = !seen || elsewhere_;
+  return !unreadable_;
 }
 
 void ArrivalCheck::add(std::u32string_view characters, MonotonicTime time) {
@@ -50,8 +56,7 @@ void ArrivalCheck::add(std::u32string_view characters, MonotonicTime time) {
 }
 
 void ArrivalCheck::look(const Look& seen, MonotonicTime time) {
-  unreadable_ = !seen;
-  if (underWay_.empty() || !seen) return;
+  if (!note(seen) || underWay_.empty()) return;
   if (seen->element != before_->element) {
     if (time - lastPost_ >= otherElementWait) settle();
   } else {

@@ -19,8 +19,9 @@ class ArrivalCheck {
   std::uint64_t posted() const { return settled_ + underWay_.size(); }
   std::uint64_t arrived() const { return settled_ + seenOfUnderWay_; }
   std::uint64_t underWay() const { return posted() - arrived(); }
-  /// At the last look the target could not be read.
+  /// At the last look the target could not be read, or keys no longer went there.
   bool unreadable() const { return unreadable_; }
+  bool elsewhere() const { return elsewhere_; }
 
   /// Tells how the target looks before characters are posted. Needed where nothing is under way and the last look may
   /// be outdated. False if that can't be told: then nothing must be posted, since it would never be seen to arrive.
@@ -30,6 +31,7 @@ class ArrivalCheck {
   void look(const Look& seen, MonotonicTime time);
 
  private:
+  bool note(const Look& seen);
   void settle();
   std::optional<std::int64_t> growth(const KeyTypist::Observation& seen) const;
   void count(std::int64_t growth, const KeyTypist::Observation& seen, MonotonicTime time);
@@ -43,6 +45,7 @@ class ArrivalCheck {
   std::int64_t lastGrowth_ = 0;
   MonotonicTime unchangedSince_;  ///< When that growth was first seen.
   bool unreadable_ = false;
+  bool elsewhere_ = false;
   /// The one element whose unit we found out.
   std::uintptr_t knownElement_ = 0;
   KeyTypist::CountUnit knownUnit_ = KeyTypist::CountUnit::unknown;

@@ -120,14 +120,14 @@ std::size_t KeyTypist::Parts::type(std::u32string_view characters, const Progres
 }
 
 /// In slices that a slow target takes up soon, as long as there is time. How many characters went out; not all if the
-/// target couldn't be read, or a key was pressed or let go, between slices.
+/// focus left, or a key was pressed or let go, between slices.
 std::size_t KeyTypist::Parts::post(const KeymapPlan::Chunk& chunk, std::u32string_view characters,
                                    const X11Keyboard::State& state, const Progress& progress, MonotonicTime end) {
   std::size_t count = 0;
   while (count < chunk.strokes.size()) {
     if (count > 0) {
       awaitArrival(arrival.posted() - std::min(ahead, arrival.posted()), progress, end);
-      if (arrival.unreadable() || keyboard.state() != state) break;
+      if (arrival.elsewhere() || keyboard.state() != state) break;
     }
     if (count == 0 && arrival.underWay() == 0 && !arrival.before(progress())) break;
     const auto slice = std::min<std::size_t>(ahead, chunk.strokes.size() - count);

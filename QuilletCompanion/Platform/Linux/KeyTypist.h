@@ -28,6 +28,7 @@ class KeyTypist {
     std::int64_t selected = 0;          ///< Length of the selection that the next key replaces.
     std::uintptr_t element = 0;         ///< Tells elements apart; 0 if the caller can't.
     CountUnit unit = CountUnit::unknown;
+    bool elsewhere = false;  ///< It answers, but keys no longer go there; the rest then doesn't matter.
   };
   /// Looks at the target; absent when it can't be read, which stops the typing. Called every 2 ms or so while waiting.
   using Progress = std::function<std::optional<Observation>()>;

@@ -161,17 +161,22 @@ bool SystemAccessibilityProvider::typeUnicode(std::int32_t pid, std::u16string_v
   checkMainThread();
   const auto deadline = std::chrono::steady_clock::now() + CallBudget::limit;
   if (units.empty() || units.size() > mostUnits || pid == ownPID_) return false;
-  // Keys go to whatever is in front and has the focus.
-  CallBudget budget(hung_, deadline);
-  const auto focused = [&] {
+  const auto isInFront = [&] {
     const auto owner = front_.owner();
-    return owner && owner->pid == pid ? focusedText(pid, budget) : nullptr;
+    return owner && owner->pid == pid;
   };
-  const auto element = focused();
-  if (!element) return false;
+  if (!isInFront()) return false;  // keys go to whatever is in front
+  CallBudget budget(hung_, deadline);
+  const auto element = focusedText(pid, budget);
+  if (!element) return false;  // nor does anybody know who would get them
   typedInto_ = element;
   AtspiTextReader reader(element, budget);
-  const auto progress = [&] { return sameElement(focused(), element) ? reader.observation() : std::nullopt; };
+  const auto progress = [&]() -> std::optional<KeyTypist::Observation> {
+    const auto states = statesOf(element->accessible(), pid, budget);
+    if (!states.answered()) return std::nullopt;
+    if (!states.has(ATSPI_STATE_FOCUSED) || !isInFront()) return KeyTypist::Observation{.elsewhere = true};
+    return reader.observation();
+  };
   return keyTypist_.type(units, progress, deadline);
 }
 
