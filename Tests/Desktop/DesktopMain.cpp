@@ -1,26 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
 #include <QGuiApplication>
 #include <cstdio>
 #include <cstdlib>
 
-#include "Tests/Doubles/LogCapture.h"
-
-namespace quillet::test {
-namespace {
-
-class UnannouncedErrors : public testing::EmptyTestEventListener {
-  void OnTestStart(const testing::TestInfo&) override { LogCapture::instance().begin(); }
-  void OnTestEnd(const testing::TestInfo&) override {
-    for (const auto& line : LogCapture::instance().unannouncedErrors()) {
-      ADD_FAILURE() << "logged an error that the test didn't announce: " << line;
-    }
-  }
-};
-
-}  // namespace
-}  // namespace quillet::test
+#include "Tests/Doubles/UnannouncedErrors.h"
 
 /// libatspi forgets a call that runs out of time, libdbus's part in it included.
 extern "C" const char* __lsan_default_suppressions();
@@ -35,6 +18,5 @@ int main(int argc, char** argv) {
     return 1;
   }
   const QGuiApplication application(argc, argv);
-  testing::UnitTest::GetInstance()->listeners().Append(new quillet::test::UnannouncedErrors);
-  return RUN_ALL_TESTS();
+  return quillet::test::runTests();
 }

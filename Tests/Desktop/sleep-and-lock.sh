@@ -4,33 +4,10 @@
 # told. Run it by desktop.sh.
 # usage: sleep-and-lock.sh FOLDER-WITH-THE-PROGRAMS
 set -euo pipefail
-bin=$(realpath "$1")
-work=$(mktemp -d)
-processes=()
-finish() {
-  for pid in "${processes[@]}"; do kill "$pid" 2>/dev/null || true; done
-  wait 2>/dev/null || true
-  rm -rf "$work"
-}
-trap finish EXIT
-export XDG_DATA_HOME=$work/data XDG_CONFIG_HOME=$work/config XDG_SESSION_ID=c1
-export DBUS_SYSTEM_BUS_ADDRESS=unix:path=$work/system
+# shellcheck source-path=SCRIPTDIR source=programs.sh
+source "$(dirname "${BASH_SOURCE[0]}")/programs.sh" "$1"
+export XDG_SESSION_ID=c1 DBUS_SYSTEM_BUS_ADDRESS=unix:path=$work/system
 
-fail() {
-  echo "sleep-and-lock: $1" >&2
-  for log in "$work"/*.log "$work"/*.out; do echo "--- ${log##*/}" >&2 && tail -n 20 "$log" >&2; done
-  exit 1
-}
-# await SECONDS WHAT COMMAND...: until the command succeeds
-await() {
-  local deadline=$((SECONDS + $1)) what=$2 && shift 2
-  until "$@" >/dev/null 2>&1; do
-    [ $SECONDS -lt $deadline ] || fail "$what"
-    sleep 0.1
-  done
-}
-events() { grep -F "$1" "$work/desktop.out"; }
-phone() { "$bin/quillet-phone" --state "$work/phone" "$@"; }
 login1=org.freedesktop.login1
 call() { gdbus call --system --timeout 5 --dest $login1 --object-path "$@"; }
 prepare_for_sleep() {
@@ -65,27 +42,12 @@ processes+=($!)
 await 10 "the system bus did not start" test -S "$work/system"
 start_logind
 
-"$bin/quillet-service" --listen 127.0.0.1:0 --database "$work/service.db" >"$work/service.out" 2>"$work/service.log" &
-processes+=($!)
-await 20 "the service did not start" grep -q listening "$work/service.out"
-url=$(sed -nE 's/.*(http:[^ ]+).*/\1/p' "$work/service.out")
-
-mkfifo "$work/desktop.in"
-"$bin/QuilletCompanion" --terminal --json -QLTServerURLOverride "$url" <"$work/desktop.in" >"$work/desktop.out" 2>"$work/desktop.log" &
-processes+=($!)
-exec 3>"$work/desktop.in"
-await 30 "the desktop program did not connect" connected_times 1
+start_service
+start_desktop
 await 10 "sleep is not delayed" inhibited
 
-phone init --service "$url" --name "Pocket phone" >"$work/pair.log"
-echo pair >&3
-await 20 "no pairing code" events '"phase":"invitation"'
-code=$(events '"phase":"invitation"' | sed -nE 's/.*"code":"([^"]*)".*/\1/p' | tail -n 1)
-phone pair "$code" --yes >"$work/pair.out" 2>>"$work/pair.log" &
-pairing=$!
-await 20 "the phone's claim did not arrive" events '"phase":"verify"'
-echo confirm >&3
-wait $pairing || fail "pairing failed"
+claim
+confirm
 await 20 "the phone sees no desktop" phone_sees "online, noField"
 
 for round in 1 2; do
