@@ -29,8 +29,7 @@ class FakePairingAPI final : public PairingAPI {
   std::int64_t lifetimeMs = 120'000;
   PairingStatus status;  ///< Of the newest session.
   std::vector<Bytes> macKeys;
-  std::vector<std::string> names, cancelled, sealedIdentities;
-  int polls = 0;
+  std::vector<std::string> cancelled, sealedIdentities;
   int confirmations = 0;
 
   explicit FakePairingAPI(std::function<std::int64_t()> clock) : now(std::move(clock)) {}
@@ -62,17 +61,15 @@ class FakePairingAPI final : public PairingAPI {
     status.peerSealedIdentity = phoneCrypto(macDeviceId).sealIdentity(phone.peerIdentity("Ada's phone", platform));
   }
 
-  Awaitable<CreatePairingResponse> createPairingSession(Bytes macEphemeralPublicKey, std::string macName) override {
+  Awaitable<CreatePairingResponse> createPairingSession(Bytes macEphemeralPublicKey, std::string) override {
     meet(Call::create);
     macKeys.push_back(std::move(macEphemeralPublicKey));
-    names.push_back(std::move(macName));
     status = {.sessionId = "session" + std::to_string(macKeys.size()), .expiresAt = now() + lifetimeMs};
     const CreatePairingResponse created{status.sessionId, "ABCD1234", status.expiresAt};
     if (beforeCreated) co_await beforeCreated();
     co_return created;
   }
   Awaitable<PairingStatus> pairingStatus(std::string) override {
-    ++polls;
     meet(Call::status);
     co_return status;
   }

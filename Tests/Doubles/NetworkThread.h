@@ -8,6 +8,7 @@
 #include <optional>
 #include <stdexcept>
 #include <thread>
+#include <type_traits>
 
 #include "QuilletKit/RunOn.h"
 #include "QuilletKit/Task.h"
@@ -31,38 +32,54 @@ class NetworkThread {
   std::thread thread_;
 };
 
-/// The test's own thread as a main thread, run until something awaited has happened. Declare it before a NetworkThread:
-/// what is under way there when that ends still posts here.
+/// Runs the context until something awaited has happened; false if it hasn't within the bound.
+inline bool runUntil(boost::asio::io_context& context, const std::function<bool()>& happened,
+                     std::chrono::seconds bound = std::chrono::seconds(20)) {
+  const auto guard = boost::asio::make_work_guard(context);
+  const auto deadline = std::chrono::steady_clock::now() + bound;
+  context.restart();
+  while (!happened() && std::chrono::steady_clock::now() < deadline) {
+    context.run_one_until(std::min(deadline, std::chrono::steady_clock::now() + std::chrono::milliseconds(20)));
+  }
+  return happened();
+}
+
+/// Runs a coroutine to its end there, and gives its result or throws its error.
+template <typename T>
+T await(boost::asio::io_context& context, Awaitable<T> operation) {
+  using Result = std::conditional_t<std::is_void_v<T>, bool, T>;
+  std::optional<Result> result;
+  std::exception_ptr error;
+  bool finished = false;
+  const auto keep = [](Awaitable<T> work, std::optional<Result>& kept) -> Awaitable<void> {
+    if constexpr (std::is_void_v<T>) {
+      co_await std::move(work);
+    } else {
+      kept.emplace(co_await std::move(work));
+    }
+  };
+  boost::asio::co_spawn(context, keep(std::move(operation), result), [&](std::exception_ptr failure) {
+    error = failure;
+    finished = true;
+  });
+  if (!runUntil(
+          context, [&] { return finished; }, std::chrono::seconds(90)))
+    throw std::logic_error("an awaited operation didn't end");
+  if (error) std::rethrow_exception(error);
+  if constexpr (!std::is_void_v<T>) return std::move(*result);
+}
+
+/// The test's own thread as a main thread. Declare it before a NetworkThread: what is under way there when that ends
+/// still posts here.
 class MainThread {
  public:
   Executor executor() { return context_.get_executor(); }
-
-  /// False if it hasn't come true within the bound.
   bool runUntil(const std::function<bool()>& happened, std::chrono::seconds bound = std::chrono::seconds(20)) {
-    const auto guard = boost::asio::make_work_guard(context_);
-    const auto deadline = std::chrono::steady_clock::now() + bound;
-    context_.restart();
-    while (!happened() && std::chrono::steady_clock::now() < deadline) {
-      context_.run_one_until(std::min(deadline, std::chrono::steady_clock::now() + std::chrono::milliseconds(50)));
-    }
-    return happened();
+    return test::runUntil(context_, happened, bound);
   }
-
-  /// Runs a coroutine to its end, and gives its result or throws its error.
   template <typename T>
   T await(Awaitable<T> operation) {
-    std::optional<T> result;
-    std::exception_ptr error;
-    bool finished = false;
-    boost::asio::co_spawn(context_, std::move(operation), [&](std::exception_ptr failure, T value) {
-      error = failure;
-      result = std::move(value);
-      finished = true;
-    });
-    if (!runUntil([&] { return finished; }, std::chrono::seconds(90)))
-      throw std::logic_error("an awaited operation didn't end");
-    if (error) std::rethrow_exception(error);
-    return std::move(*result);
+    return test::await(context_, std::move(operation));
   }
 
  private:
@@ -71,7 +88,7 @@ class MainThread {
 
 /// Lets the two finish what they have to tell each other, so that either may go.
 inline void settle(MainThread& main, NetworkThread& network) {
-  const auto nothing = []() -> Awaitable<bool> { co_return true; };
+  const auto nothing = []() -> Awaitable<void> { co_return; };
   for (int i = 0; i < 5; ++i) main.await(runOn(network.executor(), nothing()));
 }
 

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <ostream>
+
+#include "QuilletCompanion/Target/TextInserter.h"
+
+namespace quillet {
+
+inline void PrintTo(const InsertionReport& report, std::ostream* out) {
+  *out << rawValue(report.outcome) << "/" << (report.reason ? rawValue(*report.reason) : "-") << "/"
+       << (report.method ? rawValue(*report.method) : "-");
+}
+
+namespace test {
+
+inline constexpr InsertionReport kWritten{InsertionOutcome::inserted, std::nullopt, InsertionMethod::accessibility};
+inline constexpr InsertionReport kMaybeWritten{InsertionOutcome::uncertain, std::nullopt,
+                                               InsertionMethod::accessibility};
+inline constexpr InsertionReport kTyped{InsertionOutcome::inserted, std::nullopt, InsertionMethod::typing};
+inline constexpr InsertionReport kMaybeTyped{InsertionOutcome::uncertain, std::nullopt, InsertionMethod::typing};
+
+}  // namespace test
+}  // namespace quillet
