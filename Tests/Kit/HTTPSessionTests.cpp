@@ -8,40 +8,38 @@ namespace {
 using namespace std::chrono_literals;
 using Socket = LoopbackServer::Socket;
 
-TEST_F(HTTPSessionTest, SendsTheRequestAsItStands) {
-  LoopbackServer server(answering(LoopbackServer::answer(207, "body")));
-  HTTPRequest request = server.request("/a%20b?q=%2F", "PATCH");
-  request.headers = {{"X-One", "1"}, {"Content-Type", "text/x"}};
-  request.body = std::string("x\0y", 3);
-  const HTTPResponse response = send(request);
-  EXPECT_EQ(response.status, 207);
-  EXPECT_EQ(response.body, "body");
-  const auto seen = server.requests().at(0);
-  EXPECT_EQ(seen.method_string(), "PATCH");
-  EXPECT_EQ(seen.target(), "/a%20b?q=%2F");
-  EXPECT_EQ(seen["X-One"], "1");
-  EXPECT_EQ(seen["Host"], server.url().authority());
-  EXPECT_EQ(seen["Content-Length"], "3");
-  EXPECT_EQ(seen.body(), request.body);
-}
+const std::string kLost = "The connection was lost.";
+const std::string kLate = "The request timed out.";
+const std::string kNotSecure = "A secure connection could not be made.";
 
-TEST_F(HTTPSessionTest, TellsAnswersFromWhatIsNone) {
-  const std::string lost = "The connection was lost.";
-  const std::pair<std::string, std::string> cases[] = {
-      {"HTTP/1.1 302 Found\r\nLocation: /x\r\nContent-Length: 0\r\n\r\n", "answered 302"},
-      {"HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n", "answered 200"},
-      {"HTTP/1.0 502 Bad Gateway\r\n\r\n<html>until the end", "answered 502"},
-      {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n0\r\n\r\n", "answered 200"},
-      {"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\ncut", lost},
-      {"", lost},
-      {"SSH-2.0-Other\r\n\r\n", "No HTTP response"},
-      {"HTTP/1.1 200 OK\r\nContent-Length: 99999999\r\n\r\n", "The answer was too long."},
+/// A service that reads the request, writes the text and then does something else.
+LoopbackServer::Serve answeringThen(std::string text, std::function<Awaitable<void>(Socket&)> then) {
+  return [text, then](LoopbackServer& self, Socket socket) -> Awaitable<void> {
+    const std::string copy = text;
+    const auto next = then;
+    co_await self.readRequest(socket);
+    co_await LoopbackServer::write(socket, copy);
+    co_await next(socket);
   };
-  for (const auto& [text, expected] : cases) {
-    LoopbackServer server(answering(text));
-    EXPECT_EQ(failureOf(server.request("/")), expected) << text;
-    EXPECT_EQ(server.connections(), 1) << text;
-  }
+}
+/// Sends the second text again and again, for as long as it is taken.
+LoopbackServer::Serve repeating(std::string head, std::string text) {
+  return answeringThen(std::move(head), [text](Socket& socket) -> Awaitable<void> {
+    for (const std::string again = text;;) co_await LoopbackServer::write(socket, again);
+  });
+}
+LoopbackServer::Serve stallingAfter(std::string text) {
+  return answeringThen(std::move(text), [](Socket&) { return LoopbackServer::stall(); });
+}
+LoopbackServer::Serve resettingAfter(std::string text) {
+  return answeringThen(std::move(text), [](Socket& socket) -> Awaitable<void> {
+    socket.set_option(boost::asio::socket_base::linger(true, 0));
+    co_return;
+  });
+}
+Awaitable<void> neverReads(LoopbackServer&, Socket socket) {
+  co_await LoopbackServer::stall();
+  socket.close();
 }
 
 TEST_F(HTTPSessionTest, NobodyThere) {
@@ -54,44 +52,6 @@ TEST_F(HTTPSessionTest, NobodyThere) {
   request.url.host = "nobody.invalid";
   request.timeout = 5s;  // where the lookup is slow
   EXPECT_NE(failureOf(request).find("answered"), 0u);
-}
-
-TEST_F(HTTPSessionTest, BoundsTheWholeExchange) {
-  LoopbackServer server([](LoopbackServer&, Socket socket) -> Awaitable<void> {
-    for (boost::asio::steady_timer tick(co_await boost::asio::this_coro::executor);;) {
-      co_await LoopbackServer::write(socket,
-                                     "HTTP/1.1 200 OK\r\nX: y\r\n");  // bytes keep coming, the answer never ends
-      tick.expires_after(20ms);
-      co_await tick.async_wait(boost::asio::use_awaitable);
-    }
-  });
-  HTTPRequest request = server.request("/");
-  request.timeout = 100ms;
-  EXPECT_EQ(failureOf(request), "The request timed out.");
-}
-
-TEST_F(HTTPSessionTest, CancellationIsNoTransportError) {
-  LoopbackServer server([](LoopbackServer& self, Socket socket) -> Awaitable<void> {
-    co_await self.readRequest(socket);
-    co_await LoopbackServer::stall();
-  });
-  for (const bool early : {true, false}) {
-    std::string outcome;
-    Task task(main.executor());
-    task.start([&]() -> Awaitable<void> {
-      try {
-        co_await session.send(server.request("/"));
-        outcome = "answered";
-      } catch (const std::exception& error) {
-        outcome = isCancellation(error) ? "cancelled" : error.what();
-      }
-    });
-    const auto before = server.requests().size();
-    main.runUntil([&] { return early ? server.connections() > 0 : server.requests().size() > before; });
-    task.cancel();
-    EXPECT_TRUE(main.runUntil([&] { return !outcome.empty(); }));
-    EXPECT_EQ(outcome, "cancelled") << early;
-  }
 }
 
 /// Answers each request on a kept connection until `count`, then closes without a word.
@@ -111,21 +71,26 @@ TEST_F(HTTPSessionTest, ReusesAConnectionAndSendsNothingTwice) {
     const int before = server.connections();
     EXPECT_EQ(send(server.request("/1", method)).status, 200);
     EXPECT_EQ(send(server.request("/2", method)).status, 200);
-    EXPECT_EQ(failureOf(server.request("/3", method)), "The connection was lost.");
+    EXPECT_EQ(failureOf(server.request("/3", method)), kLost);
     EXPECT_EQ(server.connections(), before + 1);
   }
   EXPECT_EQ(server.requests().size(), 6u);
 }
 
-TEST_F(HTTPSessionTest, VerifiesTheCertificateAndTheHostName) {
-  struct Case {
+TEST_F(HTTPSessionTest, VerifiesTheCertificateItsNameAndItsTime) {
+  const std::string clock = "Check the clock.";
+  const struct {
     bool trusted;
-    std::string certificateName;
-    bool succeeds;
-  };
-  for (const auto& [trusted, name, succeeds] :
-       {Case{true, "localhost", true}, {false, "localhost", false}, {true, "other.example", false}}) {
-    LoopbackTLS server(name);
+    const char* name;
+    std::chrono::hours from, until;
+    std::string outcome;
+  } cases[] = {{true, "localhost", -1h, 1h, "secret"},
+               {false, "localhost", -1h, 1h, kNotSecure},
+               {true, "other.example", -1h, 1h, kNotSecure},
+               {true, "localhost", -48h, -24h, clock},
+               {true, "localhost", 24h, 48h, clock}};
+  for (const auto& [trusted, name, from, until, expected] : cases) {
+    LoopbackTLS server(name, from, until);
     HTTPSession own(network.executor());
     if (trusted) own.tls().add_certificate_authority(boost::asio::buffer(server.certificate()));
     std::string outcome;
@@ -134,7 +99,8 @@ TEST_F(HTTPSessionTest, VerifiesTheCertificateAndTheHostName) {
     } catch (const TransportError& error) {
       outcome = error.what();
     }
-    EXPECT_EQ(outcome, succeeds ? "secret" : "A secure connection could not be made.") << trusted << " " << name;
+    EXPECT_NE(outcome.find(expected), outcome.npos) << trusted << name << ": " << outcome;
+    EXPECT_EQ(outcome == "secret", expected == "secret");
   }
 }
 
@@ -161,6 +127,141 @@ TEST_F(HTTPSessionTest, HopsSurviveACancellationAtAnyMomentOfTheirEnd) {
     ended += finished ? 1 : 0;
   }
   EXPECT_EQ(ended, kRounds);
+}
+
+TEST_F(HTTPSessionTest, TellsAnswersFromWhatIsNoneAndEndsThoseThatNeverWould) {
+  const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+  const std::string block(64 * 1024, 'x');
+  const struct {
+    const char* what;
+    LoopbackServer::Serve serve;
+    std::string expected;
+    std::chrono::milliseconds timeout;
+  } cases[] = {
+      {"chunks for ever", repeating(chunked, "10000\r\n" + block + "\r\n"), "The answer was too long.", 80s},
+      {"a header for ever", repeating("HTTP/1.1 200 OK\r\n", "X: " + block + "\r\n"), "No HTTP response", 80s},
+      {"one line for ever", repeating("HTTP/1.1 200 OK\r\nX: ", block), "No HTTP response", 80s},
+      {"interim answers for ever", repeating("", "HTTP/1.1 100 Continue\r\n\r\n"), kLate, 200ms},
+      {"nothing", stallingAfter(""), kLate, 50ms},
+      {"half a chunk", stallingAfter(chunked + "5\r\nab"), kLate, 50ms},
+      {"half a body", stallingAfter("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nab"), kLate, 50ms},
+      {"reset before the answer", resettingAfter(""), kLost, 80s},
+      {"reset in a body", resettingAfter("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nab"), kLost, 80s},
+      {"cut in a chunk", answering(chunked + "5\r\nab"), kLost, 80s},
+      {"two lengths", answering("HTTP/1.1 200 OK\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\nab"),
+       "No HTTP response", 80s},
+      {"a bad chunk", answering(chunked + "zz\r\nab"), "No HTTP response", 80s},
+      {"cut in a body", answering("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\ncut"), kLost, 80s},
+      {"closed", answering(""), kLost, 80s},
+      {"no HTTP", answering("SSH-2.0-Other\r\n\r\n"), "No HTTP response", 80s},
+      {"too long", answering("HTTP/1.1 200 OK\r\nContent-Length: 99999999\r\n\r\n"), "The answer was too long.", 80s},
+      {"a redirection", answering("HTTP/1.1 302 Found\r\nLocation: /x\r\nContent-Length: 0\r\n\r\n"), "answered 302",
+       80s},
+      {"after an interim answer", answering("HTTP/1.1 100 Continue\r\n\r\n" + LoopbackServer::answer(200, "")),
+       "answered 200", 80s},
+      {"until the end", answering("HTTP/1.0 502 Bad Gateway\r\n\r\n<html>"), "answered 502", 80s},
+      {"in chunks", answering(chunked + "3\r\nabc\r\n0\r\n\r\n"), "answered 200", 80s},
+  };
+  for (const auto& [what, serve, expected, timeout] : cases) {
+    LoopbackServer server(serve);
+    HTTPRequest request = server.request("/");
+    request.timeout = timeout;
+    EXPECT_EQ(failureOf(std::move(request)), expected) << what;
+    EXPECT_LE(server.connections(), 1) << what << ", tried again";
+  }
+}
+
+TEST_F(HTTPSessionTest, BoundsConnectingAndSendingToo) {
+  const FullListener full;
+  LoopbackServer deaf(&neverReads);
+  for (HTTPRequest request :
+       {full.request(), full.request("https"), deaf.request("/", "POST"), deaf.request("/", "GET", "https")}) {
+    if (request.method == "POST") request.body.assign(12 << 20, 'x');
+    request.timeout = 100ms;
+    EXPECT_EQ(failureOf(request), kLate) << request.url.text();
+  }
+}
+
+TEST_F(HTTPSessionTest, ASecureConnectionNeedsASecureService) {
+  LoopbackServer plain([](LoopbackServer&, Socket socket) -> Awaitable<void> {
+    co_await LoopbackServer::write(socket, "HTTP/1.1 400 Bad\r\n\r\n");
+    co_await LoopbackServer::stall();
+  });
+  EXPECT_EQ(failureOf(plain.request("/", "GET", "https")), kNotSecure);
+  LoopbackServer gone([](LoopbackServer&, Socket) -> Awaitable<void> { co_return; });
+  const std::string failure = failureOf(gone.request("/", "GET", "https"));
+  EXPECT_TRUE(failure == kNotSecure || failure == kLost) << failure;
+}
+
+/// A request under way in a task.
+struct Attempt {
+  Attempt(MainThread& main, HTTPSession& session, const HTTPRequest& request) : task(main.executor()) {
+    task.start([this, &session, request]() -> Awaitable<void> {
+      begun = true;
+      try {
+        co_await session.send(request);
+        outcome = "answered";
+      } catch (const std::exception& error) {
+        outcome = isCancellation(error) ? "cancelled" : error.what();
+      }
+    });
+  }
+  Task task;
+  bool begun = false;
+  std::string outcome;
+};
+
+TEST_F(HTTPSessionTest, CancelsAtEveryStage) {
+  const FullListener full;
+  LoopbackServer deaf(&neverReads);
+  std::atomic<bool> halfSent = false;
+  LoopbackServer half([&](LoopbackServer& self, Socket socket) -> Awaitable<void> {
+    co_await self.readRequest(socket);
+    co_await LoopbackServer::write(socket, "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nab");
+    halfSent = true;
+    co_await LoopbackServer::stall();
+  });
+  HTTPRequest upload = deaf.request("/", "POST");
+  upload.body.assign(12 << 20, 'x');
+  const struct {
+    const char* stage;
+    HTTPRequest request;
+    std::function<bool()> reached;
+  } cases[] = {
+      {"connecting", full.request(), [&] { return full.isTried(); }},
+      {"connecting for TLS", full.request("https"), [&] { return full.isTried(); }},
+      {"shaking hands", deaf.request("/", "GET", "https"), [&] { return deaf.connections() == 1; }},
+      {"sending", upload, [&] { return deaf.connections() == 2; }},
+      {"reading the body", half.request("/"), [&] { return halfSent.load(); }},
+  };
+  for (const auto& [stage, request, reached] : cases) {
+    Attempt attempt(main, session, request);
+    EXPECT_TRUE(main.runUntil(reached)) << stage;
+    attempt.task.cancel();
+    EXPECT_TRUE(main.runUntil([&] { return !attempt.outcome.empty(); })) << stage;
+    EXPECT_EQ(attempt.outcome, "cancelled") << stage;
+  }
+}
+
+TEST_F(HTTPSessionTest, SurvivesACancellationAtAnyStep) {
+  LoopbackServer server(answering(LoopbackServer::answer(200, "{}")));
+  LoopbackTLS secure("localhost");
+  session.tls().add_certificate_authority(boost::asio::buffer(secure.certificate()));
+  HTTPRequest unknown = server.request("/");
+  unknown.url.host = "nobody.invalid";
+  const HTTPRequest requests[] = {server.request("/"), secure.request(), unknown};
+  for (int round = 0; round < 150; ++round) {
+    Attempt attempt(main, session, requests[round % 3]);
+    main.runUntil(
+        [&, looks = 0]() mutable {
+          for (int turn = 0; turn < round; ++turn) std::this_thread::yield();
+          return !attempt.outcome.empty() || ++looks > round / 3 % 3;
+        },
+        1s);
+    attempt.task.cancel();
+    EXPECT_TRUE(main.runUntil([&] { return !attempt.begun || !attempt.outcome.empty(); })) << round;
+  }
+  EXPECT_EQ(failureOf(server.request("/")), "answered 200") << "the session still works";
 }
 
 }  // namespace

@@ -82,63 +82,26 @@ std::string nested(std::size_t depth) {
 }
 
 TEST(JSONDecoding, RefusesWhatIsNoJSONOrOfAnotherType) {
-  const std::string refused[] = {
-      "",
-      " ",
-      "null",
-      "[]",
-      "1",
-      "\"count\"",
-      "{",
-      R"({"count":1)",
-      R"({"count":1}})",
-      R"({"count":1} 2)",
-      R"({"count":1,})",
-      R"({"count":1}//)",
-      R"({'count':1})",
-      R"({count:1})",
-      "\xEF\xBB\xBF{\"count\":1}",
-      R"({})",
-      R"({"Count":1})",
-      R"({"count":null})",
-      R"({"count":1.0})",
-      R"({"count":1e3})",
-      R"({"count":1E0})",
-      R"({"count":1,"unknown":[-1e400]})",
-      R"({"count":"1"})",
-      R"({"count":true})",
-      R"({"count":01})",
-      R"({"count":+1})",
-      R"({"count":NaN})",
-      R"({"count":9223372036854775808})",
-      R"({"count":-9223372036854775809})",
-      R"({"count":18446744073709551617})",
-      R"({"count":1,"note":2})",
-      R"({"count":1,"note":{}})",
-      R"({"count":1,"note":"\ud800"})",
-      R"({"count":1,"note":"\ud800x"})",
-      R"({"count":1,"note":"\ude00"})",
-      R"({"count":1,"note":"\ude00\ud83d"})",
-      R"({"count":1,"note":"\ud83d\ud83d"})",
-      R"({"count":1,"note":"\x41"})",
-      "{\"count\":1,\"note\":\"\xC0\xAF\"}",
-      "{\"count\":1,\"note\":\"\xED\xA0\x80\"}",
-      "{\"count\":1,\"note\":\"\xF4\x90\x80\x80\"}",
-      "{\"count\":1,\"note\":\"\xE2\x82\"}",
-      "{\"count\":1,\"note\":\"a\nb\"}",
-      std::string("{\"count\":1,\"note\":\"a\0b\"}", 24),
-      R"({"count":1,"count":"2"})",
-      R"({"count":1,"count":null})",
-      R"({"count":1,"x":"\ud800"})",
-      "{\"count\":1,\"x\":\"\xFF\"}",
-      "{\"count\":1,\"\xFF\":0}",
-      R"({"count":1,"x":[1,2})",
-      R"({"count":1,"x":nul})",
-      nested(40),
-      nested(200'000),
-  };
-  for (const std::string& text : refused) {
-    EXPECT_THROW(JSONCoding::decode<Record>(text), DecodingError) << text.substr(0, 80);
+  const std::vector<std::string> whole[] = {
+      {"", " ", "null", "[]", "1", "\"count\"", "{", "{}", R"({"count":1)", R"({"count":1}})", R"({"count":1} 2)"},
+      {R"({"count":1,})", R"({"count":1}//)", R"({'count':1})", "{count:1}", "\xEF\xBB\xBF{\"count\":1}"},
+      {R"({"Count":1})", nested(40), nested(200'000)}};
+  for (const auto& group : whole) {
+    for (const auto& text : group) EXPECT_THROW(JSONCoding::decode<Record>(text), DecodingError) << text.substr(0, 80);
+  }
+  for (const std::string count : {"null", "1.0", "1e3", "1E0", "\"1\"", "true", "01", "+1", "NaN",
+                                  "9223372036854775808", "-9223372036854775809", "18446744073709551617"}) {
+    EXPECT_THROW(JSONCoding::decode<Record>("{\"count\":" + count + "}"), DecodingError) << count;
+  }
+  for (const std::string note :
+       {"2", "{}", R"("\ud800")", R"("\ud800x")", R"("\ude00")", R"("\ude00\ud83d")", R"("\ud83d\ud83d")", R"("\x41")",
+        "\"\xC0\xAF\"", "\"\xED\xA0\x80\"", "\"\xF4\x90\x80\x80\"", "\"\xE2\x82\"", "\"a\nb\""}) {
+    EXPECT_THROW(JSONCoding::decode<Record>("{\"count\":1,\"note\":" + note + "}"), DecodingError) << note;
+  }
+  EXPECT_THROW(JSONCoding::decode<Record>(std::string("{\"count\":1,\"note\":\"a\0b\"}", 24)), DecodingError);
+  for (const std::string more : {R"("count":"2")", R"("count":null)", R"("x":"\ud800")", "\"x\":\"\xFF\"", "\"\xFF\":0",
+                                 R"("x":[1,2)", R"("x":nul)", R"("x":[-1e400])"}) {
+    EXPECT_THROW(JSONCoding::decode<Record>("{\"count\":1," + more + "}"), DecodingError) << more;
   }
 }
 

@@ -3,10 +3,11 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "QuilletVectors/VectorRun.h"
+#include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet::vectors {
 namespace {
@@ -36,19 +37,15 @@ TEST(Vectors, PublishedOnesHoldForTheAlgorithms) {
 
 class ChangedVector : public testing::Test {
  protected:
-  void SetUp() override { std::filesystem::create_directories(folder_); }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
-
   /// The tally of one vectors file with `cases`, which may be any text.
   Tally run(const std::string& content) {
-    std::ofstream(folder_ / "case.json") << content;
+    test::writeText(folder_.path() / "case.json", content);
     Tally tally;
-    runPath(folder_, tally);
+    runPath(folder_.path(), tally);
     return tally;
   }
 
-  std::filesystem::path folder_ =
-      std::filesystem::path(testing::TempDir()) / ("quillet-vectors-" + std::to_string(::getpid()));
+  const test::TemporaryFolder folder_;
 };
 
 TEST_F(ChangedVector, FailsWhereTheKitDiffers) {
@@ -73,7 +70,7 @@ TEST_F(ChangedVector, RefusesWhatHoldsNoVectors) {
     EXPECT_THROW(run(content), InputError) << content;
   }
   Tally tally;
-  EXPECT_THROW(runPath(folder_ / "absent.json", tally), InputError);
+  EXPECT_THROW(runPath(folder_.path() / "absent.json", tally), InputError);
 }
 
 }  // namespace

@@ -59,20 +59,5 @@ TEST(WordLedger, SumsStopAtTheEndsOfTheRange) {
   EXPECT_EQ(saturatingSum(-kMost, -kMost), std::numeric_limits<std::int64_t>::min());
 }
 
-TEST(WordLedger, IsJSONWithFourRequiredKeys) {
-  const WordLedger ledger{{{"2026-08-05", 4}}, 9, "Desk / \"two\"", "iphone"};
-  EXPECT_EQ(JSONCoding::decode<WordLedger>(JSONCoding::encode(ledger)), ledger);
-  // As other encoders write it.
-  EXPECT_EQ(JSONCoding::decode<WordLedger>(
-                R"( {"symbol":"iphone","name":"Desk \/ \"two\"","new":[1],"days":{"2026-08-05":4},"archived":9})"),
-            ledger);
-  for (const char* const text :
-       {"", "[]", R"({"archived":9,"days":{},"name":""})", R"({"archived":9,"days":{},"name":"","symbol":null})",
-        R"({"archived":9,"days":[],"name":"","symbol":""})", R"({"archived":9,"days":{"a":"4"},"name":"","symbol":""})",
-        R"({"archived":1e99,"days":{},"name":"","symbol":""})"}) {
-    EXPECT_THROW(JSONCoding::decode<WordLedger>(text), JSONCoding::DecodingError) << text;
-  }
-}
-
 }  // namespace
 }  // namespace quillet

@@ -3,11 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include "QuilletKit/FolderLedgerStorage.h"
 #include "QuilletKit/JSONCoding.h"
 #include "Tests/Doubles/FakeLedgerStorage.h"
 #include "Tests/Doubles/MemoryPreferences.h"
-#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet {
 namespace {
@@ -34,16 +32,6 @@ class WordStatsStoreTest : public testing::Test {
   test::FakeLedgerStorage cloud;
   std::int64_t now = WordCalendar("Europe/Berlin", "de_DE").date(2026, 8, 5).value() + 3'600'000;
 };
-
-TEST_F(WordStatsStoreTest, MakesItsIdOnce) {
-  local.values.clear();
-  const std::string id = store(&cloud).deviceId();
-  EXPECT_EQ(id.size(), 36U);
-  EXPECT_EQ(id.find_first_not_of("0123456789abcdef-"), std::string::npos);
-  EXPECT_EQ(store(&cloud).deviceId(), id);
-  EXPECT_EQ(store(nullptr).deviceId(), id);
-  EXPECT_EQ(cloud.writes, 0) << "nothing was counted";
-}
 
 TEST_F(WordStatsStoreTest, RecordsInMemoryLocallyAndShared) {
   auto stats = store(&cloud);
@@ -116,14 +104,6 @@ TEST_F(WordStatsStoreTest, ReconcilesTheTwoCopies) {
   }
 }
 
-TEST_F(WordStatsStoreTest, ALedgerThatIsOnlySharedIsTheOneToAddTo) {
-  cloud.values[kSharedKey] = json({{"2026-08-01", 6}});
-  auto stats = store(&cloud);
-  stats.record(1);
-  EXPECT_EQ(stats.ledgers().get().at(kId).total(), 7);
-  EXPECT_EQ(localCopy(), sharedCopy());
-}
-
 TEST_F(WordStatsStoreTest, ReadsOtherDevicesAndFollowsThem) {
   cloud.values = {{"words.phone", json({{"2026-08-05", 8}})},
                   {"words.broken", "{\"days\":{}}"},
@@ -176,27 +156,6 @@ TEST_F(WordStatsStoreTest, WhatCanNotBeEncodedLeavesNoStaleCopy) {
   EXPECT_FALSE(local.values.contains("qlt.wordLedger"));
   EXPECT_EQ(sharedCopy(), shared);
   EXPECT_EQ(stats.summary().total, 2);
-}
-
-TEST_F(WordStatsStoreTest, AFolderThatComesAndGoesLosesNothing) {
-  const test::TemporaryFolder folder;
-  const auto shared = folder.path() / "shared";
-  FolderLedgerStorage storage(shared);
-  auto stats = store(&storage);
-  stats.record(3);
-  EXPECT_FALSE(stats.syncsWithICloud().get());
-  EXPECT_FALSE(std::filesystem::exists(shared));
-
-  std::filesystem::create_directory(shared);
-  storage.onExternalChange();
-  EXPECT_TRUE(stats.syncsWithICloud().get());
-  EXPECT_EQ(storage.allKeys(), std::vector<std::string>{kSharedKey});
-
-  std::filesystem::remove_all(shared);
-  stats.record(1);
-  storage.onExternalChange();
-  EXPECT_FALSE(stats.syncsWithICloud().get());
-  EXPECT_EQ(stats.summary().total, 4);
 }
 
 }  // namespace

@@ -87,15 +87,6 @@ TEST(WordStatsSummary, AddsUpAllDevices) {
   EXPECT_EQ(summary.lastWeek, week);
 }
 
-TEST(WordStatsSummary, IsEmptyWithoutWords) {
-  const auto summary = WordStatsSummary::of({}, "me", kBerlin, at(kBerlin, 2026, 3, 30, 8));
-  ASSERT_EQ(summary.lastWeek.size(), 7U);
-  EXPECT_EQ(summary.lastWeek.back().date, at(kBerlin, 2026, 3, 30, 0));
-  WordStatsSummary expected;
-  expected.lastWeek = summary.lastWeek;
-  EXPECT_EQ(summary, expected);
-}
-
 TEST(WordStatsSummary, CountsStreaksUpToTodayOrYesterday) {
   const std::int64_t now = at(kBerlin, 2026, 3, 30, 1);  // the day after the clocks changed
   const struct {
