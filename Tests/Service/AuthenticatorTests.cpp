@@ -38,21 +38,13 @@ class AuthenticatorTest : public ServiceTest {
   }
 };
 
-TEST_F(AuthenticatorTest, KnowsTheSender) {
-  EXPECT_EQ(service.authenticator.authenticate(signedBy(phone).view()).id, phone.id());
-}
-
 TEST_F(AuthenticatorTest, EverySignedPartIsBound) {
   const std::vector<std::pair<const char*, std::function<void(Wire&)>>> tamperings = {
       {"method", [](Wire& w) { w.method = "PATCH"; }},
-      {"path", [](Wire& w) { w.target = "/v1/pairs?a=b"; }},
-      {"query", [](Wire& w) { w.target = "/v1/feedback?a=c"; }},
       {"time", [](Wire& w) { w.timestamp = std::to_string(std::stoll(w.timestamp) + 1); }},
       {"time's form", [](Wire& w) { w.timestamp = " " + w.timestamp; }},
-      {"nonce", [](Wire& w) { w.nonce[0] = w.nonce[0] == 'A' ? 'B' : 'A'; }},
       {"nonce missing", [](Wire& w) { w.nonce.clear(); }},
       {"nonce too long", [](Wire& w) { w.nonce.assign(65, 'A'); }},
-      {"body", [](Wire& w) { w.body = "{ }"; }},
       {"another device", [this](Wire& w) { w.device = other.id(); }},
       {"signature missing", [](Wire& w) { w.signature.clear(); }},
       {"signature cut", [](Wire& w) { w.signature.resize(40); }},
@@ -94,15 +86,6 @@ TEST_F(AuthenticatorTest, AForgeryDoesNotUseUpANonce) {
   forged.signature = signedBy(phone).signature;
   EXPECT_EQ(outcome(forged), "401 bad_signature");
   EXPECT_EQ(outcome(wire), "");
-}
-
-TEST_F(AuthenticatorTest, ADeletedDeviceStaysRevoked) {
-  service.devices.deleteDevice(phoneDevice);
-  EXPECT_EQ(outcome(signedBy(phone)), "403 device_revoked");
-  Wire forged = signedBy(phone);
-  forged.body = "else";
-  EXPECT_EQ(outcome(forged), "401 bad_signature");
-  EXPECT_EQ(refusalOf([&] { service.devices.registerDevice(phone.registration()); }), "403 device_revoked");
 }
 
 TEST_F(AuthenticatorTest, AForgerIsCutOffForAWhileFromWhereItIs) {

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/MetricsServer.h"
+#include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/SelfSigned.h"
 #include "Tests/Service/ServerFixture.h"
-#include "Tests/Service/TLSFixture.h"
 
 namespace quillet::test {
 namespace {
@@ -9,81 +10,79 @@ namespace {
 namespace asio = boost::asio;
 using namespace std::chrono_literals;
 
-class EndpointTest : public ServerTest {};
+class EndpointTest : public ServerTest {
+ protected:
+  TLSFiles tlsFiles() {
+    const SelfSigned made("IP:127.0.0.1,DNS:127.0.0.1");
+    writeText(folder.path() / "certificate.pem", made.certificate);
+    writeText(folder.path() / "key.pem", made.key);
+    return {folder.path() / "certificate.pem", folder.path() / "key.pem"};
+  }
+};
 
 TEST_F(EndpointTest, ADesktopIsToldOfPairsAndPhonesSeeItsName) {
   serve();
   play([&]() -> Awaitable<void> {
-    APIClient macAPI = client(mac), phoneAPI = client(phone);
-    co_await enrol(macAPI, mac);
-    co_await enrol(phoneAPI, phone);
-    const auto socket = connect(macAPI);
-    EXPECT_EQ((co_await socket->receive()).data, "pong");
-    co_await pairThem(macAPI, phoneAPI);
+    co_await enrol();
+    const auto socket = co_await provedSocket();
+    co_await pair();
     EXPECT_EQ((co_await next<RelayServer::Paired>(*socket)).peerDeviceId, phone.id());
 
     std::string family;  // one character of 25 bytes, as often as a name may have it
     for (int i = 0; i < 64; ++i) family += "👨‍👩‍👧‍👦";
-    EXPECT_TRUE((co_await macAPI.rename(family)).ok);
-    EXPECT_EQ((co_await phoneAPI.pairs()).pairs.at(0).peerName, family);
+    EXPECT_TRUE((co_await macAPI->rename(family)).ok);
+    EXPECT_EQ((co_await phoneAPI->pairs()).pairs.at(0).peerName, family);
     for (const std::string& wrong : {std::string(), std::string(257, 'n')}) {
-      EXPECT_EQ(co_await refusal(macAPI.rename(wrong)), "400 bad_request");
+      EXPECT_EQ(co_await refusal(macAPI->rename(wrong)), "400 bad_request");
     }
-    EXPECT_TRUE((co_await macAPI.rename("a\tb")).ok) << "what a desktop takes for a name; it would ask for ever";
+    EXPECT_TRUE((co_await macAPI->rename("a\tb")).ok) << "what a desktop takes for a name; it would ask for ever";
 
-    EXPECT_TRUE((co_await phoneAPI.removePair(mac.id())).ok);
+    EXPECT_TRUE((co_await phoneAPI->removePair(mac.id())).ok);
     EXPECT_EQ((co_await next<RelayServer::PairRevoked>(*socket)).peerDeviceId, phone.id());
-    EXPECT_TRUE((co_await macAPI.pairs()).pairs.empty());
-    EXPECT_EQ(co_await refusal(macAPI.removePair(phone.id())), "404 not_paired");
-    EXPECT_EQ(co_await refusal(phoneAPI.submitDelivery(mac.id(), delivery("u"))), "403 not_paired");
+    EXPECT_TRUE((co_await macAPI->pairs()).pairs.empty());
+    EXPECT_EQ(co_await refusal(macAPI->removePair(phone.id())), "404 not_paired");
+    EXPECT_EQ(co_await refusal(phoneAPI->submitDelivery(mac.id(), delivery("u"))), "403 not_paired");
   });
 }
 
 TEST_F(EndpointTest, ADeletedDeviceIsGoneForEverybody) {
   serve();
   play([&]() -> Awaitable<void> {
-    APIClient macAPI = client(mac), phoneAPI = client(phone);
-    co_await enrol(macAPI, mac);
-    co_await enrol(phoneAPI, phone);
-    co_await pairThem(macAPI, phoneAPI);
-    co_await phoneAPI.submitDelivery(mac.id(), delivery("u"));
-    const auto socket = connect(macAPI);
+    co_await enrolAndPair();
+    co_await phoneAPI->submitDelivery(mac.id(), delivery("u"));
+    const auto socket = connect(*macAPI);
     EXPECT_EQ((co_await next<RelayServer::Deliver>(*socket)).utteranceId, "u");
-    EXPECT_TRUE((co_await macAPI.deleteDevice()).ok);
+    EXPECT_TRUE((co_await macAPI->deleteDevice()).ok);
     try {
       for (;;) co_await socket->receive();
     } catch (const TransportError&) {
       EXPECT_FALSE(service->hub.isOnline(mac.id()));
     }
-    EXPECT_EQ(co_await refusal(macAPI.pairs()), "403 device_revoked");
-    EXPECT_EQ(co_await refusal(macAPI.registerDevice(DevicePlatform::macos, "Desk", "1")), "403 device_revoked");
-    EXPECT_TRUE((co_await phoneAPI.pairs()).pairs.empty());
-    EXPECT_EQ(co_await refusal(phoneAPI.waitForDelivery(mac.id(), "u", 20)), "403 not_paired");
+    EXPECT_EQ(co_await refusal(macAPI->pairs()), "403 device_revoked");
+    EXPECT_EQ(co_await refusal(macAPI->registerDevice(DevicePlatform::macos, "Desk", "1")), "403 device_revoked");
+    EXPECT_TRUE((co_await phoneAPI->pairs()).pairs.empty());
+    EXPECT_EQ(co_await refusal(phoneAPI->waitForDelivery(mac.id(), "u", 20)), "403 not_paired");
   });
 }
 
 TEST_F(EndpointTest, RevokingEndsTheCallsThatWaitForTheDesktop) {
   serve();
   play([&]() -> Awaitable<void> {
-    APIClient macAPI = client(mac), phoneAPI = client(phone);
-    co_await enrol(macAPI, mac);
-    co_await enrol(phoneAPI, phone);
-    co_await pairThem(macAPI, phoneAPI);
-    const auto socket = connect(macAPI);
-    EXPECT_EQ((co_await socket->receive()).data, "pong");
-    co_await phoneAPI.submitDelivery(mac.id(), delivery("u"));
+    co_await enrolAndPair();
+    const auto socket = co_await provedSocket();
+    co_await phoneAPI->submitDelivery(mac.id(), delivery("u"));
     Task revoking(context.get_executor());
     revoking.start([&]() -> Awaitable<void> {
       while (service->hub.waiting() < 2) co_await asio::post(context, asio::use_awaitable);
-      co_await macAPI.removePair(phone.id());
+      co_await macAPI->removePair(phone.id());
     });
     std::string prepared;
     Task preparing(context.get_executor());
     preparing.start([&]() -> Awaitable<void> {
       const Envelope envelope = Envelope::sealBytes("{}", EnvelopePurpose::prepare, phone.identity, mac.peer);
-      prepared = co_await refusal(phoneAPI.prepareTarget(mac.id(), {"r", envelope}));
+      prepared = co_await refusal(phoneAPI->prepareTarget(mac.id(), {"r", envelope}));
     });
-    EXPECT_EQ(co_await refusal(phoneAPI.waitForDelivery(mac.id(), "u", 50)), "403 not_paired");
+    EXPECT_EQ(co_await refusal(phoneAPI->waitForDelivery(mac.id(), "u", 50)), "403 not_paired");
     while (preparing.running() || revoking.running()) co_await asio::post(context, asio::use_awaitable);
     EXPECT_EQ(prepared, "403 not_paired");
   });
@@ -93,11 +92,8 @@ TEST_F(EndpointTest, ARestartedServiceKnowsItsPairsQueuesAndNonces) {
   serve();
   std::string request;
   play([&]() -> Awaitable<void> {
-    APIClient macAPI = client(mac), phoneAPI = client(phone);
-    co_await enrol(macAPI, mac);
-    co_await enrol(phoneAPI, phone);
-    co_await pairThem(macAPI, phoneAPI);
-    co_await phoneAPI.submitDelivery(mac.id(), delivery("u"));
+    co_await enrolAndPair();
+    co_await phoneAPI->submitDelivery(mac.id(), delivery("u"));
     request = wire(phone, "GET", "/v1/pairs");
     EXPECT_EQ(statusIn(co_await raw(request)), "200");
   });
@@ -105,9 +101,8 @@ TEST_F(EndpointTest, ARestartedServiceKnowsItsPairsQueuesAndNonces) {
   serve();
   play([&]() -> Awaitable<void> {
     EXPECT_NE((co_await raw(request)).find("replayed"), std::string::npos);
-    APIClient macAPI = client(mac), phoneAPI = client(phone);
-    EXPECT_EQ((co_await phoneAPI.pairs()).pairs.size(), 1U);
-    const auto socket = connect(macAPI);
+    EXPECT_EQ((co_await phoneAPI->pairs()).pairs.size(), 1U);
+    const auto socket = connect(*macAPI);
     EXPECT_EQ((co_await next<RelayServer::Deliver>(*socket)).utteranceId, "u");
   });
 }
@@ -118,13 +113,9 @@ TEST_F(EndpointTest, TheMetricsPageCountsAndNamesNobody) {
   metrics.start();
   std::string page;
   play([&]() -> Awaitable<void> {
-    APIClient macAPI = client(mac), phoneAPI = client(phone);
-    co_await enrol(macAPI, mac);
-    co_await enrol(phoneAPI, phone);
-    co_await pairThem(macAPI, phoneAPI);
-    const auto socket = connect(macAPI);
-    EXPECT_EQ((co_await socket->receive()).data, "pong");
-    co_await phoneAPI.submitDelivery(mac.id(), delivery("u"));
+    co_await enrolAndPair();
+    const auto socket = co_await provedSocket();
+    co_await phoneAPI->submitDelivery(mac.id(), delivery("u"));
     std::string replay = wire(phone, "GET", "/v1/pairs");
     co_await raw(replay);
     co_await raw(replay);
@@ -150,17 +141,13 @@ TEST_F(EndpointTest, TheMetricsPageCountsAndNamesNobody) {
 }
 
 TEST_F(EndpointTest, TheWholeRoadRunsOverTLS) {
-  const TLSFixture tls(folder.path());
-  serve({.header = 500ms}, {}, tls.files());
-  session.tls().load_verify_file(tls.files().certificate.string());
+  const TLSFiles tls = tlsFiles();
+  serve({.header = 500ms}, {}, tls);
+  session.tls().load_verify_file(tls.certificate.string());
   play([&]() -> Awaitable<void> {
-    APIClient macAPI = client(mac), phoneAPI = client(phone);
-    co_await enrol(macAPI, mac);
-    co_await enrol(phoneAPI, phone);
-    co_await pairThem(macAPI, phoneAPI);
-    const auto socket = connect(macAPI);
-    EXPECT_EQ((co_await socket->receive()).data, "pong");
-    co_await phoneAPI.submitDelivery(mac.id(), delivery("u"));
+    co_await enrolAndPair();
+    const auto socket = co_await provedSocket();
+    co_await phoneAPI->submitDelivery(mac.id(), delivery("u"));
     EXPECT_EQ((co_await next<RelayServer::Deliver>(*socket)).utteranceId, "u");
     EXPECT_EQ(co_await raw("GET /v1/health HTTP/1.1\r\nHost: a\r\n\r\n"), "") << "no answer without TLS";
     EXPECT_EQ(co_await raw(""), "") << "nobody waits long for a handshake";
@@ -168,8 +155,7 @@ TEST_F(EndpointTest, TheWholeRoadRunsOverTLS) {
 }
 
 TEST_F(EndpointTest, ACertificateThatCannotBeUsedStopsTheStart) {
-  const TLSFixture tls(folder.path());
-  TLSFiles wrong = tls.files();
+  TLSFiles wrong = tlsFiles();
   wrong.key = folder.path() / "none.pem";
   EXPECT_THROW(serve({}, {}, wrong), std::exception);
   server.reset();

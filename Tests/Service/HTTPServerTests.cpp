@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <fstream>
-
 #include "QuilletKit/Log.h"
+#include "Tests/Doubles/FileText.h"
 #include "Tests/Service/ServerFixture.h"
 
 namespace quillet::test {
@@ -14,10 +13,7 @@ class HTTPServerTest : public ServerTest {
 /// All that the files of a folder hold.
 std::string contents(const std::filesystem::path& folder) {
   std::string all;
-  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-    std::ifstream file(entry.path(), std::ios::binary);
-    all.append(std::istreambuf_iterator<char>(file), {});
-  }
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) all += readText(entry.path());
   return all;
 }
 
@@ -26,27 +22,24 @@ TEST_F(HTTPServerTest, AnUtteranceGoesThroughAndLeavesNoPlaintext) {
   std::string logged;
   const auto before = Log::setSink([&](const Log::Line& line) { logged.append(line.message).append("\n"); });
   play([&]() -> Awaitable<void> {
-    APIClient macAPI = client(mac), phoneAPI = client(phone);
-    co_await enrol(macAPI, mac);
-    co_await enrol(phoneAPI, phone);
-    co_await pairThem(macAPI, phoneAPI);
+    co_await enrolAndPair();
 
     DeliveryRequest request{"u1", Envelope::sealBytes(kMarker, EnvelopePurpose::delivery, phone.identity, mac.peer)};
-    const DeliveryStatus queued = co_await phoneAPI.submitDelivery(mac.id(), request);
+    const DeliveryStatus queued = co_await phoneAPI->submitDelivery(mac.id(), request);
     EXPECT_EQ(queued.state, DeliveryTransportState::queued);
     EXPECT_FALSE(queued.macOnline);
 
-    const auto socket = connect(macAPI);
+    const auto socket = connect(*macAPI);
     const auto deliver = co_await next<RelayServer::Deliver>(*socket);
     EXPECT_EQ(deliver.envelope, request.envelope);
     EXPECT_EQ((co_await socket->receive()).data, "pong");
     send(*socket, RelayClient::Received{"u1"});
     Envelope result = Envelope::sealBytes(kMarker, EnvelopePurpose::result, mac.identity, phone.peer);
     send(*socket, RelayClient::Result{"u1", phone.id(), result});
-    const DeliveryStatus done = co_await phoneAPI.waitForDelivery(mac.id(), "u1", 20);
+    const DeliveryStatus done = co_await phoneAPI->waitForDelivery(mac.id(), "u1", 20);
     EXPECT_EQ(done.state, DeliveryTransportState::result);
     EXPECT_EQ(done.resultEnvelope, result);
-    co_await phoneAPI.removePair(mac.id());
+    co_await phoneAPI->removePair(mac.id());
     EXPECT_EQ((co_await next<RelayServer::PairRevoked>(*socket)).peerDeviceId, phone.id());
   });
   Log::setSink(before);
@@ -60,30 +53,8 @@ TEST_F(HTTPServerTest, AnUtteranceGoesThroughAndLeavesNoPlaintext) {
   }
 }
 
-TEST_F(HTTPServerTest, APrepareCrossesTheSocketAndBack) {
-  play([&]() -> Awaitable<void> {
-    APIClient macAPI = client(mac), phoneAPI = client(phone);
-    co_await enrol(macAPI, mac);
-    co_await enrol(phoneAPI, phone);
-    co_await pairThem(macAPI, phoneAPI);
-    const auto socket = connect(macAPI);
-    EXPECT_EQ((co_await socket->receive()).data, "pong");
-    Task desktop(context.get_executor());
-    desktop.start([&]() -> Awaitable<void> {
-      const auto prepare = co_await next<RelayServer::Prepare>(*socket);
-      Envelope answer = Envelope::sealBytes("{}", EnvelopePurpose::prepareResult, mac.identity, phone.peer);
-      send(*socket, RelayClient::PrepareResult{prepare.requestId, prepare.from, std::move(answer)});
-    });
-    PrepareRelayRequest request{"r1", Envelope::sealBytes("{}", EnvelopePurpose::prepare, phone.identity, mac.peer)};
-    const EnvelopeResponse response = co_await phoneAPI.prepareTarget(mac.id(), request);
-    EXPECT_EQ(response.envelope.purpose, EnvelopePurpose::prepareResult);
-    EXPECT_EQ(response.envelope.from, mac.id());
-  });
-}
-
 TEST_F(HTTPServerTest, TheRelaySocketIsRefusedWithAStatus) {
   play([&]() -> Awaitable<void> {
-    APIClient macAPI = client(mac), phoneAPI = client(phone);
     const auto refusedStatus = [&](APIClient& api) -> Awaitable<int> {
       const auto socket = connect(api);
       try {
@@ -92,18 +63,16 @@ TEST_F(HTTPServerTest, TheRelaySocketIsRefusedWithAStatus) {
       }
       co_return socket->refusedStatus().value_or(0);
     };
-    EXPECT_EQ(co_await refusedStatus(macAPI), 401);
-    co_await enrol(macAPI, mac);
-    co_await enrol(phoneAPI, phone);
-    EXPECT_EQ(co_await refusedStatus(phoneAPI), 403);
-    co_await macAPI.deleteDevice();
-    EXPECT_EQ(co_await refusedStatus(macAPI), 403);
+    EXPECT_EQ(co_await refusedStatus(*macAPI), 401);
+    co_await enrol();
+    EXPECT_EQ(co_await refusedStatus(*phoneAPI), 403);
+    co_await macAPI->deleteDevice();
+    EXPECT_EQ(co_await refusedStatus(*macAPI), 403);
   });
 }
 
 TEST_F(HTTPServerTest, ARegistrationProvesItsOwnKey) {
   play([&]() -> Awaitable<void> {
-    APIClient phoneAPI = client(phone);
     // Signed by the phone, but for the key of another device.
     HTTPRequest request;
     request.method = "POST";
@@ -112,28 +81,29 @@ TEST_F(HTTPServerTest, ARegistrationProvesItsOwnKey) {
     RequestSigner(phone.identity).sign(request, Clock::now());
     const HTTPResponse refused = co_await session.send(request);
     EXPECT_EQ(refused.status, 401);
-    const auto first = co_await phoneAPI.registerDevice(DevicePlatform::ios, "A", "1");
+    const auto first = co_await phoneAPI->registerDevice(DevicePlatform::ios, "A", "1");
     EXPECT_EQ(first.deviceId, phone.id());
-    const auto again = co_await phoneAPI.registerDevice(DevicePlatform::ios, "B", "2");
+    const auto again = co_await phoneAPI->registerDevice(DevicePlatform::ios, "B", "2");
     EXPECT_EQ(again.registeredAt, first.registeredAt);
-    EXPECT_TRUE((co_await phoneAPI.rename("C")).ok);
+    EXPECT_TRUE((co_await phoneAPI->rename("C")).ok);
   });
 }
 
 TEST_F(HTTPServerTest, WhatIsNoGoodRequestGetsAStatus) {
   const std::string large(1'100'000, 'x');
+  const std::string end = " HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n", head = " HTTP/1.1\r\nHost: a\r\n";
   const std::vector<std::pair<std::string, std::string>> cases = {
-      {"GET /v1/health HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n", "200"},
-      {"GET /v1/config?x HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n", "200"},
-      {"GET /v1/pairs HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n", "401"},
-      {"GET /v1/nothing HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n", "404"},
-      {"GET /v1/macs//deliveries/u HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n", "404"},
-      {"PUT /v1/pairs HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n", "405"},
-      {"GET /v1/mac/connect HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n", "426"},
-      {"POST /v1/devices/register HTTP/1.1\r\nHost: a\r\nConnection: close\r\nContent-Length: 2\r\n\r\n{}", "400"},
-      {"POST /v1/feedback HTTP/1.1\r\nHost: a\r\nContent-Length: 1100000\r\n\r\n" + large, "413"},
-      {"POST /v1/devices/register HTTP/1.1\r\nHost: a\r\nTransfer-Encoding: chunked\r\n\r\n10C8E0\r\n" + large, "413"},
-      {"GET /v1/health HTTP/1.1\r\nHost: a\r\nX: " + large.substr(0, 20'000) + "\r\n\r\n", "431"},
+      {"GET /v1/health" + end, "200"},
+      {"GET /v1/config?x" + end, "200"},
+      {"GET /v1/pairs" + end, "401"},
+      {"GET /v1/nothing" + end, "404"},
+      {"GET /v1/macs//deliveries/u" + end, "404"},
+      {"PUT /v1/pairs" + end, "405"},
+      {"GET /v1/mac/connect" + end, "426"},
+      {"POST /v1/devices/register" + head + "Connection: close\r\nContent-Length: 2\r\n\r\n{}", "400"},
+      {"POST /v1/feedback" + head + "Content-Length: 1100000\r\n\r\n" + large, "413"},
+      {"POST /v1/devices/register" + head + "Transfer-Encoding: chunked\r\n\r\n10C8E0\r\n" + large, "413"},
+      {"GET /v1/health" + head + "X: " + large.substr(0, 20'000) + "\r\n\r\n", "431"},
       {"nonsense\r\n\r\n", "400"},
   };
   for (const auto& [request, status] : cases) {

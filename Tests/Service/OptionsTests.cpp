@@ -3,42 +3,26 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <sstream>
+
 namespace quillet::test {
 namespace {
 
-Options parse(std::vector<const char*> arguments) {
+/// A command line, its words parted by single blanks.
+Options parse(const std::string& line) {
+  std::istringstream stream(line);
+  const std::vector<std::string> words(std::istream_iterator<std::string>(stream), {});
+  std::vector<const char*> arguments;
+  for (const auto& word : words) arguments.push_back(word.c_str());
   return Options::parse(arguments);
 }
 
 TEST(OptionsTest, ReadsEverything) {
-  const Options options = parse({"--listen",
-                                 "[::1]:0",
-                                 "--database",
-                                 "/x/y",
-                                 "--max-age",
-                                 "60",
-                                 "--pairing-ttl",
-                                 "30",
-                                 "--certificate",
-                                 "c",
-                                 "--key",
-                                 "k",
-                                 "--log",
-                                 "debug",
-                                 "--trust-proxy",
-                                 "10.0.0.1",
-                                 "--trust-proxy",
-                                 "::1",
-                                 "--max-connections",
-                                 "7",
-                                 "--max-connections-per-address",
-                                 "0",
-                                 "--max-registrations-per-hour",
-                                 "8",
-                                 "--max-queue",
-                                 "9",
-                                 "--metrics-port",
-                                 "0"});
+  const Options options = parse(
+      "--listen [::1]:0 --database /x/y --max-age 60 --pairing-ttl 30 --certificate c --key k --log debug "
+      "--trust-proxy 10.0.0.1 --trust-proxy ::1 --max-connections 7 --max-connections-per-address 0 "
+      "--max-registrations-per-hour 8 --max-queue 9 --metrics-port 0");
   EXPECT_EQ(options.host, "::1");
   EXPECT_EQ(options.port, 0);
   EXPECT_EQ(options.settings.database, "/x/y");
@@ -54,27 +38,16 @@ TEST(OptionsTest, ReadsEverything) {
   EXPECT_EQ(options.settings.registrationsPerHour, 8);
   EXPECT_EQ(options.settings.relay.backlogCount, 9);
   EXPECT_EQ(options.metricsPort, 0);
-  EXPECT_FALSE(parse({}).metricsPort);
-  EXPECT_EQ(parse({}).host, "127.0.0.1") << "nothing but this machine unless asked";
+  EXPECT_FALSE(parse("").metricsPort);
+  EXPECT_EQ(parse("").host, "127.0.0.1") << "nothing but this machine unless asked";
 }
 
 TEST(OptionsTest, RefusesWhatItDoesNotUnderstand) {
-  for (const auto& arguments : std::vector<std::vector<const char*>>{{"--listen"},
-                                                                     {"--listen", "8787"},
-                                                                     {"--listen", ":80"},
-                                                                     {"--listen", "a:65536"},
-                                                                     {"--listen", "a:80x"},
-                                                                     {"--max-age", "0"},
-                                                                     {"--pairing-ttl", "soon"},
-                                                                     {"--certificate", "c"},
-                                                                     {"--log", "loud"},
-                                                                     {"--trust-proxy", "localhost"},
-                                                                     {"--max-queue", "0"},
-                                                                     {"--max-connections", "-1"},
-                                                                     {"--metrics-port", "65536"},
-                                                                     {"--colour", "red"},
-                                                                     {"serve"}}) {
-    EXPECT_THROW(Options::parse(arguments), Options::UsageError) << arguments[0];
+  for (const char* line :
+       {"--listen", "--listen 8787", "--listen :80", "--listen a:65536", "--listen a:80x", "--max-age 0",
+        "--pairing-ttl soon", "--certificate c", "--log loud", "--trust-proxy localhost", "--max-queue 0",
+        "--max-connections -1", "--metrics-port 65536", "--colour red", "serve"}) {
+    EXPECT_THROW(parse(line), Options::UsageError) << line;
   }
 }
 

@@ -197,31 +197,19 @@ TEST_F(RelayServiceTest, OnlyWhatNeverLeftCanBeCancelled) {
   EXPECT_EQ(service.relay.cancel(phoneDevice, mac.id(), "never").state, State::unknown);
 }
 
-TEST_F(RelayServiceTest, OldDeliveriesExpireAndAreForgotten) {
-  submit("u");
-  const auto call = start(wait("u", 60s));
-  time.advance(59s);
-  service.sweep();
-  EXPECT_FALSE(call->ended());
-  time.advance(1h);
-  service.sweep();
-  EXPECT_EQ(stateOf("u"), State::expired);
-  connect();
-  EXPECT_TRUE(socket.frames.empty());
-  time.advance(25h);
-  service.sweep();
-  EXPECT_EQ(stateOf("u"), State::unknown);
-}
-
-TEST_F(RelayServiceTest, HousekeepingComesByItself) {
+TEST_F(RelayServiceTest, HousekeepingExpiresAndForgetsByItself) {
   Task housekeeping(time.executor());
   housekeeping.start([this] { return service.keepHouse(); });
   submit("u");
   const auto created = service.pairing.create(macDevice, {freshKey(), "Desk"});
   time.advance(1h);
+  const auto waiting = start(wait("u", 60s));
   EXPECT_EQ(stateOf("u"), State::queued);
   time.advance(31s);
-  EXPECT_EQ(stateOf("u"), State::expired);
+  ASSERT_TRUE(waiting->response);
+  EXPECT_EQ(waiting->response->state, State::expired);
+  connect();
+  EXPECT_TRUE(socket.frames.empty());
   time.advance(24h);
   EXPECT_EQ(stateOf("u"), State::expired);
   time.advance(31s);
@@ -232,11 +220,13 @@ TEST_F(RelayServiceTest, HousekeepingComesByItself) {
   EXPECT_EQ(time.sleepers(), 0U);
 }
 
-TEST_F(RelayServiceTest, TheQueueOfADesktopIsBounded) {
+TEST_F(RelayServiceTest, TheQueueOfADesktopIsBoundedInBytesAndInNumber) {
   const Envelope large = sealed(EnvelopePurpose::delivery, phone, mac, std::string(700'000, 'x'));
   for (int i = 0; i < 4; ++i) submit("large" + std::to_string(i), large);
   EXPECT_EQ(refusalOf([&] { submit("large5", large); }), "429 queue_full");
-  EXPECT_EQ(refusalOf([&] { submit("small"); }), "");
+  int taken = 4;
+  while (taken < 1000 && refusalOf([&] { submit("small" + std::to_string(taken)); }).empty()) ++taken;
+  EXPECT_EQ(taken, RelayLimits{}.backlogCount);
 }
 
 TEST_F(RelayServiceTest, PresenceIsStoredForPairedPhonesOnly) {
@@ -264,28 +254,14 @@ TEST_F(RelayServiceTest, UndecodableFramesAreDropped) {
   EXPECT_FALSE(socket.closedWith);
 }
 
-TEST_F(RelayServiceTest, RevokingAPairRemovesAllOfIt) {
+TEST_F(RelayServiceTest, ARevokedPairsDeliveriesAreGoneAndTheRevokerIsNotTold) {
   connect();
   submit("u");
   service.devices.removePair(phoneDevice, mac.id());
-  ASSERT_EQ(socket.all<RelayServer::PairRevoked>().size(), 1U);
-  EXPECT_EQ(socket.all<RelayServer::PairRevoked>()[0].peerDeviceId, phone.id());
-  EXPECT_EQ(refusalOf([&] { submit("v"); }), "403 not_paired");
-  EXPECT_EQ(refusalOf([&] { service.devices.removePair(phoneDevice, mac.id()); }), "404 not_paired");
   pairThem();
   EXPECT_EQ(stateOf("u"), State::unknown);
   service.devices.removePair(macDevice, phone.id());
   EXPECT_EQ(socket.all<RelayServer::PairRevoked>().size(), 1U) << "the desktop knows what it asked for";
-}
-
-TEST_F(RelayServiceTest, DeletingADeviceEndsItsPairsAndItsSocket) {
-  connect();
-  service.devices.deleteDevice(phoneDevice);
-  EXPECT_EQ(socket.all<RelayServer::PairRevoked>().size(), 1U);
-  EXPECT_TRUE(service.devices.pairs(macDevice).pairs.empty());
-  EXPECT_FALSE(socket.closedWith);
-  service.devices.deleteDevice(macDevice);
-  EXPECT_TRUE(socket.closedWith);
 }
 
 /// One who waits for a delivery, and what it left behind.

@@ -11,6 +11,7 @@
 #include "QuilletKit/APIClient.h"
 #include "QuilletKit/WebSocketTask.h"
 #include "QuilletService/HTTPServer.h"
+#include "Tests/Doubles/NetworkThread.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/Service/ServiceFixture.h"
 
@@ -29,6 +30,8 @@ class ServerTest : public testing::Test {
     service.emplace(context.get_executor(), systemTime(context.get_executor()), settings);
     server.emplace(context, *service, "127.0.0.1", 0, tls, limits);
     server->start();
+    macAPI.emplace(url(), mac.identity, session);
+    phoneAPI.emplace(url(), phone.identity, session);
   }
   /// Ends it in order. A test that has served ends so by itself.
   void stop() {
@@ -45,29 +48,14 @@ class ServerTest : public testing::Test {
     context.poll();
   }
 
-  template <typename Happened>
-  bool runUntil(Happened happened) {
-    const auto guard = boost::asio::make_work_guard(context);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    context.restart();
-    while (!happened() && std::chrono::steady_clock::now() < deadline) context.run_one_until(deadline);
-    return happened();
-  }
+  bool runUntil(const std::function<bool()>& happened) { return test::runUntil(context, happened); }
   /// Runs a coroutine of the test to its end.
   template <typename Body>
   void play(Body body) {
-    bool ended = false;
-    std::exception_ptr failure;
-    boost::asio::co_spawn(context, body(), [&](std::exception_ptr error) {
-      ended = true;
-      failure = error;
-    });
-    ASSERT_TRUE(runUntil([&] { return ended; })) << "the test's steps didn't end";
-    if (failure) std::rethrow_exception(failure);
+    await(context, body());
   }
 
   ServiceURL url() { return ServiceURL::parse(server->url()).value(); }
-  APIClient client(const Party& party) { return APIClient(url(), party.identity, session); }
 
   /// A connection from one of this machine's loopback addresses.
   Awaitable<Socket> dial(std::string source = "127.0.0.1") {
@@ -111,22 +99,33 @@ class ServerTest : public testing::Test {
     return text + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
   }
 
-  Awaitable<void> enrol(APIClient& api, Party& party) {
-    co_await api.registerDevice(party.peer.platform, party.name, "1.0");
+  Awaitable<void> enrol() {
+    co_await macAPI->registerDevice(mac.peer.platform, mac.name, "1.0");
+    co_await phoneAPI->registerDevice(phone.peer.platform, phone.name, "1.0");
   }
-  Awaitable<void> pairThem(APIClient& macAPI, APIClient& phoneAPI) {
-    const auto created = co_await macAPI.createPairingSession(Crypto::randomBytes(32), "Desk");
+  Awaitable<void> pair() {
+    const auto created = co_await macAPI->createPairingSession(Crypto::randomBytes(32), "Desk");
     ClaimPairingRequest claim{std::nullopt, created.code, freshKey(), "Pocket"};
-    co_await phoneAPI.claimPairing(std::move(claim));
-    co_await phoneAPI.confirmPairing(created.sessionId, "sealed-by-phone");
-    const auto status = co_await macAPI.confirmPairing(created.sessionId, "sealed-by-mac");
+    co_await phoneAPI->claimPairing(std::move(claim));
+    co_await phoneAPI->confirmPairing(created.sessionId, "sealed-by-phone");
+    const auto status = co_await macAPI->confirmPairing(created.sessionId, "sealed-by-mac");
     EXPECT_EQ(status.state, PairingState::paired);
   }
-  std::unique_ptr<WebSocketTask> connect(APIClient& macAPI) {
-    auto socket = makeWebSocketTask(session, context.get_executor(), macAPI.relayRequest(), kFrameLimit);
+  Awaitable<void> enrolAndPair() {
+    co_await enrol();
+    co_await pair();
+  }
+  /// A desktop's socket with a ping under way.
+  std::unique_ptr<WebSocketTask> connect(APIClient& api) {
+    auto socket = makeWebSocketTask(session, context.get_executor(), api.relayRequest(), kFrameLimit);
     socket->resume();
     socket->sendText("ping", [](bool) {});
     return socket;
+  }
+  Awaitable<std::unique_ptr<WebSocketTask>> provedSocket() {
+    auto socket = connect(*macAPI);
+    EXPECT_EQ((co_await socket->receive()).data, "pong");
+    co_return socket;
   }
   template <typename Message>
   Awaitable<Message> next(WebSocketTask& socket) {
@@ -157,6 +156,7 @@ class ServerTest : public testing::Test {
   std::optional<HTTPServer> server;
   HTTPSession session{context.get_executor()};
   Party mac{"Desk", DevicePlatform::windows}, phone{"Pocket", DevicePlatform::ios};
+  std::optional<APIClient> macAPI, phoneAPI;  ///< Of the service that was started last.
 };
 
 }  // namespace quillet::test
