@@ -72,35 +72,5 @@ TEST_F(PeerStoreTest, DropsInconsistentPeersFromMemoryFirst) {
   EXPECT_EQ(bytes().find(forged.deviceId), std::string::npos);
 }
 
-TEST_F(PeerStoreTest, RemovesAndTellsOfFailedWrites) {
-  const auto a = identity("a");
-  PeerStore store(file);
-  store.upsert(a, 1);
-  std::filesystem::remove(file);
-  store.remove("unknown");
-  EXPECT_FALSE(std::filesystem::exists(file));
-  std::filesystem::create_directories(file / "blocked");
-  EXPECT_ANY_THROW(store.remove(a.deviceId));
-  EXPECT_FALSE(store.peer(a.deviceId));
-  EXPECT_ANY_THROW(store.upsert(a, 2));
-  EXPECT_TRUE(store.peer(a.deviceId));
-  EXPECT_ANY_THROW(store.removeAll());
-  EXPECT_TRUE(store.peers().get().empty());
-  std::filesystem::remove_all(file);
-  store.upsert(a, 3);
-  store.removeAll();
-  EXPECT_FALSE(std::filesystem::exists(file));
-}
-
-TEST_F(PeerStoreTest, LivesInMemoryWithoutAFile) {
-  PeerStore store(std::nullopt);
-  const auto a = identity("a");
-  store.upsert(a, 1);
-  EXPECT_EQ(store.peer(a.deviceId), (StoredPeer{a, 1}));
-  store.remove(a.deviceId);
-  store.removeAll();
-  EXPECT_TRUE(store.peers().get().empty());
-}
-
 }  // namespace
 }  // namespace quillet

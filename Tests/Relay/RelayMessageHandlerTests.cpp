@@ -6,7 +6,7 @@
 #include "Tests/Doubles/FakeAccessibilityProvider.h"
 #include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/LogCapture.h"
-#include "Tests/Doubles/RecordingTransport.h"
+#include "Tests/Doubles/SealingPhone.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/Doubles/VirtualTime.h"
 
@@ -16,10 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 using test::LogCapture;
 
-struct Phone {
-  DeviceIdentity keys = DeviceIdentity::generate();
-  PeerIdentity peer = keys.peerIdentity("Ada's phone", DevicePlatform::ios);
-};
+using Phone = test::SealingPhone;
 
 /// A desktop with one paired phone, a real journal on a real disk, and virtual time.
 class RelayMessageHandlerTest : public testing::Test {
@@ -41,33 +38,16 @@ class RelayMessageHandlerTest : public testing::Test {
     handler->setTransport(transport);
     handler->setEvents(events);
   }
-  RelayServer::Prepare prepareFrame(const std::string& requestId, const std::string& inner) {
-    const PrepareRequestPayload payload{inner, "u", 1};
-    return {
-        requestId, phone.peer.deviceId,
-        Envelope::seal(payload, EnvelopePurpose::prepare, phone.keys, mac.peerIdentity("Mac", DevicePlatform::macos))};
-  }
+  RelayServer::Prepare prepareFrame(const std::string& requestId) { return phone.prepares(macPeer, requestId); }
   std::string token() { return std::get<TargetSnapshot>(guard.prepare(phone.peer.deviceId)).token; }
   RelayServer::Deliver deliverFrame(const std::string& utteranceId, const std::string& withToken, const Phone& from,
                                     const std::string& inner) {
-    const DeliveryPayload payload{inner, withToken, "Hello", RecognitionMode::cloud, 1};
-    return {
-        utteranceId, from.peer.deviceId,
-        Envelope::seal(payload, EnvelopePurpose::delivery, from.keys, mac.peerIdentity("Mac", DevicePlatform::macos))};
+    return from.delivers(macPeer, utteranceId, withToken, inner);
   }
   RelayServer::Deliver deliverFrame(const std::string& utteranceId, const std::string& withToken) {
-    return deliverFrame(utteranceId, withToken, phone, utteranceId);
+    return phone.delivers(macPeer, utteranceId, withToken);
   }
-  std::vector<ResultPayload> results(const Phone& reader) {
-    std::vector<ResultPayload> opened;
-    for (const auto& frame : transport->all<RelayClient::Result>()) {
-      if (frame.to != reader.peer.deviceId) continue;
-      opened.push_back(frame.envelope.open<ResultPayload>(EnvelopePurpose::result, reader.keys,
-                                                          mac.peerIdentity("Mac", DevicePlatform::macos)));
-      EXPECT_TRUE(opened.back().verify(mac.peerIdentity("Mac", DevicePlatform::macos)));
-    }
-    return opened;
-  }
+  std::vector<ResultPayload> results(const Phone& reader) { return reader.results(macPeer, *transport); }
   std::vector<ResultPayload> results() { return results(phone); }
   void expectRefusal(RefusalReason reason) {
     ASSERT_FALSE(results().empty());
@@ -78,16 +58,13 @@ class RelayMessageHandlerTest : public testing::Test {
   std::optional<JournalEntry> entry(const std::string& utteranceId) {
     return journal->entry(phone.peer.deviceId, utteranceId);
   }
-  void blockDisk() {
-    std::filesystem::remove(file);
-    std::filesystem::create_directory(file);
-  }
 
   test::VirtualTime time;
   test::TemporaryFolder folder;
   std::filesystem::path file = folder.path() / "journal.json";
   DeviceIdentity mac = DeviceIdentity::generate();
-  Phone phone, stranger;
+  PeerIdentity macPeer = mac.peerIdentity("Mac", DevicePlatform::macos);
+  Phone phone{"Ada's phone"}, stranger{"Ada's phone"};
   PeerStore peers{std::nullopt};
   test::FakeAccessibilityProvider desktop;
   TargetGuard guard{desktop, {}, time.source().now};
@@ -98,34 +75,15 @@ class RelayMessageHandlerTest : public testing::Test {
   std::shared_ptr<RelayMessageHandler> handler;
 };
 
-TEST_F(RelayMessageHandlerTest, APreparedDeliveryIsInsertedAndToldOnce) {
-  handler->handle(prepareFrame("r", "r"));
-  time.run();
-  const auto answers = transport->all<RelayClient::PrepareResult>();
-  ASSERT_EQ(answers.size(), 1u);
-  const auto answer = answers[0].envelope.open<PrepareResultPayload>(EnvelopePurpose::prepareResult, phone.keys,
-                                                                     mac.peerIdentity("Mac", DevicePlatform::macos));
-  ASSERT_EQ(answer.status, PrepareStatus::ready);
-  EXPECT_EQ(answer.appName, "Editor");
-
-  handler->handle(deliverFrame("u", answer.token.value()));
-  EXPECT_EQ(transport->all<RelayClient::Received>().size(), 1u);
-  EXPECT_TRUE(results().empty());
-  time.advance(5s);
-  EXPECT_EQ(desktop.text(), "Hello");
-  ASSERT_EQ(results().size(), 1u);
-  EXPECT_EQ(results()[0].outcome, InsertionOutcome::inserted);
-  EXPECT_EQ(results()[0].appName, "Editor");
-  EXPECT_EQ(events->told, std::vector<std::string>{"inserted Ada's phone"});
-  EXPECT_TRUE(LogCapture::instance().contains("Insertion finished: inserted accessibility -"));
-  start();  // what the disk says
-  EXPECT_EQ(entry("u")->state, JournalState::inserted);
-  EXPECT_EQ(entry("u")->result, results()[0]);
-}
-
 TEST_F(RelayMessageHandlerTest, RepeatsAreAnsweredFromTheJournalWhileTypingAndAfter) {
   desktop.field().write = test::FakeField::Write::fails;  // so that it types, which takes time
-  const auto frame = deliverFrame("u", token());
+  handler->handle(prepareFrame("r"));
+  time.run();
+  const auto answer = transport->all<RelayClient::PrepareResult>().at(0).envelope.open<PrepareResultPayload>(
+      EnvelopePurpose::prepareResult, phone.keys, macPeer);
+  ASSERT_EQ(answer.status, PrepareStatus::ready);
+  EXPECT_EQ(answer.appName, "Editor");
+  const auto frame = deliverFrame("u", answer.token.value());
   handler->handle(frame);
   handler->handle(frame);
   time.run();
@@ -139,68 +97,17 @@ TEST_F(RelayMessageHandlerTest, RepeatsAreAnsweredFromTheJournalWhileTypingAndAf
   EXPECT_EQ(desktop.text(), "Hello");
   EXPECT_EQ(transport->all<RelayClient::Received>().size(), 5u);
   ASSERT_EQ(results().size(), 5u);
-  for (const auto& result : results()) EXPECT_EQ(result, results()[0]);
-}
-
-TEST_F(RelayMessageHandlerTest, WithoutADurableEntryNothingIsInserted) {
-  LogCapture::instance().expect("Journal write failed; refusing to insert");
-  blockDisk();
-  const auto frame = deliverFrame("u", token());
-  handler->handle(frame);
-  time.advance(5s);
-  expectRefusal(RefusalReason::busy);
-  EXPECT_FALSE(entry("u"));
-  std::filesystem::remove(file);
-  handler->handle(frame);
-  time.advance(5s);
-  expectRefusal(RefusalReason::tokenUnknown);  // the token was spent all the same
-  EXPECT_EQ(entry("u")->state, JournalState::refused);
-}
-
-TEST_F(RelayMessageHandlerTest, AFailedFinalWriteStillTellsAndNeverRepeats) {
-  LogCapture::instance().expect("Journal write of the final state failed");
-  desktop.field().write = test::FakeField::Write::fails;
-  const auto frame = deliverFrame("u", token());
-  handler->handle(frame);
-  time.run();
-  const auto attempting = test::readText(file);
-  blockDisk();
-  time.advance(10s);
-  ASSERT_EQ(results().size(), 1u);
   EXPECT_EQ(results()[0].outcome, InsertionOutcome::inserted);
-  EXPECT_EQ(entry("u")->state, JournalState::attempting);
-
-  std::filesystem::remove(file);
-  test::writeText(file, attempting);
-  start();
-  handler->handle(frame);
-  handler->handle(frame);
+  EXPECT_EQ(results()[0].appName, "Editor");
+  for (const auto& result : results()) EXPECT_EQ(result, results()[0]);
+  EXPECT_EQ(events->told, std::vector<std::string>{"inserted Ada's phone"});
+  handler->handle(deliverFrame("another", answer.token.value()));
   time.advance(10s);
-  EXPECT_EQ(desktop.text(), "Hello");
-  ASSERT_EQ(results().size(), 3u);
-  EXPECT_EQ(results()[1].outcome, InsertionOutcome::uncertain);
-  EXPECT_EQ(results()[1], results()[2]);
-}
-
-TEST_F(RelayMessageHandlerTest, RefusesDeliveriesBeyondSixteenPendingButNoPrepare) {
-  for (int i = 0; i < 15; ++i) handler->handle(prepareFrame("r", "r"));
-  handler->handle(deliverFrame("last", "no token"));
-  EXPECT_TRUE(results().empty());
-  handler->handle(deliverFrame("over", "no token"));
-  expectRefusal(RefusalReason::busy);
-  handler->handle(prepareFrame("r", "r"));
-  time.run();
-  EXPECT_EQ(transport->all<RelayClient::PrepareResult>().size(), 16u);
-  expectRefusal(RefusalReason::tokenUnknown);
-  EXPECT_TRUE(entry("last"));
-  EXPECT_FALSE(entry("over"));
-  handler->handle(deliverFrame("over", token()));
-  time.advance(5s);
-  EXPECT_EQ(desktop.text(), "Hello");
+  EXPECT_EQ(results().back().reason, RefusalReason::tokenUnknown) << "a token is good for one delivery";
 }
 
 /// "refused" would tell the phone that nothing went in, or will.
-TEST_F(RelayMessageHandlerTest, BeyondTheLimitARepeatIsNeverRefused) {
+TEST_F(RelayMessageHandlerTest, BeyondSixteenPendingOnlyANewDeliveryIsRefused) {
   const auto done = deliverFrame("done", token());
   handler->handle(done);
   time.advance(5s);
@@ -212,7 +119,8 @@ TEST_F(RelayMessageHandlerTest, BeyondTheLimitARepeatIsNeverRefused) {
   handler->handle(typed);
   time.run();
   handler->handle(waiting);
-  for (int i = 2; i < 16; ++i) handler->handle(prepareFrame("r", "r"));
+  for (int i = 2; i < 15; ++i) handler->handle(prepareFrame("r"));
+  handler->handle(deliverFrame("last", "no token"));
   for (int i = 0; i < 3; ++i) {
     handler->handle(typed);
     handler->handle(waiting);
@@ -227,11 +135,17 @@ TEST_F(RelayMessageHandlerTest, BeyondTheLimitARepeatIsNeverRefused) {
   EXPECT_EQ(results()[1], results()[0]);
   EXPECT_EQ(results()[2].reason, RefusalReason::busy);
   EXPECT_EQ(results()[3].reason, RefusalReason::busy);
+  handler->handle(prepareFrame("r"));
   time.advance(10s);
-  ASSERT_EQ(results().size(), 6u);
+  ASSERT_EQ(results().size(), 7u);
   EXPECT_EQ(results()[4].outcome, InsertionOutcome::inserted);
   EXPECT_EQ(results()[5].reason, RefusalReason::tokenUnknown);
-  EXPECT_EQ(desktop.text(), "HelloHello");
+  EXPECT_EQ(results()[6].reason, RefusalReason::tokenUnknown);
+  EXPECT_EQ(transport->all<RelayClient::PrepareResult>().size(), 14u) << "a prepare is never refused";
+  EXPECT_FALSE(entry("new"));
+  handler->handle(deliverFrame("new", token()));
+  time.advance(10s);
+  EXPECT_EQ(desktop.text(), "HelloHelloHello");
 }
 
 TEST_F(RelayMessageHandlerTest, DropsWhatNoPairedPhoneSent) {
@@ -247,8 +161,10 @@ TEST_F(RelayMessageHandlerTest, DropsWhatNoPairedPhoneSent) {
   EXPECT_EQ(transport->sent.size(), 3u);
   EXPECT_EQ(desktop.text(), "");
 
-  handler->handle(prepareFrame("r", "another"));
-  auto broken = prepareFrame("r", "r");
+  auto renamed = prepareFrame("r");
+  renamed.requestId = "another";
+  handler->handle(renamed);
+  auto broken = prepareFrame("r");
   broken.envelope.purpose = EnvelopePurpose::delivery;
   handler->handle(broken);
   time.run();
@@ -350,7 +266,7 @@ TEST_F(RelayMessageHandlerTest, AnInsertionThatRunsOutlivesTheHandlerAndWhatWait
   const auto frame = deliverFrame("u", token());
   handler->handle(frame);
   handler->handle(deliverFrame("waiting", token()));
-  handler->handle(prepareFrame("r", "r"));
+  handler->handle(prepareFrame("r"));
   time.run();
   ASSERT_EQ(entry("u")->state, JournalState::attempting);
   const std::weak_ptr<RelayMessageHandler> left = handler;
@@ -370,64 +286,38 @@ TEST_F(RelayMessageHandlerTest, AnInsertionThatRunsOutlivesTheHandlerAndWhatWait
   EXPECT_EQ(results()[0].outcome, InsertionOutcome::inserted);
 }
 
-TEST_F(RelayMessageHandlerTest, WithoutItsInserterTheAttemptStaysOneAndTheFileAsItIs) {
-  desktop.field().write = test::FakeField::Write::fails;
-  auto leaving = std::make_unique<TextInserter>(desktop, guard, InsertionPacing{}, time.source());
-  handler =
-      std::make_shared<RelayMessageHandler>(time.executor(), mac, peers, guard, *journal, *leaving, time.source().now);
-  handler->handle(deliverFrame("u", token()));
-  time.run();
-  const auto before = test::readText(file);
-  handler.reset();
-  leaving.reset();
-  time.advance(10s);
-  EXPECT_EQ(test::readText(file), before);
-  start();
-  EXPECT_EQ(entry("u")->state, JournalState::uncertain);
-}
-
 TEST_F(RelayMessageHandlerTest, AnswersAfreshWhatTheJournalHoldsNoFittingResultFor) {
   const auto stored =
       ResultPayload::makeSigned("u", InsertionOutcome::inserted, std::nullopt, std::nullopt, std::nullopt, 1, mac);
-  const std::pair<JournalState, std::optional<ResultPayload>> cases[] = {{JournalState::attempting, std::nullopt},
-                                                                         {JournalState::refused, stored},
-                                                                         {JournalState::inserted, std::nullopt}};
-  const InsertionOutcome expected[] = {InsertionOutcome::uncertain, InsertionOutcome::refused,
-                                       InsertionOutcome::inserted};
-  for (std::size_t i = 0; i < std::size(cases); ++i) {
+  const struct {
+    JournalState state;
+    std::optional<ResultPayload> result;
+    InsertionOutcome expected;
+  } cases[] = {{JournalState::attempting, std::nullopt, InsertionOutcome::uncertain},
+               {JournalState::refused, stored, InsertionOutcome::refused},
+               {JournalState::inserted, std::nullopt, InsertionOutcome::inserted}};
+  std::size_t answered = 0;
+  for (const auto& [state, result, expected] : cases) {
     journal->record({.peerId = phone.peer.deviceId,
                      .utteranceId = "u",
-                     .state = cases[i].first,
+                     .state = state,
                      .appName = "Then",
                      .createdAt = 1,
                      .updatedAt = 1,
-                     .result = cases[i].second});
+                     .result = result});
     const auto repeat = deliverFrame("u", token());
     handler->handle(repeat);
     handler->handle(repeat);
     time.advance(5s);
-    ASSERT_EQ(results().size(), 2 * i + 2);
-    EXPECT_EQ(results().back().outcome, expected[i]);
+    answered += 2;
+    ASSERT_EQ(results().size(), answered);
+    EXPECT_EQ(results().back().outcome, expected);
     EXPECT_EQ(results().back().appName, "Then");
-    EXPECT_EQ(results()[2 * i], results().back());
+    EXPECT_EQ(results()[answered - 2], results().back());
     EXPECT_EQ(entry("u")->result, results().back());
     EXPECT_EQ(entry("u")->updatedAt, results().back().at);
   }
   EXPECT_EQ(desktop.text(), "");
-}
-
-TEST_F(RelayMessageHandlerTest, WithoutATransportTheResultWaitsForTheRepeat) {
-  const auto frame = deliverFrame("u", token());
-  handler->setTransport({});
-  handler->handle(frame);
-  time.advance(5s);
-  EXPECT_TRUE(transport->sent.empty());
-  handler->setTransport(transport);
-  handler->handle(frame);
-  time.advance(5s);
-  ASSERT_EQ(results().size(), 1u);
-  EXPECT_EQ(results()[0].outcome, InsertionOutcome::inserted);
-  EXPECT_EQ(results()[0], entry("u")->result);
 }
 
 }  // namespace
