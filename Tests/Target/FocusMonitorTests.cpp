@@ -55,19 +55,6 @@ TEST_F(FocusMonitorTest, FollowsTheFrontApplicationAndTellsAfterTheGuardCounted)
   EXPECT_EQ(told(), Generations{3});
 }
 
-TEST_F(FocusMonitorTest, FocusThatMovedAndCameBackCountsAsAChange) {
-  monitor.start();
-  const auto snapshot = std::get<TargetSnapshot>(guard.prepare("phone"));
-  desktop.tellFocusMoved(kPid, kField);
-  EXPECT_EQ(guard.validate(snapshot, true), std::nullopt);
-  desktop.tellFocusMoved(kPid, kOtherField);  // back again by the time anybody looks
-  EXPECT_EQ(guard.validate(snapshot, true), RefusalReason::focusChanged);
-  EXPECT_EQ(told(), (Generations{1, 1, 2}));
-  desktop.focus[kPid].element = 0;
-  desktop.tellFocusMoved(kPid, 0);
-  EXPECT_EQ(told(), Generations{3});
-}
-
 TEST_F(FocusMonitorTest, StartsOnceAndStopsForGood) {
   monitor.start();
   monitor.start();
@@ -83,16 +70,6 @@ TEST_F(FocusMonitorTest, StartsOnceAndStopsForGood) {
   monitor.start();
   desktop.tellFocusMoved(kPid, kOtherField);
   EXPECT_EQ(told(), (Generations{1, 2}));
-}
-
-TEST_F(FocusMonitorTest, ThisApplicationIsNeverObserved) {
-  monitor.start();
-  desktop.activateOwnApplication();
-  desktop.tellFrontChanged();
-  EXPECT_EQ(monitor.observedPID(), std::nullopt);
-  desktop.tellFocusMoved(kPid, kField);
-  EXPECT_EQ(told(), (Generations{1, 2}));
-  EXPECT_EQ(desktop.calls(Call::observeFocus), 1);
 }
 
 TEST_F(FocusMonitorTest, WhatCannotBeObservedIsTriedAgainAtEachRefresh) {

@@ -11,29 +11,17 @@
 #include <vector>
 
 #include "QuilletCompanion/Target/LocalTestField.h"
-#include "QuilletCompanion/Target/TextInserter.h"
 #include "Tests/Doubles/FakeAccessibilityProvider.h"
+#include "Tests/Doubles/InsertionReports.h"
 #include "Tests/Doubles/VirtualTime.h"
 
-namespace quillet {
-
-inline void PrintTo(const InsertionReport& report, std::ostream* out) {
-  *out << rawValue(report.outcome) << "/" << (report.reason ? rawValue(*report.reason) : "-") << "/"
-       << (report.method ? rawValue(*report.method) : "-");
-}
-
-namespace test {
+namespace quillet::test {
 
 using namespace std::chrono_literals;
 using Call = FakeAccessibilityProvider::Call;
 using Chunks = std::vector<std::u16string>;
 inline constexpr auto kPid = FakeAccessibilityProvider::kPid;
 
-inline constexpr InsertionReport kWritten{InsertionOutcome::inserted, std::nullopt, InsertionMethod::accessibility};
-inline constexpr InsertionReport kMaybeWritten{InsertionOutcome::uncertain, std::nullopt,
-                                               InsertionMethod::accessibility};
-inline constexpr InsertionReport kTyped{InsertionOutcome::inserted, std::nullopt, InsertionMethod::typing};
-inline constexpr InsertionReport kMaybeTyped{InsertionOutcome::uncertain, std::nullopt, InsertionMethod::typing};
 constexpr InsertionReport refusedFor(RefusalReason reason) {
   return {InsertionOutcome::refused, reason, std::nullopt};
 }
@@ -77,5 +65,4 @@ class TextInserterTest : public testing::Test {
   std::exception_ptr failure;
 };
 
-}  // namespace test
-}  // namespace quillet
+}  // namespace quillet::test

@@ -51,22 +51,17 @@ TEST_F(TextInserterTest, ASlowFieldIsLookedAtEveryFortyMilliseconds) {
 }
 
 TEST_F(TextInserterTest, VerdictsOnWritesThatClaimSuccess) {
+  const auto selectsFirst = [](std::int64_t units) {
+    return [units](FakeField& field) { field.selection = {0, units}; };
+  };
   const struct {
     const char* name;
     std::function<void(FakeField&)> arrange;
     std::string text;
     InsertionReport report;
   } cases[] = {
-      {"replaces a selection",
-       [](auto& f) {
-         f.selection = {0, 3};
-       },
-       "new", kWritten},
-      {"replaces with the same text",
-       [](auto& f) {
-         f.selection = {0, 3};
-       },
-       "old", kWritten},
+      {"replaces a selection", selectsFirst(3), "new", kWritten},
+      {"replaces with the same text", selectsFirst(3), "old", kWritten},
       {"hidden selection, text appears", [](auto& f) { f.selectionShown = false; }, "new", kWritten},
       {"smart quotes", [](auto& f) { f.smartQuotes = true; }, "say \"so\"", kWritten},
       {"absent value, caret moves by the length", [](auto& f) { f.value = FakeField::Value::absent; },
