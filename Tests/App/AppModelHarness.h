@@ -103,6 +103,12 @@ class AppModelTest : public testing::Test {
   void havePeer(const DeviceIdentity& phone, std::int64_t pairedAt = 0, const std::string& name = "Ada's phone") {
     PeerStore(folder.path() / "peers.json").upsert(phone.peerIdentity(name, DevicePlatform::ios), pairedAt);
   }
+  /// Connected, with a phone that is paired.
+  void connectWith(const DeviceIdentity& phone) {
+    havePeer(phone, time.wall);
+    listPairs({phone.deviceId()});
+    connect();
+  }
   void listPairs(const std::vector<std::string>& ids) {
     std::string list;
     for (const auto& id : ids) {
@@ -113,15 +119,7 @@ class AppModelTest : public testing::Test {
   }
 
   /// Lets the sockets work until it has happened; the virtual clocks stand still.
-  bool until(const std::function<bool()>& happened) {
-    const auto guard = boost::asio::make_work_guard(time.context);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    time.context.restart();
-    while (!happened() && std::chrono::steady_clock::now() < deadline) {
-      time.context.run_one_for(std::chrono::milliseconds(20));
-    }
-    return happened();
-  }
+  bool until(const std::function<bool()>& happened) { return runUntil(time.context, happened); }
   /// One exchange with the service after everything before it: what was under way has arrived.
   void settle() {
     const std::size_t before = service.count(kHealth);
@@ -136,25 +134,7 @@ class AppModelTest : public testing::Test {
   /// Runs a suspending operation of the model to its end.
   template <typename T>
   T await(Awaitable<T> operation) {
-    std::optional<T> result;
-    std::exception_ptr failure;
-    boost::asio::co_spawn(time.context, std::move(operation), [&](std::exception_ptr error, T value) {
-      failure = error;
-      result = std::move(value);
-    });
-    if (!until([&] { return result.has_value(); })) throw std::logic_error("an awaited operation didn't end");
-    if (failure) std::rethrow_exception(failure);
-    return std::move(*result);
-  }
-  void await(Awaitable<void> operation) {
-    bool ended = false;
-    std::exception_ptr failure;
-    boost::asio::co_spawn(time.context, std::move(operation), [&](std::exception_ptr error) {
-      failure = error;
-      ended = true;
-    });
-    if (!until([&] { return ended; })) throw std::logic_error("an awaited operation didn't end");
-    if (failure) std::rethrow_exception(failure);
+    return test::await(time.context, std::move(operation));
   }
 
   bool is(Step step) const { return model->registration().get() == AppModel::Registration(step); }

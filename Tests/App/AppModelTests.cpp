@@ -118,9 +118,7 @@ TEST_F(AppModelTest, ARefusedSocketRegistersAnewAtOnceAndThenMoreSlowly) {
 
 TEST_F(AppModelTest, PublishesOnceAfterARunOfChangesAndOnEveryHeartbeat) {
   const auto phone = DeviceIdentity::generate();
-  havePeer(phone, time.wall);
-  listPairs({phone.deviceId()});
-  connect();
+  connectWith(phone);
   const std::size_t before = reports(phone).size();
   const auto sent = [&](std::size_t more) {
     settle();
@@ -159,9 +157,7 @@ TEST_F(AppModelTest, KeepsReadinessToItselfWithoutPhonesOrRelay) {
 
 TEST_F(AppModelTest, SaysGoodNightToPhonesAndComesBack) {
   const auto phone = DeviceIdentity::generate();
-  havePeer(phone, time.wall);
-  listPairs({phone.deviceId()});
-  connect();
+  connectWith(phone);
   systemEvents.sleep();
   EXPECT_EQ(model->readiness().get().state, ReadinessState::ready);
   EXPECT_EQ(model->connectionStatus().get(), ConnectionStatus::offline);

@@ -36,24 +36,22 @@ class TerminalFrontEndTest : public test::AppModelTest {
     until([&] { return found(name) || found("error"); });
     return found(name).value_or(found("error").value_or(json::object{}));
   }
-  std::optional<json::object> found(const std::string& name) {
+  std::vector<json::object> all(const char* kind, const std::string& name) {
+    std::vector<json::object> list;
     for (const auto& line : lines) {
       auto object = json::parse(line).as_object();
-      if (object.contains("answer") && object["answer"].as_string() == name) return object;
+      if (object.contains(kind) && object[kind].as_string() == name) list.push_back(object);
     }
-    return std::nullopt;
+    return list;
+  }
+  std::vector<json::object> events(const std::string& name) { return all("event", name); }
+  std::optional<json::object> found(const std::string& name) {
+    const auto answers = all("answer", name);
+    return answers.empty() ? std::nullopt : std::optional(answers.front());
   }
   std::string refusal(const std::string& line) {
     auto answer = ask(line, "error");
     return answer.contains("message") ? std::string(answer["message"].as_string()) : "";
-  }
-  std::vector<json::object> events(const std::string& name) {
-    std::vector<json::object> list;
-    for (const auto& line : lines) {
-      auto object = json::parse(line).as_object();
-      if (object.contains("event") && object["event"].as_string() == name) list.push_back(object);
-    }
-    return list;
   }
   ~TerminalFrontEndTest() override { front.reset(); }
 

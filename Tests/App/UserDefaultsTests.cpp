@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <fstream>
 #include <sstream>
@@ -8,20 +7,15 @@
 #include "QuilletCompanion/App/DefaultsCommand.h"
 #include "QuilletCompanion/App/UserDefaults.h"
 #include "Tests/Doubles/LogCapture.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet {
 namespace {
 
 class UserDefaultsOnDisk : public testing::Test {
  protected:
-  UserDefaultsOnDisk() {
-    std::string pattern = testing::TempDir() + "/defaults-XXXXXX";
-    folder_ = mkdtemp(pattern.data());
-    file_ = folder_ / "deep" / "defaults.json";
-  }
-  ~UserDefaultsOnDisk() override { std::filesystem::remove_all(folder_); }
-
-  std::filesystem::path folder_, file_;
+  const test::TemporaryFolder folder_;
+  const std::filesystem::path file_ = folder_.path() / "deep" / "defaults.json";
 };
 
 TEST_F(UserDefaultsOnDisk, ArgumentsStandAboveLastingSettingsAndAreNeverSaved) {
