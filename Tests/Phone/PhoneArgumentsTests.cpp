@@ -1,24 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <fstream>
 #include <sstream>
 
 #include "QuilletPhone/PhoneCommands.h"
 #include "QuilletPhone/PhoneWordCount.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet {
 namespace {
 
 class PhoneCommands : public testing::Test {
  protected:
-  PhoneCommands() {
-    std::string pattern = testing::TempDir() + "/phone-XXXXXX";
-    folder_ = mkdtemp(pattern.data());
-  }
-  ~PhoneCommands() override { std::filesystem::remove_all(folder_); }
-
   PhoneExit run(std::vector<std::string> arguments) {
     out_.str("");
     err_.str("");
@@ -26,7 +20,8 @@ class PhoneCommands : public testing::Test {
     return runPhone(PhoneArguments::parse(arguments), folder_, in, out_, err_);
   }
 
-  std::filesystem::path folder_;
+  const test::TemporaryFolder place_;
+  const std::filesystem::path folder_ = place_.path();
   std::ostringstream out_, err_;
 };
 
