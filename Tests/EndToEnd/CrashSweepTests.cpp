@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
+#include "Tests/Desktop/StubLock.h"
 #include "Tests/EndToEnd/KillPoint.h"
 #include "Tests/EndToEnd/Programs.h"
 // Its macros must come last.
@@ -25,10 +26,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int kLongestSweep = 400;
-
-class StubLock : public ScreenLockMonitor {
-  bool isScreenLocked() override { return false; }
-};
 
 /// The display's keyboard as other programs see it.
 class Keyboard {

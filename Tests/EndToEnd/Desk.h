@@ -6,13 +6,9 @@
 
 #include "QuilletCompanion/Relay/RelayMessageHandler.h"
 #include "Tests/Doubles/FakeAccessibilityProvider.h"
+#include "Tests/Doubles/SealingPhone.h"
 
 namespace quillet::test {
-
-struct PairedPhone {
-  DeviceIdentity keys = DeviceIdentity::generate();
-  PeerIdentity peer = keys.peerIdentity("Pocket", DevicePlatform::ios);
-};
 
 /// The desktop's half behind its socket, on a field in memory and a journal on the disk; can crash and start again.
 class Desk {
@@ -41,7 +37,7 @@ class Desk {
   /// Whether nothing of the last crashed one is left.
   bool isQuiet() const { return crashed_.expired(); }
 
-  std::string token(const PairedPhone& phone) {
+  std::string token(const SealingPhone& phone) {
     return std::get<TargetSnapshot>(guard_->prepare(phone.peer.deviceId)).token;
   }
   PeerIdentity identity() const { return keys.peerIdentity("Desk", DevicePlatform::macos); }

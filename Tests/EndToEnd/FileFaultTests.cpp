@@ -2,18 +2,13 @@
 #include "Tests/EndToEnd/FileFaults.h"
 
 #include <gtest/gtest.h>
-#include <sys/mount.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
-#include <fstream>
 
 #include "QuilletKit/AtomicFile.h"
 #include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/LogCapture.h"
-#include "Tests/Doubles/RecordingTransport.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/Doubles/VirtualTime.h"
 #include "Tests/EndToEnd/Desk.h"
@@ -72,9 +67,8 @@ struct Round {
     time.advance(10s);
   }
   ResultPayload answer() {
-    const auto frames = transport->all<RelayClient::Result>();
-    if (frames.empty()) return {};
-    return frames.back().envelope.open<ResultPayload>(EnvelopePurpose::result, phone.keys, desk.identity());
+    const auto results = phone.results(desk.identity(), *transport);
+    return results.empty() ? ResultPayload() : results.back();
   }
   void restart() {
     desk.crash();
@@ -90,13 +84,10 @@ struct Round {
   VirtualTime time;
   TemporaryFolder folder;
   fs::path file = folder.path() / "journal.json";
-  PairedPhone phone;
+  SealingPhone phone;
   Desk desk{time.executor(), time.source(), folder.path(), phone.peer};
   std::shared_ptr<RecordingTransport> transport = std::make_shared<RecordingTransport>();
-  RelayServer::Deliver delivery{
-      "u", phone.peer.deviceId,
-      Envelope::seal(DeliveryPayload{"u", desk.token(phone), "Hello", RecognitionMode::cloud, 1},
-                     EnvelopePurpose::delivery, phone.keys, desk.identity())};
+  RelayServer::Deliver delivery = phone.delivers(desk.identity(), "u", desk.token(phone));
 };
 
 void expectTheTruth(Round& round, int failedAt) {
@@ -144,7 +135,7 @@ TEST(FileFaultSweep, ADeliveryTellsTheTruthWhicheverOperationFails) {
 }
 
 TEST(FileFaultSweep, ThePeersFileHoldsTheOldListOrTheNew) {
-  const PairedPhone a, b;
+  const SealingPhone a, b;
   bool clean = false;
   for (int number = 1; !clean; ++number) {
     SCOPED_TRACE(number);
@@ -215,65 +206,6 @@ TEST(FileFaultSweep, AnInterruptedWriteGoesOn) {
   AtomicFile::write(bytesOf("text"), file);
   EXPECT_EQ(FileFaults::stop().failedAt, 2);
   EXPECT_EQ(readText(file), "text");
-}
-
-/// A file system of 64 KB, for root only.
-class SmallDisk {
- public:
-  SmallDisk() : mounted_(::mount("tmpfs", folder_.path().c_str(), "tmpfs", 0, "size=64k,mode=700") == 0) {
-    if (!mounted_) reason_ = std::strerror(errno);
-  }
-  ~SmallDisk() {
-    if (mounted_) ::umount2(folder_.path().c_str(), MNT_DETACH);
-  }
-  const fs::path& path() const { return folder_.path(); }
-  bool mounted() const { return mounted_; }
-  const std::string& reason() const { return reason_; }
-
- private:
-  TemporaryFolder folder_;
-  bool mounted_;
-  std::string reason_;
-};
-
-TEST(FullDisk, RefusesUntilThereIsRoomAgainAndLosesNothing) {
-  const SmallDisk disk;
-  if (!disk.mounted()) GTEST_SKIP() << "needs the right to mount a small file system: " << disk.reason();
-  LogCapture::instance().expect("Journal write failed; refusing to insert");
-  VirtualTime time;
-  const PairedPhone phone;
-  Desk desk(time.executor(), time.source(), disk.path(), phone.peer);
-  const auto transport = std::make_shared<RecordingTransport>();
-  desk.handler->setTransport(transport);
-  const auto say = [&](const std::string& utteranceId) {
-    const DeliveryPayload payload{utteranceId, desk.token(phone), "Hello", RecognitionMode::cloud, 1};
-    desk.handler->handle(
-        RelayServer::Deliver{utteranceId, phone.peer.deviceId,
-                             Envelope::seal(payload, EnvelopePurpose::delivery, phone.keys, desk.identity())});
-    time.advance(5s);
-    return transport->all<RelayClient::Result>().back().envelope.open<ResultPayload>(EnvelopePurpose::result,
-                                                                                     phone.keys, desk.identity());
-  };
-  EXPECT_EQ(say("before").outcome, InsertionOutcome::inserted);
-  const auto kept = readText(disk.path() / "journal.json");
-  std::ofstream(disk.path() / "filler") << std::string(100'000, 'x') << std::flush;
-
-  EXPECT_EQ(say("full").reason, RefusalReason::busy);
-  EXPECT_EQ(desk.desktop.text(), "Hello");
-  EXPECT_EQ(readText(disk.path() / "journal.json"), kept);
-  PeerStore peers(disk.path() / "peers.json");
-  EXPECT_THROW(peers.upsert(phone.peer, 1), AtomicFile::Failure);
-  EXPECT_EQ(filesIn(disk.path()), 2);
-
-  fs::remove(disk.path() / "filler");
-  EXPECT_EQ(say("after").outcome, InsertionOutcome::inserted);
-  EXPECT_EQ(desk.desktop.text(), "HelloHello");
-  desk.crash();
-  desk.start();
-  EXPECT_TRUE(desk.journal->entry(phone.peer.deviceId, "before"));
-  EXPECT_FALSE(desk.journal->entry(phone.peer.deviceId, "full"));
-  desk.crash();
-  time.advance(5s);
 }
 
 }  // namespace

@@ -59,9 +59,7 @@ class MisbehavingServiceTest : public testing::Test {
     connection->start();
   }
   RelayServer::Deliver delivery(const std::string& utteranceId) {
-    const DeliveryPayload payload{utteranceId, desk.token(phone), "Hello", RecognitionMode::cloud, 1};
-    return {utteranceId, phone.peer.deviceId,
-            Envelope::seal(payload, EnvelopePurpose::delivery, phone.keys, desk.identity())};
+    return phone.delivers(desk.identity(), utteranceId, desk.token(phone));
   }
 
   MainThread main;
@@ -70,7 +68,7 @@ class MisbehavingServiceTest : public testing::Test {
   HTTPSession session{network.executor()};
   FakeSystemEvents system;
   TemporaryFolder folder;
-  PairedPhone phone;
+  SealingPhone phone;
   Desk desk{main.executor(), time, folder.path(), phone.peer};
   std::shared_ptr<RelayConnection> connection;
   int messages = 0, rejections = 0;
@@ -158,12 +156,15 @@ TEST_F(MisbehavingServiceTest, BadConnectionsAndFramesDoNoHarm) {
 }
 
 TEST_F(MisbehavingServiceTest, ComesBackAfterTheServiceWasGone) {
-  auto server = std::make_unique<LoopbackServer>([](LoopbackServer& self, Socket socket) -> Awaitable<void> {
-    auto stream = co_await self.upgrade(std::move(socket));
-    co_await LoopbackServer::stall();
-  });
-  std::optional<HTTPRequest> request = server->request("/v1/mac/connect", "GET", "ws");
-  start([&] { return *request; });
+  const auto makeServer = [] {
+    return std::make_unique<LoopbackServer>([](LoopbackServer& self, Socket socket) -> Awaitable<void> {
+      auto stream = co_await self.upgrade(std::move(socket));
+      co_await LoopbackServer::stall();
+    });
+  };
+  auto server = makeServer();
+  HTTPRequest request = server->request("/v1/mac/connect", "GET", "ws");
+  start([&] { return request; });
   ASSERT_TRUE(main.runUntil([&] { return connection->isConnected(); }));
   server.reset();
   ASSERT_TRUE(main.runUntil([&] { return !connection->isConnected(); }));
@@ -172,10 +173,7 @@ TEST_F(MisbehavingServiceTest, ComesBackAfterTheServiceWasGone) {
     if (state == RelayConnection::State(Phase::connecting)) ++attempts;
   });
   ASSERT_TRUE(main.runUntil([&] { return attempts >= 3; })) << "gave up on a port where nobody listens";
-  server = std::make_unique<LoopbackServer>([](LoopbackServer& self, Socket socket) -> Awaitable<void> {
-    auto stream = co_await self.upgrade(std::move(socket));
-    co_await LoopbackServer::stall();
-  });
+  server = makeServer();
   request = server->request("/v1/mac/connect", "GET", "ws");
   EXPECT_TRUE(main.runUntil([&] { return connection->isConnected(); }));
   connection->stop();
