@@ -70,16 +70,6 @@ TEST(KeymapPlan, TakesTheLayoutsKeysUnlessAModifierOrTheKeyIsHeld) {
   }
 }
 
-TEST(KeymapPlan, WhileShiftIsHeldReachesOnlyShiftedPlaces) {
-  auto plan = planOver(2, 4);
-  EXPECT_EQ(plan.plan(U"☃", fresh).strokes.at(0).place.level, 0U);
-  const auto chunk = plan.plan(U"aA☃", {.heldLevel = KeyLevel::shift});
-  ASSERT_EQ(chunk.strokes.size(), 3U);
-  EXPECT_EQ(assignedIn(chunk), U"a☃");
-  EXPECT_FALSE(chunk.strokes[1].borrowed);
-  for (const auto& stroke : chunk.strokes) EXPECT_TRUE(stroke.place.level & KeyLevel::shift);
-}
-
 TEST(KeymapPlan, ReassignsTheLongestUnusedAndAwaitsItsLastUse) {
   auto plan = planOver(3);
   EXPECT_EQ(assignedIn(plan.plan(U"☀☁☀", fresh)), U"☀☁");
@@ -89,25 +79,6 @@ TEST(KeymapPlan, ReassignsTheLongestUnusedAndAwaitsItsLastUse) {
   EXPECT_EQ(assignedIn(next), U"☃");
   EXPECT_EQ(next.awaits, 4U) << "the umbrella made room, which was stroke 4";
   EXPECT_TRUE(plan.plan(U"☀☁☃", {.strokesSoFar = 8}).assignments.empty());
-}
-
-TEST(KeymapPlan, StopsWherePlacesRunOutAndGoesOnFromThere) {
-  auto plan = planOver(2);
-  std::u32string_view rest = U"12345";
-  std::vector<std::size_t> sizes;
-  std::vector<std::uint64_t> awaited;
-  for (std::uint64_t typed = 0; !rest.empty() && sizes.size() < 9; typed += sizes.back()) {
-    const auto chunk = plan.plan(rest, {.strokesSoFar = typed});
-    ASSERT_FALSE(chunk.strokes.empty());
-    awaited.push_back(chunk.awaits);
-    sizes.push_back(chunk.strokes.size());
-    rest.remove_prefix(chunk.strokes.size());
-  }
-  EXPECT_EQ(sizes, (std::vector<std::size_t>{2, 2, 1}));
-  EXPECT_EQ(awaited, (std::vector<std::uint64_t>{0, 2, 3}));
-  // Every place carries a later character of the chunk: one of them gives way.
-  EXPECT_FALSE(plan.plan(U"x45", {.strokesSoFar = 5}).strokes.empty());
-  EXPECT_TRUE(planOver(0).plan(U"ä", fresh).strokes.empty());
 }
 
 TEST(KeymapPlan, FillsFreePlacesWithTheRestOfAnAlphabetAndTakesThoseBackUnawaited) {

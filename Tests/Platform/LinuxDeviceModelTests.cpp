@@ -5,23 +5,20 @@
 
 #include <fstream>
 
+#include "Tests/Doubles/TemporaryFolder.h"
+
 namespace quillet {
 namespace {
 
 class LinuxDeviceModelTest : public testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern = (std::filesystem::temp_directory_path() / "sys-XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    sys = pattern;
-  }
-  void TearDown() override { std::filesystem::remove_all(sys); }
   void write(const std::string& path, const std::string& content) {
     std::filesystem::create_directories((sys / path).parent_path());
     std::ofstream(sys / path) << content;
   }
 
-  std::filesystem::path sys;
+  const test::TemporaryFolder folder;
+  const std::filesystem::path sys = folder.path();
 };
 
 TEST_F(LinuxDeviceModelTest, ReadsTheProductName) {

@@ -5,13 +5,8 @@
 
 #include <QCoreApplication>
 #include <QTimer>
-#include <boost/asio/co_spawn.hpp>
-#include <boost/asio/executor_work_guard.hpp>
-#include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
-#include <boost/asio/use_awaitable.hpp>
 #include <memory>
-#include <thread>
 #include <vector>
 
 namespace quillet {
@@ -42,29 +37,6 @@ TEST_F(MainLoopExecutorTest, RunsPostedWorkInOrderAndNeverInsideThePost) {
   EXPECT_TRUE(order.empty());
   EXPECT_EQ(runUntilQuit(), 0);
   EXPECT_EQ(order, (std::vector{1, 2}));
-}
-
-TEST_F(MainLoopExecutorTest, CoroutineHopsToASocketThreadAndBack) {
-  MainLoop loop;
-  boost::asio::io_context sockets;
-  auto work = boost::asio::make_work_guard(sockets);
-  std::thread::id there, back;
-  Task task(loop.executor());
-  task.start([&]() -> Awaitable<void> {
-    auto elsewhere = [](std::thread::id& id) -> Awaitable<void> {
-      id = std::this_thread::get_id();
-      co_return;
-    };
-    co_await boost::asio::co_spawn(sockets, elsewhere(there), boost::asio::use_awaitable);
-    back = std::this_thread::get_id();
-    QCoreApplication::quit();
-  });
-  std::thread thread([&] { sockets.run(); });
-  EXPECT_EQ(runUntilQuit(), 0);
-  work.reset();
-  thread.join();
-  EXPECT_EQ(back, std::this_thread::get_id());
-  EXPECT_NE(there, back);
 }
 
 TEST_F(MainLoopExecutorTest, ExecutorsOfOneLoopAreEqualAndQueuedWorkDiesWithTheLoop) {
