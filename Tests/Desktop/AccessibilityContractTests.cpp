@@ -33,25 +33,15 @@ class RealDesktop {
   std::optional<Editor> program_;
 };
 
-class GTKDesktop : public RealDesktop {
+template <const char* program>
+class FieldsDesktop : public RealDesktop {
  public:
-  void open(const std::string& text) { program_.emplace(fields, QStringList{"--text", QString::fromStdString(text)}); }
-  void openPassword() { program_.emplace(fields, QStringList{"--password", "--text", "secret"}); }
-
- private:
-  static constexpr auto fields = QUILLET_SOURCE_DIR "/Tests/Desktop/fields.py";
+  void open(const std::string& text) { program_.emplace(program, QStringList{"--text", QString::fromStdString(text)}); }
+  void openPassword() { program_.emplace(program, QStringList{"--password", "--text", "secret"}); }
 };
 
-class QtDesktop : public RealDesktop {
- public:
-  void open(const std::string& text) { program_.emplace(fields, QStringList{"--text", QString::fromStdString(text)}); }
-  void openPassword() { program_.emplace(fields, QStringList{"--password", "--text", "secret"}); }
-
- private:
-  static constexpr auto fields = QUILLET_BIN_DIR "/QtFields";
-};
-
-using Desktops = testing::Types<GTKDesktop, QtDesktop>;
+constexpr char kGTKFields[] = QUILLET_SOURCE_DIR "/Tests/Desktop/fields.py", kQtFields[] = QUILLET_BIN_DIR "/QtFields";
+using Desktops = testing::Types<FieldsDesktop<kGTKFields>, FieldsDesktop<kQtFields>>;
 INSTANTIATE_TYPED_TEST_SUITE_P(Real, AccessibilityContract, Desktops);
 
 }  // namespace

@@ -63,9 +63,7 @@ class Accessibility : public testing::Test {
 };
 
 struct EditorCase {
-  const char* program;
-  const char* id;
-  const char* role;
+  const char *program, *id;
 };
 
 class EditorAccess : public Accessibility, public testing::WithParamInterface<EditorCase> {};
@@ -76,10 +74,8 @@ TEST_P(EditorAccess, ReadsAndReplacesInUTF16Units) {
   ASSERT_TRUE(field);
   EXPECT_EQ(provider.frontApplication()->bundleId, GetParam().id);
   EXPECT_FALSE(provider.frontApplication()->name.empty());
-  const auto traits = provider.inspect(field);
-  EXPECT_EQ(traits.role, GetParam().role);
-  EXPECT_TRUE(traits.editable);
-  EXPECT_FALSE(traits.isSecure);
+  EXPECT_EQ(provider.inspect(field).role, "AXTextArea");
+  EXPECT_TRUE(provider.inspect(field).editable);
   EXPECT_FALSE(provider.isSecureInputEnabled());
   EXPECT_TRUE(becomes(field, "", {0, 0}));
 
@@ -94,22 +90,6 @@ TEST_P(EditorAccess, ReadsAndReplacesInUTF16Units) {
   EXPECT_TRUE(provider.replaceSelection(field, "𝄞é"));
   EXPECT_TRUE(becomes(field, "Grüße 👋🏽 an alle.\n𝄞é", {23, 0}));
   EXPECT_TRUE(sameElement(field, provider.focusedElement(editor.pid())));
-}
-
-TEST_P(EditorAccess, IsFoundWithoutAFocusEvent) {
-  const Editor editor(GetParam().program, {Editor::emptyFile});
-  const auto field = awaitFocus(editor);
-  ASSERT_TRUE(field);
-  SystemAccessibilityProvider late(getpid(), lock, typist);
-  ElementRef told;
-  const auto observation = late.observeFocus(editor.pid(), [&](const ElementRef& element) { told = element; });
-  milliseconds longest{0};
-  EXPECT_TRUE(eventually([&] {
-    ElementRef found;
-    longest = std::max(longest, timed([&] { found = late.focusedElement(editor.pid()); }));
-    return sameElement(field, found) || sameElement(field, told);
-  }));
-  EXPECT_LE(longest, milliseconds(750));
 }
 
 TEST_P(EditorAccess, SuspendedProgramBlocksNobodyForLong) {
@@ -139,36 +119,14 @@ TEST_P(EditorAccess, SuspendedProgramBlocksNobodyForLong) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Toolkits, EditorAccess,
-                         testing::Values(EditorCase{"mousepad", "org.xfce.mousepad", "AXTextArea"},
-                                         EditorCase{"featherpad", "featherpad", "AXTextArea"},
-                                         EditorCase{"gnome-text-editor", "org.gnome.TextEditor", "AXTextArea"}),
+                         testing::Values(EditorCase{"mousepad", "org.xfce.mousepad"},
+                                         EditorCase{"featherpad", "featherpad"},
+                                         EditorCase{"gnome-text-editor", "org.gnome.TextEditor"}),
                          [](const auto& tested) {
                            std::string name = tested.param.program;
                            std::erase(name, '-');
                            return name;
                          });
-
-TEST_F(Accessibility, SingleLineFieldTakesTextInTheMiddle) {
-  const Editor dialog("zenity", {"--entry", "--entry-text=ab😀cd"});
-  const auto field = awaitFocus(dialog);
-  ASSERT_TRUE(field);
-  EXPECT_EQ(provider.inspect(field).role, "AXTextField");
-  press({"End", "Left", "Left"});
-  ASSERT_TRUE(becomes(field, "ab😀cd", {4, 0}));
-  EXPECT_TRUE(provider.replaceSelection(field, "ü"));
-  EXPECT_TRUE(becomes(field, "ab😀ücd", {5, 0}));
-}
-
-TEST_F(Accessibility, PasswordFieldIsSecureAndNeverRead) {
-  const Editor dialog("zenity", {"--password"});
-  const auto field = awaitFocus(dialog);
-  ASSERT_TRUE(field);
-  const auto traits = provider.inspect(field);
-  EXPECT_TRUE(traits.isSecure);
-  EXPECT_EQ(traits.subrole, "AXSecureTextField");
-  EXPECT_TRUE(provider.isSecureInputEnabled());
-  EXPECT_FALSE(provider.readValue(field));
-}
 
 TEST_F(Accessibility, FieldThatBecomesAPasswordFieldIsReadNoMore) {
   const Editor fields(QUILLET_SOURCE_DIR "/Tests/Desktop/fields.py", {"--text", "known"});
@@ -266,35 +224,6 @@ TEST_F(Accessibility, OwnWindowIsNeverAsked) {
 TEST_F(Accessibility, ACallFromAnotherThreadStopsTheProcess) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(std::thread([this] { provider.isTrusted(); }).join(), testing::KilledBySignal(SIGABRT), "");
-}
-
-TEST_F(Accessibility, ProgramThatDiesInFrontLeavesNothing) {
-  Editor editor("featherpad", {Editor::emptyFile});
-  const auto field = awaitFocus(editor);
-  const auto pid = editor.pid();
-  ASSERT_TRUE(field);
-  editor.kill();
-  EXPECT_TRUE(eventually([&] {
-    const auto front = provider.frontApplication();
-    return !front || front->pid != pid;
-  }));
-  EXPECT_FALSE(provider.focusedElement(pid));
-  EXPECT_FALSE(provider.inspect(field).role);
-  EXPECT_FALSE(provider.readValue(field));
-  EXPECT_FALSE(provider.replaceSelection(field, "x"));
-}
-
-TEST_F(Accessibility, TypesChunksThatNeedMoreKeysThanThereAre) {
-  const Editor editor("mousepad");
-  const auto field = awaitFocus(editor);
-  ASSERT_TRUE(field);
-  const std::vector<std::u16string> chunks{u"Üben: αβγδεζηθ", u"ικλμνξοπρστυφχψω", u"жщъыьэюя 👋🏽 — ok"};
-  for (const auto& chunk : chunks) EXPECT_TRUE(provider.typeUnicode(editor.pid(), chunk));
-  EXPECT_TRUE(becomes(field, "Üben: αβγδεζηθικλμνξοπρστυφχψωжщъыьэюя 👋🏽 — ok",
-                      {48, 0}));
-  EXPECT_FALSE(provider.typeUnicode(editor.pid() + 1, u"x"));
-  EXPECT_FALSE(provider.typeUnicode(editor.pid(), u""));
-  EXPECT_FALSE(provider.typeUnicode(editor.pid(), u"123456789012345678901"));
 }
 
 }  // namespace

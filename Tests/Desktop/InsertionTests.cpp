@@ -10,29 +10,18 @@
 #include "QuilletCompanion/Platform/Linux/MainLoopExecutor.h"
 #include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
 #include "QuilletCompanion/Target/FocusMonitor.h"
-#include "QuilletCompanion/Target/TextInserter.h"
 #include "Tests/Desktop/Editor.h"
 #include "Tests/Desktop/StubLock.h"
+#include "Tests/Doubles/InsertionReports.h"
 #include "Tests/Doubles/NetworkThread.h"
 
-namespace quillet {
-
-void PrintTo(const InsertionReport& report, std::ostream* out) {
-  *out << rawValue(report.outcome) << "/" << (report.reason ? rawValue(*report.reason) : "-") << "/"
-       << (report.method ? rawValue(*report.method) : "-");
-}
-
-namespace test {
+namespace quillet::test {
 namespace {
 
 using std::chrono::milliseconds;
 
 constexpr auto kGTKFields = QUILLET_SOURCE_DIR "/Tests/Desktop/fields.py";
 constexpr auto kQtFields = QUILLET_BIN_DIR "/QtFields";
-constexpr InsertionReport kWritten{InsertionOutcome::inserted, std::nullopt, InsertionMethod::accessibility};
-constexpr InsertionReport kMaybeWritten{InsertionOutcome::uncertain, std::nullopt, InsertionMethod::accessibility};
-constexpr InsertionReport kTyped{InsertionOutcome::inserted, std::nullopt, InsertionMethod::typing};
-constexpr InsertionReport kMaybeTyped{InsertionOutcome::uncertain, std::nullopt, InsertionMethod::typing};
 
 /// The inserter with everything it stands on, and fields of real toolkits.
 class Insertion : public testing::Test {
@@ -212,14 +201,5 @@ TEST_F(Insertion, AnotherFieldBetweenPrepareAndDeliveryIsRefusedEvenIfTheFirstIs
   }
 }
 
-TEST_F(Insertion, ACaretThatMovedIsRefused) {
-  open(kQtFields, "--text kept");
-  const auto snapshot = prepared();
-  press({"Home"});
-  EXPECT_TRUE(eventually([&] { return guard.validate(snapshot, true) == RefusalReason::selectionChanged; }));
-  EXPECT_EQ(guard.validate(snapshot, false), std::nullopt);
-}
-
 }  // namespace
-}  // namespace test
-}  // namespace quillet
+}  // namespace quillet::test
