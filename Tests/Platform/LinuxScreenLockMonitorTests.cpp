@@ -137,6 +137,18 @@ TEST_F(LinuxScreenLockMonitorTest, IsLockedWhileAnySourceSaysSo) {
   }
 }
 
+TEST_F(LinuxScreenLockMonitorTest, FollowsLogindThatComesAndGoes) {
+  LinuxScreenLockMonitor monitor;
+  ASSERT_TRUE(logind.setSession("LockedHint", true));
+  ASSERT_TRUE(eventually([&] { return monitor.lockedByNotification(); }));
+  logind.stop();
+  EXPECT_TRUE(monitor.isLocked()) << "its last word";
+  logind.start();
+  EXPECT_TRUE(eventually([&] { return !monitor.isLocked(); })) << "unlocked meanwhile";
+  ASSERT_TRUE(logind.callSession("Lock"));
+  EXPECT_TRUE(eventually([&] { return monitor.isLocked(); }));
+}
+
 TEST_F(LinuxScreenLockMonitorTest, FindsLogindAndItsSessionLater) {
   logind.stop();
   LinuxScreenLockMonitor monitor;

@@ -152,6 +152,16 @@ class SlowReaderTest : public LimitsTest {
   }
 };
 
+TEST_F(SlowReaderTest, ADesktopThatSaysNothingIsLetGo) {
+  serve({.relayIdle = 60ms});
+  play([&]() -> Awaitable<void> {
+    co_await enrol();
+    const Socket socket = co_await deafDesktop();
+    while (service->hub.isOnline(mac.id())) co_await asio::post(context, asio::use_awaitable);
+  });
+  EXPECT_EQ(service->metrics.slowReadersDropped, 0U);
+}
+
 TEST_F(SlowReaderTest, AFullQueueEndsTheSocket) {
   serve({.relayQueue = 4 << 20});
   play([&]() -> Awaitable<void> {
