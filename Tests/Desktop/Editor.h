@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QThread>
 #include <QTimer>
 #include <chrono>
 #include <functional>
@@ -53,10 +54,26 @@ class Editor {
     process_.kill();
     process_.waitForFinished();
   }
-  void suspend() const { ::kill(pid(), SIGSTOP); }
+  /// Not while it holds the X server for itself, as toolkits do for moments: nobody would be answered any more.
+  void suspend() const {
+    for (::kill(pid(), SIGSTOP); !doesDisplayAnswer(); ::kill(pid(), SIGSTOP)) {
+      resume();
+      QThread::msleep(10);
+    }
+  }
   void resume() const { ::kill(pid(), SIGCONT); }
 
  private:
+  static bool doesDisplayAnswer() {
+    QProcess question;
+    question.setStandardOutputFile(QProcess::nullDevice());
+    question.start("xprop", {"-root", "_NET_ACTIVE_WINDOW"});
+    if (question.waitForFinished(2000)) return true;
+    question.kill();
+    question.waitForFinished();
+    return false;
+  }
+
   QTemporaryDir home_;
   QProcess process_;
 };
