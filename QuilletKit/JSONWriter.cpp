@@ -17,7 +17,7 @@ bool isPlain(unsigned char c) {
 
 /// How many bytes from `from` on stand for themselves.
 std::size_t plainLength(std::string_view text, std::size_t from) {
-  constexpr std::size_t kBlock = 32;
+  constexpr std::size_t kBlock = 64;
   std::size_t at = from;
   for (; at + kBlock <= text.size(); at += kBlock) {
     unsigned char special = 0;  // as wide as the bytes, so that a block is a few vector operations
@@ -80,8 +80,7 @@ void JSONWriter::close(char bracket) {
 }
 
 void JSONWriter::key(std::string_view literal) {
-  separate();
-  out_ += '"';
+  out_ += comma_ ? std::string_view(",\"") : std::string_view("\"");
   out_ += literal;
   out_ += "\":";
   comma_ = false;

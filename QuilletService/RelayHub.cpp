@@ -68,6 +68,7 @@ struct RelayHub::PendingPrepare : Waiter {
   const RelayServer::Prepare& sent;
   std::optional<Envelope> envelope{};
   bool offline = false;
+  bool unpaired = false;
 };
 
 struct RelayHub::PendingDelivery : Waiter {
@@ -146,6 +147,7 @@ Awaitable<PrepareOutcome> RelayHub::prepare(const std::string& macId, std::strin
   PendingPrepare pending(*this, limit, macId, std::get<RelayServer::Prepare>(message));
   desk.socket->send(JSONCoding::encode(message));
   co_await wait(pending);
+  if (pending.unpaired) co_return PrepareFailure::notPaired;
   if (pending.envelope) co_return *std::move(pending.envelope);
   co_return pending.offline || pending.orphaned || shutDown_ ? PrepareFailure::offline : PrepareFailure::timedOut;
 }
@@ -182,7 +184,9 @@ void RelayHub::pairEnded(const std::string& macId, const std::string& phoneId) {
   Woken woken;
   if (const auto desk = desks_.find(macId); desk != desks_.end()) {
     for (PendingPrepare* pending : desk->second.prepares) {
-      if (pending->sent.from == phoneId) woken.add(*pending);
+      if (pending->sent.from != phoneId) continue;
+      pending->unpaired = true;
+      woken.add(*pending);
     }
   }
   const std::string start = deliveryKey({macId, phoneId, ""});

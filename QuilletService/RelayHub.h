@@ -24,7 +24,7 @@ class RelaySocket {
   virtual void close(int closeCode) = 0;
 };
 
-enum class PrepareFailure { offline, timedOut, tooMany };
+enum class PrepareFailure { offline, timedOut, tooMany, notPaired };
 using PrepareOutcome = std::variant<Envelope, PrepareFailure>;
 
 /// Who is connected, and who waits for something that a desktop will send. Holds no message. One thread.

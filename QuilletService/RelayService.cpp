@@ -23,6 +23,8 @@ std::string_view shortened(const std::string& deviceId) {
       throw ServiceError(503, "mac_offline", "The computer isn't connected.", true);
     case PrepareFailure::timedOut:
       throw ServiceError(504, "mac_timeout", "The computer didn't answer in time.", true);
+    case PrepareFailure::notPaired:
+      throw Refusal::notPaired(403);
     case PrepareFailure::tooMany:
       break;
   }
@@ -41,7 +43,6 @@ Awaitable<EnvelopeResponse> RelayService::prepare(const Device& phone, std::stri
   Validation::requireRoute(request.envelope, EnvelopePurpose::prepare, phone.id, macId);
   ++metrics_.preparesSent;
   PrepareOutcome outcome = co_await hub_.prepare(macId, phone.id, std::move(request), limits_.prepare);
-  requirePair(phone, macId);
   if (const auto* failure = std::get_if<PrepareFailure>(&outcome)) refuse(*failure);
   co_return EnvelopeResponse{std::get<Envelope>(std::move(outcome))};
 }
