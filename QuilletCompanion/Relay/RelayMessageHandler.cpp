@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Relay/RelayMessageHandler.h"
 
-#include <algorithm>
 #include <boost/asio/post.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <utility>
@@ -81,21 +80,9 @@ void RelayMessageHandler::receive(const RelayServer::Prepare& frame) {
 void RelayMessageHandler::receive(const RelayServer::Deliver& frame) {
   send(RelayClient::Received{frame.utteranceId});
   if (pending_ < kMostPending) return enqueue(frame);
-  if (isUnderWay(frame)) return;
-  const auto peer = peers_.peer(frame.from);
-  if (!peer) return;
-  // Of an utterance that has an outcome, "refused" would be untrue.
-  if (verifiedPeer(frame.from, frame.envelope) && replay(frame.utteranceId, peer->identity)) return;
-  refuseUnjournalled(frame.utteranceId, RefusalReason::busy, std::nullopt, peer->identity);
-}
-
-/// Whether the same utterance runs or waits, so that its answer is still to come.
-bool RelayMessageHandler::isUnderWay(const RelayServer::Deliver& frame) const {
-  const std::pair sought(frame.from, frame.utteranceId);
-  return running_ == sought || std::any_of(queue_.begin(), queue_.end(), [&](const Unit& unit) {
-           const auto* delivery = std::get_if<RelayServer::Deliver>(&unit);
-           return delivery != nullptr && std::pair(delivery->from, delivery->utteranceId) == sought;
-         });
+  if (const auto peer = peers_.peer(frame.from)) {
+    refuseUnjournalled(frame.utteranceId, RefusalReason::busy, std::nullopt, peer->identity);
+  }
 }
 
 void RelayMessageHandler::receive(const RelayServer::PairRevoked& frame) {
@@ -146,9 +133,7 @@ Awaitable<void> RelayMessageHandler::runFirst() {
     co_return;
   }
   auto& delivery = std::get<RelayServer::Deliver>(unit);
-  running_ = {delivery.from, delivery.utteranceId};
   co_await handleDelivery(std::move(delivery));
-  running_ = {};
 }
 
 std::optional<PeerIdentity> RelayMessageHandler::verifiedPeer(const std::string& from, const Envelope& envelope) const {

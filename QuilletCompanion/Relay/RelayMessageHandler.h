@@ -50,7 +50,6 @@ class RelayMessageHandler : public std::enable_shared_from_this<RelayMessageHand
   void enqueue(Unit unit);
   static Awaitable<void> runChain(std::weak_ptr<RelayMessageHandler> weak);
   Awaitable<void> runFirst();
-  bool isUnderWay(const RelayServer::Deliver& frame) const;
 
   std::optional<PeerIdentity> verifiedPeer(const std::string& from, const Envelope& envelope) const;
   void handlePrepare(const RelayServer::Prepare& frame);
@@ -84,10 +83,9 @@ class RelayMessageHandler : public std::enable_shared_from_this<RelayMessageHand
   std::function<std::int64_t()> now_;
   std::weak_ptr<RelayTransport> transport_;
   std::weak_ptr<RelayEventSink> events_;
-  std::deque<Unit> queue_;                       ///< What waits, without the unit that runs.
-  std::pair<std::string, std::string> running_;  ///< Sender and utterance of the delivery that runs.
-  int pending_ = 0;                              ///< What waits and what runs.
-  Task chain_;                                   ///< Runs while `pending_` is above 0.
+  std::deque<Unit> queue_;  ///< What waits, without the unit that runs.
+  int pending_ = 0;         ///< What waits and what runs.
+  Task chain_;              ///< Runs while `pending_` is above 0.
 };
 
 }  // namespace quillet
