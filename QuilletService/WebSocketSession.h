@@ -74,10 +74,9 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
 
   void configure() {
     namespace websocket = boost::beast::websocket;
-    // The stream's own limit would set a timer anew for every frame.
+    // The stream's own limit on silence would set a timer anew for every frame. Ours doesn't see control frames: a
+    // callback for them makes a close that both sides begin at once hang.
     socket_.set_option(websocket::stream_base::timeout{std::chrono::seconds(5), websocket::stream_base::none(), false});
-    socket_.control_callback(
-        [this](websocket::frame_type, boost::beast::string_view) { idle_.watch(limits_.relayIdle); });
     socket_.read_message_max(limits_.relayMessage);
     socket_.auto_fragment(false);
     socket_.text(true);
