@@ -13,9 +13,8 @@
 #include <vector>
 
 #include "Tests/Desktop/TypingTarget.h"
-// Its macros must come last.
-#include <X11/XKBlib.h>
-#include <X11/Xlib.h>
+// The macros of its own headers must come last.
+#include "Tests/Desktop/DisplayKeyboard.h"
 
 namespace quillet::test {
 namespace {
@@ -36,38 +35,6 @@ std::string han() {
   return Unicode::toUTF8(characters).value();
 }
 
-/// The display as any other program sees it.
-class Display {
- public:
-  ~Display() { XCloseDisplay(display_); }
-  std::vector<KeySym> symbols() const {
-    int width = 0;
-    KeySym* const raw = XGetKeyboardMapping(display_, 8, 248, &width);
-    const std::vector<KeySym> found(raw, raw + std::size_t{248} * static_cast<std::size_t>(width));
-    XFree(raw);
-    return found;
-  }
-  XkbStateRec state() const {
-    XkbStateRec found{};
-    XkbGetState(display_, XkbUseCoreKbd, &found);
-    return found;
-  }
-  void lockGroup(unsigned group) const {
-    XkbLockGroup(display_, XkbUseCoreKbd, group);
-    XSync(display_, False);
-  }
-  int grabKeyboard() const {
-    return XGrabKeyboard(display_, DefaultRootWindow(display_), False, GrabModeAsync, GrabModeAsync, CurrentTime);
-  }
-  void ungrabKeyboard() const {
-    XUngrabKeyboard(display_, CurrentTime);
-    XSync(display_, False);
-  }
-
- private:
-  _XDisplay* display_ = XOpenDisplay(nullptr);
-};
-
 void run(const QString& program, const QStringList& arguments) {
   EXPECT_EQ(QProcess::execute(program, arguments), 0) << program.toStdString();
 }
@@ -86,7 +53,7 @@ class Typing : public testing::Test {
     provider.emplace(getpid(), lock, *typist);
   }
 
-  const Display display;
+  const DisplayKeyboard display;
   const std::vector<KeySym> untouched = display.symbols();
   StubLock lock;
   std::optional<KeyTypist> typist{std::in_place};

@@ -16,9 +16,8 @@
 #include "Tests/Desktop/StubLock.h"
 #include "Tests/EndToEnd/KillPoint.h"
 #include "Tests/EndToEnd/Programs.h"
-// Its macros must come last.
-#include <X11/XKBlib.h>
-#include <X11/Xlib.h>
+// The macros of its own headers must come last.
+#include "Tests/Desktop/DisplayKeyboard.h"
 
 namespace quillet::test {
 namespace {
@@ -26,33 +25,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int kLongestSweep = 400;
-
-/// The display's keyboard as other programs see it.
-class Keyboard {
- public:
-  ~Keyboard() { XCloseDisplay(display_); }
-  /// Every key writes what it did at the beginning, and none is down.
-  bool isAsBefore() const { return symbols() == untouched_ && nothingHeld(); }
-
- private:
-  std::vector<KeySym> symbols() const {
-    int width = 0;
-    KeySym* const raw = XGetKeyboardMapping(display_, 8, 248, &width);
-    const std::vector<KeySym> found(raw, raw + std::size_t{248} * static_cast<std::size_t>(width));
-    XFree(raw);
-    return found;
-  }
-  bool nothingHeld() const {
-    std::array<char, 32> down{};
-    XkbStateRec state{};
-    XQueryKeymap(display_, down.data());
-    XkbGetState(display_, XkbUseCoreKbd, &state);
-    return state.mods == 0 && std::all_of(down.begin(), down.end(), [](char keys) { return keys == 0; });
-  }
-
-  _XDisplay* display_ = XOpenDisplay(nullptr);
-  const std::vector<KeySym> untouched_ = symbols();
-};
 
 auto has(const char* key, const char* value) {
   return [=](const QJsonObject& object) { return object[key].toString() == value; };
@@ -190,7 +162,7 @@ class CrashSweep : public testing::Test {
       ADD_FAILURE() << "doesn't start again";
       return false;
     }
-    if (killed) EXPECT_TRUE(keyboard.isAsBefore());
+    if (killed) EXPECT_TRUE(keyboard.symbols() == untouched && keyboard.nothingHeld());
     // The service repeats by itself what has no result; the phone may, too.
     const Told told = number % 2 == 0 ? await(what) : repeat(what);
     EXPECT_FALSE(told.outcome.isEmpty()) << "no answer";
@@ -227,7 +199,8 @@ class CrashSweep : public testing::Test {
   StubLock lock;
   KeyTypist typist;
   SystemAccessibilityProvider provider{getpid(), lock, typist};
-  const Keyboard keyboard;
+  const DisplayKeyboard keyboard;
+  const std::vector<KeySym> untouched = keyboard.symbols();
   Editor editor;
   ElementRef field;
   Program service, desktop;

@@ -4,25 +4,18 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QTimer>
 
 #include "QuilletCompanion/Platform/Linux/MainLoopExecutor.h"
+#include "Tests/Desktop/Editor.h"
 
 namespace quillet {
 namespace {
 
 using namespace std::chrono_literals;
+using test::eventually;
 
 class MainLoopTimersTest : public testing::Test {
  protected:
-  bool eventually(const std::function<bool()>& condition) {
-    QTimer limit;
-    limit.setSingleShot(true);
-    limit.start(20'000);
-    while (!condition() && limit.isActive()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    return condition();
-  }
-
   int argc = 1;
   char name[5] = "test";
   char* argv[2] = {name, nullptr};
