@@ -156,6 +156,7 @@ TEST_F(LinuxSystemEventsTest, AHandlerMayEndObservations) {
     observation.reset();
   }});
   second = events.observe({.willSleep = [&] { ++calls; }});
+  EXPECT_TRUE(inhibits()) << "so it listens";
   ASSERT_TRUE(logind.prepareForSleep(true));
   ASSERT_TRUE(test::eventually([&] { return first == nullptr; }));
   EXPECT_EQ(calls, 1) << "the second had ended";
