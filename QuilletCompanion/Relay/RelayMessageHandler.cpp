@@ -132,8 +132,7 @@ Awaitable<void> RelayMessageHandler::runFirst() {
     handlePrepare(*prepare);
     co_return;
   }
-  auto& delivery = std::get<RelayServer::Deliver>(unit);
-  co_await handleDelivery(std::move(delivery));
+  co_await handleDelivery(std::get<RelayServer::Deliver>(std::move(unit)));
 }
 
 std::optional<PeerIdentity> RelayMessageHandler::verifiedPeer(const std::string& from, const Envelope& envelope) const {

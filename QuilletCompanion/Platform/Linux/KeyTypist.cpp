@@ -61,6 +61,7 @@ struct KeyTypist::Parts {
                    const Progress& progress, MonotonicTime end);
   void look(const Progress& progress);
   bool mayGoOn(const Progress& progress, MonotonicTime end);
+  bool awaitRoom(const Progress& progress, MonotonicTime end);
   bool awaitArrival(std::uint64_t characters, const Progress& progress, MonotonicTime end);
   void refresh(unsigned group);
   void restore();
@@ -126,10 +127,11 @@ std::size_t KeyTypist::Parts::post(const KeymapPlan::Chunk& chunk, std::u32strin
   std::size_t count = 0;
   while (count < chunk.strokes.size()) {
     if (count > 0) {
-      awaitArrival(arrival.posted() - std::min(ahead, arrival.posted()), progress, end);
+      awaitRoom(progress, end);
       if (arrival.elsewhere() || keyboard.state() != state) break;
+    } else if (arrival.underWay() == 0 && !arrival.before(progress())) {
+      break;
     }
-    if (count == 0 && arrival.underWay() == 0 && !arrival.before(progress())) break;
     const auto slice = std::min<std::size_t>(ahead, chunk.strokes.size() - count);
     if (!keyboard.post(std::span(chunk.strokes).subspan(count, slice), state)) break;
     lastPost = steady_clock::now();
@@ -160,7 +162,7 @@ bool KeyTypist::Parts::assign(const std::vector<KeymapPlan::Assignment>& assignm
 bool KeyTypist::Parts::mayGoOn(const Progress& progress, MonotonicTime end) {
   if (arrival.underWay() == 0) return true;
   look(progress);
-  const bool caughtUp = awaitArrival(arrival.posted() - std::min(ahead, arrival.posted()), progress, end);
+  const bool caughtUp = awaitRoom(progress, end);
   return !arrival.unreadable() && (caughtUp || arrival.underWay() <= mostBehind);
 }
 
@@ -171,6 +173,11 @@ void KeyTypist::Parts::look(const Progress& progress) {
   if (end - start >= slowAnswer) ahead = std::max(ahead / 2, leastAhead);
   if (end - start <= quickAnswer) ahead = std::min(ahead * 2, mostAhead);
   arrival.look(seen, end);
+}
+
+/// False if more than may be under way still is by then.
+bool KeyTypist::Parts::awaitRoom(const Progress& progress, MonotonicTime end) {
+  return awaitArrival(arrival.posted() - std::min(ahead, arrival.posted()), progress, end);
 }
 
 /// False if so many characters of all that was posted haven't arrived by then.
