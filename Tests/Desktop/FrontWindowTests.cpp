@@ -4,6 +4,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <thread>
+
+#include "QuilletCompanion/Platform/Linux/ModifierState.h"
 #include "QuilletCompanion/Platform/Linux/X11Connection.h"
 #include "Tests/Desktop/Editor.h"
 
@@ -41,6 +45,24 @@ TEST(FrontWindow, NamesAreUTF8WhateverTheWindowSays) {
     XDestroyWindow(display, window);
     XSync(display, False);
   }
+}
+
+TEST(FrontWindow, AProgramThatKeepsTheServerForItselfHoldsNobodyUp) {
+  FrontWindow front;
+  ModifierState modifiers;
+  Display* const other = XOpenDisplay(nullptr);
+  XGrabServer(other);
+  XSync(other, False);
+  std::atomic<bool> asked = false;
+  std::thread release([&] {
+    for (int i = 0; i < 1000 && !asked; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_TRUE(asked) << "who asked had to wait";
+    XCloseDisplay(other);
+  });
+  EXPECT_FALSE(front.owner());
+  EXPECT_FALSE(modifiers.modifiersDown());
+  asked = true;
+  release.join();
 }
 
 }  // namespace

@@ -74,7 +74,11 @@ class PrivateBus {
   void start() {
     daemon_ = std::make_unique<ChildProgram>(std::vector<const char*>{"dbus-daemon", "--nofork", "--nopidfile",
                                                                       ("--config-file=" + configuration()).c_str()});
-    EXPECT_TRUE(eventually([&] { return std::filesystem::exists(folder_.path() / "bus"); }));
+    // The socket's file is there a moment before anyone listens to it.
+    EXPECT_TRUE(eventually([&] {
+      client_.reset();
+      return callBus("GetId") != nullptr;
+    }));
   }
 
   void use() const { setenv(variable_, address_.c_str(), 1); }
@@ -84,8 +88,7 @@ class PrivateBus {
     return *client_;
   }
   bool hasOwner(const char* name) {
-    const auto reply = client().call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                                     "NameHasOwner", g_variant_new("(s)", name));
+    const auto reply = callBus("NameHasOwner", g_variant_new("(s)", name));
     gboolean owned = FALSE;
     if (reply) g_variant_get(reply.get(), "(b)", &owned);
     return owned != FALSE;
@@ -110,8 +113,7 @@ class PrivateBus {
       EXPECT_TRUE(g_dbus_connection_emit_signal(forger.get(), to, path, interface, member, owned.get(), nullptr));
     };
     emit(nullptr);
-    const auto names =
-        client().call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "ListNames", nullptr);
+    const auto names = callBus("ListNames");
     const GVariantRef list(g_variant_get_child_value(names.get(), 0));
     for (gsize i = 0; i < g_variant_n_children(list.get()); ++i) {
       const GVariantRef name(g_variant_get_child_value(list.get(), i));
@@ -126,6 +128,10 @@ class PrivateBus {
   }
 
  private:
+  GVariantRef callBus(const char* method, GVariant* arguments = nullptr) {
+    return client().call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method, arguments);
+  }
+
   /// Everybody may do everything, and nothing is started on demand.
   std::string configuration() const {
     const auto file = folder_.path() / "bus.conf";

@@ -3,6 +3,7 @@
 
 #include <X11/XKBlib.h>
 #include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
 
 #include <set>
 
@@ -50,6 +51,11 @@ X11Connection::X11Connection(const std::string& display) {
       },
       this);
   broken_ = XkbQueryExtension(display_, nullptr, nullptr, nullptr, &major, &minor) == False;
+  int ignored = 0;
+  xtest_ = XTestQueryExtension(display_, &ignored, &ignored, &ignored, &ignored) != False;
+  // Toolkits grab the server for moments; one that is stopped in such a moment must not hold us up.
+  if (xtest_) XTestGrabControl(display_, True);
+  XSync(display_, False);
 }
 
 X11Connection::~X11Connection() {

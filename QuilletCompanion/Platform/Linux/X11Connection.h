@@ -8,7 +8,8 @@ struct _XDisplay;
 
 namespace quillet {
 
-/// A display connection of our own whose failures never end the process. Main thread only.
+/// A display connection of our own whose failures never end the process, and that is answered also while another
+/// client keeps the server for itself, if only the server has XTEST. Main thread only.
 class X11Connection {
  public:
   /// Connects to `display`, or to the environment's if it is empty.
@@ -19,11 +20,13 @@ class X11Connection {
 
   /// False if it never opened, lacks XKB, or broke.
   bool usable() const { return display_ != nullptr && !broken_; }
+  bool hasXTest() const { return xtest_; }
   _XDisplay* get() const { return display_; }
 
  private:
   _XDisplay* display_ = nullptr;
   bool broken_ = false;
+  bool xtest_ = false;
 };
 
 /// While it lives, errors that the X server reports about any connection are ignored instead of ending the process.

@@ -45,15 +45,10 @@ std::optional<char32_t> characterOf(Display* display, KeySym keysym) {
 }  // namespace
 
 X11Keyboard::X11Keyboard(const std::string& display) : connection_(display) {
-  if (!connection_.usable()) return;
-  auto* const x = connection_.get();
-  int ignored = 0;
-  xtest_ = XTestQueryExtension(x, &ignored, &ignored, &ignored, &ignored) != False;
   if (!usable()) return;
+  auto* const x = connection_.get();
   const X11ErrorTrap trap(connection_);
   XkbQueryExtension(x, nullptr, &xkbEventBase_, nullptr, nullptr, nullptr);
-  // A menu that has grabbed the server must not hold us up.
-  XTestGrabControl(x, True);
   XkbSelectEvents(x, XkbUseCoreKbd, XkbNewKeyboardNotifyMask | XkbMapNotifyMask,
                   XkbNewKeyboardNotifyMask | XkbMapNotifyMask);
   unmapped_ = XCreateWindow(x, DefaultRootWindow(x), 0, 0, 1, 1, 0, 0, InputOnly, nullptr, 0, nullptr);

@@ -41,7 +41,7 @@ class X11Keyboard {
   ~X11Keyboard();
 
   /// False without a display, XKB or XTEST.
-  bool usable() const { return xtest_ && connection_.usable(); }
+  bool usable() const { return connection_.hasXTest() && connection_.usable(); }
   State state();
   /// Whether the layout changed since the last `readLayout`.
   bool layoutChanged();
@@ -63,7 +63,6 @@ class X11Keyboard {
   void setLevel(unsigned from, unsigned to);
 
   X11Connection connection_;
-  bool xtest_ = false;
   int xkbEventBase_ = 0;
   unsigned long unmapped_ = 0;  ///< A window of ours that is never shown.
   std::unique_ptr<XkbKeymap> keymap_;
