@@ -254,7 +254,7 @@ std::string encode(const T& value) {
   out.reserve(kUsualSize);
   JSONWriter writer(out);
   writeValue(writer, value);
-  if (out.size() < kUsualSize / 2) out.shrink_to_fit();  // what is kept shouldn't waste
+  if (out.size() < kUsualSize / 4) out.shrink_to_fit();  // what is kept shouldn't waste
   return out;
 }
 

@@ -15,18 +15,23 @@ bool isPlain(unsigned char c) {
   return c >= 0x20 && c < 0x80 && c != '"' && c != '\\';
 }
 
+/// The same for all of a block, as wide as the bytes so that it is a few vector operations.
+template <std::size_t size>
+bool isPlainBlock(const char* block) {
+  unsigned char special = 0;
+  for (std::size_t i = 0; i < size; ++i) {
+    const auto c = static_cast<signed char>(block[i]);
+    special |= static_cast<unsigned char>((c < 0x20) | (c == '"') | (c == '\\'));
+  }
+  return special == 0;
+}
+
 /// How many bytes from `from` on stand for themselves.
 std::size_t plainLength(std::string_view text, std::size_t from) {
-  constexpr std::size_t kBlock = 64;
+  constexpr std::size_t kLarge = 64, kSmall = 16;
   std::size_t at = from;
-  for (; at + kBlock <= text.size(); at += kBlock) {
-    unsigned char special = 0;  // as wide as the bytes, so that a block is a few vector operations
-    for (std::size_t i = 0; i < kBlock; ++i) {
-      const auto c = static_cast<signed char>(text[at + i]);
-      special |= static_cast<unsigned char>((c < 0x20) | (c == '"') | (c == '\\'));
-    }
-    if (special != 0) break;
-  }
+  while (at + kLarge <= text.size() && isPlainBlock<kLarge>(text.data() + at)) at += kLarge;
+  while (at + kSmall <= text.size() && isPlainBlock<kSmall>(text.data() + at)) at += kSmall;
   while (at < text.size() && isPlain(static_cast<unsigned char>(text[at]))) ++at;
   return at - from;
 }

@@ -11,17 +11,21 @@
 
 namespace quillet {
 
+/// Where the next part of a message goes.
+inline auto roomForMessage(boost::beast::flat_buffer& buffer) {
+  constexpr std::size_t kLeastRoom = 2048;
+  return buffer.prepare(std::max(kLeastRoom, buffer.size()));
+}
+
 /// Reads one WebSocket message, appending it to `buffer`. Gives the error, if any; what is in `buffer` is then a part.
 /// Unlike the stream's own async_read it may wait while async_close runs: that one asserts, between two fragments, on a
 /// state that the close has meanwhile changed.
 template <typename WebSocketStream>
 Awaitable<boost::system::error_code> readMessage(WebSocketStream& stream, boost::beast::flat_buffer& buffer) {
-  constexpr std::size_t kLeastRoom = 2048;
   boost::system::error_code error;
   do {
-    const auto room = buffer.prepare(std::max(kLeastRoom, buffer.size()));
-    buffer.commit(
-        co_await stream.async_read_some(room, boost::asio::redirect_error(boost::asio::use_awaitable, error)));
+    buffer.commit(co_await stream.async_read_some(roomForMessage(buffer),
+                                                  boost::asio::redirect_error(boost::asio::use_awaitable, error)));
   } while (!error && !stream.is_message_done());
   co_return error;
 }

@@ -13,7 +13,8 @@ constexpr std::size_t kRecentPairs = 10'000;
 std::string pairKey(const std::string& macId, const std::string& phoneId) {
   std::string key;
   key.reserve(macId.size() + 1 + phoneId.size());
-  return key.append(macId).append(1, '|').append(phoneId);
+  key.append(macId).append(1, '|').append(phoneId);
+  return key;
 }
 
 Device readDevice(const Query& row, const std::string& id) {

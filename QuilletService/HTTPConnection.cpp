@@ -13,7 +13,7 @@ namespace http = boost::beast::http;
 using asio::ip::tcp;
 using Parser = http::request_parser<http::string_body>;
 using Request = http::request<http::string_body>;
-using TLSStream = asio::ssl::stream<tcp::socket>;
+using TLSStream = asio::ssl::stream<ServerSocket>;
 
 constexpr std::uint32_t kHeaderLimit = 16 * 1024;
 constexpr std::uint64_t kLargestBody = 16'000'000;
@@ -270,7 +270,7 @@ void start(HTTPServer& server, Stream stream, ConnectionOrigin origin) {
 
 }  // namespace
 
-void startConnection(HTTPServer& server, tcp::socket socket, ConnectionOrigin origin, asio::ssl::context* tls) {
+void startConnection(HTTPServer& server, ServerSocket socket, ConnectionOrigin origin, asio::ssl::context* tls) {
   if (tls == nullptr) return start(server, std::move(socket), std::move(origin));
   start(server, TLSStream(std::move(socket), *tls), std::move(origin));
 }

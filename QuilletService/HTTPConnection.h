@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ssl/context.hpp>
 
-#include "QuilletService/AddressLimiter.h"
+#include "QuilletService/HTTPServer.h"
 
 namespace quillet {
-
-class HTTPServer;
 
 /// Whose connection it is. Behind a proxy that only shows with each request.
 struct ConnectionOrigin {
@@ -19,7 +16,6 @@ struct ConnectionOrigin {
 /// Serves one accepted socket until it ends: requests one after the other, or a relay socket after an upgrade. With
 /// `tls`, over TLS. The connection owns itself and is known to the server meanwhile; server and context must outlive
 /// it.
-void startConnection(HTTPServer& server, boost::asio::ip::tcp::socket socket, ConnectionOrigin origin,
-                     boost::asio::ssl::context* tls);
+void startConnection(HTTPServer& server, ServerSocket socket, ConnectionOrigin origin, boost::asio::ssl::context* tls);
 
 }  // namespace quillet

@@ -60,7 +60,7 @@ std::string HTTPServer::url() const {
 Awaitable<void> HTTPServer::accept() {
   while (!stopping_) {
     boost::system::error_code error;
-    tcp::socket socket(context_);
+    ServerSocket socket(context_);
     co_await acceptor_.async_accept(socket, asio::redirect_error(asio::use_awaitable, error));
     if (stopping_ || error == asio::error::operation_aborted) co_return;
     if (error) {  // out of descriptors, as a rule
@@ -73,7 +73,7 @@ Awaitable<void> HTTPServer::accept() {
   }
 }
 
-void HTTPServer::admit(tcp::socket socket) {
+void HTTPServer::admit(ServerSocket socket) {
   boost::system::error_code error;
   const auto peer = socket.remote_endpoint(error);
   if (error) return;  // gone already

@@ -31,6 +31,9 @@ struct ServerLimits {
   std::vector<boost::asio::ip::address> trustedProxies;
 };
 
+/// An accepted connection. Names the executor's type: one of any type is copied and asked for every operation.
+using ServerSocket = boost::asio::basic_stream_socket<boost::asio::ip::tcp, boost::asio::io_context::executor_type>;
+
 struct TLSFiles {
   std::filesystem::path certificate, key;
 };
@@ -73,7 +76,7 @@ class HTTPServer {
 
  private:
   Awaitable<void> accept();
-  void admit(boost::asio::ip::tcp::socket socket);
+  void admit(ServerSocket socket);
   bool isTrustedProxy(const boost::asio::ip::address& address) const;
 
   boost::asio::io_context& context_;

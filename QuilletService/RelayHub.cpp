@@ -8,6 +8,7 @@
 #include <boost/container/small_vector.hpp>
 
 #include "QuilletKit/JSONCoding.h"
+#include "QuilletService/ServiceError.h"
 
 namespace quillet {
 namespace {
@@ -18,6 +19,10 @@ constexpr std::size_t kPreparesPerDesktop = 64;
 
 std::string deliveryKey(const DeliveryKey& key) {
   return key.macId + '|' + key.phoneId + '|' + key.utteranceId;
+}
+
+ServiceError offline() {
+  return {503, "mac_offline", "The computer isn't connected.", true};
 }
 
 /// A coroutine that waits, as what goes on with it. Owns it: destroyed instead of called, it takes the coroutine along,
@@ -136,20 +141,21 @@ void RelayHub::shutDown() {
   woken.run();
 }
 
-Awaitable<PrepareOutcome> RelayHub::prepare(const std::string& macId, std::string phoneId, PrepareRelayRequest request,
-                                            Duration limit) {
+Awaitable<EnvelopeResponse> RelayHub::prepare(std::string macId, std::string phoneId, PrepareRelayRequest request,
+                                              Duration limit) {
   const auto found = desks_.find(macId);
-  if (found == desks_.end() || shutDown_) co_return PrepareFailure::offline;
+  if (found == desks_.end() || shutDown_) throw offline();
   const Desk& desk = found->second;
-  if (desk.prepares.size() >= kPreparesPerDesktop) co_return PrepareFailure::tooMany;
+  if (desk.prepares.size() >= kPreparesPerDesktop) throw Refusal::tooManyRequests();
   const RelayServerMessage message =
       RelayServer::Prepare{std::move(request.requestId), std::move(phoneId), std::move(request.envelope)};
   PendingPrepare pending(*this, limit, macId, std::get<RelayServer::Prepare>(message));
   desk.socket->send(JSONCoding::encode(message));
   co_await wait(pending);
-  if (pending.unpaired) co_return PrepareFailure::notPaired;
-  if (pending.envelope) co_return *std::move(pending.envelope);
-  co_return pending.offline || pending.orphaned || shutDown_ ? PrepareFailure::offline : PrepareFailure::timedOut;
+  if (pending.unpaired) throw Refusal::notPaired(403);
+  if (pending.envelope) co_return EnvelopeResponse{*std::move(pending.envelope)};
+  if (pending.offline || pending.orphaned || shutDown_) throw offline();
+  throw ServiceError(504, "mac_timeout", "The computer didn't answer in time.", true);
 }
 
 void RelayHub::answerPrepare(const std::string& macId, RelayClient::PrepareResult answer) {

@@ -5,7 +5,6 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
-#include <variant>
 #include <vector>
 
 #include "QuilletKit/Clock.h"
@@ -23,9 +22,6 @@ class RelaySocket {
   /// Starts an orderly close. The owner detaches the socket when it has ended.
   virtual void close(int closeCode) = 0;
 };
-
-enum class PrepareFailure { offline, timedOut, tooMany, notPaired };
-using PrepareOutcome = std::variant<Envelope, PrepareFailure>;
 
 /// Who is connected, and who waits for something that a desktop will send. Holds no message. One thread.
 class RelayHub {
@@ -47,9 +43,9 @@ class RelayHub {
   /// Closes all sockets and ends all waits.
   void shutDown();
 
-  /// Passes a prepare to the desktop and waits for its answer. `macId` must outlive the call.
-  Awaitable<PrepareOutcome> prepare(const std::string& macId, std::string phoneId, PrepareRelayRequest request,
-                                    Duration limit);
+  /// Passes a prepare to the desktop and waits for its answer. Throws ServiceError when none comes.
+  Awaitable<EnvelopeResponse> prepare(std::string macId, std::string phoneId, PrepareRelayRequest request,
+                                      Duration limit);
   /// The desktop's answer; goes to whoever waits for it, if anyone still does.
   void answerPrepare(const std::string& macId, RelayClient::PrepareResult answer);
 

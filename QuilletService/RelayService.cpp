@@ -17,34 +17,19 @@ std::string_view shortened(const std::string& deviceId) {
   return std::string_view(deviceId).substr(0, 8);
 }
 
-[[noreturn]] void refuse(PrepareFailure failure) {
-  switch (failure) {
-    case PrepareFailure::offline:
-      throw ServiceError(503, "mac_offline", "The computer isn't connected.", true);
-    case PrepareFailure::timedOut:
-      throw ServiceError(504, "mac_timeout", "The computer didn't answer in time.", true);
-    case PrepareFailure::notPaired:
-      throw Refusal::notPaired(403);
-    case PrepareFailure::tooMany:
-      break;
-  }
-  throw Refusal::tooManyRequests();
-}
-
 }  // namespace
 
 RelayService::RelayService(Store& store, RelayHub& hub, PairDirectory& pairs, Metrics& metrics, const TimeSource& time,
                            RelayLimits limits)
     : store_(store), hub_(hub), pairs_(pairs), metrics_(metrics), time_(time), limits_(limits) {}
 
-Awaitable<EnvelopeResponse> RelayService::prepare(const Device& phone, std::string macId, PrepareRelayRequest request) {
+Awaitable<EnvelopeResponse> RelayService::prepare(const Device& phone, const std::string& macId,
+                                                  PrepareRelayRequest request) {
   requirePair(phone, macId);
   Validation::requireId(request.requestId, "requestId");
   Validation::requireRoute(request.envelope, EnvelopePurpose::prepare, phone.id, macId);
   ++metrics_.preparesSent;
-  PrepareOutcome outcome = co_await hub_.prepare(macId, phone.id, std::move(request), limits_.prepare);
-  if (const auto* failure = std::get_if<PrepareFailure>(&outcome)) refuse(*failure);
-  co_return EnvelopeResponse{std::get<Envelope>(std::move(outcome))};
+  return hub_.prepare(macId, phone.id, std::move(request), limits_.prepare);
 }
 
 DeliveryStatus RelayService::submit(const Device& phone, const std::string& macId, const DeliveryRequest& request) {

@@ -25,7 +25,8 @@ class RelayService {
   RelayService(Store& store, RelayHub& hub, PairDirectory& pairs, Metrics& metrics, const TimeSource& time,
                RelayLimits limits);
 
-  Awaitable<EnvelopeResponse> prepare(const Device& phone, std::string macId, PrepareRelayRequest request);
+  /// What is wrong with the request is thrown at once.
+  Awaitable<EnvelopeResponse> prepare(const Device& phone, const std::string& macId, PrepareRelayRequest request);
   DeliveryStatus submit(const Device& phone, const std::string& macId, const DeliveryRequest& request);
   /// Returns at once for a finished delivery; otherwise when it finishes, or after `wait`.
   Awaitable<DeliveryStatus> status(const Device& phone, std::string macId, std::string utteranceId,

@@ -3,6 +3,7 @@
 
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/ssl/stream.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
@@ -30,7 +31,8 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
         service_(service),
         device_(std::move(device)),
         limits_(limits),
-        idle_(socket_.get_executor(), [this] { abort(); }) {}
+        idle_(socket_.get_executor(), [this] { abort(); }),
+        ended_(socket_.get_executor(), boost::asio::steady_timer::time_point::max()) {}
 
   /// Answers the upgrade and serves the socket until it ends.
   Awaitable<void> run(Upgrade upgrade) {
@@ -39,7 +41,8 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
     co_await socket_.async_accept(upgrade, boost::asio::redirect_error(boost::asio::use_awaitable, error));
     if (error) co_return;
     guarded([this] { service_.relay.connected(device_, *this); });
-    co_await receive();
+    readNext();
+    co_await ended_.async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, error));
     closing_ = true;
     guarded([this] { service_.relay.disconnected(device_, *this); });
   }
@@ -82,22 +85,38 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
     socket_.text(true);
   }
 
-  Awaitable<void> receive() {
-    for (;;) {
-      idle_.watch(limits_.relayIdle);
-      if (co_await readMessage(socket_, buffer_)) co_return;
+  void readNext() {
+    idle_.watch(limits_.relayIdle);
+    readMore();
+  }
+
+  // By a callback, since a coroutine that goes on for every frame is a good part of what a frame costs here.
+  void readMore() {
+    socket_.async_read_some(roomForMessage(buffer_),
+                            [self = this->shared_from_this()](boost::system::error_code error, std::size_t size) {
+                              self->buffer_.commit(size);
+                              self->didRead(error);
+                            });
+  }
+
+  void didRead(boost::system::error_code error) {
+    if (error) {
+      ended_.cancel();
+    } else if (!socket_.is_message_done()) {
+      readMore();
+    } else {
       const auto data = buffer_.cdata();
-      ++service_.metrics.framesIn;
-      const std::string_view frame(static_cast<const char*>(data.data()), data.size());
-      if (closing_) {
-        // What a replaced socket still says doesn't count.
-      } else if (frame == "ping") {
-        send("pong");
-      } else {
-        guarded([&] { service_.relay.handleFrame(device_.id, frame); });
-      }
+      handle({static_cast<const char*>(data.data()), data.size()});
       buffer_.consume(buffer_.size());
+      readNext();
     }
+  }
+
+  void handle(std::string_view frame) {
+    ++service_.metrics.framesIn;
+    if (closing_) return;  // what a replaced socket still says doesn't count
+    if (frame == "ping") return send("pong");
+    guarded([&] { service_.relay.handleFrame(device_.id, frame); });
   }
 
   bool stalled() const {
@@ -134,6 +153,7 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
   std::chrono::steady_clock::time_point writeBegan_;
   bool closing_ = false;
   Watchdog idle_;
+  boost::asio::steady_timer ended_;  ///< Never runs out; cancelled at the end.
 };
 
 }  // namespace quillet

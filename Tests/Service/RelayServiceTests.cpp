@@ -78,7 +78,7 @@ TEST_F(RelayServiceTest, OnlyPairedPhonesReachADesktop) {
   EXPECT_EQ(refusalOf([&] { service.relay.submit(otherDevice, mac.id(), {"u", envelope}); }), "403 not_paired");
   EXPECT_EQ(refusalOf([&] { service.relay.submit(macDevice, mac.id(), {"u", envelope}); }), "403 wrong_platform");
   EXPECT_EQ(refusalOf([&] { service.relay.cancel(otherDevice, mac.id(), "u"); }), "403 not_paired");
-  EXPECT_EQ(start(service.relay.prepare(otherDevice, mac.id(), {"r", envelope}))->refusal, "403 not_paired");
+  EXPECT_EQ(refusalOf([&] { start(service.relay.prepare(otherDevice, mac.id(), {"r", envelope})); }), "403 not_paired");
   EXPECT_EQ(start(service.relay.status(otherDevice, mac.id(), "u", 0s))->refusal, "403 not_paired");
   EXPECT_TRUE(socket.frames.empty());
   EXPECT_TRUE(service.relay.presence(otherDevice).macs.empty());
