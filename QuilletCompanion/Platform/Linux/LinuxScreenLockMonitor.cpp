@@ -68,7 +68,7 @@ LinuxScreenLockMonitor::LinuxScreenLockMonitor()
 }
 
 LinuxScreenLockMonitor::~LinuxScreenLockMonitor() {
-  if (askTimer_ != 0) g_source_remove(askTimer_);
+  if (lookTimer_ != 0) g_source_remove(lookTimer_);
 }
 
 bool LinuxScreenLockMonitor::isScreenLocked() {
@@ -85,7 +85,7 @@ std::optional<std::string> LinuxScreenLockMonitor::findSession() const {
 
 void LinuxScreenLockMonitor::findSessionLater(std::size_t attempt) {
   const auto questions = sessionQuestions();
-  if (attempt >= questions.size()) return;
+  if (attempt >= questions.size()) return lookAgain();
   const auto& [method, arguments] = questions[attempt];
   systemBus_.callLater(logind, managerPath, managerInterface, method, arguments.get(),
                        [this, attempt](GVariant* reply, GUnixFDList*) {
@@ -116,30 +116,34 @@ void LinuxScreenLockMonitor::watchSession(const std::string& path) {
 
 // A logind that starts again has its name before it knows its sessions.
 void LinuxScreenLockMonitor::logindAppeared() {
-  askAgain_ = 40;
+  looksLeft_ = 40;
+  look();
+}
+
+void LinuxScreenLockMonitor::look() {
   if (session_) return askSession();
   findSessionLater(0);
+}
+
+void LinuxScreenLockMonitor::lookAgain() {
+  if (lookTimer_ != 0 || looksLeft_ == 0) return;
+  --looksLeft_;
+  const auto again = [](gpointer self) -> gboolean {
+    auto& monitor = *static_cast<LinuxScreenLockMonitor*>(self);
+    monitor.lookTimer_ = 0;
+    monitor.look();
+    return G_SOURCE_REMOVE;
+  };
+  lookTimer_ = g_timeout_add(250, again, this);
 }
 
 void LinuxScreenLockMonitor::askSession() {
   systemBus_.callLater(logind, session_->c_str(), propertiesInterface, "GetAll", g_variant_new("(s)", sessionInterface),
                        [this](GVariant* reply, GUnixFDList*) {
-                         if (reply == nullptr) return askSessionAgain();
+                         if (reply == nullptr) return lookAgain();
                          answer([&] { takeProperties(reply); });
                          if (lockedByNotification() != anyNotified()) notified();
                        });
-}
-
-void LinuxScreenLockMonitor::askSessionAgain() {
-  if (askTimer_ != 0 || askAgain_ == 0) return;
-  --askAgain_;
-  const auto ask = [](gpointer self) -> gboolean {
-    auto& monitor = *static_cast<LinuxScreenLockMonitor*>(self);
-    monitor.askTimer_ = 0;
-    monitor.askSession();
-    return G_SOURCE_REMOVE;
-  };
-  askTimer_ = g_timeout_add(250, ask, this);
 }
 
 void LinuxScreenLockMonitor::watch(Saver& saver) {

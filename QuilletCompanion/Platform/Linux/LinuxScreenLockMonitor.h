@@ -33,10 +33,11 @@ class LinuxScreenLockMonitor final : public ScreenLockMonitor {
   };
 
   std::optional<std::string> findSession() const;
+  void look();
+  void lookAgain();
   void findSessionLater(std::size_t attempt);
   void watchSession(const std::string& path);
   void askSession();
-  void askSessionAgain();
   void watch(Saver& saver);
   void takeProperties(GVariant* reply);
   void propertiesChanged(GVariant* properties);
@@ -53,8 +54,8 @@ class LinuxScreenLockMonitor final : public ScreenLockMonitor {
   bool active_ = true;
   bool lockRequested_ = false;
   std::optional<std::string> session_;
-  int askAgain_ = 0;    ///< How often a session that doesn't answer is asked again.
-  guint askTimer_ = 0;  ///< A GLib source, or 0.
+  int looksLeft_ = 0;    ///< How often logind is asked again that knows no session of ours, or doesn't answer.
+  guint lookTimer_ = 0;  ///< A GLib source, or 0.
   std::list<Saver> savers_;
   DBusSignals systemBus_{G_BUS_TYPE_SYSTEM};
   DBusSignals sessionBus_{G_BUS_TYPE_SESSION};
