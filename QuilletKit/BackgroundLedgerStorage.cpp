@@ -67,17 +67,22 @@ BackgroundLedgerStorage::~BackgroundLedgerStorage() {
   }
 }
 
+BackgroundLedgerStorage::Value BackgroundLedgerStorage::valueIn(const Contents& contents, const std::string& key) {
+  const auto found = contents.values.find(key);
+  return found == contents.values.end() ? std::nullopt : Value(found->second);
+}
+
 std::optional<Bytes> BackgroundLedgerStorage::read(const std::string& key) {
-  const auto found = seen_.values.find(key);
-  if (found == seen_.values.end()) return std::nullopt;
-  return found->second;
+  return valueIn(seen_, key);
 }
 
 void BackgroundLedgerStorage::write(const std::string& key, std::optional<ByteView> value) {
   if (!seen_.available) return;
-  ++writes_;
-  std::optional<Bytes> bytes;
+  Value bytes;
   if (value) bytes.emplace(value->begin(), value->end());
+  if (const auto lost = lost_.find(key); lost != lost_.end() && lost->second == bytes) return;
+  ++writes_;
+  written_.insert_or_assign(key, bytes);
   seen_.values.erase(key);
   if (bytes) seen_.values.emplace(key, *bytes);
   boost::asio::post(worker_->jobs, [worker = worker_.get(), key, bytes = std::move(bytes)] {
@@ -117,7 +122,12 @@ void BackgroundLedgerStorage::looked(const Contents& found, int writesBefore) {
   looking_ = false;
   if (writesBefore != writes_) return refresh();  // it may not show what was written since
   if (lookAgain_) refresh();
+  for (auto& [key, value] : std::exchange(written_, {})) {
+    lost_.erase(key);
+    if (valueIn(found, key) != value) lost_.emplace(key, std::move(value));
+  }
   if (found == seen_) return;
+  if (!seen_.available) lost_.clear();  // it has come back
   seen_ = found;
   if (onExternalChange) onExternalChange();
 }

@@ -21,7 +21,8 @@ class BackgroundLedgerStorage final : public WordLedgerStorage {
   ~BackgroundLedgerStorage() override;
 
   std::optional<Bytes> read(const std::string& key) override;
-  /// While the store is not available a write is lost.
+  /// While the store is not available a write is lost. One that the store didn't keep shows as an external change, and
+  /// is not made again: whoever misses it would ask for it without end.
   void write(const std::string& key, std::optional<ByteView> value) override;
   /// Also looks again, so that what changed unnoticed comes as an external change.
   std::vector<std::string> allKeys() override;
@@ -37,7 +38,9 @@ class BackgroundLedgerStorage final : public WordLedgerStorage {
     bool operator==(const Contents&) const = default;
   };
   struct Worker;
+  using Value = std::optional<Bytes>;
   static Contents look(WordLedgerStorage& storage);
+  static Value valueIn(const Contents& contents, const std::string& key);
   void looked(const Contents& found, int writesBefore);
 
   Executor mainThread_;
@@ -48,6 +51,8 @@ class BackgroundLedgerStorage final : public WordLedgerStorage {
   std::shared_ptr<BackgroundLedgerStorage*> self_ = std::make_shared<BackgroundLedgerStorage*>(this);
   Contents seen_;
   int writes_ = 0;
+  std::map<std::string, Value> written_;  ///< Since the last look.
+  std::map<std::string, Value> lost_;     ///< Written before it, and not found.
   bool looking_ = false, lookAgain_ = false;
 };
 

@@ -21,12 +21,25 @@ struct RemoteStore {
   std::condition_variable changed;
   test::FakeLedgerStorage contents;
   bool hangs = false;
-  int looks = 0;
+  bool full = false;
+  int looks = 0, refusedWrites = 0;
 
   void hang(bool value) {
     const std::lock_guard guard(lock);
     hangs = value;
     changed.notify_all();
+  }
+  int refusals() {
+    const std::lock_guard guard(lock);
+    return refusedWrites;
+  }
+  int looksSoFar() {
+    const std::lock_guard guard(lock);
+    return looks;
+  }
+  void makeRoom() {
+    const std::lock_guard guard(lock);
+    full = false;
   }
   void set(const std::string& key, const std::string& value) {
     const std::lock_guard guard(lock);
@@ -47,7 +60,11 @@ class RemoteLedgerStorage final : public WordLedgerStorage {
   }
   void write(const std::string& key, std::optional<ByteView> value) override {
     const auto guard = reached();
-    store_->contents.write(key, value);
+    if (store_->full) {
+      ++store_->refusedWrites;
+    } else {
+      store_->contents.write(key, value);
+    }
   }
   std::vector<std::string> allKeys() override {
     const auto guard = reached();
@@ -130,6 +147,30 @@ TEST_F(BackgroundLedgerStorageTest, AStoreThatHangsHoldsNobodyUp) {
   EXPECT_EQ(stats.summary().total, 7);
   remote->hang(false);
   ASSERT_TRUE(eventually([&] { return JSONCoding::decode<WordLedger>(remote->value("words.a")).total() == 7; }));
+}
+
+TEST_F(BackgroundLedgerStorageTest, AStoreThatKeepsNothingIsNotAskedWithoutEnd) {
+  remote->full = true;
+  test::MemoryPreferences local;
+  local.values = {{"qlt.wordLedgerDevice", "a"}, {"qlt.wordLedger", json(3)}};
+  const auto storage = open();
+  WordStatsStore stats(storage.get(), local, "Phone", "iphone", WordCalendar("UTC", "en_GB"),
+                       [] { return 1'785'880'800'000; });
+  const auto lookTwice = [&](int refused) {
+    ASSERT_TRUE(eventually([&] { return remote->refusals() >= refused; }));
+    for (int round = 0; round < 2; ++round) {
+      const int before = remote->looksSoFar();
+      storage->refresh();
+      ASSERT_TRUE(eventually([&] { return remote->looksSoFar() > before; }));
+    }
+    EXPECT_EQ(remote->refusals(), refused);
+  };
+  lookTwice(1);
+  stats.record(2);
+  lookTwice(2);
+  remote->makeRoom();
+  stats.record(1);
+  EXPECT_TRUE(eventually([&] { return JSONCoding::decode<WordLedger>(remote->value("words.a")).total() == 6; }));
 }
 
 TEST_F(BackgroundLedgerStorageTest, EndsWithItsWritesDoneOrAloneIfTheStoreHangs) {
