@@ -77,8 +77,8 @@ struct HTTPSession::Pool {
   }
 };
 
-/// One request and its answer, on the network thread. Runs by itself, so that a name lookup, which can't be
-/// interrupted, never keeps its caller waiting.
+/// One request and its answer, on the network thread. Runs by itself, so that nothing that takes long to end keeps its
+/// caller waiting.
 class HTTPSession::Exchange : public std::enable_shared_from_this<Exchange> {
  public:
   Exchange(const Executor& network, std::shared_ptr<asio::ssl::context> tls, std::shared_ptr<Pool> pool,

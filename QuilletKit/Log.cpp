@@ -4,6 +4,8 @@
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/sinks/systemd_sink.h>
 #include <spdlog/spdlog.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <memory>
@@ -30,9 +32,17 @@ spdlog::level::level_enum spdLevel(Level level) {
   return spdlog::level::err;
 }
 
+/// The variable says which file the journal is: who was started from a session inherits it and has another one.
+bool isJournal(int descriptor) {
+  const char* const stream = std::getenv("JOURNAL_STREAM");
+  struct stat status {};
+  return stream != nullptr && ::fstat(descriptor, &status) == 0 &&
+         fmt::format("{}:{}", status.st_dev, status.st_ino) == stream;
+}
+
 std::shared_ptr<spdlog::logger> makeLogger(std::string_view program) {
   spdlog::sink_ptr sink;
-  if (std::getenv("JOURNAL_STREAM") != nullptr) {
+  if (isJournal(STDERR_FILENO)) {
     sink = std::make_shared<spdlog::sinks::systemd_sink_mt>(std::string(program));
     sink->set_pattern("%v");
   } else {

@@ -3,7 +3,6 @@
 
 #include <sys/socket.h>
 
-#include <boost/asio/connect.hpp>
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/ssl/host_name_verification.hpp>
 #include <boost/asio/use_awaitable.hpp>
@@ -41,13 +40,10 @@ std::variant<NetworkStream::Socket, NetworkStream::TLS> makeStream(const Executo
 }  // namespace
 
 NetworkStream::NetworkStream(const Executor& network, asio::ssl::context& tls, bool secure)
-    : stream_(makeStream(network, tls, secure)) {}
+    : stream_(makeStream(network, tls, secure)), dialer_(network) {}
 
 Awaitable<void> NetworkStream::connect(ServiceURL url) {
-  asio::ip::tcp::resolver resolver(get_executor());
-  const auto endpoints = co_await resolver.async_resolve(url.host, url.effectivePort(), asio::use_awaitable);
-  if (closed_) throw system_error(asio::error::operation_aborted);
-  co_await asio::async_connect(next_layer(), endpoints, asio::use_awaitable);
+  next_layer() = co_await dialer_.dial(url.host, url.effectivePort());
   next_layer().set_option(asio::ip::tcp::no_delay(true));
   if (secure()) co_await shakeHands(url.host);
 }
@@ -66,7 +62,7 @@ Awaitable<void> NetworkStream::shakeHands(const std::string& host) {
 }
 
 void NetworkStream::close() {
-  closed_ = true;
+  dialer_.cancel();
   error_code ignored;
   next_layer().close(ignored);
 }

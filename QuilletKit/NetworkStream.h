@@ -12,6 +12,7 @@
 #include <utility>
 #include <variant>
 
+#include "QuilletKit/Dialer.h"
 #include "QuilletKit/RequestSigner.h"
 #include "QuilletKit/Task.h"
 
@@ -60,7 +61,7 @@ class NetworkStream {
   Awaitable<void> shakeHands(const std::string& host);
 
   std::variant<Socket, TLS> stream_;
-  bool closed_ = false;
+  Dialer dialer_;
 };
 
 /// The end of a WebSocket drops the connection: what mattered was said by the close frames.

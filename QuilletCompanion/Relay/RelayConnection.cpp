@@ -128,8 +128,9 @@ void RelayConnection::scheduleReconnect() {
   if (!running_ || asleep_) return;
   if (!networkAvailable_) return state_.set(Phase::offline);
   const std::chrono::milliseconds delay(static_cast<std::int64_t>(backoff_.nextDelay(jitter_()) * 1000));
-  reconnectTask_.start([weak = weak_from_this(), time = time_, delay]() -> Awaitable<void> {
+  reconnectTask_.start([weak = weak_from_this(), time = time_, delay](Task::Token token) -> Awaitable<void> {
     co_await time.sleep(delay);
+    if (token.cancelled()) co_return;  // after the sleep had ended
     if (const auto self = weak.lock()) self->connect();
   });
   state_.set(Reconnecting{time_.now() + delay.count()});

@@ -63,6 +63,7 @@ TEST(InstanceLock, IsHeldOnceAndGivenBack) {
     EXPECT_TRUE(first.isHeld());
     EXPECT_FALSE(InstanceLock(folder.path() / "new").isHeld());
   }
+  EXPECT_EQ(std::filesystem::status(folder.path() / "new").permissions(), std::filesystem::perms::owner_all);
   EXPECT_TRUE(InstanceLock(folder.path() / "new").isHeld());
 }
 
