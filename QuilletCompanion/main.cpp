@@ -115,15 +115,23 @@ int usageError(const std::string& message) {
   return kUsage;
 }
 
-/// Lets what was suspended in the model end before what it refers to goes away; an insertion that runs, too.
+/// Serves the event loop until the condition holds, for a second at most.
+template <typename Condition>
+void serveUntil(Condition condition) {
+  const QDeadlineTimer deadline(1000);
+  while (!condition() && !deadline.hasExpired()) QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+}
+
+/// Lets what was suspended in the model end before what it refers to goes away. An insertion that takes long is broken
+/// off.
 void drain(std::shared_ptr<AppModel> model) {
   model->stopServices();
+  serveUntil([&] { return !model->isFinishing(); });
+  model->abandonInsertions();
+  serveUntil([&] { return !model->isFinishing(); });
   const std::weak_ptr<AppModel> left = model;
-  const QDeadlineTimer deadline(1000);
-  const auto serve = [] { QCoreApplication::processEvents(QEventLoop::AllEvents, 10); };
-  while (model->isFinishing() && !deadline.hasExpired()) serve();
   model.reset();
-  while (!left.expired() && !deadline.hasExpired()) serve();
+  serveUntil([&] { return left.expired(); });
   QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
 }
 

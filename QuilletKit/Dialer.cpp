@@ -139,7 +139,7 @@ Awaitable<Dialer::Endpoints> Dialer::find(std::string host, std::string port) {
 
 Awaitable<Dialer::Socket> Dialer::connect(Endpoints endpoints) {
   const auto race = race_ = std::make_shared<Race>(network_);
-  for (auto next = endpoints.begin(); !race->winner && !cancelled_; ) {
+  for (auto next = endpoints.begin(); !race->winner && !cancelled_;) {
     if (next != endpoints.end()) race->begin(*next++);
     if (next != endpoints.end()) {
       race->news.expires_after(kHeadStart);

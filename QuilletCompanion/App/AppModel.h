@@ -55,6 +55,9 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   void stopServices();
   /// Whether, after a stop, an insertion is still running; its outcome is then yet to be journalled.
   bool isFinishing() const { return !lastHandler_.expired(); }
+  /// After `stopServices`: what is still being inserted ends at its next step. Its outcome is never written down, so
+  /// that a later start tells it as uncertain.
+  void abandonInsertions();
 
   // What front ends observe.
   const Observable<std::string>& macName() const { return upkeep_.macName(); }

@@ -68,10 +68,13 @@ void AppModel::stopServices() {
   deviceId_.set(std::nullopt);
 }
 
+void AppModel::abandonInsertions() {
+  for (auto& retired : retired_) retired.inserter.reset();
+}
+
 void AppModel::resetLocal() {
   stopServices();
-  // What is still being inserted ends here, or it would write its outcome into the new device's journal.
-  for (auto& retired : retired_) retired.inserter.reset();
+  abandonInsertions();  // or one would write its outcome into the new device's journal
   try {
     DeviceIdentity::remove(parts_.secretStore);
   } catch (const std::exception&) {

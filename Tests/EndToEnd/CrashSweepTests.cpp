@@ -235,5 +235,20 @@ TEST_F(TypingCrashSweep, KilledAtAnyChunkItTypesNothingTwiceAndGivesTheKeyboardB
   EXPECT_GT(cutShort, 1) << "never killed between chunks";
 }
 
+TEST_F(TypingCrashSweep, AskedToEndInTheMidstOfALongTextItBreaksOffInOrder) {
+  words = words.repeated(100);
+  const auto what = prepare("long");
+  deliver(what);
+  ASSERT_TRUE(eventually([&] { return inEditor().size() > 40; }));
+  desktop.say("quit\n");
+  EXPECT_EQ(desktop.exitCode(), 0);
+  EXPECT_TRUE(keyboard.symbols() == untouched && keyboard.nothingHeld());
+  ASSERT_TRUE(startDesktop());
+  const Told told = repeat(what);
+  EXPECT_EQ(told.outcome, "uncertain");
+  expectTruth(told, what);
+  EXPECT_EQ(cutShort, 1);
+}
+
 }  // namespace
 }  // namespace quillet::test

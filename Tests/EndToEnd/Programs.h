@@ -28,6 +28,11 @@ class Program {
   }
   void say(const char* line) { process_->write(line); }
   bool running() const { return process_ && process_->state() != QProcess::NotRunning; }
+  /// Waits for its end; -1 if it doesn't end by itself, or not in order.
+  int exitCode() {
+    const bool ended = eventually([this] { return !running(); });
+    return ended && process_->exitStatus() == QProcess::NormalExit ? process_->exitCode() : -1;
+  }
   void kill() {
     if (!process_) return;
     process_->kill();
