@@ -82,7 +82,7 @@ class HTTPConnection final : public ServerConnection {
 
   Awaitable<void> run() {
     bool open = co_await handshake();
-    while (open) open = co_await serveOne();
+    while (open && !finishing_) open = co_await serveOne();
     co_await shutDown();
   }
 

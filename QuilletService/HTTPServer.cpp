@@ -104,9 +104,9 @@ void HTTPServer::stop(std::function<void()> done) {
   done_ = std::move(done);
   boost::system::error_code ignored;
   acceptor_.close(ignored);
-  service_.hub.shutDown();
   const auto open = connections_;
   for (ServerConnection* connection : open) connection->finish();
+  service_.hub.shutDown();  // who waited there is answered, and is to know that it is the last answer
   if (connections_.empty() && done_) std::exchange(done_, nullptr)();
 }
 

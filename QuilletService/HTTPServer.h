@@ -23,6 +23,7 @@ struct ServerLimits {
   std::chrono::milliseconds body{60'000};        ///< For a request's body, and for writing a response.
   std::chrono::milliseconds relayIdle{90'000};   ///< A relay socket without a frame.
   std::chrono::milliseconds relayStall{30'000};  ///< One frame that a desktop doesn't take.
+  std::chrono::milliseconds relayClose{5'000};   ///< For a relay socket's close, the desktop's answer included.
   std::size_t relayMessage = 1 << 20;            ///< One frame of a desktop, in bytes.
   std::size_t relayQueue = 8 << 20;              ///< Frames that a desktop hasn't taken yet, in bytes.
   std::size_t connections = 50'000;              ///< In all; 0 for any number.

@@ -32,9 +32,9 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
         device_(std::move(device)),
         limits_(limits),
         idle_(socket_.get_executor(), [this] { abort(); }),
-        ended_(socket_.get_executor(), boost::asio::steady_timer::time_point::max()) {}
+        news_(socket_.get_executor(), boost::asio::steady_timer::time_point::max()) {}
 
-  /// Answers the upgrade and serves the socket until it ends.
+  /// Answers the upgrade and serves the socket until it ends. The caller holds the session until then.
   Awaitable<void> run(Upgrade upgrade) {
     boost::system::error_code error;
     configure();
@@ -42,9 +42,10 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
     if (error) co_return;
     guarded([this] { service_.relay.connected(device_, *this); });
     readNext();
-    co_await ended_.async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, error));
+    co_await news_.async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, error));
     closing_ = true;
     guarded([this] { service_.relay.disconnected(device_, *this); });
+    co_await settle();
   }
 
   void send(std::string frame) override {
@@ -62,46 +63,75 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
 
   void close(int closeCode) override {
     if (std::exchange(closing_, true)) return;
+    // A limit of our own: the stream's begins only once the close frame's turn to be written has come.
+    idle_.watch(limits_.relayClose);
     socket_.async_close(boost::beast::websocket::close_reason(static_cast<std::uint16_t>(closeCode)),
-                        [self = this->shared_from_this()](boost::system::error_code) {});
+                        underWay([](boost::system::error_code) {}));
   }
 
   void abort() {
     closing_ = true;
     boost::system::error_code ignored;
     boost::beast::get_lowest_layer(socket_).close(ignored);
+    over();
   }
 
  private:
   static constexpr std::size_t kFrameCost = 64;  ///< What a queued frame takes beside its text.
+  static constexpr std::chrono::seconds kSettleLimit{1};
 
   void configure() {
     namespace websocket = boost::beast::websocket;
     // The stream's own limit on silence would set a timer anew for every frame. Ours doesn't see control frames: a
     // callback for them makes a close that both sides begin at once hang.
-    socket_.set_option(websocket::stream_base::timeout{std::chrono::seconds(5), websocket::stream_base::none(), false});
+    socket_.set_option(websocket::stream_base::timeout{limits_.header, websocket::stream_base::none(), false});
     socket_.read_message_max(limits_.relayMessage);
     socket_.auto_fragment(false);
     socket_.text(true);
   }
 
+  /// What is called at the end of an operation of the socket.
+  template <typename Done>
+  auto underWay(Done done) {
+    ++operations_;
+    return [this, weak = this->weak_from_this(), done](boost::system::error_code error, auto... size) {
+      const auto self = weak.lock();
+      if (!self) return;
+      --operations_;
+      done(error, size...);
+      if (operations_ == 0 && closing_) over();
+    };
+  }
+
+  /// `run` looks, now or when it next waits.
+  void over() { news_.expires_at(boost::asio::steady_timer::time_point::min()); }
+
+  /// Waits for the operations under way, since TLS's refer to the stream until they end. Not for long: a close that
+  /// meets a frame that is no UTF-8 leaves the stream waiting for itself, and its handlers are let go with it.
+  Awaitable<void> settle() {
+    if (operations_ == 0) co_return;
+    boost::system::error_code ignored;
+    news_.expires_after(kSettleLimit);
+    co_await news_.async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, ignored));
+  }
+
   void readNext() {
-    idle_.watch(limits_.relayIdle);
+    if (!closing_) idle_.watch(limits_.relayIdle);
     readMore();
   }
 
   // By a callback, since a coroutine that goes on for every frame is a good part of what a frame costs here.
   void readMore() {
     socket_.async_read_some(roomForMessage(buffer_),
-                            [self = this->shared_from_this()](boost::system::error_code error, std::size_t size) {
-                              self->buffer_.commit(size);
-                              self->didRead(error);
-                            });
+                            underWay([this](boost::system::error_code error, std::size_t size) {
+                              buffer_.commit(size);
+                              didRead(error);
+                            }));
   }
 
   void didRead(boost::system::error_code error) {
     if (error) {
-      ended_.cancel();
+      over();
     } else if (!socket_.is_message_done()) {
       readMore();
     } else {
@@ -126,11 +156,11 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
   void writeNext() {
     writeBegan_ = std::chrono::steady_clock::now();
     socket_.async_write(boost::asio::buffer(queue_.front()),
-                        [self = this->shared_from_this()](boost::system::error_code error, std::size_t) {
-                          self->queuedBytes_ -= self->queue_.front().size() + kFrameCost;
-                          self->queue_.pop_front();
-                          if (!error && !self->queue_.empty()) self->writeNext();
-                        });
+                        underWay([this](boost::system::error_code error, std::size_t) {
+                          queuedBytes_ -= queue_.front().size() + kFrameCost;
+                          queue_.pop_front();
+                          if (!error && !queue_.empty()) writeNext();
+                        }));
   }
 
   /// A failing database must not take the socket down with it, nor the process.
@@ -153,7 +183,8 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
   std::chrono::steady_clock::time_point writeBegan_;
   bool closing_ = false;
   Watchdog idle_;
-  boost::asio::steady_timer ended_;  ///< Never runs out; cancelled at the end.
+  int operations_ = 0;
+  boost::asio::steady_timer news_;  ///< Runs out when there is something for `run` to look at.
 };
 
 }  // namespace quillet

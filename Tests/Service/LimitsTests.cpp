@@ -187,6 +187,26 @@ TEST_F(SlowReaderTest, AFrameThatIsNotTakenInTimeEndsTheSocket) {
   EXPECT_EQ(service->metrics.slowReadersDropped, 1U);
 }
 
+TEST_F(SlowReaderTest, AClosedSocketEndsWhateverItsDesktopDoes) {
+  serve({.relayClose = 60ms, .relayQueue = 1 << 30});
+  const std::string masked = "\x81\xfe\x10" + std::string(5, '\0');  // a text of 4096 bytes begins
+  play([&]() -> Awaitable<void> {
+    co_await enrol();
+    const std::size_t others = server->connections();
+    for (const bool reads : {true, false}) {
+      Socket socket = co_await deafDesktop();
+      if (reads) co_await write(socket, masked + std::string(100, 'x'));
+      if (!reads) push(30'000'000);
+      co_await asio::post(context, asio::use_awaitable);
+      service->hub.disconnect(mac.id(), 1000);
+      co_await asio::post(context, asio::use_awaitable);
+      if (reads) co_await write(socket, std::string(64, '\xff'));
+      while (server->connections() > others) co_await asio::post(context, asio::use_awaitable);
+      EXPECT_FALSE(service->hub.isOnline(mac.id()));
+    }
+  });
+}
+
 TEST(AddressLimiterTest, CountsNetworksOfSixAndMappedFours) {
   const auto key = [](const char* text) { return addressKey(asio::ip::make_address(text)); };
   EXPECT_EQ(key("2001:db8:1:2:3:4:5:6"), key("2001:db8:1:2:ffff::1"));
