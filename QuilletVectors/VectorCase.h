@@ -4,6 +4,7 @@
 #include <boost/algorithm/hex.hpp>
 #include <boost/json.hpp>
 #include <iterator>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -85,8 +86,8 @@ inline std::string nameOf(EnvelopeError::Code code) {
   return kNames[static_cast<std::size_t>(code)];
 }
 
-/// How the vectors call the failure that is being handled.
-inline std::string nameOfCurrentFailure() {
+/// How the vectors call the failure that is being handled; absent for one that isn't the kit's own.
+inline std::optional<std::string> nameOfCurrentFailure() {
   try {
     throw;
   } catch (const EnvelopeError& error) {
@@ -101,8 +102,8 @@ inline std::string nameOfCurrentFailure() {
     return "decoding";
   } catch (const APIError& error) {
     return error.server() != nullptr ? "server" : "decoding";
-  } catch (const std::exception& error) {
-    return std::string("an unexpected failure (") + error.what() + ")";
+  } catch (const std::exception&) {
+    return std::nullopt;
   }
 }
 

@@ -377,4 +377,7 @@ inline constexpr Kind kKinds[] = {
     {"parse", "bodyHex", checkUploadParse},
 };
 
+/// Kinds of vectors for what the kit doesn't have; they are skipped.
+inline constexpr std::string_view kKindsOfOthers[] = {"wavHeader"};
+
 }  // namespace quillet::vectors

@@ -75,6 +75,7 @@ int run(int argc, char** argv) {
   Tally tally;
   for (const auto& path : paths) runPath(path, tally);
   asJSON ? printJSON(tally) : printLines(tally);
+  if (tally.checkedNothing()) throw InputError("there was nothing to check");
   return tally.failures.empty() ? 0 : 1;
 }
 

@@ -58,11 +58,30 @@ TEST_F(ChangedVector, FailsWhereTheKitDiffers) {
       R"("decoding","kind":"serverFrame","in":{"json":"{\"type\":\"news\"}"},"out":{"value":{"unknown":true}}}]})",
       R"("decoding","kind":"response","in":{"type":"OK","status":500,"bodyText":"{}"}}]})",
       R"("anyError","kind":"codeNormalise","in":{"text":"a"},"out":{"code":"A"}}]})",
+      R"("anyError","kind":"codeNormalise","in":{"txet":"a"},"out":{"code":"A"}}]})",
+      R"("anyError","kind":"decode","in":{"type":"OK"}}]})",
+      R"("ok","kind":"dance","in":{}}]})",
+      R"("ok","kind":"sign","in":{"feilds":{}}}]})",
   };
-  for (const std::string& each : wrong) EXPECT_EQ(run(start + each).failures.size(), 1U) << each;
-  const Tally unknown = run(start + R"("ok","kind":"dance","in":{}}]})");
-  EXPECT_EQ(unknown.skipped, 1);
-  EXPECT_EQ(unknown.passed, 0);
+  for (const std::string& each : wrong) {
+    const Tally tally = run(start + each);
+    EXPECT_EQ(tally.failures.size(), 1U) << each;
+    EXPECT_EQ(tally.passed, 0) << each;
+  }
+}
+
+TEST_F(ChangedVector, FailsWhereAPublishedOneCannotBeRun) {
+  const std::string test = R"("testGroups":[{"tests":[{"tcId":1,"result":"invalid","ikm":"","salt":"","info":""}]}]})";
+  for (const char* algorithm : {"HKDF-SHA-256", "HKDF-MD5"}) {
+    const Tally tally = run(std::string(R"({"algorithm":")") + algorithm + "\"," + test);
+    EXPECT_EQ(tally.failures.size(), 1U) << algorithm;
+    EXPECT_EQ(tally.passed, 0) << algorithm;
+  }
+}
+
+TEST_F(ChangedVector, KnowsWhenNothingWasChecked) {
+  EXPECT_TRUE(run(R"({"cases":[]})").checkedNothing());
+  EXPECT_TRUE(run(R"({"cases":[{"id":"x","expect":"ok","kind":"wavHeader","in":{}}]})").checkedNothing());
 }
 
 TEST_F(ChangedVector, RefusesWhatHoldsNoVectors) {
