@@ -5,6 +5,7 @@
 
 #include "QuilletKit/Base64URL.h"
 #include "QuilletKit/SecretStore.h"
+#include "QuilletPhone/PhoneFolder.h"
 
 namespace quillet {
 namespace {
@@ -13,15 +14,15 @@ constexpr auto kPollInterval = std::chrono::seconds(1);
 constexpr std::int64_t kIdentityGraceMilliseconds = 5'000;
 constexpr int kLongestWaitSeconds = 20;
 constexpr int kNotFound = 404;
+constexpr int kServerFailure = 500;
 
 FileSecretStore keyStore(const std::filesystem::path& folder) {
   return {folder / "keys", "quillet-phone"};
 }
 
-ServiceURL serviceURL(const std::string& text) {
-  auto url = ServiceURL::parse(text);
-  if (!url) throw PhoneError(PhoneExit::usage, "The service's address \"" + text + "\" is not an http or https URL.");
-  return *url;
+std::runtime_error keysFailed(const std::filesystem::path& folder, const std::string& reason) {
+  return std::runtime_error("The keys in \"" + (folder / "keys").string() + "\" can't be used: " + reason +
+                            ". \"quillet-phone reset\" forgets this phone here.");
 }
 
 /// The service's failures in the phone's terms.
@@ -34,6 +35,33 @@ Awaitable<T> asked(Awaitable<T> operation) {
     failure = phoneError(error);
   }
   throw *failure;
+}
+
+/// Whether the service may have done what it was asked, only that its answer got lost or was none of its own.
+bool isLost(const PhoneError& error) {
+  if (error.exit == PhoneExit::unreachable) return true;
+  return error.exit == PhoneExit::serviceRefused && (error.status == 0 || error.status >= kServerFailure);
+}
+
+/// Absent for an answer that got lost.
+template <typename T>
+Awaitable<std::optional<T>> unlessLost(Awaitable<T> operation) {
+  try {
+    co_return co_await asked(std::move(operation));
+  } catch (const PhoneError& error) {
+    if (!isLost(error)) throw;
+  }
+  co_return std::nullopt;
+}
+
+PhoneError uncertain(const std::string& reason, const std::string& utteranceId) {
+  PhoneError error(PhoneExit::uncertain, reason + " The text may have gone in.");
+  error.utteranceId = utteranceId;
+  return error;
+}
+
+bool isOpen(DeliveryTransportState state) {
+  return state == DeliveryTransportState::queued || state == DeliveryTransportState::received;
 }
 
 /// Opens what must come from the paired Mac.
@@ -56,6 +84,19 @@ Crypto::Key macKeyOf(const ClaimPairingResponse& response, const std::optional<P
     throw PhoneError(PhoneExit::verificationFailed, "The service gave another key than the invitation.");
   }
   return key;
+}
+
+PeerIdentity macFrom(const Phone::Claim& claim, const std::string& sealedIdentity) {
+  PeerIdentity mac;
+  try {
+    mac = claim.crypto.openIdentity(sealedIdentity, claim.macDeviceId);
+  } catch (const std::exception&) {
+    throw PhoneError(PhoneExit::verificationFailed, "Pairing could not be verified.");
+  }
+  if (mac.platform == DevicePlatform::ios) {
+    throw PhoneError(PhoneExit::verificationFailed, "Pairing could not be verified: the other side is a phone.");
+  }
+  return mac;
 }
 
 }  // namespace
@@ -82,9 +123,22 @@ Phone::Phone(PhoneState state, std::filesystem::path folder, DeviceIdentity iden
       time_(std::move(time)),
       api_(serviceURL(state_.service), identity, session) {}
 
+ServiceURL Phone::serviceURL(const std::string& text) {
+  auto url = ServiceURL::parse(text);
+  if (!url) throw PhoneError(PhoneExit::usage, "The service's address \"" + text + "\" is not an http or https URL.");
+  return *url;
+}
+
 DeviceIdentity Phone::loadIdentity(const std::filesystem::path& folder) {
+  const FolderLock lock(folder);
   FileSecretStore secrets = keyStore(folder);
-  return DeviceIdentity::loadOrCreate(secrets);
+  try {
+    return DeviceIdentity::loadOrCreate(secrets);
+  } catch (const SecretStoreError& error) {
+    throw keysFailed(folder, std::generic_category().message(error.status));
+  } catch (const Crypto::KeyError&) {
+    throw keysFailed(folder, "they are damaged");
+  }
 }
 
 std::string Phone::makeId() {
@@ -128,49 +182,45 @@ Awaitable<void> Phone::cancelPairing(std::string sessionId) {
 }
 
 Awaitable<PeerIdentity> Phone::confirm(Claim claim) {
-  const std::string sealed = claim.crypto.sealIdentity(identity_.peerIdentity(state_.name, DevicePlatform::ios));
-  PairingStatus status = co_await asked(api_.confirmPairing(claim.sessionId, sealed));
   PeerIdentity mac;
-  std::optional<PhoneError> failure;
+  std::exception_ptr failure;
   try {
-    mac = co_await awaitPaired(claim, std::move(status));
-  } catch (const PhoneError& error) {
-    failure = error;
+    const PairingStatus status = co_await awaitPaired(claim);
+    mac = macFrom(claim, *status.peerSealedIdentity);
+    keep(mac);
+  } catch (const std::exception&) {
+    failure = std::current_exception();
   }
   if (failure) {
     // Else the Mac would keep a pair that this phone doesn't know of.
     co_await cancelQuietly(claim.sessionId);
-    throw *failure;
+    std::rethrow_exception(failure);
   }
-  std::erase_if(state_.macs, [&](const PairedMac& known) { return known.identity.deviceId == mac.deviceId; });
-  state_.macs.push_back({mac, time_.now()});
-  state_.save(folder_);
   co_return mac;
 }
 
-Awaitable<PeerIdentity> Phone::awaitPaired(const Claim& claim, PairingStatus status) {
-  while (status.state != PairingState::paired || !status.peerSealedIdentity) {
+Awaitable<PairingStatus> Phone::awaitPaired(const Claim& claim) {
+  const std::string sealed = claim.crypto.sealIdentity(identity_.peerIdentity(state_.name, DevicePlatform::ios));
+  PairingStatus status;
+  for (;;) {
+    // Confirms until the service is known to have it; an answer that got lost is made up for by the next one.
+    const auto answer = co_await unlessLost(status.phoneConfirmed ? api_.pairingStatus(claim.sessionId)
+                                                                  : api_.confirmPairing(claim.sessionId, sealed));
+    if (answer) status = *answer;
+    if (status.state == PairingState::paired && status.peerSealedIdentity) co_return status;
     if (status.state == PairingState::cancelled) throw PhoneError(PhoneExit::pairingFailed, "Pairing was cancelled.");
     if (status.state == PairingState::expired || time_.now() >= claim.expiresAt + kIdentityGraceMilliseconds) {
       throw PhoneError(PhoneExit::pairingFailed, "The pairing request expired.");
     }
     co_await time_.sleep(kPollInterval);
-    try {
-      status = co_await asked(api_.pairingStatus(claim.sessionId));
-    } catch (const PhoneError& error) {
-      if (error.exit != PhoneExit::unreachable) throw;  // a poll that got lost is made up for by the next one
-    }
   }
-  PeerIdentity mac;
-  try {
-    mac = claim.crypto.openIdentity(*status.peerSealedIdentity, claim.macDeviceId);
-  } catch (const std::exception&) {
-    throw PhoneError(PhoneExit::verificationFailed, "Pairing could not be verified.");
-  }
-  if (mac.platform == DevicePlatform::ios) {
-    throw PhoneError(PhoneExit::verificationFailed, "Pairing could not be verified: the other side is a phone.");
-  }
-  co_return mac;
+}
+
+void Phone::keep(const PeerIdentity& mac) {
+  state_ = PhoneState::change(folder_, [&](PhoneState& state) {
+    std::erase_if(state.macs, [&](const PairedMac& known) { return known.identity.deviceId == mac.deviceId; });
+    state.macs.push_back({mac, time_.now()});
+  });
 }
 
 Awaitable<std::vector<Phone::MacPresence>> Phone::presence() {
@@ -200,11 +250,13 @@ std::optional<ReadinessPayload> Phone::openedReadiness(const PresenceResponse::M
 }
 
 void Phone::learnName(const std::string& macId, const std::string& name) {
-  for (auto& mac : state_.macs) {
-    if (mac.identity.deviceId != macId || mac.identity.name == name || name.empty()) continue;
-    mac.identity.name = name;
-    state_.save(folder_);
-  }
+  const auto* known = state_.mac(macId);
+  if (known == nullptr || known->identity.name == name || name.empty()) return;
+  state_ = PhoneState::change(folder_, [&](PhoneState& state) {
+    for (auto& mac : state.macs) {
+      if (mac.identity.deviceId == macId) mac.identity.name = name;
+    }
+  });
 }
 
 Awaitable<PrepareResultPayload> Phone::prepare(PeerIdentity mac, std::string utteranceId) {
@@ -218,24 +270,65 @@ Awaitable<PrepareResultPayload> Phone::prepare(PeerIdentity mac, std::string utt
   co_return result;
 }
 
+DeliveryRequest Phone::sealed(const PeerIdentity& mac, const std::string& utteranceId, std::string token,
+                              std::string text) const {
+  const DeliveryPayload payload{utteranceId, std::move(token), std::move(text), RecognitionMode::local, time_.now()};
+  return {utteranceId, Envelope::seal(payload, EnvelopePurpose::delivery, identity_, mac)};
+}
+
 Awaitable<Phone::DeliveryReport> Phone::deliver(PeerIdentity mac, std::string utteranceId, std::string token,
                                                 std::string text) {
-  const DeliveryPayload payload{utteranceId, std::move(token), std::move(text), RecognitionMode::local, time_.now()};
-  DeliveryRequest request{utteranceId, Envelope::seal(payload, EnvelopePurpose::delivery, identity_, mac)};
-  const DeliveryStatus status = co_await asked(api_.submitDelivery(mac.deviceId, std::move(request)));
+  DeliveryRequest request = sealed(mac, utteranceId, std::move(token), std::move(text));
+  const auto status = co_await unlessLost(api_.submitDelivery(mac.deviceId, std::move(request)));
+  if (!status) throw uncertain("The service's answer got lost.", utteranceId);
+  co_return reportFrom(*status, mac);
+}
+
+Awaitable<Phone::DeliveryReport> Phone::deliverAndWait(PeerIdentity mac, std::string utteranceId, std::string token,
+                                                       std::string text, Duration limit) {
+  const DeliveryRequest request = sealed(mac, utteranceId, std::move(token), std::move(text));
+  const auto deadline = time_.monotonic() + limit;
+  DeliveryStatus status;  // "unknown" until the service has told another
+  bool submits = true, lost = false;
+  for (;;) {
+    std::optional<DeliveryStatus> answer;
+    try {
+      answer = co_await unlessLost(submits ? api_.submitDelivery(mac.deviceId, request)
+                                           : api_.waitForDelivery(mac.deviceId, utteranceId, waitSeconds(deadline)));
+    } catch (const PhoneError& refused) {
+      if (!lost || status.state != DeliveryTransportState::unknown) throw;
+      throw uncertain(refused.what(), utteranceId);
+    }
+    if (answer) status = *answer;
+    lost = lost || !answer;
+    const bool isUnknown = status.state == DeliveryTransportState::unknown;
+    if ((!isUnknown && !isOpen(status.state)) || time_.monotonic() >= deadline) break;
+    submits = answer && isUnknown;
+    if (!answer || submits) co_await time_.sleep(kPollInterval);
+  }
+  if (status.state == DeliveryTransportState::unknown) {
+    throw uncertain("The service didn't say what became of the delivery.", utteranceId);
+  }
   co_return reportFrom(status, mac);
 }
 
 Awaitable<Phone::DeliveryReport> Phone::wait(PeerIdentity mac, std::string utteranceId, Duration limit) {
   const auto deadline = time_.monotonic() + limit;
-  for (;;) {
-    const auto left = std::chrono::ceil<std::chrono::seconds>(deadline - time_.monotonic()).count();
-    const int seconds = static_cast<int>(std::clamp<std::int64_t>(left, 0, kLongestWaitSeconds));
-    const DeliveryStatus status = co_await asked(api_.waitForDelivery(mac.deviceId, utteranceId, seconds));
-    const auto state = status.state;
-    const bool open = state == DeliveryTransportState::queued || state == DeliveryTransportState::received;
-    if (!open || time_.monotonic() >= deadline) co_return reportFrom(status, mac);
+  auto status = co_await asked(api_.waitForDelivery(mac.deviceId, utteranceId, waitSeconds(deadline)));
+  while (isOpen(status.state) && time_.monotonic() < deadline) {
+    auto answer = co_await unlessLost(api_.waitForDelivery(mac.deviceId, utteranceId, waitSeconds(deadline)));
+    if (answer) {
+      status = *std::move(answer);
+    } else {
+      co_await time_.sleep(kPollInterval);
+    }
   }
+  co_return reportFrom(status, mac);
+}
+
+int Phone::waitSeconds(MonotonicTime deadline) const {
+  const auto left = std::chrono::ceil<std::chrono::seconds>(deadline - time_.monotonic()).count();
+  return static_cast<int>(std::clamp<std::int64_t>(left, 0, kLongestWaitSeconds));
 }
 
 Awaitable<Phone::DeliveryReport> Phone::cancelDelivery(PeerIdentity mac, std::string utteranceId) {
@@ -243,20 +336,21 @@ Awaitable<Phone::DeliveryReport> Phone::cancelDelivery(PeerIdentity mac, std::st
   co_return reportFrom(status, mac);
 }
 
-Awaitable<void> Phone::unpair(PeerIdentity mac) {
+Awaitable<void> Phone::unpair(std::string macId) {
+  const auto isIt = [&](const PairedMac& known) { return known.identity.deviceId == macId; };
+  const bool known = std::any_of(state_.macs.begin(), state_.macs.end(), isIt);
   try {
-    co_await asked(api_.removePair(mac.deviceId));
+    co_await asked(api_.removePair(macId));
   } catch (const PhoneError& error) {
     if (error.status != kNotFound) throw;
+    if (!known) throw PhoneError(PhoneExit::notReady, "No Mac with that id is paired.");
   }
-  std::erase_if(state_.macs, [&](const PairedMac& known) { return known.identity.deviceId == mac.deviceId; });
-  state_.save(folder_);
+  if (known) state_ = PhoneState::change(folder_, [&](PhoneState& state) { std::erase_if(state.macs, isIt); });
 }
 
 Awaitable<void> Phone::rename(std::string name) {
   co_await asked(api_.rename(name));
-  state_.name = std::move(name);
-  state_.save(folder_);
+  state_ = PhoneState::change(folder_, [&](PhoneState& state) { state.name = name; });
 }
 
 Awaitable<void> Phone::deleteCloudData() {
@@ -265,13 +359,20 @@ Awaitable<void> Phone::deleteCloudData() {
   } catch (const PhoneError& error) {
     if (error.code != "device_revoked") throw;
   }
-  reset();
+  reset(folder_);
 }
 
-void Phone::reset() {
-  FileSecretStore secrets = keyStore(folder_);
-  DeviceIdentity::remove(secrets);
-  std::filesystem::remove(folder_ / "phone.json");
+void Phone::reset(const std::filesystem::path& folder) {
+  if (std::error_code unclear; !std::filesystem::exists(folder, unclear) && !unclear) return;
+  const FolderLock lock(folder);
+  FileSecretStore secrets = keyStore(folder);
+  try {
+    DeviceIdentity::remove(secrets);
+  } catch (const SecretStoreError& error) {
+    throw std::runtime_error("The keys in \"" + (folder / "keys").string() +
+                             "\" can't be removed: " + std::generic_category().message(error.status) + ".");
+  }
+  std::filesystem::remove(folder / "phone.json");
 }
 
 Phone::DeliveryReport Phone::reportFrom(const DeliveryStatus& status, const PeerIdentity& mac) const {

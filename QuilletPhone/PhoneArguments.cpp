@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <array>
+#include <charconv>
 
+#include "QuilletKit/FolderLedgerStorage.h"
+#include "QuilletKit/Unicode.h"
 #include "QuilletPhone/PhoneCommands.h"
 
 namespace quillet {
@@ -17,11 +20,12 @@ A phone for Quillet, as a command-line program.
   macs                                 the paired Macs
   presence                             which of them are there, and whether text can go in
   say TEXT [--mac MAC]                 prepare, deliver, wait, and verify the result
-  unpair [--mac MAC]                   end a pairing (also: revoke)
+  unpair [MAC]                         end a pairing (also: revoke); the whole id of a Mac that
+                                       only the service knows of will do
   rename NAME                          the name that Macs show
   words                                how many words went in
-  delete [--yes]                       delete this phone at the service, then here
-  reset [--yes]                        forget keys and pairs here only
+  delete [--yes] [--service URL]       delete this phone at the service, then here
+  reset [--yes]                        forget keys and pairs here only, also damaged ones
 
 The steps of "say", one by one:
   prepare [--utterance ID]             ask for a target; prints its token
@@ -30,27 +34,80 @@ The steps of "say", one by one:
   cancel ID                            take a delivery back that hasn't reached the Mac
 
 Options:
-  --json           one JSON object on standard output
+  --json           one JSON object a line on standard output, errors too
   --state FOLDER   where this phone keeps its keys and pairs
                    (default: quillet-phone in the XDG data home)
   --mac MAC        a Mac's name or the start of its id; not needed when one is paired
   --yes            take the four words as compared, or the question as answered (for scripts)
-  --words FOLDER   where word counts are shared with the Macs; a folder kept in step between them
+  --words FOLDER   where word counts are shared with the Macs; a folder kept in step between
+                   them ("" for none)
   --seconds N      how long "say" and "wait" wait for a result
-  --help, --version
+  --               what follows are no options
+  -h, --help, --version
 
 Exit codes: 0 done, 1 failure on this machine, 2 wrong usage, 3 not set up or no such Mac,
-4 service unreachable, 5 service refused, 6 the Mac refused, 7 uncertain (the text may have
-gone in), 8 pairing failed, 9 an answer could not be verified, 10 no result in time.
+4 service unreachable, 5 service refused or knows no such delivery, 6 the Mac refused,
+7 uncertain (the text may have gone in: also when the delivery expired, or the service's answer
+got lost), 8 pairing failed, 9 an answer could not be verified, 10 no result in time,
+11 the delivery was cancelled (nothing went in), 12 too late to cancel.
+After 7 and 10, "wait" with the utterance's id tells more.
 )";
 
 namespace {
 
 constexpr std::array<std::string_view, 7> kValued{"state", "service", "name", "mac", "utterance", "seconds", "words"};
 constexpr std::array<std::string_view, 3> kFlags{"yes", "help", "version"};
+constexpr std::size_t kLongestName = 64;
+
+struct Command {
+  std::string_view name;
+  std::size_t fewest, most;  ///< Operands.
+  std::string_view operands;
+};
+constexpr std::array<Command, 15> kCommands{{{"init", 0, 0, ""},
+                                             {"pair", 1, 1, "code or invitation"},
+                                             {"macs", 0, 0, ""},
+                                             {"presence", 0, 0, ""},
+                                             {"say", 1, 1, "text"},
+                                             {"unpair", 0, 1, ""},
+                                             {"revoke", 0, 1, ""},
+                                             {"rename", 1, 1, "name"},
+                                             {"words", 0, 0, ""},
+                                             {"delete", 0, 0, ""},
+                                             {"reset", 0, 0, ""},
+                                             {"prepare", 0, 0, ""},
+                                             {"deliver", 2, 2, "token or text"},
+                                             {"wait", 1, 1, "utterance's id"},
+                                             {"cancel", 1, 1, "utterance's id"}}};
 
 bool isOneOf(const auto& list, std::string_view name) {
   return std::find(list.begin(), list.end(), name) != list.end();
+}
+
+PhoneError wrongUsage(const std::string& message) {
+  return {PhoneExit::usage, message};
+}
+
+void checkOperands(const PhoneArguments& given) {
+  const auto command =
+      std::find_if(kCommands.begin(), kCommands.end(), [&](const Command& each) { return each.name == given.command; });
+  if (given.command.empty()) throw wrongUsage("No command. Try \"quillet-phone --help\".");
+  if (command == kCommands.end()) {
+    throw wrongUsage("Unknown command \"" + given.command + "\". Try \"quillet-phone --help\".");
+  }
+  const std::size_t count = given.operands.size();
+  if (count < command->fewest) throw wrongUsage("The " + std::string(command->operands) + " is missing.");
+  if (count > command->most) {
+    throw wrongUsage("\"" + given.operands[command->most] + "\" is too much for \"" + given.command +
+                     "\". A text of several words needs quotation marks.");
+  }
+}
+
+/// An utterance's id goes into a path.
+void checkId(const std::string& id) {
+  const bool fits =
+      !id.empty() && Unicode::isValidUTF8(id) && id.find_first_of(" ?#%/|") == id.npos && !Unicode::containsControl(id);
+  if (!fits) throw wrongUsage("\"" + id + "\" can't be an utterance's id.");
 }
 
 }  // namespace
@@ -72,18 +129,62 @@ PhoneArguments PhoneArguments::parse(const std::vector<std::string>& arguments) 
     } else if (isOneOf(kFlags, name)) {
       parsed.options[name] = "";
     } else if (isOneOf(kValued, name)) {
-      if (++i == arguments.size()) throw PhoneError(PhoneExit::usage, "\"" + argument + "\" needs a value.");
+      if (++i == arguments.size()) throw wrongUsage("\"" + argument + "\" needs a value.");
       parsed.options[name] = arguments[i];
     } else {
-      throw PhoneError(PhoneExit::usage, "Unknown option \"" + argument + "\".");
+      throw wrongUsage("Unknown option \"" + argument + "\".");
     }
   }
   return parsed;
 }
 
+void PhoneArguments::check() const {
+  checkOperands(*this);
+  waitLimit();
+  if (has("name")) deviceName(option("name"));
+  if (command == "rename") deviceName(operands[0]);
+  if (has("service")) Phone::serviceURL(option("service"));
+  if (const auto folder = option("words"); !folder.empty() && !FolderLedgerStorage::folderFrom(folder)) {
+    throw wrongUsage("\"" + folder + "\" is not an absolute path.");
+  }
+  if (has("utterance")) checkId(option("utterance"));
+  if (command == "wait" || command == "cancel") checkId(operands[0]);
+  if (command == "deliver" && !has("utterance")) throw wrongUsage("\"deliver\" needs --utterance ID.");
+  const bool unpairs = command == "unpair" || command == "revoke";
+  const bool namesMac = unpairs && !operands.empty();
+  if (namesMac && has("mac")) throw wrongUsage("Name the Mac once: as the operand, or with --mac.");
+  if ((has("mac") && option("mac").empty()) || (namesMac && operands[0].empty())) {
+    throw wrongUsage("The Mac's name is empty.");
+  }
+  for (const auto& each : operands) {
+    if (!Unicode::isValidUTF8(each)) throw wrongUsage("What is given is not UTF-8.");
+  }
+}
+
 std::string PhoneArguments::option(const std::string& name, const std::string& fallback) const {
   const auto found = options.find(name);
   return found == options.end() ? fallback : found->second;
+}
+
+bool PhoneArguments::wantsHelp() const {
+  return has("help") || command == "help" || command == "-h";
+}
+
+Duration PhoneArguments::waitLimit() const {
+  const std::string text = option("seconds", "60");
+  int seconds = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+  if (error != std::errc() || end != text.data() + text.size() || seconds < 0) {
+    throw wrongUsage("\"" + text + "\" is not a number of seconds.");
+  }
+  return std::chrono::seconds(seconds);
+}
+
+std::string PhoneArguments::deviceName(const std::string& given) {
+  if (!Unicode::isValidUTF8(given)) throw wrongUsage("That is no name.");
+  std::string name(Unicode::cutToClusters(Unicode::trim(given), kLongestName));
+  if (name.empty()) throw wrongUsage("That is no name.");
+  return name;
 }
 
 }  // namespace quillet

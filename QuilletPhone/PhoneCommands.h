@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <iosfwd>
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,15 +19,22 @@ struct PhoneArguments {
 
   /// Throws PhoneError(usage).
   static PhoneArguments parse(const std::vector<std::string>& arguments);
+  /// Throws PhoneError(usage) unless there is such a command and its operands and all values can be used.
+  void check() const;
   std::string option(const std::string& name, const std::string& fallback = "") const;
   bool has(const std::string& name) const { return options.contains(name); }
+  bool wantsHelp() const;
+  /// How long to wait for a result. Throws PhoneError(usage).
+  Duration waitLimit() const;
+  /// As it is sent: trimmed and cut. Throws PhoneError(usage) for what is no name.
+  static std::string deviceName(const std::string& given);
 };
 
 extern const char* const kPhoneHelp;
 
-/// Runs one command to its end. Answers go to `out`, questions and errors to `err`, replies to questions come from
-/// `in`. `defaultFolder` is used unless --state names another.
-PhoneExit runPhone(const PhoneArguments& arguments, const std::filesystem::path& defaultFolder, std::istream& in,
-                   std::ostream& out, std::ostream& err);
+/// Runs one command to its end. Answers go to `out`, questions, notes and errors to `err` (errors to `out` with
+/// --json), replies to questions come from `in`. `defaultFolder` is used unless --state names another.
+PhoneExit runPhone(const std::vector<std::string>& arguments, const std::filesystem::path& defaultFolder,
+                   std::istream& in, std::ostream& out, std::ostream& err);
 
 }  // namespace quillet

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletPhone/PhoneState.h"
 
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 
-#include "QuilletKit/AtomicFile.h"
 #include "QuilletKit/JSONFields.h"
 #include "QuilletKit/WireCoding.h"
+#include "QuilletPhone/PhoneFolder.h"
 
 namespace quillet {
 
@@ -24,18 +22,30 @@ constexpr auto jsonFields(std::type_identity<PhoneState>) {
 
 std::optional<PhoneState> PhoneState::load(const std::filesystem::path& folder) {
   const auto path = folder / "phone.json";
-  if (!std::filesystem::exists(path)) return std::nullopt;
-  std::ifstream stream(path, std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+  const auto text = readIfThere(path);
+  if (!text) return std::nullopt;
   try {
-    return JSONCoding::decode<PhoneState>(text);
+    return JSONCoding::decode<PhoneState>(*text);
   } catch (const JSONCoding::DecodingError& error) {
-    throw std::runtime_error("The phone's file \"" + path.string() + "\" can't be read: " + error.what());
+    throw std::runtime_error("The phone's file \"" + path.string() + "\" is damaged: " + error.what() +
+                             ". \"quillet-phone reset\" forgets this phone here; \"delete --service URL\" also tells "
+                             "the service.");
   }
 }
 
 void PhoneState::save(const std::filesystem::path& folder) const {
-  AtomicFile::write(bytesOf(JSONCoding::encode(*this)), folder / "phone.json");
+  writeDurably(folder / "phone.json", JSONCoding::encode(*this));
+}
+
+PhoneState PhoneState::change(const std::filesystem::path& folder, const std::function<void(PhoneState&)>& apply,
+                              std::optional<PhoneState> first) {
+  const FolderLock lock(folder);
+  auto state = load(folder);
+  if (!state) state = std::move(first);
+  if (!state) throw std::runtime_error("This phone isn't set up any more.");
+  apply(*state);
+  state->save(folder);
+  return *std::move(state);
 }
 
 const PairedMac* PhoneState::mac(const std::string& wanted) const {

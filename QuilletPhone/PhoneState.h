@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -26,8 +27,12 @@ struct PhoneState {
 
   /// Absent when there is none yet. Throws std::runtime_error for a file that can't be read.
   static std::optional<PhoneState> load(const std::filesystem::path& folder);
-  /// Durable when it returns; throws AtomicFile's errors.
+  /// Durable when it returns; throws std::runtime_error.
   void save(const std::filesystem::path& folder) const;
+  /// Applies one change to what the folder holds now, which another run may have changed since it was loaded, and saves
+  /// it; gives what was saved. Begins with `first` where there is none yet, and throws without it.
+  static PhoneState change(const std::filesystem::path& folder, const std::function<void(PhoneState&)>& apply,
+                           std::optional<PhoneState> first = std::nullopt);
 
   /// The one that `wanted` names by id, by the start of an id or by name; the only one when `wanted` is empty. Absent
   /// when there is none or more than one.

@@ -1,32 +1,32 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletPhone/PhoneWordCount.h"
 
-#include <fstream>
-#include <iterator>
 #include <map>
+#include <ostream>
 
-#include "QuilletKit/AtomicFile.h"
 #include "QuilletKit/Clock.h"
 #include "QuilletKit/FolderLedgerStorage.h"
 #include "QuilletKit/JSONFields.h"
-#include "QuilletKit/Log.h"
 #include "QuilletKit/WordStatsStore.h"
+#include "QuilletPhone/PhoneFolder.h"
 
 namespace quillet {
 namespace {
 
 constexpr std::string_view kSymbol = "iphone";
 
-/// Texts in one JSON file.
+/// Texts in one JSON file. What can't be made out is set aside, never written over.
 class FilePreferences final : public PreferenceStore {
  public:
-  explicit FilePreferences(std::filesystem::path file) : file_(std::move(file)) {
-    std::ifstream stream(file_, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+  FilePreferences(std::filesystem::path file, std::ostream& notes) : file_(std::move(file)) {
+    const auto text = readIfThere(file_);
     try {
-      if (!text.empty()) values_ = JSONCoding::decode<Values>(text);
+      if (text) values_ = JSONCoding::decode<Values>(*text);
     } catch (const JSONCoding::DecodingError&) {
-      Log::standard("relay", "The phone's word counts can't be read; starting anew");
+      auto aside = file_;
+      aside += ".damaged";
+      std::filesystem::rename(file_, aside);
+      notes << "quillet-phone: The word counts were damaged and begin anew; the old ones are in " << aside << std::endl;
     }
   }
 
@@ -37,7 +37,7 @@ class FilePreferences final : public PreferenceStore {
   void setString(std::string_view key, std::optional<std::string> value) override {
     values_.erase(std::string(key));
     if (value) values_.emplace(key, *std::move(value));
-    AtomicFile::write(bytesOf(JSONCoding::encode(values_)), file_);
+    writeDurably(file_, JSONCoding::encode(values_));
   }
 
  private:
@@ -46,8 +46,9 @@ class FilePreferences final : public PreferenceStore {
   Values values_;
 };
 
-void withStats(const PhoneState& state, const std::filesystem::path& folder, const auto& use) {
-  FilePreferences local(folder / "words.json");
+void withStats(const PhoneState& state, const std::filesystem::path& folder, std::ostream& notes, const auto& use) {
+  const FolderLock lock(folder);
+  FilePreferences local(folder / "words.json", notes);
   std::optional<FolderLedgerStorage> shared;
   if (auto found = FolderLedgerStorage::folderFrom(state.wordLedgerFolder)) shared.emplace(*std::move(found));
   WordStatsStore stats(shared ? &*shared : nullptr, local, state.name, std::string(kSymbol), WordCalendar::current(),
@@ -57,17 +58,18 @@ void withStats(const PhoneState& state, const std::filesystem::path& folder, con
 
 }  // namespace
 
-void recordInsertedWords(const PhoneState& state, const std::filesystem::path& folder, std::string_view text) noexcept {
+void recordInsertedWords(const PhoneState& state, const std::filesystem::path& folder, std::string_view text,
+                         std::ostream& notes) {
   try {
-    withStats(state, folder, [&](WordStatsStore& stats) { stats.record(text); });
-  } catch (const std::exception&) {
-    Log::info("relay", "Could not count the words");
+    withStats(state, folder, notes, [&](WordStatsStore& stats) { stats.record(text); });
+  } catch (const std::exception& error) {
+    notes << "quillet-phone: The words were not counted: " << error.what() << std::endl;
   }
 }
 
-WordStatsSummary wordSummary(const PhoneState& state, const std::filesystem::path& folder) {
+WordStatsSummary wordSummary(const PhoneState& state, const std::filesystem::path& folder, std::ostream& notes) {
   WordStatsSummary summary;
-  withStats(state, folder, [&](WordStatsStore& stats) { summary = stats.summary(); });
+  withStats(state, folder, notes, [&](WordStatsStore& stats) { summary = stats.summary(); });
   return summary;
 }
 

@@ -18,20 +18,6 @@ std::filesystem::path dataFolder() {
 int main(int argc, char** argv) {
   using namespace quillet;
   Log::configure(Log::Level::error, "quillet-phone");
-  try {
-    const auto arguments = PhoneArguments::parse({argv + 1, argv + argc});
-    if (arguments.has("help") || arguments.command == "help") {
-      std::cout << kPhoneHelp;
-      return 0;
-    }
-    if (arguments.has("version")) {
-      std::cout << "quillet-phone " QUILLET_VERSION << std::endl;
-      return 0;
-    }
-    if (arguments.command.empty()) throw PhoneError(PhoneExit::usage, "No command. Try \"quillet-phone --help\".");
-    return static_cast<int>(runPhone(arguments, dataFolder() / "quillet-phone", std::cin, std::cout, std::cerr));
-  } catch (const PhoneError& error) {
-    std::cerr << "quillet-phone: " << error.what() << std::endl;
-    return static_cast<int>(error.exit);
-  }
+  const std::vector<std::string> arguments(argv + 1, argv + argc);
+  return static_cast<int>(runPhone(arguments, dataFolder() / "quillet-phone", std::cin, std::cout, std::cerr));
 }

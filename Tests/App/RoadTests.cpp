@@ -29,9 +29,10 @@ class RoadTest : public testing::Test {
                                                      .supportFolder = folder.path() / "mac",
                                                      .hostName = "Desk",
                                                      .appVersion = "1.2 (3)"});
-    phone =
-        std::make_unique<Phone>(PhoneState{.name = "Pocket", .service = service.url().text()}, folder.path() / "phone",
-                                DeviceIdentity::generate(), session, systemTime(network.executor()));
+    const PhoneState state{.name = "Pocket", .service = service.url().text(), .macs = {}};
+    state.save(folder.path() / "phone");
+    phone = std::make_unique<Phone>(state, folder.path() / "phone", DeviceIdentity::generate(), session,
+                                    systemTime(network.executor()));
   }
   ~RoadTest() override {
     if (pairing) pairing->stop();
@@ -130,12 +131,12 @@ TEST_F(RoadTest, PhonesHearOfRenamingRevokingAndDeleting) {
   EXPECT_NE(phone->state().mac("Attic"), nullptr);
   EXPECT_TRUE(await(model->revoke(phone->deviceId())));
   EXPECT_EQ(prepareFails(), PhoneExit::serviceRefused);
-  await(phone->unpair(mac));
+  await(phone->unpair(mac.deviceId));
   defaults.set("pendingRevocations", boost::json::array{phone->deviceId(), "another"});
   pair();
   EXPECT_EQ(defaults.strings("pendingRevocations"), std::vector<std::string>{"another"}) << "this pairing is to stay";
   EXPECT_EQ(model->peerStore().peers().get().size(), 1u);
-  await(phone->unpair(mac));
+  await(phone->unpair(mac.deviceId));
   ASSERT_TRUE(mainThread.runUntil([&] { return model->peerStore().peers().get().empty(); }));
   pair();
   const auto before = model->deviceId().get();

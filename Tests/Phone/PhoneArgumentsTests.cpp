@@ -2,8 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
 #include <sstream>
 
+#include "QuilletPhone/PhoneAnswers.h"
 #include "QuilletPhone/PhoneCommands.h"
 #include "QuilletPhone/PhoneWordCount.h"
 #include "Tests/Doubles/TemporaryFolder.h"
@@ -13,11 +15,11 @@ namespace {
 
 class PhoneCommands : public testing::Test {
  protected:
-  PhoneExit run(std::vector<std::string> arguments) {
+  PhoneExit run(std::vector<std::string> arguments, const std::string& reply = "") {
     out_.str("");
     err_.str("");
-    std::istringstream in;
-    return runPhone(PhoneArguments::parse(arguments), folder_, in, out_, err_);
+    std::istringstream in(reply);
+    return runPhone(arguments, folder_, in, out_, err_);
   }
 
   const test::TemporaryFolder place_;
@@ -31,16 +33,58 @@ TEST(PhoneArguments, KeepsTextsThatLookLikeOptionsBehindTheDoubleDash) {
   EXPECT_EQ(parsed.operands, std::vector<std::string>{"--not-an-option"});
   EXPECT_EQ(parsed.option("mac"), "Desk");
   EXPECT_TRUE(parsed.json);
-  for (const auto& wrong : std::vector<std::vector<std::string>>{{"say", "--mac"}, {"--nonsense"}}) {
-    EXPECT_THROW(PhoneArguments::parse(wrong), PhoneError);
-  }
 }
 
 TEST_F(PhoneCommands, SayWhatIsMissingAndExitAccordingly) {
   EXPECT_EQ(run({"say", "hello"}), PhoneExit::notReady);
   EXPECT_NE(err_.str().find("quillet-phone init"), std::string::npos);
-  EXPECT_EQ(run({"init", "--service", "ftp://x"}), PhoneExit::usage);
-  EXPECT_FALSE(std::filesystem::exists(folder_ / "phone.json"));
+  for (const auto& help : {"-h", "help", "--help"}) {
+    EXPECT_EQ(run({help}), PhoneExit::done);
+    EXPECT_EQ(out_.str(), kPhoneHelp);
+  }
+}
+
+TEST_F(PhoneCommands, RefuseWrongUsageBeforeAnythingElse) {
+  const std::vector<std::vector<std::string>> wrong = {
+      {},
+      {"bogus"},
+      {"-x"},
+      {"--bogus"},
+      {"macs", "extra"},
+      {"say"},
+      {"say", "one", "two"},
+      {"say", "\xFF"},
+      {"say", "text", "--mac"},
+      {"say", "text", "--mac", ""},
+      {"say", "text", "--seconds", "abc"},
+      {"say", "text", "--seconds", "-1"},
+      {"wait", "id", "--seconds", "1s"},
+      {"wait", "a/b"},
+      {"prepare", "--utterance", ""},
+      {"deliver", "token", "text"},
+      {"deliver", "token", "--utterance", "id"},
+      {"pair", "7K2M", "9QXD"},
+      {"rename", "My", "Phone"},
+      {"rename", " \n"},
+      {"unpair", "Desk", "Lap"},
+      {"unpair", "Desk", "--mac", "Desk"},
+      {"unpair", ""},
+      {"init", "--name", " "},
+      {"init", "--words", "relative"},
+      {"init", "--service", "ftp://x"},
+  };
+  for (const bool isSetUp : {false, true}) {
+    const PhoneState state{.name = "P", .service = "http://127.0.0.1:1", .macs = {{{.deviceId = "ab", .name = "M"}, 1}}};
+    if (isSetUp) state.save(folder_);
+    for (auto arguments : wrong) {
+      EXPECT_EQ(run(arguments), PhoneExit::usage) << testing::PrintToString(arguments);
+      EXPECT_NE(err_.str(), "");
+      arguments.insert(arguments.begin(), "--json");
+      EXPECT_EQ(run(arguments), PhoneExit::usage);
+      EXPECT_NE(out_.str().find("\"exit\":2"), std::string::npos) << testing::PrintToString(arguments);
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "keys"));
+  }
 }
 
 TEST_F(PhoneCommands, ReportAnUnreachableServiceWithoutKeepingHalfAPhone) {
@@ -50,11 +94,40 @@ TEST_F(PhoneCommands, ReportAnUnreachableServiceWithoutKeepingHalfAPhone) {
   EXPECT_FALSE(std::filesystem::exists(folder_ / "phone.json"));
 }
 
-TEST_F(PhoneCommands, KeepADamagedFileAndNameIt) {
-  std::ofstream(folder_ / "phone.json") << "{\"macs\":";
-  EXPECT_EQ(run({"macs"}), PhoneExit::failure);
-  EXPECT_NE(err_.str().find("phone.json"), std::string::npos);
-  EXPECT_EQ(std::filesystem::file_size(folder_ / "phone.json"), 8U);
+TEST_F(PhoneCommands, NameWhatIsDamagedAndForgetItWhenTold) {
+  const std::string keys = "keys/quillet-phone/device.signing.v1";
+  const std::pair<std::string, std::function<void(const std::filesystem::path&)>> damages[] = {
+      {"phone.json", [](const auto& file) { std::ofstream(file) << "{\"macs\":"; }},
+      {"phone.json", [](const auto& file) { std::filesystem::create_directory(file); }},
+      {keys, [](const auto& file) { std::ofstream(file) << "short"; }},
+  };
+  for (const auto& [name, damage] : damages) {
+    PhoneState{.name = "P", .service = "http://127.0.0.1:1", .macs = {}}.save(folder_);
+    Phone::loadIdentity(folder_);
+    std::filesystem::remove(folder_ / name);
+    damage(folder_ / name);
+    for (const auto& command : {"presence", "init", "delete"}) {
+      EXPECT_EQ(run({command, "--yes"}), PhoneExit::failure) << name << command;
+      EXPECT_NE(err_.str().find(folder_.string()), std::string::npos) << err_.str();
+    }
+    EXPECT_TRUE(std::filesystem::exists(folder_ / name));
+    EXPECT_EQ(run({"reset", "--yes"}), PhoneExit::done) << err_.str();
+    EXPECT_EQ(run({"macs"}), PhoneExit::notReady);
+    EXPECT_NO_THROW(Phone::loadIdentity(folder_));
+  }
+}
+
+TEST_F(PhoneCommands, TakeEveryUsualYes) {
+  PhoneState{.name = "P", .service = "http://127.0.0.1:1", .macs = {}}.save(folder_);
+  for (const auto& no : {"", "\n", "n", "yessir", "\xFF"}) {
+    EXPECT_EQ(run({"reset"}, no), PhoneExit::done);
+    EXPECT_TRUE(PhoneState::load(folder_)) << no;
+  }
+  for (const auto& yes : {"y", "Y\n", "Yes", "YES\r\n", " yes"}) {
+    PhoneState{.name = "P", .service = "http://127.0.0.1:1", .macs = {}}.save(folder_);
+    EXPECT_EQ(run({"reset"}, yes), PhoneExit::done);
+    EXPECT_FALSE(PhoneState::load(folder_)) << yes;
+  }
 }
 
 TEST_F(PhoneCommands, ForgetOnlyWhenTold) {
@@ -64,7 +137,6 @@ TEST_F(PhoneCommands, ForgetOnlyWhenTold) {
   EXPECT_NE(out_.str().find("Nothing was changed."), std::string::npos);
   EXPECT_EQ(run({"delete", "--yes"}), PhoneExit::unreachable);
   EXPECT_EQ(run({"rename", "Q"}), PhoneExit::unreachable);
-  EXPECT_EQ(run({"rename", " \n"}), PhoneExit::usage);
   EXPECT_EQ(PhoneState::load(folder_)->name, "P");
   const auto before = Phone::loadIdentity(folder_).deviceId();
   EXPECT_EQ(run({"reset", "--yes"}), PhoneExit::done);
@@ -75,10 +147,19 @@ TEST_F(PhoneCommands, ForgetOnlyWhenTold) {
 TEST_F(PhoneCommands, TellHowManyWordsWentIn) {
   const PhoneState state{.name = "P", .service = "http://127.0.0.1:1"};
   state.save(folder_);
-  recordInsertedWords(state, folder_, "three small words");
+  recordInsertedWords(state, folder_, "three small words", err_);
   EXPECT_EQ(run({"--json", "words"}), PhoneExit::done);
   EXPECT_NE(out_.str().find("\"total\":3"), std::string::npos);
-  EXPECT_EQ(run({"init", "--words", "relative"}), PhoneExit::usage);
+}
+
+TEST(PhoneAnswers, TellACancellationThatCameTooLateAndWhatIsUncertain) {
+  using State = DeliveryTransportState;
+  const ResultPayload inserted{.utteranceId = "u", .outcome = InsertionOutcome::inserted};
+  EXPECT_EQ(answerOf({State::result, true, inserted}, "u", DeliveryWish::cancelled).exit, PhoneExit::tooLate);
+  EXPECT_EQ(answerOf({State::received, true, {}}, "u", DeliveryWish::cancelled).exit, PhoneExit::tooLate);
+  const auto expired = answerOf({State::expired, true, {}}, "u-1", DeliveryWish::result);
+  EXPECT_EQ(expired.exit, PhoneExit::uncertain);
+  EXPECT_NE(expired.text.find("Utterance: u-1"), std::string::npos);
 }
 
 TEST(PhoneState, FindsAMacOnlyWhenOneFits) {

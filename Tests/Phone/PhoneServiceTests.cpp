@@ -24,7 +24,7 @@ class PhoneServiceTest : public testing::Test {
   PhoneExit run(std::vector<std::string> arguments) {
     output.str("");
     std::istringstream in;
-    return runPhone(PhoneArguments::parse(arguments), folder.path(), in, output, output);
+    return runPhone(arguments, folder.path(), in, output, output);
   }
   /// The desktop's part of a pairing, with a phone at the other end that takes any words.
   PhoneExit pair(const DeviceIdentity& sealedAs) {

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "QuilletKit/Clock.h"
 #include "QuilletKit/FolderLedgerStorage.h"
 #include "QuilletKit/JSONCoding.h"
@@ -23,17 +25,18 @@ WordStatsSummary summaryOf(const std::filesystem::path& shared) {
 
 TEST(PhoneWordCount, ReachesTheDesktopThroughTheFolder) {
   const test::TemporaryFolder root;
+  std::ostringstream notes;
   const auto phone = root.path() / "phone", shared = root.path() / "shared";
   PhoneState state{.name = "My phone", .service = "http://127.0.0.1:1", .macs = {}};
-  recordInsertedWords(state, phone, "two words");
+  recordInsertedWords(state, phone, "two words", notes);
   state.wordLedgerFolder = shared;
   state.save(phone);
   EXPECT_EQ(PhoneState::load(phone)->wordLedgerFolder, shared);
-  recordInsertedWords(state, phone, "-");
+  recordInsertedWords(state, phone, "-", notes);
   EXPECT_EQ(summaryOf(shared).total, 0);
 
   std::filesystem::create_directory(shared);
-  recordInsertedWords(state, phone, "and three more");
+  recordInsertedWords(state, phone, "and three more", notes);
   const auto summary = summaryOf(shared);
   EXPECT_EQ(summary.total, 5) << "what was counted before the folder was there comes along";
   ASSERT_EQ(summary.devices.size(), 1U);
@@ -41,15 +44,37 @@ TEST(PhoneWordCount, ReachesTheDesktopThroughTheFolder) {
   EXPECT_FALSE(summary.devices[0].isThisDevice);
 }
 
+TEST(PhoneWordCount, LosesNoCountsThatItCannotRead) {
+  const test::TemporaryFolder root;
+  const auto file = root.path() / "words.json";
+  const PhoneState state{.name = "My phone", .service = "", .macs = {}, .wordLedgerFolder = "relative"};
+  for (const char* damaged : {"{", ""}) {
+    test::writeText(file, damaged);
+    std::ostringstream notes;
+    recordInsertedWords(state, root.path(), "two words", notes);
+    EXPECT_NE(notes.str().find("words.json.damaged"), std::string::npos);
+    EXPECT_EQ(test::readText(root.path() / "words.json.damaged"), damaged);
+    EXPECT_EQ(wordSummary(state, root.path(), notes).total, 2) << "counting goes on";
+  }
+
+  std::filesystem::remove(file);
+  std::filesystem::create_directory(file);  // can't be read, not even by root
+  std::ostringstream notes;
+  recordInsertedWords(state, root.path(), "one", notes);
+  EXPECT_NE(notes.str().find("not counted"), std::string::npos);
+  EXPECT_NE(notes.str().find(file.string()), std::string::npos);
+  EXPECT_THROW(wordSummary(state, root.path(), notes), std::runtime_error);
+  EXPECT_TRUE(std::filesystem::is_directory(file));
+}
+
 TEST(PhoneWordCount, NeverFails) {
   const test::TemporaryFolder root;
+  std::ostringstream notes;
   const PhoneState state{.name = "\xFF", .service = "", .macs = {}, .wordLedgerFolder = "relative"};
-  recordInsertedWords(state, root.path(), "words that can't be encoded");
-  test::writeText(root.path() / "words.json", "{");
-  recordInsertedWords(state, root.path(), "one");
+  recordInsertedWords(state, root.path(), "words that can't be encoded", notes);
   test::writeText(root.path() / "file", "");
-  recordInsertedWords(state, root.path() / "file", "one");
-  EXPECT_NE(test::readText(root.path() / "words.json"), "{");
+  recordInsertedWords(state, root.path() / "file", "one", notes);
+  EXPECT_FALSE(notes.str().empty());
 }
 
 }  // namespace
