@@ -74,7 +74,8 @@ TEST_F(PhoneCommands, RefuseWrongUsageBeforeAnythingElse) {
       {"init", "--service", "ftp://x"},
   };
   for (const bool isSetUp : {false, true}) {
-    const PhoneState state{.name = "P", .service = "http://127.0.0.1:1", .macs = {{{.deviceId = "ab", .name = "M"}, 1}}};
+    const PhoneState state{
+        .name = "P", .service = "http://127.0.0.1:1", .macs = {{{.deviceId = "ab", .name = "M"}, 1}}};
     if (isSetUp) state.save(folder_);
     for (auto arguments : wrong) {
       EXPECT_EQ(run(arguments), PhoneExit::usage) << testing::PrintToString(arguments);

@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <functional>
 #include <sstream>
 #include <thread>
 
 #include "QuilletKit/Base64URL.h"
 #include "QuilletPhone/PhoneCommands.h"
+#include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/LoopbackServer.h"
 #include "Tests/Doubles/LoopbackService.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
@@ -26,23 +30,35 @@ class PhoneServiceTest : public testing::Test {
     std::istringstream in;
     return runPhone(arguments, folder.path(), in, output, output);
   }
-  /// The desktop's part of a pairing, with a phone at the other end that takes any words.
-  PhoneExit pair(const DeviceIdentity& sealedAs) {
+  /// Registers the desktop, and the phone with a service at `url`.
+  void enrol(const ServiceURL& url) {
     main.await(api->registerDevice(DevicePlatform::macos, "Desk", "1"));
-    EXPECT_EQ(run({"init", "--service", service->url().text(), "--name", "Pocket"}), PhoneExit::done);
+    EXPECT_EQ(run({"init", "--service", url.text(), "--name", "Pocket"}), PhoneExit::done) << output.str();
+  }
+  /// The desktop's part of a pairing, with a phone at the other end that takes any words. `meanwhile` runs while the
+  /// phone waits for the desktop.
+  PhoneExit pair(
+      const DeviceIdentity& sealedAs, const std::function<void()>& meanwhile = [] {}) {
+    if (!PhoneState::load(folder.path())) enrol(service->url());
     const Crypto::Key key = Crypto::generatePrivateKey(), publicKey = Crypto::x25519PublicKey(key);
     const auto created = main.await(api->createPairingSession({publicKey.begin(), publicKey.end()}, "Desk"));
     sessionId = created.sessionId;
     PhoneExit exit = PhoneExit::failure;
-    std::thread phone([&] { exit = run({"pair", created.code, "--yes"}); });
+    std::ostringstream said;
+    std::thread phone([&] {
+      std::istringstream in;
+      exit = runPhone({"pair", created.code, "--yes"}, folder.path(), in, said, said);
+    });
     const auto claimed = statusWhen([](const PairingStatus& status) { return status.phoneConfirmed; });
     const PairingCrypto crypto(sessionId, publicKey,
                                Crypto::keyFrom(Base64URL::decode(claimed.phoneEphemeralPublicKey.value()).value()),
                                mac.deviceId(), claimed.phoneDeviceId.value(), key);
+    meanwhile();
     const auto sealed = crypto.sealIdentity(sealedAs.peerIdentity("Desk", DevicePlatform::macos));
     const auto done = main.await(api->confirmPairing(sessionId, sealed));
     EXPECT_EQ(crypto.openIdentity(done.peerSealedIdentity.value(), *claimed.phoneDeviceId).name, "Pocket");
     phone.join();
+    output.str(said.str());
     return exit;
   }
   template <typename Condition>
@@ -84,6 +100,129 @@ TEST_F(PhoneServiceTest, AMacThatIsNotWhoItSaidLeavesNoPair) {
   EXPECT_TRUE(main.await(api->pairs()).pairs.empty());
   EXPECT_EQ(run({"macs"}), PhoneExit::done);
   EXPECT_EQ(output.str(), "No Mac is paired.\n");
+}
+
+/// Passes requests on to the service; `loses` names those whose answer it drops.
+Awaitable<void> passOn(LoopbackServer& proxy, LoopbackServer::Socket socket, HTTPSession& session, ServiceURL service,
+                       std::function<bool(const LoopbackServer::Request&)> loses) {
+  for (;;) {
+    const auto request = co_await proxy.readRequest(socket);
+    HTTPRequest onward{
+        std::string(request.method_string()), service.resolve(std::string(request.target())), {}, request.body()};
+    for (const auto& field : request) {
+      const std::string name(field.name_string());
+      if (name.starts_with("X-") || name == "Content-Type") onward.headers.emplace_back(name, field.value());
+    }
+    const auto response = co_await session.send(std::move(onward));
+    if (loses(request)) co_return;
+    co_await LoopbackServer::write(socket, LoopbackServer::answer(response.status, response.body));
+  }
+}
+
+TEST_F(PhoneServiceTest, PairsThoughTheAnswerToItsConfirmationIsLost) {
+  serve();
+  std::atomic<int> confirmed = 0;
+  LoopbackServer proxy([&](LoopbackServer& self, LoopbackServer::Socket socket) {
+    return passOn(self, std::move(socket), session, service->url(), [&](const LoopbackServer::Request& request) {
+      return request.target().ends_with("/confirm") && ++confirmed == 1;
+    });
+  });
+  enrol(proxy.url());
+  EXPECT_EQ(pair(mac), PhoneExit::done) << output.str();
+  EXPECT_EQ(confirmed, 2);
+  EXPECT_EQ(PhoneState::load(folder.path())->macs.size(), 1U);
+}
+
+TEST_F(PhoneServiceTest, APairThatCannotBeKeptIsNone) {
+  serve();
+  const auto file = folder.path() / "phone.json";
+  EXPECT_EQ(pair(mac,
+                 [&] {
+                   std::filesystem::remove(file);
+                   std::filesystem::create_directory(file);
+                 }),
+            PhoneExit::failure);
+  EXPECT_NE(output.str().find(file.string()), std::string::npos) << output.str();
+  EXPECT_TRUE(main.await(api->pairs()).pairs.empty());
+}
+
+TEST_F(PhoneServiceTest, AWaitingPairKeepsWhatAnotherRunChanges) {
+  serve();
+  EXPECT_EQ(pair(mac, [&] { EXPECT_EQ(run({"rename", "New name"}), PhoneExit::done); }), PhoneExit::done);
+  const auto state = PhoneState::load(folder.path());
+  EXPECT_EQ(state->name, "New name");
+  EXPECT_EQ(state->macs.size(), 1U);
+}
+
+TEST_F(PhoneServiceTest, FirstInitsAtTheSameTimeMakeOneDevice) {
+  serve();
+  std::ostringstream said[2];
+  const auto init = [&](std::ostream& out) {
+    std::istringstream in;
+    EXPECT_EQ(runPhone({"init", "--service", service->url().text()}, folder.path(), in, out, out), PhoneExit::done);
+  };
+  std::thread other(init, std::ref(said[0]));
+  init(said[1]);
+  other.join();
+  EXPECT_EQ(said[0].str(), said[1].str());
+  EXPECT_NE(said[0].str().find(Phone::loadIdentity(folder.path()).deviceId()), std::string::npos);
+}
+
+TEST_F(PhoneServiceTest, EndsAPairThatOnlyTheServiceKnows) {
+  serve();
+  ASSERT_EQ(pair(mac), PhoneExit::done) << output.str();
+  PhoneState::change(folder.path(), [](PhoneState& state) { state.macs.clear(); });
+  EXPECT_EQ(run({"unpair"}), PhoneExit::notReady);
+  EXPECT_EQ(run({"unpair", mac.deviceId()}), PhoneExit::done) << output.str();
+  EXPECT_TRUE(main.await(api->pairs()).pairs.empty());
+  EXPECT_EQ(run({"unpair", "--mac", mac.deviceId()}), PhoneExit::notReady);
+}
+
+TEST_F(PhoneServiceTest, DeletesAtTheServiceWithADamagedFile) {
+  serve();
+  ASSERT_EQ(pair(mac), PhoneExit::done) << output.str();
+  writeText(folder.path() / "phone.json", "{");
+  EXPECT_EQ(run({"delete", "--yes"}), PhoneExit::failure);
+  EXPECT_EQ(main.await(api->pairs()).pairs.size(), 1U);
+  EXPECT_EQ(run({"delete", "--yes", "--service", service->url().text()}), PhoneExit::done) << output.str();
+  EXPECT_TRUE(main.await(api->pairs()).pairs.empty());
+  EXPECT_EQ(run({"macs"}), PhoneExit::notReady);
+}
+
+TEST_F(PhoneServiceTest, EachEndOfADeliveryHasItsOwnExit) {
+  serve();
+  ASSERT_EQ(pair(mac), PhoneExit::done) << output.str();
+  const struct {
+    std::vector<std::string> arguments;
+    PhoneExit exit;
+    const char* says;
+  } steps[] = {
+      {{"wait", "u1", "--seconds", "0"}, PhoneExit::serviceRefused, "no such delivery"},
+      {{"cancel", "u1"}, PhoneExit::serviceRefused, "no such delivery"},
+      {{"deliver", "token", "text", "--utterance", "u1"}, PhoneExit::done, "queued"},
+      {{"wait", "u1", "--seconds", "0"}, PhoneExit::noAnswer, "Utterance: u1"},
+      {{"--json", "wait", "u1", "--seconds", "0"}, PhoneExit::noAnswer, "\"utteranceId\":\"u1\""},
+      {{"cancel", "u1"}, PhoneExit::done, "cancelled"},
+      {{"cancel", "u1"}, PhoneExit::done, "cancelled"},
+      {{"wait", "u1"}, PhoneExit::cancelled, "Nothing was inserted"},
+      {{"deliver", "token", "text", "--utterance", "u1"}, PhoneExit::cancelled, "Nothing was inserted"},
+      {{"--json", "say", "text"}, PhoneExit::serviceRefused, "\"utteranceId\""},
+  };
+  for (const auto& step : steps) {
+    EXPECT_EQ(run(step.arguments), step.exit) << testing::PrintToString(step.arguments) << output.str();
+    EXPECT_NE(output.str().find(step.says), std::string::npos) << output.str();
+  }
+}
+
+TEST_F(PhoneServiceTest, InitTakesNamesAndFoldersAsRenameDoes) {
+  serve();
+  const auto missing = (folder.path() / "missing").string(), url = service->url().text();
+  EXPECT_EQ(run({"init", "--service", url, "--name", " " + std::string(70, 'n'), "--words", missing}), PhoneExit::done);
+  EXPECT_NE(output.str().find("isn't there"), std::string::npos);
+  EXPECT_EQ(PhoneState::load(folder.path())->name, std::string(64, 'n'));
+  EXPECT_EQ(run({"init", "--words", ""}), PhoneExit::done);
+  EXPECT_EQ(output.str().find("isn't there"), std::string::npos);
+  EXPECT_FALSE(PhoneState::load(folder.path())->wordLedgerFolder);
 }
 
 TEST_F(PhoneServiceTest, AWrongClockIsNamed) {

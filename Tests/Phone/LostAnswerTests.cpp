@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <set>
+
+#include "QuilletPhone/Phone.h"
+#include "Tests/Doubles/LoopbackServer.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+
+namespace quillet::test {
+namespace {
+
+const std::string kLost = "lost";
+
+/// A phone whose service answers from a script, `kLost` standing for an answer that doesn't arrive. Sleeps take no
+/// time.
+class LostAnswers : public testing::Test {
+ protected:
+  Phone phone() {
+    auto time = systemTime(network.executor());
+    time.sleep = [](Duration) -> Awaitable<void> { co_return; };
+    return {PhoneState{.name = "P", .service = server.url().text(), .macs = {}}, folder.path(), keys, session, time};
+  }
+  std::string status(DeliveryTransportState state) const {
+    DeliveryStatus status{.utteranceId = "u", .state = state, .macOnline = true};
+    if (state == DeliveryTransportState::result) {
+      const auto result = ResultPayload::makeSigned("u", InsertionOutcome::inserted, {}, {}, {}, 1, macKeys);
+      status.resultEnvelope = Envelope::seal(result, EnvelopePurpose::result, macKeys, keys.peerIdentity("P", {}));
+    }
+    return LoopbackServer::answer(200, JSONCoding::encode(status));
+  }
+  static std::string refusal(int status) {
+    return LoopbackServer::answer(status, R"({"error":{"code":"c","message":"No.","retryable":false}})");
+  }
+  Awaitable<void> serve(LoopbackServer& from, LoopbackServer::Socket socket) {
+    for (;;) {
+      co_await from.readRequest(socket);
+      const std::size_t step = served++;
+      if (step >= script.size() || script[step] == kLost) co_return;
+      co_await LoopbackServer::write(socket, script[step]);
+    }
+  }
+  /// "P" for each submission, "G" for each question.
+  std::string requested() const {
+    std::string methods;
+    for (const auto& request : server.requests()) methods += request.method_string().front();
+    return methods;
+  }
+  template <typename T>
+  PhoneExit exitOf(Awaitable<T> operation) {
+    try {
+      main.await(std::move(operation));
+      return PhoneExit::done;
+    } catch (const PhoneError& error) {
+      return error.exit;
+    }
+  }
+
+  const TemporaryFolder folder;
+  const DeviceIdentity keys = DeviceIdentity::generate(), macKeys = DeviceIdentity::generate();
+  const PeerIdentity mac = macKeys.peerIdentity("Desk", DevicePlatform::macos);
+  std::vector<std::string> script;
+  std::atomic<std::size_t> served{0};
+  MainThread main;
+  NetworkThread network;
+  HTTPSession session{network.executor()};
+  LoopbackServer server{
+      [this](LoopbackServer& from, LoopbackServer::Socket socket) { return serve(from, std::move(socket)); }};
+};
+
+struct Row {
+  const char* name;
+  std::vector<std::string> script;
+  PhoneExit exit;
+  const char* requested;
+  std::chrono::seconds limit{60};
+};
+
+TEST_F(LostAnswers, OfADeliveryAreMadeUpForUnderTheSameEnvelope) {
+  using State = DeliveryTransportState;
+  const std::string queued = status(State::queued), unknown = status(State::unknown), done = status(State::result);
+  const Row rows[] = {
+      {"none", {done}, PhoneExit::done, "P"},
+      {"the submission's", {kLost, done}, PhoneExit::done, "PG"},
+      {"a proxy's word", {refusal(502), done}, PhoneExit::done, "PG"},
+      {"the submission itself", {kLost, unknown, queued, done}, PhoneExit::done, "PGPG"},
+      {"polls, too", {kLost, kLost, queued, kLost, kLost, done}, PhoneExit::done, "PGGGGG"},
+      {"refused at once", {refusal(429)}, PhoneExit::serviceRefused, "P"},
+      {"refused after a loss", {kLost, refusal(403)}, PhoneExit::uncertain, "PG"},
+      {"over at the limit", {kLost}, PhoneExit::uncertain, "P", std::chrono::seconds(0)},
+  };
+  for (const Row& row : rows) {
+    const std::size_t before = requested().size();
+    script = row.script;
+    served = 0;
+    auto phone = this->phone();
+    EXPECT_EQ(exitOf(phone.deliverAndWait(mac, "u", "token", "text", row.limit)), row.exit) << row.name;
+    EXPECT_EQ(requested().substr(before), row.requested) << row.name;
+    std::set<std::string> submitted;
+    const auto requests = server.requests();
+    for (auto each = requests.begin() + static_cast<std::ptrdiff_t>(before); each != requests.end(); ++each) {
+      if (each->method_string() == "POST") submitted.insert(each->body());
+    }
+    EXPECT_EQ(submitted.size(), 1U) << row.name;
+  }
+}
+
+TEST_F(LostAnswers, OfASingleStepAreToldAsWhatTheyMean) {
+  script = {kLost};
+  auto phone = this->phone();
+  EXPECT_EQ(exitOf(phone.deliver(mac, "u", "token", "text")), PhoneExit::uncertain);
+  EXPECT_EQ(exitOf(phone.wait(mac, "u", std::chrono::seconds(60))), PhoneExit::unreachable);
+  script = {status(DeliveryTransportState::received), kLost, status(DeliveryTransportState::result)};
+  served = 0;
+  EXPECT_EQ(exitOf(phone.wait(mac, "u", std::chrono::seconds(60))), PhoneExit::done);
+}
+
+}  // namespace
+}  // namespace quillet::test
