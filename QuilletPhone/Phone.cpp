@@ -202,11 +202,13 @@ Awaitable<PeerIdentity> Phone::confirm(Claim claim) {
 Awaitable<PairingStatus> Phone::awaitPaired(const Claim& claim) {
   const std::string sealed = claim.crypto.sealIdentity(identity_.peerIdentity(state_.name, DevicePlatform::ios));
   PairingStatus status;
+  bool confirms = true;
   for (;;) {
-    // Confirms until the service is known to have it; an answer that got lost is made up for by the next one.
-    const auto answer = co_await unlessLost(status.phoneConfirmed ? api_.pairingStatus(claim.sessionId)
-                                                                  : api_.confirmPairing(claim.sessionId, sealed));
+    // An answer that got lost is made up for by the next one, which may tell that the confirmation got lost, too.
+    const auto answer = co_await unlessLost(confirms ? api_.confirmPairing(claim.sessionId, sealed)
+                                                     : api_.pairingStatus(claim.sessionId));
     if (answer) status = *answer;
+    confirms = answer && !status.phoneConfirmed;
     if (status.state == PairingState::paired && status.peerSealedIdentity) co_return status;
     if (status.state == PairingState::cancelled) throw PhoneError(PhoneExit::pairingFailed, "Pairing was cancelled.");
     if (status.state == PairingState::expired || time_.now() >= claim.expiresAt + kIdentityGraceMilliseconds) {

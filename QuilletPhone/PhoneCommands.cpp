@@ -95,7 +95,7 @@ class PhoneRun {
     if (const auto* found = state_.mac(wanted)) return found->identity;
     if (state_.macs.empty()) throw PhoneError(PhoneExit::notReady, "No Mac is paired.");
     if (wanted.empty()) throw PhoneError(PhoneExit::notReady, "Which Mac? Name one with --mac.");
-    throw PhoneError(PhoneExit::notReady, "Not one paired Mac alone fits \"" + wanted + "\".");
+    throw PhoneError(PhoneExit::notReady, "No paired Mac, or more than one, fits \"" + wanted + "\".");
   }
 
   PhoneExit init() {

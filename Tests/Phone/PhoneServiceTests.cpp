@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <functional>
 #include <sstream>
 #include <thread>
@@ -102,11 +101,15 @@ TEST_F(PhoneServiceTest, AMacThatIsNotWhoItSaidLeavesNoPair) {
   EXPECT_EQ(output.str(), "No Mac is paired.\n");
 }
 
-/// Passes requests on to the service; `loses` names those whose answer it drops.
+enum class Loss { none, request, answer };
+
+/// Passes requests on to the service, but for those that `loss` loses.
 Awaitable<void> passOn(LoopbackServer& proxy, LoopbackServer::Socket socket, HTTPSession& session, ServiceURL service,
-                       std::function<bool(const LoopbackServer::Request&)> loses) {
+                       std::function<Loss(const LoopbackServer::Request&)> loss) {
   for (;;) {
     const auto request = co_await proxy.readRequest(socket);
+    const Loss lost = loss(request);
+    if (lost == Loss::request) co_return;
     HTTPRequest onward{
         std::string(request.method_string()), service.resolve(std::string(request.target())), {}, request.body()};
     for (const auto& field : request) {
@@ -114,23 +117,26 @@ Awaitable<void> passOn(LoopbackServer& proxy, LoopbackServer::Socket socket, HTT
       if (name.starts_with("X-") || name == "Content-Type") onward.headers.emplace_back(name, field.value());
     }
     const auto response = co_await session.send(std::move(onward));
-    if (loses(request)) co_return;
+    if (lost == Loss::answer) co_return;
     co_await LoopbackServer::write(socket, LoopbackServer::answer(response.status, response.body));
   }
 }
 
-TEST_F(PhoneServiceTest, PairsThoughTheAnswerToItsConfirmationIsLost) {
-  serve();
-  std::atomic<int> confirmed = 0;
-  LoopbackServer proxy([&](LoopbackServer& self, LoopbackServer::Socket socket) {
-    return passOn(self, std::move(socket), session, service->url(), [&](const LoopbackServer::Request& request) {
-      return request.target().ends_with("/confirm") && ++confirmed == 1;
+TEST_F(PhoneServiceTest, PairsThoughItsConfirmationOrTheAnswersToItAreLost) {
+  for (const Loss first : {Loss::request, Loss::answer}) {
+    serve();
+    int confirmed = 0;
+    LoopbackServer proxy([&](LoopbackServer& self, LoopbackServer::Socket socket) {
+      return passOn(self, std::move(socket), session, service->url(), [&](const LoopbackServer::Request& request) {
+        if (!request.target().ends_with("/confirm")) return Loss::none;
+        return ++confirmed == 1 ? first : Loss::answer;
+      });
     });
-  });
-  enrol(proxy.url());
-  EXPECT_EQ(pair(mac), PhoneExit::done) << output.str();
-  EXPECT_EQ(confirmed, 2);
-  EXPECT_EQ(PhoneState::load(folder.path())->macs.size(), 1U);
+    enrol(proxy.url());
+    EXPECT_EQ(pair(mac), PhoneExit::done) << output.str();
+    EXPECT_EQ(PhoneState::load(folder.path())->macs.size(), 1U);
+    Phone::reset(folder.path());
+  }
 }
 
 TEST_F(PhoneServiceTest, APairThatCannotBeKeptIsNone) {
