@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <atomic>
+#include <mutex>
 #include <set>
 
 #include "QuilletPhone/Phone.h"
@@ -36,10 +36,21 @@ class LostAnswers : public testing::Test {
   Awaitable<void> serve(LoopbackServer& from, LoopbackServer::Socket socket) {
     for (;;) {
       co_await from.readRequest(socket);
-      const std::size_t step = served++;
-      if (step >= script.size() || script[step] == kLost) co_return;
-      co_await LoopbackServer::write(socket, script[step]);
+      const std::string answer = nextAnswer();
+      if (answer == kLost) co_return;
+      co_await LoopbackServer::write(socket, answer);
     }
+  }
+  void play(const std::vector<std::string>& answers) {
+    const std::lock_guard guard(lock);
+    script.assign(answers.rbegin(), answers.rend());
+  }
+  std::string nextAnswer() {
+    const std::lock_guard guard(lock);
+    if (script.empty()) return kLost;
+    const std::string answer = script.back();
+    script.pop_back();
+    return answer;
   }
   /// "P" for each submission, "G" for each question.
   std::string requested() const {
@@ -60,8 +71,8 @@ class LostAnswers : public testing::Test {
   const TemporaryFolder folder;
   const DeviceIdentity keys = DeviceIdentity::generate(), macKeys = DeviceIdentity::generate();
   const PeerIdentity mac = macKeys.peerIdentity("Desk", DevicePlatform::macos);
-  std::vector<std::string> script;
-  std::atomic<std::size_t> served{0};
+  std::mutex lock;
+  std::vector<std::string> script;  ///< The next answer last.
   MainThread main;
   NetworkThread network;
   HTTPSession session{network.executor()};
@@ -92,8 +103,7 @@ TEST_F(LostAnswers, OfADeliveryAreMadeUpForUnderTheSameEnvelope) {
   };
   for (const Row& row : rows) {
     const std::size_t before = requested().size();
-    script = row.script;
-    served = 0;
+    play(row.script);
     auto phone = this->phone();
     EXPECT_EQ(exitOf(phone.deliverAndWait(mac, "u", "token", "text", row.limit)), row.exit) << row.name;
     EXPECT_EQ(requested().substr(before), row.requested) << row.name;
@@ -107,12 +117,11 @@ TEST_F(LostAnswers, OfADeliveryAreMadeUpForUnderTheSameEnvelope) {
 }
 
 TEST_F(LostAnswers, OfASingleStepAreToldAsWhatTheyMean) {
-  script = {kLost};
+  play({kLost});
   auto phone = this->phone();
   EXPECT_EQ(exitOf(phone.deliver(mac, "u", "token", "text")), PhoneExit::uncertain);
   EXPECT_EQ(exitOf(phone.wait(mac, "u", std::chrono::seconds(60))), PhoneExit::unreachable);
-  script = {status(DeliveryTransportState::received), kLost, status(DeliveryTransportState::result)};
-  served = 0;
+  play({status(DeliveryTransportState::received), kLost, status(DeliveryTransportState::result)});
   EXPECT_EQ(exitOf(phone.wait(mac, "u", std::chrono::seconds(60))), PhoneExit::done);
 }
 
