@@ -21,15 +21,16 @@ constexpr auto jsonFields(std::type_identity<PhoneState>) {
 }
 
 std::optional<PhoneState> PhoneState::load(const std::filesystem::path& folder) {
+  constexpr const char* kAdvice =
+      " \"quillet-phone reset\" forgets this phone here; \"delete --service URL\" also tells the service.";
   const auto path = folder / "phone.json";
-  const auto text = readIfThere(path);
-  if (!text) return std::nullopt;
   try {
-    return JSONCoding::decode<PhoneState>(*text);
+    const auto text = readIfThere(path);
+    return text ? std::optional(JSONCoding::decode<PhoneState>(*text)) : std::nullopt;
   } catch (const JSONCoding::DecodingError& error) {
-    throw std::runtime_error("The phone's file \"" + path.string() + "\" is damaged: " + error.what() +
-                             ". \"quillet-phone reset\" forgets this phone here; \"delete --service URL\" also tells "
-                             "the service.");
+    throw std::runtime_error("The phone's file \"" + path.string() + "\" is damaged: " + error.what() + "." + kAdvice);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error(error.what() + std::string(kAdvice));
   }
 }
 

@@ -110,6 +110,7 @@ TEST_F(PhoneCommands, NameWhatIsDamagedAndForgetItWhenTold) {
     for (const auto& command : {"presence", "init", "delete"}) {
       EXPECT_EQ(run({command, "--yes"}), PhoneExit::failure) << name << command;
       EXPECT_NE(err_.str().find(folder_.string()), std::string::npos) << err_.str();
+      EXPECT_NE(err_.str().find("quillet-phone reset"), std::string::npos) << err_.str();
     }
     EXPECT_TRUE(std::filesystem::exists(folder_ / name));
     EXPECT_EQ(run({"reset", "--yes"}), PhoneExit::done) << err_.str();
