@@ -17,6 +17,17 @@ int read(const UserDefaults& defaults, const std::string& key, std::ostream& out
   return 0;
 }
 
+int saved(bool saved, std::ostream& err) {
+  if (!saved) err << "The settings could not be saved." << std::endl;
+  return saved ? 0 : 1;
+}
+
+int write(UserDefaults& defaults, const std::string& key, const boost::json::value& value, std::ostream& err) {
+  if (UserDefaults::canKeep(key, value)) return saved(defaults.set(key, value), err);
+  err << "A setting needs a name, and both must be UTF-8 text." << std::endl;
+  return 2;
+}
+
 }  // namespace
 
 int runDefaultsCommand(UserDefaults& defaults, const std::vector<std::string>& words, std::ostream& out,
@@ -27,14 +38,10 @@ int runDefaultsCommand(UserDefaults& defaults, const std::vector<std::string>& w
     return 0;
   }
   if (verb == "read" && words.size() == 2) return read(defaults, words[1], out, err);
-  if (verb == "write" && words.size() == 3) {
-    defaults.set(words[1], UserDefaults::valueFrom(words[2]));
-    return 0;
-  }
+  if (verb == "write" && words.size() == 3) return write(defaults, words[1], UserDefaults::valueFrom(words[2]), err);
   if (verb == "delete" && words.size() == 2) {
     if (!defaults.lasting().contains(words[1])) return read(defaults, words[1], out, err);
-    defaults.remove(words[1]);
-    return 0;
+    return saved(defaults.remove(words[1]), err);
   }
   err << "usage: QuilletCompanion defaults read [KEY] | write KEY VALUE | delete KEY" << std::endl;
   return 2;

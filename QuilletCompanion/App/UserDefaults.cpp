@@ -1,11 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/App/UserDefaults.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
-#include <fstream>
-#include <iterator>
+#include <cerrno>
+#include <chrono>
+#include <thread>
 
+#include "QuilletCompanion/Relay/StoredFile.h"
 #include "QuilletKit/AtomicFile.h"
 #include "QuilletKit/Clock.h"
 #include "QuilletKit/Log.h"
@@ -15,6 +21,56 @@ namespace {
 
 bool isKeyArgument(std::string_view argument) {
   return argument.size() > 1 && argument[0] == '-' && std::isalpha(static_cast<unsigned char>(argument[1])) != 0;
+}
+
+/// Keeps other processes off the settings for as long as it lives. A lock that isn't to be had in time, or at all, is
+/// done without: the file is replaced as a whole in any case.
+class FolderLock {
+ public:
+  explicit FolderLock(const std::filesystem::path& folder)
+      : folder_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    constexpr int kAttempts = 100;
+    constexpr auto kPause = std::chrono::milliseconds(5);
+    for (int i = 0; i < kAttempts && ::flock(folder_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK; ++i) {
+      std::this_thread::sleep_for(kPause);
+    }
+  }
+  ~FolderLock() {
+    if (folder_ >= 0) ::close(folder_);
+  }
+  FolderLock(const FolderLock&) = delete;
+  FolderLock& operator=(const FolderLock&) = delete;
+
+ private:
+  int folder_;
+};
+
+/// What the file holds, nothing if there is none; absent for what can't be read.
+std::optional<boost::json::object> readSettings(const std::filesystem::path& file) {
+  try {
+    const std::string text = readFile(file);
+    if (text.empty()) return boost::json::object();
+    boost::system::error_code error;
+    auto parsed = boost::json::parse(text, error);
+    if (!error && parsed.is_object()) return std::move(parsed.get_object());
+  } catch (const std::system_error& error) {
+    if (error.code() == std::errc::no_such_file_or_directory) return boost::json::object();
+  }
+  return std::nullopt;
+}
+
+/// As above; what can't be read is moved aside, and where even that fails there is no value.
+std::optional<boost::json::object> settingsIn(const std::filesystem::path& file) {
+  if (auto settings = readSettings(file)) return settings;
+  std::error_code error;
+  std::filesystem::rename(file, file.parent_path() / ("defaults.corrupt-" + std::to_string(Clock::now()) + ".json"),
+                          error);
+  if (error) {
+    Log::error("relay", "Settings unreadable, and they can't be moved aside; nothing is saved");
+    return std::nullopt;
+  }
+  Log::error("relay", "Settings unreadable; moving them aside");
+  return boost::json::object();
 }
 
 }  // namespace
@@ -46,7 +102,7 @@ boost::json::object UserDefaults::takeArgumentDomain(std::vector<std::string>& a
 
 UserDefaults::UserDefaults(std::optional<std::filesystem::path> file, boost::json::object arguments)
     : file_(std::move(file)), arguments_(std::move(arguments)) {
-  load();
+  if (file_) lasting_ = settingsIn(*file_).value_or(boost::json::object());
 }
 
 const boost::json::value* UserDefaults::find(std::string_view key) const {
@@ -82,41 +138,57 @@ boost::json::value UserDefaults::value(std::string_view key) const {
   return found != nullptr ? *found : boost::json::value();
 }
 
-void UserDefaults::set(std::string_view key, boost::json::value value) {
-  lasting_[key] = std::move(value);
-  save();
+bool UserDefaults::canKeep(std::string_view key, const boost::json::value& value) {
+  boost::system::error_code error;
+  boost::json::parse(boost::json::serialize(boost::json::object{{key, value}}), error);
+  return !key.empty() && !error;
 }
 
-void UserDefaults::remove(std::string_view key) {
-  if (lasting_.erase(key) > 0) save();
+bool UserDefaults::set(std::string_view key, boost::json::value value) {
+  if (canKeep(key, value)) return change(key, std::move(value));
+  Log::error("relay", "A setting that no file can keep was refused");
+  return false;
+}
+
+bool UserDefaults::remove(std::string_view key) {
+  return lasting_.contains(key) ? change(key, std::nullopt) : isSaved();
 }
 
 void UserDefaults::setString(std::string_view key, std::optional<std::string> value) {
-  if (!value) return remove(key);
-  set(key, boost::json::string(*value));
-}
-
-void UserDefaults::load() {
-  if (!file_) return;
-  std::ifstream stream(*file_, std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-  if (text.empty()) return;
-  boost::system::error_code error;
-  auto parsed = boost::json::parse(text, error);
-  if (!error && parsed.is_object()) {
-    lasting_ = std::move(parsed.get_object());
-    return;
+  if (value) {
+    set(key, boost::json::string(*value));
+  } else {
+    remove(key);
   }
-  Log::error("relay", "Settings unreadable; moving them aside");
-  std::error_code ignored;
-  std::filesystem::rename(*file_, file_->parent_path() / ("defaults.corrupt-" + std::to_string(Clock::now()) + ".json"),
-                          ignored);
 }
 
-void UserDefaults::save() const {
-  if (!file_) return;
+bool UserDefaults::change(std::string_view key, std::optional<boost::json::value> value) {
+  unsaved_.insert_or_assign(std::string(key), std::move(value));
+  applyTo(lasting_);
+  if (file_) save();
+  return isSaved();
+}
+
+void UserDefaults::applyTo(boost::json::object& settings) const {
+  for (const auto& [key, value] : unsaved_) {
+    if (value) {
+      settings[key] = *value;
+    } else {
+      settings.erase(key);
+    }
+  }
+}
+
+void UserDefaults::save() {
   try {
-    AtomicFile::write(bytesOf(boost::json::serialize(lasting_)), *file_);
+    AtomicFile::createFolders(file_->parent_path());
+    const FolderLock lock(file_->parent_path());
+    auto settings = settingsIn(*file_);
+    if (!settings) return;
+    applyTo(*settings);
+    AtomicFile::write(bytesOf(boost::json::serialize(*settings)), *file_);
+    lasting_ = std::move(*settings);
+    unsaved_.clear();
   } catch (const std::exception&) {
     Log::error("relay", "Could not save the settings");
   }

@@ -3,6 +3,7 @@
 
 #include <boost/json/object.hpp>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,7 +14,8 @@
 namespace quillet {
 
 /// The user's settings: a volatile domain from the launch arguments above a lasting one in a JSON file. Writes go to
-/// the lasting domain and are durable at once. Main thread only.
+/// the lasting domain and are durable at once; other keys stay as another process has written them meanwhile. A write
+/// that fails holds for this process, and is tried again with the next one. Main thread only.
 class UserDefaults final : public PreferenceStore {
  public:
   /// Takes pairs "-key value" out of `arguments`, which keeps the rest. Values read as true/false, as a JSON array of
@@ -21,8 +23,11 @@ class UserDefaults final : public PreferenceStore {
   static boost::json::object takeArgumentDomain(std::vector<std::string>& arguments);
   /// A value from its text form, by the rule above.
   static boost::json::value valueFrom(std::string_view text);
+  /// Whether a file can keep it: a name and texts in UTF-8, and no more levels than the file is read with.
+  static bool canKeep(std::string_view key, const boost::json::value& value);
 
-  /// Without a path the lasting domain lives in memory. A file that can't be read counts as empty and is moved aside.
+  /// Without a path the lasting domain lives in memory. A file that can't be read counts as empty and is moved aside;
+  /// where that is impossible, nothing is saved.
   explicit UserDefaults(std::optional<std::filesystem::path> file, boost::json::object arguments = {});
 
   /// Absent for a missing key or a value of another type. A boolean also reads from "YES", "NO", "1" and "0".
@@ -33,17 +38,21 @@ class UserDefaults final : public PreferenceStore {
   boost::json::value value(std::string_view key) const;
   const boost::json::object& lasting() const { return lasting_; }
 
-  void set(std::string_view key, boost::json::value value);
-  void remove(std::string_view key);
+  /// True if everything set and removed so far is in the file. What can't be kept is not set at all.
+  bool set(std::string_view key, boost::json::value value);
+  bool remove(std::string_view key);
+  bool isSaved() const { return unsaved_.empty(); }
   void setString(std::string_view key, std::optional<std::string> value) override;
 
  private:
   const boost::json::value* find(std::string_view key) const;
-  void load();
-  void save() const;
+  bool change(std::string_view key, std::optional<boost::json::value> value);
+  void applyTo(boost::json::object& settings) const;
+  void save();
 
   std::optional<std::filesystem::path> file_;
   boost::json::object arguments_, lasting_;
+  std::map<std::string, std::optional<boost::json::value>> unsaved_;  ///< By key; absent values are removals.
 };
 
 }  // namespace quillet
