@@ -59,15 +59,17 @@ bool DeviceUpkeep::rename(std::string_view name) {
 }
 
 Awaitable<bool> DeviceUpkeep::revoke(std::string peerDeviceId) {
+  // First of all, so that it is not lost however this process ends.
+  if (attached_) queueRevocation(peerDeviceId);
   forgetPeer(peerDeviceId);
   dropPair(peerDeviceId);
   if (!attached_) co_return false;
   const auto api = attached_->api;
   const Answer answer = co_await askToRevoke(api, peerDeviceId);
-  if (answer == Answer::done || answer == Answer::missing) co_return true;
+  if (answer != Answer::done && answer != Answer::missing) co_return false;
   // After a reset this is another device, whose pairs those were not.
-  if (attached_ && attached_->api == api) queueRevocation(peerDeviceId);
-  co_return false;
+  if (attached_ && attached_->api == api) forgetRevocation(peerDeviceId);
+  co_return true;
 }
 
 void DeviceUpkeep::dropPair(const std::string& peerDeviceId) {
@@ -150,6 +152,8 @@ Awaitable<void> DeviceUpkeep::sendName(Task::Token token, std::shared_ptr<APICli
 Awaitable<void> DeviceUpkeep::sendRevocations(Task::Token token, std::shared_ptr<APIClient> api) {
   if (!registration_.isRegistered()) co_return;
   for (const auto& id : defaults_.strings("pendingRevocations")) {
+    const auto left = defaults_.strings("pendingRevocations");
+    if (std::find(left.begin(), left.end(), id) == left.end()) continue;  // paired anew meanwhile
     const Answer answer = co_await askToRevoke(api, id);
     if (token.cancelled()) co_return;
     if (answer != Answer::failed) forgetRevocation(id);

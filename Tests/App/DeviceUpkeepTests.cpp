@@ -102,14 +102,53 @@ TEST_F(DeviceUpkeepTest, ARevocationIsLocalBeforeTheServiceAnswersAndSurvivesBei
     task.start([this]() -> Awaitable<void> { co_await model->revoke(phone.deviceId()); });
     ASSERT_TRUE(until([&] { return service.count(route) == 1; }));
     EXPECT_FALSE(isPeer(phone));
+    EXPECT_EQ(pending(), std::vector{phone.deviceId()}) << "a crash now would lose it";
   }
-  ASSERT_TRUE(until([&] { return !pending().empty(); }));
+  time.run();
+  EXPECT_EQ(pending(), std::vector{phone.deviceId()});
   service.release(route);
   reconnect();
   EXPECT_TRUE(pending().empty());
   service.set(route, FakeService::error(404, "not_found"));
   EXPECT_TRUE(await(model->revoke(phone.deviceId())));
   EXPECT_TRUE(pending().empty());
+}
+
+TEST_F(DeviceUpkeepTest, ARevocationUnderWayOutlivesTheEndOfTheProgram) {
+  connectWith(phone);
+  service.hold(revocation(phone.deviceId()));
+  run([](auto revoked) -> Awaitable<void> { co_await std::move(revoked); }(model->revoke(phone.deviceId())));
+  ASSERT_TRUE(until([&] { return service.count(revocation(phone.deviceId())) == 1; }));
+  model->stopServices();
+  time.run();
+  EXPECT_EQ(pending(), std::vector{phone.deviceId()});
+  EXPECT_FALSE(isPeer(phone));
+}
+
+TEST_F(DeviceUpkeepTest, ARevocationOfAnEarlierPairingIsNotTriedAgain) {
+  connectWith(phone);
+  const auto paired = [&] { defaults.remove("pendingRevocations"); };  // as a new pairing does for its phone
+  service.set(revocation(phone.deviceId()), FakeService::error(500, "down"));
+  service.hold(revocation(phone.deviceId()));
+  bool ended = false;
+  run([](auto revoked, bool& end) -> Awaitable<void> {
+    EXPECT_FALSE(co_await std::move(revoked));
+    end = true;
+  }(model->revoke(phone.deviceId()), ended));
+  ASSERT_TRUE(until([&] { return service.count(revocation(phone.deviceId())) == 1; }));
+  paired();
+  service.release(revocation(phone.deviceId()));
+  ASSERT_TRUE(until([&] { return ended; }));
+  EXPECT_TRUE(pending().empty());
+
+  defaults.set("pendingRevocations", boost::json::array{phone.deviceId(), other.deviceId()});
+  service.hold(revocation(phone.deviceId()));
+  model->rename("Attic");
+  ASSERT_TRUE(until([&] { return service.count(revocation(phone.deviceId())) == 2; }));
+  paired();
+  service.release(revocation(phone.deviceId()));
+  reconnect();
+  EXPECT_EQ(service.count(revocation(other.deviceId())), 0u);
 }
 
 TEST_F(DeviceUpkeepTest, DropsPeersThatTheServiceDoesNotListAfterTwoMinutes) {
