@@ -128,6 +128,11 @@ void PairingViewModel::stop() {
   phase.set(Idle{});
 }
 
+bool PairingViewModel::isRetrying() const {
+  const auto* failure = std::get_if<Failure>(&phase.get());
+  return failure != nullptr && failure->kind == Kind::offline && task_.running();
+}
+
 // In what follows, a run that was given up may mean that the view model is gone. Each suspension goes through `ask` or
 // `pause`, and each observable is written last of all: nothing else follows before it is known that the run is still
 // wanted.

@@ -78,6 +78,8 @@ class PairingViewModel {
   void cancel();
   /// The window went away.
   void stop();
+  /// `Failure` for want of the network, and yet on its way to a session.
+  bool isRetrying() const;
 
  private:
   struct Session;

@@ -78,8 +78,11 @@ void TerminalPairing::confirm() {
 }
 
 void TerminalPairing::cancel() {
-  if (!pairing_ || std::holds_alternative<Model::Paired>(pairing_->phase.get()) ||
-      std::holds_alternative<Model::Failure>(pairing_->phase.get())) {
+  const auto isOver = [](const Model& pairing) {
+    return std::holds_alternative<Model::Paired>(pairing.phase.get()) ||
+           (std::holds_alternative<Model::Failure>(pairing.phase.get()) && !pairing.isRetrying());
+  };
+  if (!pairing_ || isOver(*pairing_)) {
     return output_.refuse("There is no pairing to cancel.");
   }
   output_.answer("cancel", {}, "Cancelling.");

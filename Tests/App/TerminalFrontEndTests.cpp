@@ -177,6 +177,23 @@ TEST_F(TerminalFrontEndTest, ResetsAndDeletesOnlyWhenToldTwice) {
   EXPECT_NE(model->deviceId().get(), last);
 }
 
+TEST_F(TerminalFrontEndTest, APairingThatWaitsForTheNetworkCanBeCancelled) {
+  openConnected();
+  const std::string sessions = "POST /v1/pairing/sessions";
+  service.set(sessions, {200, "no JSON"});
+  front->handleLine("pair");
+  const auto phase = [&] { return std::string(events("pairing").back()["phase"].as_string()); };
+  ASSERT_TRUE(until([&] { return phase() == "failed"; }));
+  front->handleLine("cancel");
+  EXPECT_TRUE(found("cancel"));
+  EXPECT_EQ(events("pairing").back()["failure"].as_string(), "cancelledHere");
+  const std::size_t asked = service.count(sessions);
+  time.advance(std::chrono::seconds(10));
+  settle();
+  EXPECT_EQ(service.count(sessions), asked);
+  EXPECT_EQ(refusal("cancel"), "There is no pairing to cancel.");
+}
+
 TEST_F(TerminalFrontEndTest, AnswersWhatWasAskedBeforeTheInputEnded) {
   openConnected();
   service.hold(kHealth);
