@@ -173,8 +173,7 @@ AppModel::ConnectionRef AppModel::makeConnection() {
     if (const auto self = weak.lock()) self->publishReadiness(ReadinessState::asleep);
   };
   connection->onAuthenticationRejected = [weak] {
-    const auto self = weak.lock();
-    if (self && self->api_) self->startRegistration(++self->refusals_);
+    if (const auto self = weak.lock()) self->refused();
   };
   return connection;
 }
@@ -195,8 +194,15 @@ void AppModel::registered() {
   upkeepAll();
 }
 
+// A registration that is under way or planned is left alone from the second time on: its own back-off is what counts.
+void AppModel::refused() {
+  ++refusals_;
+  if (refusals_ == 1 || !registration_.isTrying()) startRegistration(refusals_);
+}
+
 void AppModel::connected() {
   refusals_ = 0;
+  if (registration_.isWaiting()) startRegistration();
   publishReadiness();
   upkeepAll();
 }

@@ -128,6 +128,7 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   ConnectionRef makeConnection();
   void startRegistration(int refusals = 0);
   void registered();
+  void refused();
   void connected();
   void startTrustPolling();
   void invalidateFocus();

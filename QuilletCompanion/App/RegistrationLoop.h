@@ -48,6 +48,9 @@ class RegistrationLoop {
 
   const Observable<State>& state() const { return state_; }
   bool isRegistered() const { return state_.get() == State(Step::registered); }
+  /// Between two attempts.
+  bool isWaiting() const { return std::holds_alternative<Offline>(state_.get()); }
+  bool isTrying() const { return isWaiting() || state_.get() == State(Step::registering); }
   bool isRevoked() const { return state_.get() == State(Step::revoked); }
 
  private:

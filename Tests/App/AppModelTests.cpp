@@ -116,6 +116,42 @@ TEST_F(AppModelTest, ARefusedSocketRegistersAnewAtOnceAndThenMoreSlowly) {
   EXPECT_EQ(service.count(kRegister), 5u);
 }
 
+TEST_F(AppModelTest, RefusedSocketsDoNotPushAPlannedRegistrationBack) {
+  const std::string connect = "GET /v1/mac/connect";
+  service.refuseRelay(403);
+  service.hold(kRegister);
+  start();
+  ASSERT_TRUE(until([&] { return service.count(kRegister) == 1; }));
+  service.set(kRegister, FakeService::error(503, "busy"));
+  service.release(kRegister);  // the first succeeds, which opens the socket; the one after its refusal fails
+  ASSERT_TRUE(until([&] { return service.count(kRegister) == 2 && offline() != nullptr; }));
+  const auto reconnecting = [&] {
+    return std::get_if<RelayConnection::Reconnecting>(&model->connection().get()->state().get());
+  };
+  const auto now = [&] { return time.source().now(); };
+  const auto from = now();
+  std::vector<std::int64_t> registrations, sockets;
+  while (registrations.size() < 5 && sockets.size() < 20) {
+    ASSERT_TRUE(until([&] { return offline() != nullptr && reconnecting() != nullptr; }));
+    const auto planned = offline()->retryAt;
+    const auto next = std::min(planned, reconnecting()->at);
+    const std::size_t asked = service.count(kRegister), refused = service.count(connect);
+    time.advance(std::chrono::milliseconds(next - now()));
+    ASSERT_TRUE(until([&] { return service.count(kRegister) > asked || service.count(connect) > refused; }));
+    (service.count(kRegister) > asked ? registrations : sockets).push_back(now() - from);
+    ASSERT_TRUE(until([&] { return offline() != nullptr && reconnecting() != nullptr; }));
+    if (next < planned) EXPECT_EQ(offline()->retryAt, planned);
+  }
+  EXPECT_EQ(registrations, (std::vector<std::int64_t>{2000, 6000, 14'000, 30'000, 62'000}));
+  EXPECT_GE(sockets.size(), 4u);
+
+  service.refuseRelay(std::nullopt);
+  service.set(kRegister, {200, R"({"deviceId":"any","registeredAt":1})"});
+  ASSERT_LT(reconnecting()->at, offline()->retryAt);
+  time.advance(std::chrono::milliseconds(reconnecting()->at - now()));
+  ASSERT_TRUE(until([&] { return isConnected(); })) << "a proved socket doesn't wait for the planned registration";
+}
+
 TEST_F(AppModelTest, PublishesOnceAfterARunOfChangesAndOnEveryHeartbeat) {
   const auto phone = DeviceIdentity::generate();
   connectWith(phone);
