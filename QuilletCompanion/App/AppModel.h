@@ -87,6 +87,8 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   bool rename(std::string_view name);
   /// What this device is called until the user names it.
   std::string fallbackName() const;
+  /// Whether the settings that were made so far outlast this run.
+  bool areSettingsSaved() const { return parts_.defaults.isSaved(); }
   void setLaunchAtLogin(bool enabled);
   void setOnboardingStep(OnboardingStep step) { onboarding_.setStep(step); }
   void completeOnboarding() { onboarding_.complete(); }
@@ -100,11 +102,13 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   Awaitable<void> checkHealth();
   /// Throws APIError. The texts are sent as they stand.
   Awaitable<void> sendFeedback(std::string message, std::optional<std::string> replyTo);
+  /// What a reset could not forget, in words for people: "its keys", for example. Empty after a full one.
+  using Remains = std::vector<std::string>;
   /// Deletes this device at the service, then resets it. Throws DeletionError, or what else went wrong; nothing has
   /// changed then.
-  Awaitable<void> deleteCloudData();
+  Awaitable<Remains> deleteCloudData();
   /// Forgets identity, peers, journal and set-up, and begins as a new device. The name and the settings stay.
-  void resetLocal();
+  Remains resetLocal();
   void requestAccessibility();
   void refreshAccessibilityTrust();
   void restartApp();
@@ -136,7 +140,8 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   void storePeer(const PeerIdentity& identity);
   void upkeepAll();
   void updateConnectionStatus();
-  void deleteJournal() const;
+  bool forgetIdentity();
+  bool forgetFile(const char* name) const;
   template <typename... Arguments>
   std::function<void(Arguments...)> weakly(void (AppModel::*operation)(Arguments...));
 

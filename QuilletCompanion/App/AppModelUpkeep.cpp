@@ -34,7 +34,7 @@ Awaitable<void> AppModel::sendFeedback(std::string message, std::optional<std::s
 
 // The service goes first, so that a failed request leaves this device paired and usable, and the keys are destroyed
 // last, so that the request could still be signed.
-Awaitable<void> AppModel::deleteCloudData() {
+Awaitable<AppModel::Remains> AppModel::deleteCloudData() {
   const auto self = shared_from_this();
   const auto api = api_;
   if (!api) throw DeletionError("Quillet is not connected to the server.");
@@ -47,7 +47,7 @@ Awaitable<void> AppModel::deleteCloudData() {
     deleted = answer != nullptr && answer->status == kForbidden && answer->body.code == "device_revoked";
   }
   if (!deleted) throw DeletionError("Couldn't reach the Quillet service. Nothing was deleted.");
-  if (api == api_) resetLocal();
+  co_return api == api_ ? resetLocal() : Remains();
 }
 
 void AppModel::stopServices() {
@@ -72,28 +72,44 @@ void AppModel::abandonInsertions() {
   for (auto& retired : retired_) retired.inserter.reset();
 }
 
-void AppModel::resetLocal() {
+AppModel::Remains AppModel::resetLocal() {
+  const auto before = deviceId().get();
   stopServices();
   abandonInsertions();  // or one would write its outcome into the new device's journal
-  try {
-    DeviceIdentity::remove(parts_.secretStore);
-  } catch (const std::exception&) {
-    Log::standard("relay", "Could not remove the device identity");
-  }
+  const bool noKeys = forgetIdentity();
   try {
     peerStore_.removeAll();
   } catch (const std::exception&) {
     Log::standard("relay", "Could not remove the paired devices' file");
   }
-  deleteJournal();
+  const bool noPeers = forgetFile("peers.json"), noJournal = forgetFile("journal.json");
   for (const char* key : {"pendingRename", "pendingRevocations"}) parts_.defaults.remove(key);
   onboarding_.forget();
   loadIdentity();
+  Remains remains;
+  if (!noKeys || !deviceId().get() || deviceId().get() == before) remains.emplace_back("its keys");
+  if (!noPeers) remains.emplace_back("its paired iPhones");
+  if (!noJournal) remains.emplace_back("what it inserted");
+  return remains;
 }
 
-void AppModel::deleteJournal() const {
+bool AppModel::forgetIdentity() {
+  try {
+    DeviceIdentity::remove(parts_.secretStore);
+    return true;
+  } catch (const std::exception&) {
+    Log::standard("relay", "Could not remove the device identity");
+    return false;
+  }
+}
+
+/// Looks whether it is gone, too.
+bool AppModel::forgetFile(const char* name) const {
+  if (!parts_.supportFolder) return true;
   std::error_code ignored;
-  if (parts_.supportFolder) std::filesystem::remove(*parts_.supportFolder / "journal.json", ignored);
+  std::filesystem::remove(*parts_.supportFolder / name, ignored);
+  return std::filesystem::symlink_status(*parts_.supportFolder / name, ignored).type() ==
+         std::filesystem::file_type::not_found;
 }
 
 }  // namespace quillet

@@ -11,6 +11,17 @@ namespace quillet {
 
 using namespace TerminalText;
 
+namespace {
+
+std::string notForgotten(const AppModel::Remains& remains) {
+  std::string list;
+  for (const auto& item : remains) list += (list.empty() ? "" : ", ") + item;
+  return "This Mac could not forget: " + list +
+         ". See that its data folder can be written and that its keyring is unlocked, then type \"reset\" again.";
+}
+
+}  // namespace
+
 TerminalFrontEnd::TerminalFrontEnd(AppModel& model, Executor mainThread, Style style,
                                    std::function<void(std::string)> print, std::function<void()> quit)
     : model_(model),
@@ -119,7 +130,10 @@ void TerminalFrontEnd::revoke(const std::string& wanted) {
 void TerminalFrontEnd::rename(const std::string& name) {
   const bool changed = model_.rename(name);
   const std::string& now = model_.macName().get();
-  output_.answer("rename", {{"macName", now}, {"changed", changed}}, "This Mac is called " + now + ".");
+  const bool saved = model_.areSettingsSaved();
+  output_.answer("rename", {{"macName", now}, {"changed", changed}, {"saved", saved}},
+                 "This Mac is called " + now + "." +
+                     (saved ? "" : " This could not be saved, and will be forgotten when the program ends."));
 }
 
 void TerminalFrontEnd::health(const std::string&) {
@@ -199,7 +213,8 @@ void TerminalFrontEnd::reset(const std::string& argument) {
 
 void TerminalFrontEnd::resetNow() {
   pairing_.end();
-  model_.resetLocal();
+  const auto remains = model_.resetLocal();
+  if (!remains.empty()) return output_.refuse(notForgotten(remains));
   output_.answer("reset", {{"deviceId", model_.deviceId().get().value_or("")}},
                  "This Mac begins as a new device. Type \"pair\" to pair a phone.");
 }
@@ -212,14 +227,16 @@ void TerminalFrontEnd::deleteData(const std::string& argument) {
 void TerminalFrontEnd::deleteNow() {
   background([this](Task::Token token) -> Awaitable<void> {
     std::string failure;
+    AppModel::Remains remains;
     try {
-      co_await model_.deleteCloudData();
+      remains = co_await model_.deleteCloudData();
     } catch (const std::exception& error) {
       failure = error.what();
     }
     if (token.cancelled()) co_return;
     if (!failure.empty()) co_return output_.refuse(failure);
     pairing_.end();
+    if (!remains.empty()) co_return output_.refuse("Deleted at the service. " + notForgotten(remains));
     output_.answer("delete", {{"deviceId", model_.deviceId().get().value_or("")}},
                    "Deleted. This Mac begins as a new device.");
   });

@@ -37,7 +37,10 @@ class LockableSecretStore final : public SecretStore {
     return store.load(key);
   }
   void save(ByteView value, const std::string& key) override { store.save(value, key); }
-  void remove(const std::string& key) override { store.remove(key); }
+  void remove(const std::string& key) override {
+    if (locked) throw SecretStoreError(1);
+    store.remove(key);
+  }
   MemorySecretStore store;
   bool locked = false;
 };

@@ -4,6 +4,7 @@
 #include <boost/json/parse.hpp>
 
 #include "Tests/App/AppModelHarness.h"
+#include "Tests/Doubles/LogCapture.h"
 
 namespace quillet {
 namespace {
@@ -175,6 +176,34 @@ TEST_F(TerminalFrontEndTest, ResetsAndDeletesOnlyWhenToldTwice) {
   EXPECT_EQ(model->deviceId().get(), last);
   for (const char* line : {"reset", "yes"}) front->handleLine(line);
   EXPECT_NE(model->deviceId().get(), last);
+}
+
+TEST_F(TerminalFrontEndTest, SaysWhatAResetCouldNotForget) {
+  using test::LogCapture;
+  LogCapture::instance().expect("Could not load the device identity from Keychain");
+  LogCapture::instance().expect("Journal unreadable; moving it aside");
+  openConnected();
+  secrets.locked = true;
+  EXPECT_NE(refusal("reset confirm").find("could not forget: its keys. See"), std::string::npos);
+  secrets.locked = false;
+  EXPECT_FALSE(ask("reset confirm", "reset")["deviceId"].as_string().empty());
+  // Folders that hold something can't be removed as files are.
+  for (const char* name : {"peers.json", "journal.json"}) {
+    std::filesystem::remove(folder.path() / name);
+    std::filesystem::create_directories(folder.path() / name / "within");
+  }
+  const auto before = model->deviceId().get();
+  const std::string stayed = "This Mac could not forget: its paired iPhones, what it inserted. ";
+  EXPECT_TRUE(refusal("reset confirm").starts_with(stayed));
+  EXPECT_NE(model->deviceId().get(), before);
+  EXPECT_TRUE(ask("reset confirm", "reset").contains("message")) << "the paired phones' folder is still there";
+}
+
+TEST_F(TerminalFrontEndTest, SaysThatANameWillNotLast) {
+  open();
+  EXPECT_FALSE(ask("rename Attic", "rename")["saved"].as_bool());
+  defaults = UserDefaults(folder.path() / "defaults.json");
+  EXPECT_TRUE(ask("rename Cellar", "rename")["saved"].as_bool());
 }
 
 TEST_F(TerminalFrontEndTest, APairingThatWaitsForTheNetworkCanBeCancelled) {
