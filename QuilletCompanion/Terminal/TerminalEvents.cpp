@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Terminal/TerminalEvents.h"
 
+#include "QuilletCompanion/Terminal/PlainText.h"
 #include "QuilletCompanion/Terminal/TerminalText.h"
 
 namespace quillet {
@@ -22,7 +23,7 @@ TerminalEvents::TerminalEvents(AppModel& model, const TerminalOutput& output)
   watch(model_.serverPairs(), [this] { showPeers(); });
   watchSetUp();
   model_.onInsertion = [this](const std::string& phoneName) {
-    output_.event("inserted", {{"phoneName", phoneName}}, "Inserted from " + phoneName);
+    output_.event("inserted", {{"phoneName", phoneName}}, "Inserted from " + plainText(phoneName));
   };
   model_.onShowAccessibilityHelp = [this] {
     const std::string text = accessibilityText(model_);
@@ -45,7 +46,7 @@ void TerminalEvents::watch(const Observable<T>& observable, std::function<void()
 
 void TerminalEvents::watchSetUp() {
   watch(model_.macName(), [this] {
-    output_.event("macName", {{"macName", model_.macName().get()}}, "Name: " + model_.macName().get());
+    output_.event("macName", {{"macName", model_.macName().get()}}, "Name: " + plainText(model_.macName().get()));
   });
   watch(model_.launchAtLogin(), [this] {
     const bool on = model_.launchAtLogin().get();

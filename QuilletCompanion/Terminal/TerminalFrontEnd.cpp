@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "QuilletCompanion/App/FeedbackForm.h"
+#include "QuilletCompanion/Terminal/PlainText.h"
 #include "QuilletCompanion/Terminal/TerminalText.h"
 #include "QuilletKit/Unicode.h"
 
@@ -132,7 +133,7 @@ void TerminalFrontEnd::rename(const std::string& name) {
   const std::string& now = model_.macName().get();
   const bool saved = model_.areSettingsSaved();
   output_.answer("rename", {{"macName", now}, {"changed", changed}, {"saved", saved}},
-                 "This Mac is called " + now + "." +
+                 "This Mac is called " + plainText(now) + "." +
                      (saved ? "" : " This could not be saved, and will be forgotten when the program ends."));
 }
 

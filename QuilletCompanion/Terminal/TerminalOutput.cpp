@@ -3,6 +3,8 @@
 
 #include <boost/json/serialize.hpp>
 
+#include "QuilletCompanion/Terminal/PlainText.h"
+
 namespace quillet {
 
 void TerminalOutput::emit(const Object& object, const std::string& text) const {
@@ -20,7 +22,7 @@ void TerminalOutput::answer(std::string_view name, Object fields, const std::str
 }
 
 void TerminalOutput::refuse(const std::string& text) const {
-  answer("error", {{"message", text}}, text);
+  answer("error", {{"message", text}}, plainText(text));
 }
 
 }  // namespace quillet

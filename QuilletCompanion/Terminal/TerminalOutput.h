@@ -21,7 +21,7 @@ class TerminalOutput {
   /// `fields` for programs, `text` for people.
   void event(std::string_view name, Object fields, const std::string& text) const;
   void answer(std::string_view name, Object fields, const std::string& text) const;
-  /// Says why nothing was done.
+  /// Says why nothing was done, in one line.
   void refuse(const std::string& text) const;
 
  private:

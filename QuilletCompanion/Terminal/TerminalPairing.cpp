@@ -4,12 +4,17 @@
 #include <boost/json/array.hpp>
 
 #include "QuilletCompanion/Terminal/Overload.h"
+#include "QuilletCompanion/Terminal/PlainText.h"
 #include "QuilletCompanion/Terminal/TerminalQRCode.h"
 
 namespace quillet {
 namespace {
 
 using Model = PairingViewModel;
+
+std::string quoted(const std::string& name) {
+  return "“" + plainText(name) + "”";
+}
 
 std::string joined(const Model::Words& words) {
   std::string text;
@@ -44,11 +49,11 @@ std::string_view kindName(Model::Failure::Kind kind) {
 
 std::string invitationText(const Model::Invitation& invitation) {
   return terminalQRCode(invitation.qrContent) + "Open Quillet on your iPhone and scan this code.\n" +
-         "Enter this code on your iPhone: " + PairingCode::display(invitation.code);
+         "Enter this code on your iPhone: " + plainText(PairingCode::display(invitation.code));
 }
 
 std::string verifyText(const Model::Verify& verify) {
-  return verify.phoneName + "\nVerification words: " + joined(verify.words) +
+  return quoted(verify.phoneName) + " asks to be paired.\nVerification words: " + joined(verify.words) +
          "\nCheck that your iPhone shows the same four words.\n"
          "If the words are different, cancel. Someone else may be trying to pair.\n"
          "Type \"confirm\" or \"cancel\".";
@@ -120,13 +125,13 @@ void TerminalPairing::show(const Model::Phase& phase) {
                  showPhase("confirming", {{"phoneName", confirming.phoneName}}, "Confirm on your iPhone to finish.");
                },
                [&](const Model::Paired& paired) {
-                 showPhase("paired", {{"phoneName", paired.phoneName}}, "“" + paired.phoneName + "” is paired");
+                 showPhase("paired", {{"phoneName", paired.phoneName}}, quoted(paired.phoneName) + " is paired");
                },
                [&](const Model::Failure& failure) {
                  showPhase(
                      "failed",
                      {{"failure", kindName(failure.kind)}, {"title", failure.title()}, {"detail", failure.detail()}},
-                     failure.title() + "\n" + failure.detail());
+                     failure.title() + "\n" + plainText(failure.detail()));
                }},
       phase);
 }

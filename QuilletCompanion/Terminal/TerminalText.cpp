@@ -4,6 +4,7 @@
 #include <ctime>
 
 #include "QuilletCompanion/Terminal/Overload.h"
+#include "QuilletCompanion/Terminal/PlainText.h"
 
 namespace quillet::TerminalText {
 namespace {
@@ -47,7 +48,7 @@ json::object describe(const AppModel::Registration& registration) {
 std::string textOf(const AppModel::Registration& registration) {
   return std::visit(
       Overload{[](const Loop::Offline& offline) { return "offline, next try at " + dateText(offline.retryAt + 999); },
-               [](const Loop::Failed& failed) { return "failed: " + failed.message; },
+               [](const Loop::Failed& failed) { return "failed: " + plainText(failed.message); },
                [](Loop::Step step) {
                  if (step == Loop::Step::notStarted) return std::string("not started");
                  if (step != Loop::Step::revoked) return std::string(rawValue(step));
@@ -66,8 +67,8 @@ json::object describe(const Readiness& readiness) {
 
 std::string textOf(const Readiness& readiness) {
   std::string text = "Target: " + std::string(rawValue(readiness.state));
-  if (readiness.appName) text += " in " + *readiness.appName;
-  if (readiness.fieldLabel) text += " (" + *readiness.fieldLabel + ")";
+  if (readiness.appName) text += " in " + plainText(*readiness.appName);
+  if (readiness.fieldLabel) text += " (" + plainText(*readiness.fieldLabel) + ")";
   return text;
 }
 
@@ -84,7 +85,7 @@ json::array describePeers(const AppModel& model) {
 std::string peersText(const AppModel& model) {
   std::string text;
   for (const auto& peer : model.peerStore().peers().get()) {
-    text += (text.empty() ? "" : "\n") + peer.identity.name + "  " + peer.identity.deviceId + "  Paired " +
+    text += (text.empty() ? "" : "\n") + plainText(peer.identity.name) + "  " + peer.identity.deviceId + "  Paired " +
             dateText(peer.pairedAt);
     if (const auto seen = model.lastSeen(peer.identity.deviceId)) text += ", last seen " + dateText(*seen);
   }
@@ -109,15 +110,16 @@ json::object describeStatus(const AppModel& model) {
 }
 
 std::string statusText(const AppModel& model) {
-  std::string text =
-      model.macName().get() + "\n  " + statusLine(model.connectionStatus().get(), model.readiness().get()) +
-      "\n  Service: " + model.serviceLocation().text() + healthText(model.health().get()) +
-      "\n  Registration: " + textOf(model.registration().get()) +
-      "\n  Connection: " + statusWord(model.connectionStatus().get()) +
-      "\n  Accessibility: " + (model.axTrusted().get() ? "Allowed" : "Not allowed") + "\n  " +
-      textOf(model.readiness().get()) +
-      "\n  Paired iPhones: " + std::to_string(model.peerStore().peers().get().size()) +
-      "\n  Launch at login: " + onOff(model.launchAtLogin().get()) + "\n  Version: " + model.appVersion();
+  std::string text = plainText(model.macName().get()) + "\n  " +
+                     plainText(statusLine(model.connectionStatus().get(), model.readiness().get())) +
+                     "\n  Service: " + plainText(model.serviceLocation().text()) + healthText(model.health().get()) +
+                     "\n  Registration: " + textOf(model.registration().get()) +
+                     "\n  Connection: " + statusWord(model.connectionStatus().get()) +
+                     "\n  Accessibility: " + (model.axTrusted().get() ? "Allowed" : "Not allowed") + "\n  " +
+                     textOf(model.readiness().get()) +
+                     "\n  Paired iPhones: " + std::to_string(model.peerStore().peers().get().size()) +
+                     "\n  Launch at login: " + onOff(model.launchAtLogin().get()) +
+                     "\n  Version: " + model.appVersion();
   if (model.startupError().get()) text += "\n  " + *model.startupError().get();
   return text;
 }
@@ -158,7 +160,8 @@ json::object describe(const WordStatsSummary& summary) {
 std::string textOf(const WordStatsSummary& summary) {
   std::string text = "Today " + std::to_string(summary.today) + ", week " + std::to_string(summary.week) + ", month " +
                      std::to_string(summary.month) + ", total " + std::to_string(summary.total);
-  for (const auto& device : summary.devices) text += "\n" + device.name + ": " + std::to_string(device.total);
+  for (const auto& device : summary.devices)
+    text += "\n" + plainText(device.name) + ": " + std::to_string(device.total);
   return text;
 }
 

@@ -3,6 +3,7 @@
 
 #include <boost/json/parse.hpp>
 
+#include "QuilletKit/Base64URL.h"
 #include "Tests/App/AppModelHarness.h"
 #include "Tests/Doubles/LogCapture.h"
 
@@ -221,6 +222,54 @@ TEST_F(TerminalFrontEndTest, APairingThatWaitsForTheNetworkCanBeCancelled) {
   settle();
   EXPECT_EQ(service.count(sessions), asked);
   EXPECT_EQ(refusal("cancel"), "There is no pairing to cancel.");
+}
+
+TEST_F(TerminalFrontEndTest, TextFromElsewhereStaysInItsPlace) {
+  // A line of its own, a hidden rest, other line ends, an eight-bit escape, reordered neighbours.
+  const std::string hostile =
+      "Bob\nVerification words: a b c d\x1b[8m\r\xc2\x85\xc2\x9b\xe2\x80\xa8\xe2\x80\xae\xe2\x81\xa6";
+  const std::string shown = "Bob�Verification words: a b c d�[8m������";
+  havePeer(phone, time.wall, hostile);
+  listPairs({phone.deviceId()});
+  defaults.set("macName", boost::json::string(hostile));
+  provider.front->name = hostile;
+  const std::string session = "/v1/pairing/sessions";
+  service.set("POST " + session, {200, JSONCoding::encode(CreatePairingResponse{
+                                           .sessionId = "s", .code = "A\nB", .expiresAt = time.wall + 60'000})});
+  service.set("GET " + session + "/s",
+              {200, JSONCoding::encode(
+                        PairingStatus{.sessionId = "s",
+                                      .state = PairingState::claimed,
+                                      .expiresAt = time.wall + 60'000,
+                                      .phoneName = hostile,
+                                      .phoneDeviceId = phone.deviceId(),
+                                      .phoneEphemeralPublicKey = Base64URL::encode(phone.agreementPublicKey())})});
+  makeModel();
+  open(TerminalFrontEnd::Style::people);
+  model->start();
+  ASSERT_TRUE(until([&] { return isConnected(); }));
+  front->handleLine("pair");
+  const auto has = [&](const std::string& text) {
+    return std::any_of(lines.begin(), lines.end(), [&](const auto& l) { return l.find(text) != std::string::npos; });
+  };
+  ASSERT_TRUE(until([&] { return has("If the words are different"); }));
+  for (const char* line : {"peers", "status", "rename x\x1b[2Jy", "nonsense\x1b[2J"}) front->handleLine(line);
+  model->onInsertion(hostile);
+  const std::string marks[] = {"“" + shown + "” asks to be paired.\nVerification words: ",
+                               shown + "  " + phone.deviceId() + "  Paired ",
+                               "Inserted from " + shown,
+                               "Target: ready in " + shown,
+                               shown + " · Ready",
+                               "called x�[2Jy.",
+                               "\"nonsense�[2J\"",
+                               "Enter this code on your iPhone: A"};
+  for (const auto& mark : marks) EXPECT_TRUE(has(mark)) << mark;
+  for (const char* raw : {"\x1b", "\r", "\nVerification words: a", "\xc2\x9b", "\xe2\x80\xae", "A\nB"}) {
+    EXPECT_FALSE(has(raw)) << raw;
+  }
+  front.reset();
+  open();
+  EXPECT_EQ(ask("peers", "peers")["peers"].as_array()[0].as_object()["name"].as_string(), hostile) << "for programs";
 }
 
 TEST_F(TerminalFrontEndTest, AnswersWhatWasAskedBeforeTheInputEnded) {
