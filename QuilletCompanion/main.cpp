@@ -27,6 +27,7 @@
 #include "QuilletCompanion/Platform/Linux/MainLoopTimers.h"
 #include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
 #include "QuilletCompanion/Platform/Linux/SystemSecretStore.h"
+#include "QuilletCompanion/Terminal/LineWriter.h"
 #include "QuilletCompanion/Terminal/TerminalFrontEnd.h"
 #include "QuilletKit/BackgroundLedgerStorage.h"
 #include "QuilletKit/FolderLedgerStorage.h"
@@ -149,20 +150,22 @@ class Program {
   }
 
   int run(QCoreApplication& app, TerminalFrontEnd::Style style) {
+    LineWriter output(STDOUT_FILENO, [style](std::size_t lost) { return TerminalOutput::lostLines(style, lost); });
     auto model = std::make_shared<AppModel>(parts());
     boost::asio::signal_set signals(network_.executor(), SIGINT, SIGTERM, SIGHUP);
     signals.async_wait([](const boost::system::error_code& error, int) {
       if (!error) QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
     });
-    const int code = runFront(app, *model, style);
+    const int code = runFront(app, *model, style, output);
     drain(std::move(model));
     return code;
   }
   bool restartWanted() const { return restartWanted_; }
 
  private:
-  int runFront(QCoreApplication& app, AppModel& model, TerminalFrontEnd::Style style) {
-    TerminalFrontEnd front(model, mainLoop_.executor(), style, &print, [] { QCoreApplication::quit(); });
+  int runFront(QCoreApplication& app, AppModel& model, TerminalFrontEnd::Style style, LineWriter& output) {
+    const auto print = [&output](std::string line) { output.print(std::move(line)); };
+    TerminalFrontEnd front(model, mainLoop_.executor(), style, print, [] { QCoreApplication::quit(); });
     LineInput input([&](std::string_view line) { front.handleLine(line); }, [&] { front.endOfInput(); });
     model.start();
     return app.exec();

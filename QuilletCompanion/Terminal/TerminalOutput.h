@@ -2,6 +2,7 @@
 #pragma once
 
 #include <boost/json/object.hpp>
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -18,6 +19,8 @@ class TerminalOutput {
   TerminalOutput(Style style, std::function<void(std::string)> print) : style_(style), print_(std::move(print)) {}
 
   Style style() const { return style_; }
+  /// What stands in the place of lines that were left out.
+  static std::string lostLines(Style style, std::size_t count);
   /// `fields` for programs, `text` for people.
   void event(std::string_view name, Object fields, const std::string& text) const;
   void answer(std::string_view name, Object fields, const std::string& text) const;
