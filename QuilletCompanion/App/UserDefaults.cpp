@@ -55,6 +55,8 @@ std::optional<boost::json::object> readSettings(const std::filesystem::path& fil
     if (!error && parsed.is_object()) return std::move(parsed.get_object());
   } catch (const std::system_error& error) {
     if (error.code() == std::errc::no_such_file_or_directory) return boost::json::object();
+  } catch (const std::exception&) {
+    return std::nullopt;  // larger than the memory
   }
   return std::nullopt;
 }
