@@ -7,6 +7,9 @@
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
 
+#include "QuilletKit/Log.h"
+#include "QuilletService/Database.h"
+
 namespace quillet {
 namespace {
 
@@ -52,13 +55,25 @@ Awaitable<void> MetricsServer::answer(tcp::socket socket) {
   co_await http::async_read(stream, buffer, request, asio::redirect_error(asio::use_awaitable, error));
   if (error) co_return;
   const bool known = request.method() == http::verb::get && request.target() == "/metrics";
-  http::response<http::string_body> response(known ? http::status::ok : http::status::not_found, 11);
+  Page answered = known ? page() : Page{404, "There is only /metrics here.\n"};
+  http::response<http::string_body> response(static_cast<http::status>(answered.status), 11);
   response.set(http::field::content_type, "text/plain; version=0.0.4");
   response.keep_alive(false);
-  response.body() = known ? text_() : "There is only /metrics here.\n";
+  response.body() = std::move(answered.text);
   response.prepare_payload();
   co_await http::async_write(stream, response, asio::redirect_error(asio::use_awaitable, error));
   stream.socket().shutdown(tcp::socket::shutdown_send, error);
+}
+
+MetricsServer::Page MetricsServer::page() const {
+  try {
+    return {200, text_()};
+  } catch (const DatabaseError& e) {
+    Log::error("service", "The metrics failed with database code {}", e.code);
+  } catch (const std::exception& e) {
+    Log::error("service", "The metrics failed with an exception of type {}", typeid(e).name());
+  }
+  return {500, "The numbers can't be had at the moment.\n"};
 }
 
 }  // namespace quillet

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/MetricsServer.h"
 #include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/SelfSigned.h"
 #include "Tests/Service/ServerFixture.h"
 
@@ -12,6 +13,13 @@ using namespace std::chrono_literals;
 
 class EndpointTest : public ServerTest {
  protected:
+  /// What a metrics server answers to a GET of `path`.
+  Awaitable<std::string> scrape(const MetricsServer& metrics, std::string path = "/metrics") {
+    Socket socket(context);
+    co_await socket.async_connect({asio::ip::address_v4::loopback(), metrics.port()}, asio::use_awaitable);
+    co_await write(socket, "GET " + path + " HTTP/1.1\r\nHost: a\r\n\r\n");
+    co_return co_await readToEnd(socket);
+  }
   TLSFiles tlsFiles() {
     const SelfSigned made("IP:127.0.0.1,DNS:127.0.0.1");
     writeText(folder.path() / "certificate.pem", made.certificate);
@@ -119,14 +127,8 @@ TEST_F(EndpointTest, TheMetricsPageCountsAndNamesNobody) {
     std::string replay = wire(phone, "GET", "/v1/pairs");
     co_await raw(replay);
     co_await raw(replay);
-    Socket scraper(context);
-    co_await scraper.async_connect({asio::ip::address_v4::loopback(), metrics.port()}, asio::use_awaitable);
-    co_await write(scraper, "GET /metrics HTTP/1.1\r\nHost: a\r\n\r\n");
-    page = co_await readToEnd(scraper);
-    Socket stray(context);
-    co_await stray.async_connect({asio::ip::address_v4::loopback(), metrics.port()}, asio::use_awaitable);
-    co_await write(stray, std::string("GET /v1/health HTTP/1.1\r\nHost: a\r\n\r\n"));
-    EXPECT_EQ(statusIn(co_await readToEnd(stray)), "404");
+    page = co_await scrape(metrics);
+    EXPECT_EQ(statusIn(co_await scrape(metrics, "/v1/health")), "404");
     EXPECT_EQ(statusIn(co_await raw("GET /metrics HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n")), "404")
         << "not where clients are served";
   });
@@ -138,6 +140,18 @@ TEST_F(EndpointTest, TheMetricsPageCountsAndNamesNobody) {
     EXPECT_NE(page.find(line), page.npos) << line << page;
   }
   for (const std::string& id : {mac.id(), phone.id(), mac.name, phone.name}) EXPECT_EQ(page.find(id), page.npos);
+}
+
+TEST_F(EndpointTest, MetricsThatFailAreAnsweredAndComeBack) {
+  bool failing = true;
+  MetricsServer metrics(context, 0, [&] { return failing ? throw DatabaseError(SQLITE_IOERR) : std::string("fine"); });
+  metrics.start();
+  LogCapture::instance().expect("The metrics failed with database code 10");
+  play([&]() -> Awaitable<void> {
+    EXPECT_EQ(statusIn(co_await scrape(metrics)), "500");
+    failing = false;
+    EXPECT_EQ(statusIn(co_await scrape(metrics)), "200");
+  });
 }
 
 TEST_F(EndpointTest, TheWholeRoadRunsOverTLS) {
