@@ -16,7 +16,8 @@ constexpr std::string_view kTranscribePath = "/v1/transcribe";
 constexpr std::string_view kRegisterPath = "/v1/devices/register";
 constexpr std::string_view kPairingPaths = "/v1/pairing/";
 constexpr std::size_t kSmallBodyLimit = 64 * 1024;  // All that takes no envelope and no feedback.
-constexpr std::size_t kBodyLimit = 1 << 20;
+// An envelope goes on in a frame that names its sender, and a desktop takes no frame beyond 1 MB.
+constexpr std::size_t kBodyLimit = (1 << 20) - 4096;
 constexpr std::size_t kUploadLimit = 16'000'000;
 
 struct Path {

@@ -99,7 +99,10 @@ TEST_F(LimitsTest, LargeRequestsAreRefusedBeforeTheyAreRead) {
   // None of these sends its body: an answer shows that it isn't waited for.
   EXPECT_EQ(status(head("/v1/devices/register", 100'000)), "413");
   EXPECT_EQ(status(head("/v1/pairing/claim", 100'000)), "413");
-  EXPECT_EQ(status(head("/v1/macs/m/deliveries", 1'100'000)), "413");
+  for (const char* target : {"/v1/macs/m/deliveries", "/v1/macs/m/prepare"}) {
+    EXPECT_EQ(status(head(target, kFrameLimit - 4096)), "401") << target;
+    EXPECT_EQ(status(head(target, kFrameLimit - 4095)), "413") << target;
+  }
   EXPECT_EQ(status(head("/v1/transcribe", 16'000'001)), "413");
   EXPECT_EQ(status(head("/v1/transcribe", 15'000'000)), "401") << "a stranger";
   EXPECT_EQ(status(head("/v1/nothing", 900'000)), "404");
@@ -107,6 +110,20 @@ TEST_F(LimitsTest, LargeRequestsAreRefusedBeforeTheyAreRead) {
   unknown.replace(unknown.find("Content-Length: 2"), std::string::npos, "Content-Length: 500000\r\n\r\n");
   EXPECT_EQ(status(unknown), "401") << "an unregistered device";
   EXPECT_EQ(status("POST /v1/feedback HTTP/1.1\r\nHost: a\r\nTransfer-Encoding: chunked\r\n\r\n"), "401");
+}
+
+TEST_F(LimitsTest, TheLargestDeliveryFitsADesktopsFrame) {
+  serve();
+  play([&]() -> Awaitable<void> {
+    co_await enrolAndPair();
+    DeliveryRequest largest = delivery(std::string(128, '"'));  // written with as many backslashes
+    largest.envelope.box.append(kFrameLimit - 4096 - JSONCoding::encode(largest).size(), 'A');
+    EXPECT_EQ(co_await refusal(phoneAPI->submitDelivery(mac.id(), largest)), "");
+    const auto socket = connect(*macAPI);
+    EXPECT_EQ((co_await next<RelayServer::Deliver>(*socket)).envelope, largest.envelope);
+    largest.envelope.box += 'A';
+    EXPECT_EQ(co_await refusal(phoneAPI->submitDelivery(mac.id(), largest)), "413 too_large");
+  });
 }
 
 TEST_F(LimitsTest, EachAddressCanRegisterSoManyNewDevices) {
