@@ -16,7 +16,7 @@ DeliveryStore::DeliveryStore(Database& database)
       markSent_(database.prepare("UPDATE deliveries SET sent=1 WHERE mac_id=? AND phone_id=? AND utterance_id=?")),
       pending_(database.prepare("SELECT phone_id, utterance_id, envelope FROM deliveries "
                                 "WHERE mac_id=? AND state IN ('queued', 'received') ORDER BY number")),
-      backlog_(database.prepare("SELECT count(*), coalesce(sum(length(envelope)), 0) FROM deliveries "
+      backlog_(database.prepare("SELECT count(*), coalesce(sum(length(CAST(envelope AS BLOB))), 0) FROM deliveries "
                                 "WHERE mac_id=? AND state IN ('queued', 'received')")),
       markReceived_(database.prepare("UPDATE deliveries SET state='received', updated_at=? "
                                      "WHERE mac_id=? AND utterance_id=? AND state='queued' RETURNING phone_id")),

@@ -42,7 +42,7 @@ DeliveryStatus RelayService::submit(const Device& phone, const std::string& macI
 
   Delivery delivery{.envelope = JSONCoding::encode(request.envelope)};
   if (known && known->envelope == delivery.envelope) return statusOf(key, known);
-  if (!known || !isPending(known->state)) requireRoom(macId, delivery.envelope.size());
+  requireRoom(macId, delivery, known);
   delivery.sent = hub_.isOnline(macId) || (known && known->sent);
   store_.deliveries.save(key, delivery, time_.now());
   ++metrics_.deliveriesSubmitted;
@@ -163,10 +163,12 @@ void RelayService::requirePair(const Device& phone, const std::string& macId) {
   if (!pairs_.arePaired(macId, phone.id)) throw Refusal::notPaired(403);
 }
 
-void RelayService::requireRoom(const std::string& macId, std::size_t bytes) {
+void RelayService::requireRoom(const std::string& macId, const Delivery& added, const std::optional<Delivery>& known) {
   const Backlog backlog = store_.deliveries.backlog(macId);
-  if (backlog.count >= limits_.backlogCount ||
-      backlog.bytes + static_cast<std::int64_t>(bytes) > limits_.backlogBytes) {
+  const bool replaces = known && isPending(known->state);
+  const auto freed = replaces ? static_cast<std::int64_t>(known->envelope.size()) : 0;
+  const std::int64_t bytes = backlog.bytes - freed + static_cast<std::int64_t>(added.envelope.size());
+  if ((!replaces && backlog.count >= limits_.backlogCount) || bytes > limits_.backlogBytes) {
     throw ServiceError(429, "queue_full", "Too much waits for this computer already.", true);
   }
 }

@@ -48,7 +48,8 @@ class RelayService {
   void handle(const std::string& macId, RelayClient::Result result);
   void handle(const std::string& macId, RelayClient::Presence presence);
   void requirePair(const Device& phone, const std::string& macId);
-  void requireRoom(const std::string& macId, std::size_t bytes);
+  /// `known` is the delivery in whose place `added` would stand, if there is one.
+  void requireRoom(const std::string& macId, const Delivery& added, const std::optional<Delivery>& known);
   bool forward(const DeliveryKey& key, Envelope envelope);
   DeliveryStatus statusOf(const DeliveryKey& key, const std::optional<Delivery>& delivery) const;
 

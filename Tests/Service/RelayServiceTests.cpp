@@ -224,9 +224,16 @@ TEST_F(RelayServiceTest, TheQueueOfADesktopIsBoundedInBytesAndInNumber) {
   const Envelope large = sealed(EnvelopePurpose::delivery, phone, mac, std::string(700'000, 'x'));
   for (int i = 0; i < 4; ++i) submit("large" + std::to_string(i), large);
   EXPECT_EQ(refusalOf([&] { submit("large5", large); }), "429 queue_full");
+  submit("large3", sealed(EnvelopePurpose::delivery, phone, mac, std::string(700'000, 'y')));
+  const Envelope larger = sealed(EnvelopePurpose::delivery, phone, mac, std::string(1'000'000, 'x'));
+  EXPECT_EQ(refusalOf([&] { submit("large3", larger); }), "429 queue_full") << "sealing anew makes no room";
+  Envelope unusual = sealed(EnvelopePurpose::delivery, phone, mac);
+  for (int i = 0; i < 200'000; ++i) unusual.box += "é";
+  EXPECT_EQ(refusalOf([&] { submit("unusual", unusual); }), "429 queue_full") << "bytes count, not characters";
   int taken = 4;
   while (taken < 1000 && refusalOf([&] { submit("small" + std::to_string(taken)); }).empty()) ++taken;
   EXPECT_EQ(taken, RelayLimits{}.backlogCount);
+  EXPECT_EQ(submit("small5").state, State::queued) << "a full queue still takes another envelope for what is in it";
 }
 
 TEST_F(RelayServiceTest, PresenceIsStoredForPairedPhonesOnly) {
