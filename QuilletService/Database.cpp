@@ -159,7 +159,8 @@ void Database::execute(const std::string& sql) {
 }
 
 void Database::makeDurable() {
-  check(sqlite3_wal_checkpoint_v2(connection_.get(), nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr));
+  const int code = sqlite3_wal_checkpoint_v2(connection_.get(), nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+  if (code != SQLITE_OK) Log::error("service", "A checkpoint failed with database code {}", code);
 }
 
 void Database::migrate() {

@@ -96,6 +96,7 @@ class Database {
   void execute(const std::string& sql);
   /// The rows that the last statement changed.
   int changes() const { return sqlite3_changes(connection_.get()); }
+  /// For a change that is committed already, so a failure is logged: the next checkpoint makes up for it.
   void makeDurable();
 
  private:

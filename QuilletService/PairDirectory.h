@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "QuilletService/RelayHub.h"
@@ -13,10 +14,14 @@ class PairDirectory {
  public:
   PairDirectory(Store& store, RelayHub& hub) : store_(store), hub_(hub) {}
 
+  using Writes = std::function<void()>;  ///< What is to be stored together with a change, or not at all.
+
   /// Stores the pair for good before the desktop is told.
-  void add(const Pair& pair);
-  /// False if they weren't paired. The desktop is told unless it asked for this itself.
-  bool remove(const std::string& macId, const std::string& phoneId, bool tellDesktop);
+  void add(
+      const Pair& pair, const Writes& alongside = [] {});
+  /// False, and nothing is stored, if they weren't paired. The desktop is told unless it asked for this itself.
+  bool remove(
+      const std::string& macId, const std::string& phoneId, bool tellDesktop, const Writes& alongside = [] {});
   bool arePaired(const std::string& macId, const std::string& phoneId) {
     return store_.devices.arePaired(macId, phoneId);
   }

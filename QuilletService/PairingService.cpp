@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/PairingService.h"
 
+#include <utility>
+
 #include "QuilletKit/Log.h"
 #include "QuilletKit/PairingCrypto.h"
 #include "QuilletService/ServiceError.h"
@@ -110,12 +112,12 @@ PairingStatus PairingService::confirm(const Device& device, const std::string& s
   if (session.state != PairingState::claimed) return statusFor(device, session);
 
   (device.isDesktop() ? session.macSealed : session.phoneSealed) = request.sealedIdentity;
-  const bool complete = session.macSealed && session.phoneSealed;
-  if (complete) session.state = PairingState::paired;
-  store_.pairings.save(session);
-  if (complete) {
-    pairs_.add({session.macId, *session.phoneId, time_.now()});
+  if (session.macSealed && session.phoneSealed) {
+    session.state = PairingState::paired;
+    pairs_.add({session.macId, *session.phoneId, time_.now()}, [&] { store_.pairings.save(session); });
     Log::info("service", "Paired {} with a phone", std::string_view(session.macId).substr(0, 8));
+  } else {
+    store_.pairings.save(session);
   }
   return statusFor(device, session);
 }
@@ -123,11 +125,11 @@ PairingStatus PairingService::confirm(const Device& device, const std::string& s
 PairingStatus PairingService::cancel(const Device& device, const std::string& sessionId) {
   PairingSession session = sessionFor(device, sessionId);
   if (isOver(session.state)) return statusFor(device, session);
-  if (session.state == PairingState::paired) pairs_.remove(session.macId, *session.phoneId, !device.isDesktop());
-  session.state = PairingState::cancelled;
+  const bool paired = std::exchange(session.state, PairingState::cancelled) == PairingState::paired;
   session.macSealed.reset();
   session.phoneSealed.reset();
-  store_.pairings.save(session);
+  const auto save = [&] { store_.pairings.save(session); };
+  if (!paired || !pairs_.remove(session.macId, *session.phoneId, !device.isDesktop(), save)) save();
   return statusFor(device, session);
 }
 

@@ -45,6 +45,7 @@ std::string refusalOf(Work work) {
 /// The service without sockets, in virtual time, with one desktop and one phone that aren't paired yet.
 class ServiceTest : public testing::Test {
  protected:
+  explicit ServiceTest(const ServiceSettings& settings = {}) : service(time.executor(), time.source(), settings) {}
   void TearDown() override {
     time.advance(std::chrono::minutes(2));  // longer than anyone waits
     EXPECT_EQ(time.sleepers(), 0U);
@@ -88,7 +89,7 @@ class ServiceTest : public testing::Test {
   }
 
   VirtualTime time;
-  Service service{time.executor(), time.source(), {}};
+  Service service;
   Party mac{"Desk", DevicePlatform::macos}, phone{"Pocket", DevicePlatform::ios}, other{"Other", DevicePlatform::ios};
   Device macDevice = enrol(mac), phoneDevice = enrol(phone), otherDevice = enrol(other);
 };
