@@ -7,11 +7,15 @@ namespace quillet {
 
 namespace ip = boost::asio::ip;
 
+ip::address unmapped(const ip::address& address) {
+  if (!address.is_v6() || !address.to_v6().is_v4_mapped()) return address;
+  return ip::make_address_v4(ip::v4_mapped, address.to_v6());
+}
+
 std::string addressKey(const ip::address& address) {
-  if (address.is_v4()) return address.to_string();
-  const ip::address_v6 six = address.to_v6();
-  if (six.is_v4_mapped()) return ip::make_address_v4(ip::v4_mapped, six).to_string();
-  auto bytes = six.to_bytes();
+  const ip::address plain = unmapped(address);
+  if (plain.is_v4()) return plain.to_string();
+  auto bytes = plain.to_v6().to_bytes();
   std::fill(bytes.begin() + 8, bytes.end(), std::uint8_t{0});
   return ip::address_v6(bytes).to_string();
 }

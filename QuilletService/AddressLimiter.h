@@ -11,6 +11,9 @@
 
 namespace quillet {
 
+/// The IPv4 address that an IPv6 one stands for on a socket that serves both; any other as it is.
+boost::asio::ip::address unmapped(const boost::asio::ip::address& address);
+
 /// What an address counts as: itself, or for IPv6 the network of 64 bits that one customer is given.
 std::string addressKey(const boost::asio::ip::address& address);
 

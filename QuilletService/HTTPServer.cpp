@@ -96,7 +96,8 @@ void HTTPServer::admit(ServerSocket socket) {
 
 bool HTTPServer::isTrustedProxy(const asio::ip::address& address) const {
   const auto& trusted = limits_.trustedProxies;
-  return std::find(trusted.begin(), trusted.end(), address) != trusted.end();
+  return std::any_of(trusted.begin(), trusted.end(),
+                     [peer = unmapped(address)](const auto& proxy) { return unmapped(proxy) == peer; });
 }
 
 void HTTPServer::stop(std::function<void()> done) {

@@ -62,6 +62,29 @@ TEST_F(LimitsTest, BehindATrustedProxyTheClientCounts) {
   busy.reset();
 }
 
+TEST_F(LimitsTest, AProxyIsTrustedByEitherFormOfItsAddressOnASocketForBothFamilies) {
+  host = "::";
+  try {
+    serve({.trustedProxies = {asio::ip::make_address("127.0.0.1"), asio::ip::make_address("::ffff:127.0.0.2")}},
+          {.registrationsPerHour = 1});
+  } catch (const boost::system::system_error&) {
+    server.reset();
+    GTEST_SKIP() << "this machine has no IPv6";
+  }
+  int client = 0;
+  const auto registered = [&](const std::string& source) {
+    std::string request = registering(Party("New", DevicePlatform::ios));
+    const std::string header = "X-Forwarded-For: 203.0.113." + std::to_string(++client) + "\r\n";
+    request.insert(request.find("Content-Length"), header);
+    return status(request, source);
+  };
+  for (const char* proxy : {"127.0.0.1", "127.0.0.1", "127.0.0.2", "127.0.0.2"}) {
+    EXPECT_EQ(registered(proxy), "200") << "the clients differ: " << proxy;
+  }
+  EXPECT_EQ(registered("127.0.0.3"), "200");
+  EXPECT_EQ(registered("127.0.0.3"), "429") << "one client, whatever it says";
+}
+
 TEST_F(LimitsTest, SilentAndTricklingClientsAreDropped) {
   serve({.header = 60ms, .idle = 60ms, .body = 60ms});
   const std::string head = "POST /v1/feedback HTTP/1.1\r\nHost: a\r\nContent-Length: 4000\r\n\r\n";

@@ -28,7 +28,7 @@ class ServerTest : public testing::Test {
              const std::optional<TLSFiles>& tls = std::nullopt) {
     settings.database = folder.path() / "db";
     service.emplace(context.get_executor(), systemTime(context.get_executor()), settings);
-    server.emplace(context, *service, "127.0.0.1", 0, tls, limits);
+    server.emplace(context, *service, host, 0, tls, limits);
     server->start();
     macAPI.emplace(url(), mac.identity, session);
     phoneAPI.emplace(url(), phone.identity, session);
@@ -57,10 +57,11 @@ class ServerTest : public testing::Test {
 
   ServiceURL url() { return ServiceURL::parse(server->url()).value(); }
 
-  /// A connection from one of this machine's loopback addresses.
+  /// A connection over IPv4 from one of this machine's loopback addresses.
   Awaitable<Socket> dial(std::string source = "127.0.0.1") {
     Socket socket(context, {boost::asio::ip::make_address(source), 0});
-    co_await socket.async_connect(server->endpoint(), boost::asio::use_awaitable);
+    const auto loopback = boost::asio::ip::address_v4::loopback();
+    co_await socket.async_connect({loopback, server->endpoint().port()}, boost::asio::use_awaitable);
     co_return socket;
   }
   static Awaitable<void> write(Socket& socket, std::string text) {
@@ -152,6 +153,7 @@ class ServerTest : public testing::Test {
 
   boost::asio::io_context context{1};
   TemporaryFolder folder;
+  std::string host = "127.0.0.1";  ///< What is served.
   std::optional<Service> service;
   std::optional<HTTPServer> server;
   HTTPSession session{context.get_executor()};
