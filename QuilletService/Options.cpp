@@ -25,9 +25,9 @@ std::chrono::seconds parseSeconds(std::string_view option, std::string_view text
 
 void parseListen(Options& options, std::string_view text) {
   const auto colon = text.rfind(':');
-  if (colon == text.npos || colon == 0) throw Options::UsageError("--listen needs HOST:PORT");
-  std::string_view host = text.substr(0, colon);
+  std::string_view host = text.substr(0, colon == text.npos ? 0 : colon);
   if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
+  if (host.empty()) throw Options::UsageError("--listen needs HOST:PORT");
   options.host = host;
   options.port = parseNumber<std::uint16_t>("--listen", text.substr(colon + 1), 0, 65535);
 }
@@ -104,7 +104,7 @@ Options Options::parse(std::span<const char* const> arguments) {
       options.help = true;
     } else if (name == "--version") {
       options.version = true;
-    } else if (i + 1 == arguments.size()) {
+    } else if (i + 1 == arguments.size() || std::string_view(arguments[i + 1]).empty()) {
       throw UsageError(std::string(name) + (name.starts_with("--") ? " needs a value" : " isn't an option"));
     } else {
       apply(options, tls, name, arguments[++i]);
@@ -129,11 +129,12 @@ std::string_view Options::usage() {
          "                         of one client (1000)\n"
          "  --max-registrations-per-hour N\n"
          "                         new devices from one client (60)\n"
-         "  --max-queue N          deliveries that wait for one desktop (200)\n"
+         "  --max-queue N          deliveries that wait for one desktop (200, at least 1)\n"
          "  --metrics-port PORT    serve GET /metrics on 127.0.0.1 at this port; port 0 takes a free one\n"
          "  --log LEVEL            debug, info, default or error (info)\n"
          "  --help, --version\n"
-         "A limit of 0 is none. SIGTERM and SIGINT end the service in order. Exit codes: 0 ended in order, 1 could "
+         "Any other limit of 0 is none. SIGTERM and SIGINT end the service in order. Exit codes: 0 ended in order, 1 "
+         "could "
          "not\n"
          "start, 2 wrong usage, 3 the database can't be used.\n";
 }

@@ -77,17 +77,20 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
   raiseDescriptorLimit();
   Log::configure(options.logLevel, "quillet-service");
+  const auto unusable = [&](const std::exception& e) {
+    std::cerr << "quillet-service: " << options.settings.database.string() << ": " << e.what() << '\n';
+    return kDatabase;
+  };
   try {
     return serve(options);
   } catch (const DatabaseUnusable& e) {
-    std::cerr << "quillet-service: " << options.settings.database.string() << ": " << e.what() << '\n';
-    return kDatabase;
+    return unusable(e);
   } catch (const NonceFile::InUse& e) {
-    std::cerr << "quillet-service: " << options.settings.database.string() << ": " << e.what() << '\n';
-    return kDatabase;
+    return unusable(e);
   } catch (const DatabaseError& e) {
-    std::cerr << "quillet-service: " << options.settings.database.string() << ": " << e.what() << '\n';
-    return kDatabase;
+    return unusable(e);
+  } catch (const std::filesystem::filesystem_error& e) {  // the folder of both files, or the file of nonces
+    return unusable(e);
   } catch (const std::exception& e) {
     std::cerr << "quillet-service: " << e.what() << '\n';
     return kFailure;

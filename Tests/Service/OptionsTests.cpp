@@ -49,6 +49,11 @@ TEST(OptionsTest, RefusesWhatItDoesNotUnderstand) {
         "--max-connections -1", "--metrics-port 65536", "--colour red", "serve"}) {
     EXPECT_THROW(parse(line), Options::UsageError) << line;
   }
+  for (const std::vector<const char*>& empty :
+       {std::vector{"--database", ""}, std::vector{"--certificate", "", "--key", ""}, std::vector{"--listen", ""},
+        std::vector{"--listen", "[]:80"}}) {
+    EXPECT_THROW(Options::parse(empty), Options::UsageError) << empty[0];
+  }
 }
 
 }  // namespace

@@ -163,6 +163,9 @@ TEST_F(ProgramTest, ADatabaseThatItCannotUseIsRefusedAndLeftAlone) {
   std::ofstream(database, std::ios::binary) << std::string(8192, 'x');
   expectEnd(arguments(), 3, "The database is damaged.");
   EXPECT_EQ(std::filesystem::file_size(database), 8192U);
+
+  const std::string within = (database / "folder" / "db").string();
+  expectEnd({"--listen", "127.0.0.1:0", "--database", within}, 3, within);
 }
 
 TEST_F(ProgramTest, ADamagedPageIsFoundAtTheStart) {
