@@ -18,6 +18,19 @@ constexpr int kDeletedCloseCode = 1008;
 constexpr std::size_t kLongestVersion = 64;
 constexpr std::size_t kLongestSystem = 256;
 
+Device deviceIn(const RegisterRequest& request) {
+  Device device;
+  device.signingKey = Validation::publicKey(request.signingPublicKey, "signingPublicKey");
+  device.agreementKey = Validation::publicKey(request.agreementPublicKey, "agreementPublicKey");
+  device.id = DeviceIdentity::fingerprint(device.signingKey);
+  Validation::requireName(request.name);
+  if (request.appVersion.size() > kLongestVersion) throw Refusal::badRequest("appVersion is too long.");
+  device.name = request.name;
+  device.appVersion = request.appVersion;
+  device.platform = request.platform;
+  return device;
+}
+
 }  // namespace
 
 DeviceService::DeviceService(Store& store, RelayHub& hub, PairDirectory& pairs, const TimeSource& time,
@@ -34,18 +47,16 @@ void DeviceService::sweep() {
   registrationLimit_.sweep();
 }
 
-RegisterResponse DeviceService::registerDevice(const RegisterRequest& request, std::string_view address) {
-  Device device;
-  device.signingKey = Validation::publicKey(request.signingPublicKey, "signingPublicKey");
-  device.agreementKey = Validation::publicKey(request.agreementPublicKey, "agreementPublicKey");
-  device.id = DeviceIdentity::fingerprint(device.signingKey);
-  Validation::requireName(request.name);
-  if (request.appVersion.size() > kLongestVersion) throw Refusal::badRequest("appVersion is too long.");
-  device.name = request.name;
-  device.appVersion = request.appVersion;
-  device.platform = request.platform;
-  device.registeredAt = time_.now();
+void DeviceService::precheckRegistration(const RegisterRequest& request, std::string_view address) {
+  const Device device = deviceIn(request);
+  if (registrationLimit_.spent(std::string(address)) && !store_.devices.device(device.id)) {
+    throw Refusal::tooManyRequests();
+  }
+}
 
+RegisterResponse DeviceService::registerDevice(const RegisterRequest& request, std::string_view address) {
+  Device device = deviceIn(request);
+  device.registeredAt = time_.now();
   if (const auto known = store_.devices.device(device.id)) {
     if (known->revoked) throw Refusal::deviceRevoked();
     if (known->isDesktop() != device.isDesktop()) {

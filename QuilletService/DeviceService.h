@@ -12,6 +12,9 @@ class DeviceService {
  public:
   DeviceService(Store& store, RelayHub& hub, PairDirectory& pairs, const TimeSource& time, int registrationsPerHour);
 
+  /// Throws what a new device's registration is refused for whoever signed it. To be asked before the signature, since
+  /// a signed request leaves its nonce behind.
+  void precheckRegistration(const RegisterRequest& request, std::string_view address);
   /// Registers, or brings a registration up to date. The request's signature was checked against its own key. Each
   /// address can register so many new devices in an hour.
   RegisterResponse registerDevice(const RegisterRequest& request, std::string_view address = {});

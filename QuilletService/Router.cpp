@@ -94,6 +94,7 @@ RegisterRequest checkedRegistration(Call& call) {
   auto request = call.body<RegisterRequest>();
   const Crypto::Key key = Validation::publicKey(request.signingPublicKey, "signingPublicKey");
   if (DeviceIdentity::fingerprint(key) != call.request.deviceId) throw Refusal::badSignature();
+  call.service.devices.precheckRegistration(request, call.request.address);
   call.service.authenticator.authenticate(call.request, key);
   return request;
 }

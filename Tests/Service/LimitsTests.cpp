@@ -154,7 +154,10 @@ TEST_F(LimitsTest, EachAddressCanRegisterSoManyNewDevices) {
   EXPECT_EQ(status(registering(mac)), "200");
   EXPECT_EQ(status(registering(phone)), "200");
   const Party third("Third", DevicePlatform::ios);
+  const std::size_t nonces = service->authenticator.noncesRemembered();
   EXPECT_EQ(status(registering(third)), "429");
+  EXPECT_EQ(status(registering(Party("", DevicePlatform::ios)), "127.0.0.2"), "400");
+  EXPECT_EQ(service->authenticator.noncesRemembered(), nonces) << "what is refused must not fill the memory";
   EXPECT_EQ(status(registering(mac)), "200") << "it is no new one";
   EXPECT_EQ(status(registering(third), "127.0.0.2"), "200");
 }
