@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <QCoreApplication>
@@ -109,6 +110,13 @@ class NetworkThread {
 
 void print(const std::string& line) {
   std::cout << line << std::endl;
+}
+
+/// Who starts us may have closed the standard files. What we open then gets their numbers, and our lines.
+void fillStandardFiles() {
+  for (int file = STDIN_FILENO; file <= STDERR_FILENO; ++file) {
+    if (::fcntl(file, F_GETFD) < 0) ::open("/dev/null", O_RDWR);
+  }
 }
 
 int usageError(const std::string& message) {
@@ -264,6 +272,7 @@ std::optional<int> readArguments(const std::vector<std::string>& arguments, Opti
 }  // namespace
 
 int main(int argc, char** argv) {
+  fillStandardFiles();
   // Where a new version will lie by the time of a restart.
   std::error_code unknown;
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", unknown);

@@ -3,6 +3,8 @@
 
 #include <boost/json/array.hpp>
 
+#include "QuilletKit/PlainText.h"
+
 namespace quillet {
 namespace {
 
@@ -31,7 +33,7 @@ json::object describe(const ResultPayload& result) {
 std::string sentence(const ResultPayload& result) {
   std::string text = "Result: " + std::string(rawValue(result.outcome));
   if (result.reason) text += ", " + std::string(rawValue(*result.reason));
-  if (result.appName) text += " in " + *result.appName;
+  if (result.appName) text += " in " + plainText(*result.appName);
   if (result.method) text += " by " + std::string(rawValue(*result.method));
   return text + " (signature verified)";
 }
@@ -77,7 +79,7 @@ PhoneAnswer answerOf(const std::vector<PairedMac>& macs) {
   std::string text;
   for (const auto& mac : macs) {
     list.push_back({{"deviceId", mac.identity.deviceId}, {"name", mac.identity.name}, {"pairedAt", mac.pairedAt}});
-    text += (text.empty() ? "" : "\n") + mac.identity.name + "  " + mac.identity.deviceId;
+    text += (text.empty() ? "" : "\n") + plainText(mac.identity.name) + "  " + mac.identity.deviceId;
   }
   return {{{"macs", std::move(list)}}, text.empty() ? "No Mac is paired." : text};
 }
@@ -87,12 +89,12 @@ PhoneAnswer answerOf(const std::vector<Phone::MacPresence>& macs) {
   std::string text;
   for (const auto& mac : macs) {
     json::object item{{"macId", mac.macId}, {"name", mac.name}, {"online", mac.online}};
-    std::string line = (mac.name.empty() ? mac.macId : mac.name) + (mac.online ? ": online" : ": offline");
+    std::string line = plainText(mac.name.empty() ? mac.macId : mac.name) + (mac.online ? ": online" : ": offline");
     if (mac.lastSeenAt) item["lastSeenAt"] = *mac.lastSeenAt;
     if (mac.readiness) {
       item["readiness"] = describe(*mac.readiness);
       line += ", " + std::string(rawValue(mac.readiness->state));
-      if (mac.readiness->appName) line += " in " + *mac.readiness->appName;
+      if (mac.readiness->appName) line += " in " + plainText(*mac.readiness->appName);
     }
     list.push_back(std::move(item));
     text += (text.empty() ? "" : "\n") + line;
@@ -109,11 +111,11 @@ PhoneAnswer answerOf(const PrepareResultPayload& prepared) {
   }
   if (prepared.appName) {
     object["appName"] = *prepared.appName;
-    text += " in " + *prepared.appName;
+    text += " in " + plainText(*prepared.appName);
   }
   if (prepared.fieldLabel) {
     object["fieldLabel"] = *prepared.fieldLabel;
-    text += " (" + *prepared.fieldLabel + ")";
+    text += " (" + plainText(*prepared.fieldLabel) + ")";
   }
   if (prepared.expiresAt) object["expiresAt"] = *prepared.expiresAt;
   if (prepared.token) {

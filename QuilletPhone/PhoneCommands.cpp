@@ -10,6 +10,7 @@
 
 #include "QuilletKit/FolderLedgerStorage.h"
 #include "QuilletKit/HTTPSession.h"
+#include "QuilletKit/PlainText.h"
 #include "QuilletKit/Unicode.h"
 #include "QuilletPhone/PhoneAnswers.h"
 #include "QuilletPhone/PhoneWordCount.h"
@@ -130,7 +131,7 @@ class PhoneRun {
   bool wordsAgree(const Phone::Claim& claim) {
     const auto words = claim.crypto.verificationWords();
     say({{"macName", claim.macName}, {"words", json::array(words.begin(), words.end())}},
-        claim.macName + "\nVerification words: " + claim.crypto.verificationPhrase());
+        "Pairing with “" + plainText(claim.macName) + "”.\nVerification words: " + claim.crypto.verificationPhrase());
     return sure("Does the Mac show the same four words?");
   }
 
@@ -141,7 +142,7 @@ class PhoneRun {
       throw PhoneError(PhoneExit::pairingFailed, "Pairing cancelled. Nothing was paired.");
     }
     const PeerIdentity mac = await(phone_->confirm(std::move(claim)));
-    return say({{"paired", true}, {"macId", mac.deviceId}, {"name", mac.name}}, "Paired with " + mac.name);
+    return say({{"paired", true}, {"macId", mac.deviceId}, {"name", mac.name}}, "Paired with " + plainText(mac.name));
   }
 
   PhoneExit runDelivery(const PeerIdentity& target) {
@@ -278,7 +279,7 @@ PhoneExit runPhone(const std::vector<std::string>& arguments, const std::filesys
     if (!failure.utteranceId.empty()) object["utteranceId"] = failure.utteranceId;
     out << json::serialize(object) << std::endl;
   } else {
-    err << "quillet-phone: " << failure.what() << std::endl;
+    err << "quillet-phone: " << plainText(failure.what()) << std::endl;
     if (!failure.utteranceId.empty()) err << "Utterance: " << failure.utteranceId << std::endl;
   }
   return failure.exit;

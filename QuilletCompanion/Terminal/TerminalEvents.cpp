@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Terminal/TerminalEvents.h"
 
-#include "QuilletCompanion/Terminal/PlainText.h"
 #include "QuilletCompanion/Terminal/TerminalText.h"
+#include "QuilletKit/PlainText.h"
 
 namespace quillet {
 

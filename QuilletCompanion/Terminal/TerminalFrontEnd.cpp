@@ -4,8 +4,8 @@
 #include <algorithm>
 
 #include "QuilletCompanion/App/FeedbackForm.h"
-#include "QuilletCompanion/Terminal/PlainText.h"
 #include "QuilletCompanion/Terminal/TerminalText.h"
+#include "QuilletKit/PlainText.h"
 #include "QuilletKit/Unicode.h"
 
 namespace quillet {

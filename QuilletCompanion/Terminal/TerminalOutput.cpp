@@ -3,7 +3,7 @@
 
 #include <boost/json/serialize.hpp>
 
-#include "QuilletCompanion/Terminal/PlainText.h"
+#include "QuilletKit/PlainText.h"
 
 namespace quillet {
 

@@ -4,8 +4,8 @@
 #include <boost/json/array.hpp>
 
 #include "QuilletCompanion/Terminal/Overload.h"
-#include "QuilletCompanion/Terminal/PlainText.h"
 #include "QuilletCompanion/Terminal/TerminalQRCode.h"
+#include "QuilletKit/PlainText.h"
 
 namespace quillet {
 namespace {

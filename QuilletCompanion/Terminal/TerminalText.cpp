@@ -4,7 +4,7 @@
 #include <ctime>
 
 #include "QuilletCompanion/Terminal/Overload.h"
-#include "QuilletCompanion/Terminal/PlainText.h"
+#include "QuilletKit/PlainText.h"
 
 namespace quillet::TerminalText {
 namespace {

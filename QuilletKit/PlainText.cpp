@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Terminal/PlainText.h"
+#include "QuilletKit/PlainText.h"
 
 #include <algorithm>
 
