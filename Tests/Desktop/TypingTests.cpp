@@ -141,6 +141,56 @@ TEST_F(Typing, AnyLayoutWillDo) {
   }
 }
 
+TEST_F(Typing, TheUsersOwnKeyboardMayHaveAnotherLayoutAndKeepsIt) {
+  constexpr unsigned leftShift = 50;
+  run("setxkbmap", {"-device", QString::number(display.ownId()), "de"});
+  const auto own = display.ownSymbols();
+  for (const char* const program : {"sakura", "mousepad", "gnome-text-editor"}) {
+    const auto target = open(program);
+    std::string expected;
+    for (const auto& text : {std::string("zyzy (yes)"), std::string("y{z}@ zy"), mixed, std::string("zy; Ýż привет")}) {
+      display.pressOwn(leftShift);
+      EXPECT_TRUE(target->type(text, patience)) << program;
+      expected += text;
+      EXPECT_TRUE(target->becomes(expected)) << program << ": " << target->text();
+    }
+    EXPECT_EQ(display.ownSymbols(), own);
+  }
+  typist->restoreKeymap();
+  EXPECT_EQ(display.ownSymbols(), own);
+  EXPECT_EQ(display.symbols(), untouched);
+  run("setxkbmap", {"us"});
+}
+
+TEST_F(Typing, ALayoutThatTheUserChoosesWhileItWaitsStays) {
+  run("setxkbmap", {"fr"});
+  const auto chosen = display.symbols();
+  run("setxkbmap", {"us"});
+  const auto target = open("mousepad");
+  // Of the borrowed keys only one place each can be reached, so that the second text needs the first one's.
+  for (const char* const key : {"Shift_L", "ISO_Level3_Shift"}) run("xdotool", {"keydown", key});
+  int looks = 0;
+  const auto progress = [&] {
+    if (++looks == 2) run("setxkbmap", {"fr"});
+    const auto arrived = looks < 2 ? 0 : static_cast<std::int64_t>(target->text().size() / 3);
+    return KeyTypist::Observation{.characters = arrived, .element = 1};
+  };
+  const auto type = [&](std::u16string_view text) {
+    looks = 0;
+    return typist->type(text, progress, steady_clock::now() + 20s);
+  };
+  const auto characters = *Unicode::toUTF16(han());
+  EXPECT_TRUE(typist->type(
+      characters.substr(0, 16), [] { return KeyTypist::Observation{.element = 1}; }, steady_clock::now() + 20s));
+  EXPECT_TRUE(type(characters.substr(16, 16)));
+  EXPECT_GE(looks, 2);
+  EXPECT_TRUE(target->becomes(Unicode::toUTF8(characters.substr(0, 32)).value())) << target->text();
+  for (const char* const key : {"Shift_L", "ISO_Level3_Shift"}) run("xdotool", {"keyup", key});
+  typist->restoreKeymap();
+  EXPECT_EQ(display.symbols(), chosen);
+  run("setxkbmap", {"us"});
+}
+
 TEST_F(Typing, SuspendedProgramHoldsNobodyUp) {
   const auto target = open("mousepad");
   ASSERT_TRUE(target->type(mixed, patience));

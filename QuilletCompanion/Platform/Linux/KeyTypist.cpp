@@ -107,7 +107,13 @@ std::size_t KeyTypist::Parts::type(std::u32string_view characters, const Progres
     if (!state) break;
     const auto rest = characters.substr(count);
     const auto chunk = keymap.plan(rest, {state->level, !state->otherHeld, state->held, arrival.posted()});
-    if (chunk.strokes.empty() || !awaitArrival(chunk.awaits, progress, end) || !assign(chunk.assignments)) {
+    if (chunk.strokes.empty() || !awaitArrival(chunk.awaits, progress, end)) {
+      group.reset();
+      break;
+    }
+    // The assignments were made for the layout as it was before the wait.
+    if (!chunk.assignments.empty() && keyboard.layoutChanged()) continue;
+    if (!assign(chunk.assignments)) {
       group.reset();
       break;
     }
@@ -145,7 +151,12 @@ std::size_t KeyTypist::Parts::post(const KeymapPlan::Chunk& chunk, std::u32strin
 /// The layout is the present one afterwards.
 std::optional<X11Keyboard::State> KeyTypist::Parts::readyState() {
   auto state = keyboard.state();
-  if (keyboard.layoutChanged() || group != state.group) {
+  if (keyboard.layoutChanged()) {
+    if (keyboard.becomeCurrent()) std::this_thread::sleep_for(remapSettle);
+    state = keyboard.state();
+    group.reset();
+  }
+  if (group != state.group) {
     refresh(state.group);
     state = keyboard.state();
   }

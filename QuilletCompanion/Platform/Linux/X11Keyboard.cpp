@@ -4,6 +4,7 @@
 #include <X11/XKBlib.h>
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
+#include <X11/extensions/XInput2.h>
 #include <X11/extensions/XTest.h>
 #include <unicode/utf8.h>
 
@@ -42,6 +43,21 @@ std::optional<char32_t> characterOf(Display* display, KeySym keysym) {
   return character < 0 || position != length ? std::nullopt : std::optional(static_cast<char32_t>(character));
 }
 
+bool isDown(const std::array<char, 32>& keys, unsigned keycode) {
+  return (static_cast<unsigned char>(keys.at(keycode / 8)) >> (keycode % 8) & 1U) != 0;
+}
+
+bool hasProperty(Display* display, int device, Atom name) {
+  Atom type = None;
+  int format = 0;
+  unsigned long count = 0;
+  unsigned long rest = 0;
+  unsigned char* data = nullptr;
+  XIGetProperty(display, device, name, 0, 1, False, AnyPropertyType, &type, &format, &count, &rest, &data);
+  if (data != nullptr) XFree(data);
+  return type != None;
+}
+
 }  // namespace
 
 X11Keyboard::X11Keyboard(const std::string& display) : connection_(display) {
@@ -49,8 +65,11 @@ X11Keyboard::X11Keyboard(const std::string& display) : connection_(display) {
   auto* const x = connection_.get();
   const X11ErrorTrap trap(connection_);
   XkbQueryExtension(x, nullptr, &xkbEventBase_, nullptr, nullptr, nullptr);
-  XkbSelectEvents(x, XkbUseCoreKbd, XkbNewKeyboardNotifyMask | XkbMapNotifyMask,
-                  XkbNewKeyboardNotifyMask | XkbMapNotifyMask);
+  device_ = findDevice();
+  for (const unsigned device : {unsigned{XkbUseCoreKbd}, device_}) {
+    constexpr auto events = XkbNewKeyboardNotifyMask | XkbMapNotifyMask;
+    XkbSelectEvents(x, device, events, events);
+  }
   unmapped_ = XCreateWindow(x, DefaultRootWindow(x), 0, 0, 1, 1, 0, 0, InputOnly, nullptr, 0, nullptr);
   adoptLeftovers();
   restore();
@@ -78,9 +97,7 @@ X11Keyboard::State X11Keyboard::state() {
   found.grabbed = isGrabbed();
   found.group = state.group;
   for (unsigned keycode = 0; keycode < 256; ++keycode) {
-    if ((static_cast<unsigned char>(down[keycode / 8]) >> (keycode % 8) & 1U) != 0) {
-      found.held.insert(static_cast<Keycode>(keycode));
-    }
+    if (isDown(down, keycode)) found.held.insert(static_cast<Keycode>(keycode));
   }
   return found;
 }
@@ -91,16 +108,54 @@ bool X11Keyboard::isGrabbed() const {
          AlreadyGrabbed;
 }
 
+/// The one that belongs to the keyboard which gets this client's events. The core keyboard if the display doesn't tell.
+unsigned X11Keyboard::findDevice() const {
+  auto* const x = connection_.get();
+  const Atom mark = XInternAtom(x, "XTEST Device", False);
+  int pointer = 0;
+  int count = 0;
+  if (XIGetClientPointer(x, None, &pointer) == False) return XkbUseCoreKbd;
+  auto* const devices = XIQueryDevice(x, XIAllDevices, &count);
+  const std::span all(devices, devices == nullptr ? 0 : static_cast<std::size_t>(count));
+  const auto core = std::ranges::find(all, pointer, &XIDeviceInfo::deviceid);
+  const auto found = std::ranges::find_if(all, [&](const XIDeviceInfo& device) {
+    if (core == all.end() || device.use != XISlaveKeyboard || device.attachment != core->attachment) return false;
+    return hasProperty(x, device.deviceid, mark);
+  });
+  const auto id = found == all.end() ? unsigned{XkbUseCoreKbd} : static_cast<unsigned>(found->deviceid);
+  if (devices != nullptr) XIFreeDeviceInfo(devices);
+  return id;
+}
+
 bool X11Keyboard::layoutChanged() {
   if (!usable()) return false;
   const X11ErrorTrap trap(connection_);
-  bool changed = keymap_ == nullptr;
+  return drainEvents() || keymap_ == nullptr;
+}
+
+/// The server drops the release of a key that isn't pressed, but takes its keyboard for the one in use.
+bool X11Keyboard::becomeCurrent() {
+  if (!usable()) return false;
+  const X11ErrorTrap trap(connection_);
+  auto* const x = connection_.get();
+  drainEvents();
+  changed_ = false;
+  std::array<char, 32> down{};
+  XQueryKeymap(x, down.data());
+  unsigned keycode = 255;
+  while (keycode > 8 && isDown(down, keycode)) --keycode;
+  press(static_cast<Keycode>(keycode), false);
+  XSync(x, False);
+  return drainEvents();
+}
+
+bool X11Keyboard::drainEvents() {
   while (connection_.usable() && XPending(connection_.get()) > 0) {
     XEvent event;
     XNextEvent(connection_.get(), &event);
-    changed = changed || event.type == xkbEventBase_ || event.type == MappingNotify;
+    changed_ = changed_ || event.type == xkbEventBase_ || event.type == MappingNotify;
   }
-  return changed;
+  return changed_;
 }
 
 X11Keyboard::Layout X11Keyboard::readLayout(unsigned group) {
@@ -109,7 +164,8 @@ X11Keyboard::Layout X11Keyboard::readLayout(unsigned group) {
   if (!usable()) return layout;
   const X11ErrorTrap trap(connection_);
   auto* const x = connection_.get();
-  keymap_ = XkbKeymap::read(x);
+  changed_ = false;
+  keymap_ = XkbKeymap::read(x, device_);
   if (keymap_ == nullptr) return layout;
   std::erase_if(borrowed_, [&](const auto& entry) { return keymap_->symbols(entry.first) != entry.second; });
   for (const Keycode keycode : keymap_->keycodes()) {

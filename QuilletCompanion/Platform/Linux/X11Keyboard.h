@@ -15,8 +15,10 @@
 
 namespace quillet {
 
-/// The core keyboard of an X display: its layout, its modifiers, and key events of our own. Every call is a no-op
-/// that answers false or nothing once `usable` is false. Main thread only.
+/// The core keyboard of an X display: its modifiers, and key events of our own. These come from a keyboard that the
+/// display keeps for XTEST beside the user's own ones. The core keyboard has the layout of the one that was used last,
+/// so the layout that is read here, and the only one that is changed, is XTEST's. Every call is a no-op that answers
+/// false or nothing once `usable` is false. Main thread only.
 class X11Keyboard {
  public:
   struct Layout {
@@ -43,8 +45,10 @@ class X11Keyboard {
   /// False without a display, XKB or XTEST.
   bool usable() const { return connection_.hasXTest() && connection_.usable(); }
   State state();
-  /// Whether the layout changed since the last `readLayout`.
+  /// Whether the layout changed since the last `readLayout`, or the core keyboard may show that of another one.
   bool layoutChanged();
+  /// Makes the core keyboard show XTEST's layout. True if it showed another one before: clients must notice first.
+  bool becomeCurrent();
   Layout readLayout(unsigned group);
   /// Gives places of `borrowable` a character each, in one request.
   bool assign(const std::vector<KeymapPlan::Assignment>& assignments);
@@ -55,6 +59,8 @@ class X11Keyboard {
   bool post(std::span<const KeymapPlan::Stroke> strokes, const State& state);
 
  private:
+  unsigned findDevice() const;
+  bool drainEvents();
   void adoptLeftovers();
   bool isGrabbed() const;
   bool change(const std::map<Keycode, XkbKeymap::Symbols>& keys);
@@ -64,6 +70,8 @@ class X11Keyboard {
 
   X11Connection connection_;
   int xkbEventBase_ = 0;
+  unsigned device_ = 0;         ///< XTEST's keyboard, as XKB knows it.
+  bool changed_ = true;         ///< Since the last `readLayout`.
   unsigned long unmapped_ = 0;  ///< A window of ours that is never shown.
   std::unique_ptr<XkbKeymap> keymap_;
   std::map<Keycode, XkbKeymap::Symbols> borrowed_;  ///< What we assigned.

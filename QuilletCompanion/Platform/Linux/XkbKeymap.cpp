@@ -32,8 +32,8 @@ unsigned thirdLevelModifierOf(const XkbKeyTypeRec& type) {
 
 }  // namespace
 
-std::unique_ptr<XkbKeymap> XkbKeymap::read(_XDisplay* display) {
-  auto* const xkb = XkbGetMap(display, XkbAllClientInfoMask | XkbModifierMapMask | XkbKeyActionsMask, XkbUseCoreKbd);
+std::unique_ptr<XkbKeymap> XkbKeymap::read(_XDisplay* display, unsigned device) {
+  auto* const xkb = XkbGetMap(display, XkbAllClientInfoMask | XkbModifierMapMask | XkbKeyActionsMask, device);
   return xkb == nullptr ? nullptr : std::unique_ptr<XkbKeymap>(new XkbKeymap(xkb));
 }
 

@@ -15,15 +15,15 @@ struct _XkbDesc;
 
 namespace quillet {
 
-/// The keymap of a display's core keyboard, as it was when it was read. Main thread only.
+/// The keymap of one of a display's keyboards, as it was when it was read. Main thread only.
 class XkbKeymap {
  public:
   static constexpr unsigned mostLevels = 4;
   /// What a key of ours writes at each level; 0 for nothing.
   using Symbols = std::array<unsigned long, mostLevels>;
 
-  /// Nothing if the display doesn't tell. Errors of the display are the caller's to trap.
-  static std::unique_ptr<XkbKeymap> read(_XDisplay* display);
+  /// Nothing if the display doesn't tell. Errors of the display are the caller's to trap. `device` is as XKB knows it.
+  static std::unique_ptr<XkbKeymap> read(_XDisplay* display, unsigned device);
   ~XkbKeymap();
   XkbKeymap(const XkbKeymap&) = delete;
   XkbKeymap& operator=(const XkbKeymap&) = delete;
@@ -42,7 +42,7 @@ class XkbKeymap {
   unsigned modifiersOf(unsigned level) const;
   unsigned levelOf(unsigned modifiers) const;
 
-  /// Gives each key its symbols, on the display and here, in one request; none at all frees the key.
+  /// Gives each key its symbols, on the display's keyboard and here, in one request; none at all frees the key.
   bool write(_XDisplay* display, const std::map<Keycode, Symbols>& keys);
 
  private:
