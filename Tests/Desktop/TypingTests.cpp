@@ -127,6 +127,19 @@ TEST_F(Typing, NothingGoesToAPromptThatTakesAllKeys) {
   EXPECT_TRUE(target->becomes("ac")) << target->text();
 }
 
+TEST_F(Typing, AKeyboardThatDropsShortOrRepeatedPressesIsLeftAlone) {
+  const auto target = open("mousepad");
+  for (const unsigned control : {XkbSlowKeysMask, XkbBounceKeysMask}) {
+    display.control(control, true);
+    EXPECT_FALSE(target->type("coffee")) << control;
+    display.control(control, false);
+  }
+  display.control(XkbStickyKeysMask, true);
+  EXPECT_TRUE(target->type("Coffee É", patience));
+  EXPECT_TRUE(target->becomes("Coffee É")) << target->text();
+  display.control(XkbStickyKeysMask, false);
+}
+
 TEST_F(Typing, AnyLayoutWillDo) {
   const auto target = open("featherpad");
   std::string expected;

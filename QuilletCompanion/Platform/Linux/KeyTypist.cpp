@@ -147,8 +147,8 @@ std::size_t KeyTypist::Parts::post(const KeymapPlan::Chunk& chunk, std::u32strin
   return count;
 }
 
-/// Absent while a shortcut's modifier is held, or another program, as password prompts and menus do, takes all keys.
-/// The layout is the present one afterwards.
+/// Absent while a shortcut's modifier is held, the keyboard drops keys, or another program, as password prompts and
+/// menus do, takes all. The layout is the present one afterwards.
 std::optional<X11Keyboard::State> KeyTypist::Parts::readyState() {
   auto state = keyboard.state();
   if (keyboard.layoutChanged()) {
@@ -160,7 +160,8 @@ std::optional<X11Keyboard::State> KeyTypist::Parts::readyState() {
     refresh(state.group);
     state = keyboard.state();
   }
-  return state.shortcutHeld || state.grabbed ? std::nullopt : std::optional(std::move(state));
+  const bool refuses = state.shortcutHeld || state.grabbed || state.selective;
+  return refuses ? std::nullopt : std::optional(std::move(state));
 }
 
 bool KeyTypist::Parts::assign(const std::vector<KeymapPlan::Assignment>& assignments) {

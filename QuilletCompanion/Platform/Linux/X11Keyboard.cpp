@@ -43,6 +43,15 @@ std::optional<char32_t> characterOf(Display* display, KeySym keysym) {
   return character < 0 || position != length ? std::nullopt : std::optional(static_cast<char32_t>(character));
 }
 
+bool dropsKeys(Display* display) {
+  XkbDescRec keyboard{};
+  keyboard.device_spec = XkbUseCoreKbd;
+  if (XkbGetControls(display, XkbAllControlsMask, &keyboard) != Success) return false;
+  const auto enabled = keyboard.ctrls->enabled_ctrls;
+  XkbFreeControls(&keyboard, XkbAllControlsMask, True);
+  return (enabled & (XkbSlowKeysMask | XkbBounceKeysMask)) != 0;
+}
+
 bool isDown(const std::array<char, 32>& keys, unsigned keycode) {
   return (static_cast<unsigned char>(keys.at(keycode / 8)) >> (keycode % 8) & 1U) != 0;
 }
@@ -95,6 +104,7 @@ X11Keyboard::State X11Keyboard::state() {
   found.latched = state.latched_mods & ~shortcutModifiers;
   found.capsLock = (state.mods & LockMask) != 0;
   found.grabbed = isGrabbed();
+  found.selective = dropsKeys(connection_.get());
   found.group = state.group;
   for (unsigned keycode = 0; keycode < 256; ++keycode) {
     if (isDown(down, keycode)) found.held.insert(static_cast<Keycode>(keycode));

@@ -32,7 +32,8 @@ class X11Keyboard {
     bool otherHeld = false;     ///< Another modifier that changes what the layout's keys write.
     unsigned latched = 0;       ///< X modifiers that the next key alone will have.
     bool capsLock = false;
-    bool grabbed = false;  ///< Another client gets all keys, whatever has the focus.
+    bool grabbed = false;    ///< Another client gets all keys, whatever has the focus.
+    bool selective = false;  ///< Slow or bounce keys are on, and drop short or repeated presses, ours too.
     unsigned group = 0;
     std::set<Keycode> held;
     bool operator==(const State&) const = default;
