@@ -96,7 +96,9 @@ ElementRef SystemAccessibilityProvider::focusedElement(std::int32_t pid) {
   // Who asks shall know of what moved before the answer: a focus that went and came back looks the same.
   tracker_->deliver();
   CallBudget budget(hung_);
-  return focusedText(pid, budget);
+  answered_ = focusedText(pid, budget);
+  answeredFor_ = pid;
+  return answered_;
 }
 
 std::shared_ptr<const AtspiElement> SystemAccessibilityProvider::focusedText(std::int32_t pid, CallBudget& budget,
@@ -169,6 +171,7 @@ bool SystemAccessibilityProvider::typeUnicode(std::int32_t pid, std::u16string_v
   CallBudget budget(hung_, deadline);
   const auto element = focusedText(pid, budget);
   if (!element) return false;  // nor does anybody know who would get them
+  if (answeredFor_ == pid && !sameElement(element, answered_)) return false;
   typedInto_ = element;
   AtspiTextReader reader(element, budget);
   const auto progress = [&]() -> std::optional<KeyTypist::Observation> {
