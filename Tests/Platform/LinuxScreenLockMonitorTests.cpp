@@ -161,6 +161,40 @@ TEST_F(LinuxScreenLockMonitorTest, FindsLogindAndItsSessionLater) {
   EXPECT_GE(changes, 1);
 }
 
+TEST_F(LinuxScreenLockMonitorTest, StartedInsideAnotherLoginFollowsTheDisplaysSession) {
+  constexpr auto display = "/org/freedesktop/login1/session/c2";
+  const auto setUp = [&](const char* displayType) {
+    return logind.addSession("c2") && logind.setSession("Type", g_variant_new_string(displayType), display) &&
+           logind.setDisplay("c2", display);
+  };
+  const auto follows = [&](LinuxScreenLockMonitor& monitor) {
+    return eventually([&] { return !monitor.isLocked(); }) &&
+           logind.setSession("LockedHint", g_variant_new_boolean(TRUE), display) &&
+           eventually([&] { return monitor.isLocked(); });
+  };
+  ASSERT_TRUE(logind.setSession("Type", g_variant_new_string("tty")));
+  ASSERT_TRUE(logind.setSession("Active", false));
+  ASSERT_TRUE(setUp("wayland"));
+  LinuxScreenLockMonitor monitor;
+  EXPECT_TRUE(follows(monitor));
+
+  logind.stop();
+  LinuxScreenLockMonitor early;
+  setenv("XDG_SESSION_ID", "unknown", 1);
+  logind.start();
+  ASSERT_TRUE(setUp("x11"));
+  EXPECT_TRUE(follows(early));
+}
+
+TEST_F(LinuxScreenLockMonitorTest, ADesktopThatWasStartedFromATerminalHasThatSession) {
+  ASSERT_TRUE(logind.setSession("Type", g_variant_new_string("tty")));
+  ASSERT_TRUE(logind.setSession("LockedHint", true));
+  ASSERT_TRUE(logind.addSession("c2"));
+  ASSERT_TRUE(logind.setDisplay("c2", "/org/freedesktop/login1/session/c2"));
+  LinuxScreenLockMonitor monitor;
+  EXPECT_TRUE(monitor.isLocked());
+}
+
 TEST_F(LinuxScreenLockMonitorTest, FollowsBusesThatComeBack) {
   LinuxScreenLockMonitor monitor;
   ASSERT_TRUE(logind.callSession("Lock"));

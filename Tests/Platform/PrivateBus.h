@@ -3,6 +3,7 @@
 
 #include <gio/gio.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -165,21 +166,28 @@ class MockLogind {
         std::vector<const char*>{"/usr/bin/python3", "-m", "dbusmock", "--system", "--template", "logind"});
     EXPECT_TRUE(bus_.awaitOwner(service));
     // The name may be there before the template is.
-    EXPECT_TRUE(eventually([&] {
-      return bus_.mock(service, manager, "AddSession", g_variant_new("(ssusb)", "c1", "seat0", 1000U, "someone", TRUE));
-    }));
+    EXPECT_TRUE(eventually([&] { return addSession("c1"); }));
   }
   void stop() {
     program_.reset();
     EXPECT_TRUE(bus_.awaitNoOwner(service));
   }
 
-  bool setSession(const char* property, bool value) {
-    GVariantBuilder changes;
-    g_variant_builder_init(&changes, G_VARIANT_TYPE_VARDICT);
-    g_variant_builder_add(&changes, "{sv}", property, g_variant_new_boolean(value));
-    return bus_.mock(service, session, "UpdateProperties",
-                     g_variant_new("(sa{sv})", "org.freedesktop.login1.Session", &changes));
+  bool addSession(const char* id) {
+    return bus_.mock(service, manager, "AddSession", g_variant_new("(ssusb)", id, "seat0", 1000U, "someone", TRUE));
+  }
+  bool setSession(const char* property, bool value) { return setSession(property, g_variant_new_boolean(value)); }
+  bool setSession(const char* property, GVariant* value, const char* path = session) {
+    return bus_.mock(service, path, "UpdateProperties",
+                     g_variant_new("(s@a{sv})", "org.freedesktop.login1.Session", dictionary(property, value)));
+  }
+  /// The session that the user's display is in.
+  bool setDisplay(const char* id, const char* path) {
+    const auto user = std::string(manager) + "/user/_" + std::to_string(getuid());
+    const auto properties = dictionary("Display", g_variant_new("(so)", id, path));
+    return bus_.mock(service, manager, "AddObject",
+                     g_variant_new("(ss@a{sv}@a(ssss))", user.c_str(), "org.freedesktop.login1.User", properties,
+                                   g_variant_new_array(G_VARIANT_TYPE("(ssss)"), nullptr, 0)));
   }
   bool callSession(const char* method) {
     return bus_.client().call(service, session, "org.freedesktop.login1.Session", method, nullptr) != nullptr;
@@ -196,6 +204,13 @@ class MockLogind {
   static constexpr const char* session = "/org/freedesktop/login1/session/c1";
 
  private:
+  static GVariant* dictionary(const char* key, GVariant* value) {
+    GVariantBuilder builder;
+    g_variant_builder_init(&builder, G_VARIANT_TYPE_VARDICT);
+    g_variant_builder_add(&builder, "{sv}", key, value);
+    return g_variant_builder_end(&builder);
+  }
+
   PrivateBus& bus_;
   std::unique_ptr<ChildProgram> program_;
 };

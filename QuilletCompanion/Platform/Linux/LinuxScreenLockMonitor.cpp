@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace quillet {
@@ -13,32 +15,56 @@ namespace {
 constexpr const char* logind = "org.freedesktop.login1";
 constexpr const char* managerPath = "/org/freedesktop/login1";
 constexpr const char* managerInterface = "org.freedesktop.login1.Manager";
+constexpr const char* userInterface = "org.freedesktop.login1.User";
 constexpr const char* sessionInterface = "org.freedesktop.login1.Session";
 constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
 
 struct Question {
-  const char* method;
+  std::string object;
+  const char *interface, *method;
   GVariantRef arguments;
 };
 
 /// How to ask for this process's session, best first. A program that the user's service manager started is in none;
-/// "auto" then names the one on the display.
+/// "auto" then names the one on the display. One that was started inside another login's terminal multiplexer is in
+/// that login's; the user's display remains.
 std::vector<Question> sessionQuestions() {
-  const auto owned = [](GVariant* arguments) { return GVariantRef(g_variant_ref_sink(arguments)); };
   std::vector<Question> questions;
+  const auto ask = [&](std::string object, const char* interface, const char* method, GVariant* arguments) {
+    questions.push_back({std::move(object), interface, method, GVariantRef(g_variant_ref_sink(arguments))});
+  };
   if (const char* const id = std::getenv("XDG_SESSION_ID")) {
-    questions.push_back({"GetSession", owned(g_variant_new("(s)", id))});
+    ask(managerPath, managerInterface, "GetSession", g_variant_new("(s)", id));
   }
-  questions.push_back({"GetSessionByPID", owned(g_variant_new("(u)", static_cast<guint32>(getpid())))});
-  questions.push_back({"GetSession", owned(g_variant_new("(s)", "auto"))});
+  ask(managerPath, managerInterface, "GetSessionByPID", g_variant_new("(u)", static_cast<guint32>(getpid())));
+  ask(managerPath, managerInterface, "GetSession", g_variant_new("(s)", "auto"));
+  ask(std::string(managerPath) + "/user/_" + std::to_string(getuid()), propertiesInterface, "Get",
+      g_variant_new("(ss)", userInterface, "Display"));
   return questions;
 }
 
+/// The session's path: the answer itself, or the property in it.
 std::optional<std::string> pathIn(GVariant* reply) {
-  if (reply == nullptr || !g_variant_is_of_type(reply, G_VARIANT_TYPE("(o)"))) return std::nullopt;
   const char* path = nullptr;
-  g_variant_get(reply, "(&o)", &path);
-  return path;
+  if (reply != nullptr && g_variant_is_of_type(reply, G_VARIANT_TYPE("(o)"))) g_variant_get(reply, "(&o)", &path);
+  GVariantRef boxed;
+  if (reply != nullptr && g_variant_is_of_type(reply, G_VARIANT_TYPE("(v)"))) {
+    GVariant* value = nullptr;
+    g_variant_get(reply, "(v)", &value);
+    boxed.reset(value);
+    if (g_variant_is_of_type(value, G_VARIANT_TYPE("(so)"))) g_variant_get(value, "(s&o)", nullptr, &path);
+  }
+  return path == nullptr || path == std::string_view("/") ? std::nullopt : std::optional<std::string>(path);
+}
+
+/// By its properties. One that was begun on a terminal, or from elsewhere, isn't what the user has in front.
+bool isGraphical(GVariant* reply) {
+  if (reply == nullptr || !g_variant_is_of_type(reply, G_VARIANT_TYPE("(a{sv})"))) return false;
+  const GVariantRef properties(g_variant_get_child_value(reply, 0));
+  const char* type = nullptr;
+  g_variant_lookup(properties.get(), "Type", "&s", &type);
+  constexpr std::string_view types[] = {"x11", "wayland", "mir"};
+  return type != nullptr && std::ranges::find(types, type) != std::end(types);
 }
 
 std::optional<bool> booleanIn(GVariant* reply) {
@@ -56,11 +82,9 @@ LinuxScreenLockMonitor::LinuxScreenLockMonitor()
               {"org.cinnamon.ScreenSaver", "/org/cinnamon/ScreenSaver"},
               {"org.mate.ScreenSaver", "/org/mate/ScreenSaver"},
               {"org.xfce.ScreenSaver", "/org/xfce/ScreenSaver"}} {
-  if (const auto path = findSession()) {
-    watchSession(*path);
-    const auto reply =
-        systemBus_.call(logind, path->c_str(), propertiesInterface, "GetAll", g_variant_new("(s)", sessionInterface));
-    takeProperties(reply.get());
+  if (const auto found = findSession()) {
+    watchSession(found->path);
+    takeProperties(found->properties.get());
   }
   systemBus_.watchName(
       logind, [this] { logindAppeared(); }, nullptr);
@@ -75,26 +99,47 @@ bool LinuxScreenLockMonitor::isScreenLocked() {
   return lockedHint_ || !active_ || std::any_of(savers_.begin(), savers_.end(), [](const auto& s) { return s.active; });
 }
 
-std::optional<std::string> LinuxScreenLockMonitor::findSession() const {
-  for (const auto& [method, arguments] : sessionQuestions()) {
-    const auto reply = systemBus_.call(logind, managerPath, managerInterface, method, arguments.get());
-    if (auto path = pathIn(reply.get())) return path;
+/// Of the sessions found the first graphical one; where the desktop was started from a terminal there is none, and the
+/// very first will do.
+std::optional<LinuxScreenLockMonitor::Session> LinuxScreenLockMonitor::findSession() const {
+  std::optional<Session> other;
+  for (const auto& [object, interface, method, arguments] : sessionQuestions()) {
+    const auto reply = systemBus_.call(logind, object.c_str(), interface, method, arguments.get());
+    const auto path = pathIn(reply.get());
+    if (!path) continue;
+    auto properties =
+        systemBus_.call(logind, path->c_str(), propertiesInterface, "GetAll", g_variant_new("(s)", sessionInterface));
+    const bool graphical = isGraphical(properties.get());
+    if (graphical || !other) other = Session{*path, std::move(properties)};
+    if (graphical) break;
   }
-  return std::nullopt;
+  return other;
 }
 
-void LinuxScreenLockMonitor::findSessionLater(std::size_t attempt) {
+void LinuxScreenLockMonitor::findSessionLater(std::size_t attempt, const std::string& other) {
   const auto questions = sessionQuestions();
-  if (attempt >= questions.size()) return lookAgain();
-  const auto& [method, arguments] = questions[attempt];
-  systemBus_.callLater(logind, managerPath, managerInterface, method, arguments.get(),
-                       [this, attempt](GVariant* reply, GUnixFDList*) {
+  if (attempt >= questions.size()) return other.empty() ? lookAgain() : adoptSession(other);
+  const auto& [object, interface, method, arguments] = questions[attempt];
+  systemBus_.callLater(logind, object.c_str(), interface, method, arguments.get(),
+                       [this, attempt, other](GVariant* reply, GUnixFDList*) {
                          const auto path = pathIn(reply);
-                         if (!path) return findSessionLater(attempt + 1);
-                         if (session_) return;
-                         watchSession(*path);
-                         askSession();
+                         if (!path) return findSessionLater(attempt + 1, other);
+                         adoptIfGraphical(*path, attempt, other);
                        });
+}
+
+void LinuxScreenLockMonitor::adoptIfGraphical(const std::string& path, std::size_t attempt, const std::string& other) {
+  systemBus_.callLater(logind, path.c_str(), propertiesInterface, "GetAll", g_variant_new("(s)", sessionInterface),
+                       [this, path, attempt, other](GVariant* reply, GUnixFDList*) {
+                         if (isGraphical(reply)) return adoptSession(path);
+                         findSessionLater(attempt + 1, other.empty() ? path : other);
+                       });
+}
+
+void LinuxScreenLockMonitor::adoptSession(const std::string& path) {
+  if (session_) return;
+  watchSession(path);
+  askSession();
 }
 
 void LinuxScreenLockMonitor::watchSession(const std::string& path) {
@@ -122,7 +167,7 @@ void LinuxScreenLockMonitor::logindAppeared() {
 
 void LinuxScreenLockMonitor::look() {
   if (session_) return askSession();
-  findSessionLater(0);
+  findSessionLater(0, {});
 }
 
 void LinuxScreenLockMonitor::lookAgain() {

@@ -32,10 +32,18 @@ class LinuxScreenLockMonitor final : public ScreenLockMonitor {
     bool active = false;    ///< As its signals say, or its answer.
   };
 
-  std::optional<std::string> findSession() const;
+  struct Session {
+    std::string path;
+    GVariantRef properties;  ///< Null if it didn't answer.
+  };
+
+  std::optional<Session> findSession() const;
   void look();
   void lookAgain();
-  void findSessionLater(std::size_t attempt);
+  /// From the `attempt`-th question on. `other` is a session that will do if no graphical one is found, or empty.
+  void findSessionLater(std::size_t attempt, const std::string& other);
+  void adoptIfGraphical(const std::string& path, std::size_t attempt, const std::string& other);
+  void adoptSession(const std::string& path);
   void watchSession(const std::string& path);
   void askSession();
   void watch(Saver& saver);
