@@ -16,6 +16,8 @@ constexpr const char* busPath = "/org/a11y/bus";
 constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
 constexpr const char* statusInterface = "org.a11y.Status";
 constexpr std::chrono::seconds keptFor{30}, keptUnsettledFor{1};
+/// For the bus to answer, in which it can be waited for; it usually takes some milliseconds.
+constexpr std::chrono::milliseconds answersWithin{500};
 constexpr int timeout = static_cast<int>(CallBudget::limit.count());
 
 }  // namespace
@@ -94,12 +96,21 @@ std::optional<bool> AccessibilityBus::askEnabled() const {
          g_variant_get_boolean(value.get()) != FALSE;
 }
 
+/// libatspi waits without bound for a bus that doesn't answer, so that it is told of one only that has.
 void AccessibilityBus::connect() {
+  const bool begins = !attempt_;
+  if (begins) {
+    address_ = askAddress();
+    if (address_.empty()) return;
+    attempt_ = std::make_unique<BusAttempt>(address_);
+  }
+  if (!attempt_->wait(begins ? answersWithin : std::chrono::milliseconds(0))) return;
+  bus_ = attempt_->take();
+  attempt_.reset();
+  if (!bus_) return;
   atspi_set_timeout(timeout, timeout);
   connected_ = atspi_init() <= 1;  // 1: it was initialised before
-  if (!connected_) return;
-  address_ = askAddress();
-  watchRegistry();
+  if (connected_) watchRegistry();
 }
 
 std::string AccessibilityBus::askAddress() const {
@@ -111,11 +122,6 @@ std::string AccessibilityBus::askAddress() const {
 }
 
 void AccessibilityBus::watchRegistry() {
-  constexpr auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                                           G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-  GErrorSlot error;
-  bus_.reset(g_dbus_connection_new_for_address_sync(address_.c_str(), flags, nullptr, nullptr, error));
-  if (!bus_) return;
   const auto appeared = [](GDBusConnection*, const char*, const char*, void* self) {
     auto& bus = *static_cast<AccessibilityBus*>(self);
     bus.wellKnown_ = {};

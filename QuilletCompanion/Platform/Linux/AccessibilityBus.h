@@ -3,9 +3,11 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
+#include "QuilletCompanion/Platform/Linux/BusAttempt.h"
 #include "QuilletCompanion/Platform/Linux/DBusSignals.h"
 #include "QuilletCompanion/Platform/Linux/GObjectRef.h"
 #include "QuilletKit/Clock.h"
@@ -23,7 +25,7 @@ class AccessibilityBus {
 
   /// Whether assistive programs are served: the service answers, is switched on, and we are connected to its bus. While
   /// the service isn't seen on the session bus, the answer may be a second old. Connects when it first finds the
-  /// service.
+  /// service, and waits half a second then for its bus; one that takes longer is connected to in a later call.
   bool isEnabled();
   /// Asks the service to be on, as assistive programs do at their start. False if it doesn't answer.
   bool enable();
@@ -57,8 +59,9 @@ class AccessibilityBus {
   bool connected_ = false;
   std::optional<bool> enabled_;  ///< What it said, if it answered.
   Known enabledKnown_, wellKnown_;
-  std::string address_;        ///< Of the bus that libatspi is connected to.
-  GRef<GDBusConnection> bus_;  ///< A connection of our own to it, to see its end and its registry's.
+  std::string address_;                  ///< Of the bus that libatspi is connected to.
+  std::unique_ptr<BusAttempt> attempt_;  ///< While it isn't known whether its bus answers.
+  GRef<GDBusConnection> bus_;            ///< A connection of our own to it, to see its end and its registry's.
   guint watch_ = 0;
 };
 

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 
 #include "QuilletCompanion/Platform/Linux/DBusSignals.h"
 #include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
@@ -13,11 +14,8 @@
 namespace quillet::test {
 namespace {
 
-class AccessibilityBusLoss : public testing::Test {
+class AccessibilityBusFault : public testing::Test {
  protected:
-  void SetUp() override {
-    ASSERT_TRUE(eventually([this] { return provider.enableAccessibility(); }));
-  }
   static GVariantRef call(GDBusConnection* bus, const char* name, const char* path, const char* method,
                           GVariant* arguments) {
     return GVariantRef(g_dbus_connection_call_sync(bus, name, path, name, method, arguments, nullptr,
@@ -56,6 +54,36 @@ class AccessibilityBusLoss : public testing::Test {
     const GVariantRef listeners(g_variant_get_child_value(reply.get(), 0));
     return g_variant_n_children(listeners.get()) > 0;
   }
+
+  GRef<GDBusConnection> session{g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr)};
+  StubLock lock;
+  KeyTypist typist;
+};
+
+/// Before anything in this process has connected.
+TEST_F(AccessibilityBusFault, ABusThatHangsIsWaitedForInPartsOnly) {
+  const auto pid = onAccessibilityBus("org.freedesktop.DBus");
+  ASSERT_GT(pid, 1);
+  ::kill(pid, SIGSTOP);
+  {
+    SystemAccessibilityProvider provider{getpid(), lock, typist};
+    EXPECT_FALSE(provider.enableAccessibility());
+  }
+  SystemAccessibilityProvider provider{getpid(), lock, typist};
+  for (int poll = 0; poll < 3; ++poll) {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(provider.enableAccessibility());
+    EXPECT_LE(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+  }
+  ::kill(pid, SIGCONT);
+  EXPECT_TRUE(eventually([&] { return provider.isTrusted() && !provider.isGrantStale(); }));
+}
+
+class AccessibilityBusLoss : public AccessibilityBusFault {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(eventually([this] { return provider.enableAccessibility(); }));
+  }
   bool isUsable(const Editor& editor) {
     const auto front = provider.frontApplication();
     if (!front || front->pid != editor.pid()) return false;
@@ -71,9 +99,6 @@ class AccessibilityBusLoss : public testing::Test {
         G_DBUS_CALL_FLAGS_NONE, 2000, nullptr, GErrorSlot());
   }
 
-  GRef<GDBusConnection> session{g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr)};
-  StubLock lock;
-  KeyTypist typist;
   SystemAccessibilityProvider provider{getpid(), lock, typist};
 };
 
