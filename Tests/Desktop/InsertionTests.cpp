@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <boost/asio/co_spawn.hpp>
@@ -198,6 +199,24 @@ TEST_F(Insertion, AnotherFieldBetweenPrepareAndDeliveryIsRefusedEvenIfTheFirstIs
     EXPECT_TRUE(eventually([&] { return sameElement(provider.focusedElement(editor->pid()), field); })) << program;
     EXPECT_TRUE(eventually([&] { return guard.focusGeneration() != snapshot.generation; })) << program;
     EXPECT_EQ(guard.validate(snapshot, true), RefusalReason::focusChanged) << program;
+  }
+}
+
+TEST_F(Insertion, AButtonThatHadTheFocusForAMomentIsRefusedToo) {
+  open(kGTKFields);
+  const auto snapshot = prepared();
+  ::kill(editor->pid(), SIGHUP);
+  EXPECT_TRUE(eventually([&] { return guard.validate(snapshot, true) == RefusalReason::focusChanged; }));
+  EXPECT_TRUE(sameElement(provider.focusedElement(editor->pid()), field));
+}
+
+TEST_F(Insertion, WhatAnEditorShowsBesideItsTextIsNoFocusElsewhere) {
+  for (const auto* const program : {"mousepad", "featherpad", "gnome-text-editor"}) {
+    open(program, QString(program) == "gnome-text-editor" ? "--standalone document.txt" : "document.txt");
+    const auto snapshot = prepared();
+    press({"x", "Return", "ctrl+Home", "End", "ctrl+a", "BackSpace"});
+    EXPECT_TRUE(eventually([&] { return value().empty(); })) << program;
+    EXPECT_EQ(guard.validate(snapshot, true), std::nullopt) << program;
   }
 }
 

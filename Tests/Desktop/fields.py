@@ -9,7 +9,7 @@ fields.py [FIELD] [--text TEXT] [FAULT]
          --deaf          says yes to what is written to it, and keeps nothing that doesn't come from the keyboard
          --at N FATE     once it holds N characters: "readonly" (takes no more), "leave" (the focus goes to a second
                          field), "exit" (the program ends), "stop" (it hangs until somebody wakes it)
-A SIGUSR1 makes the field read-only, a SIGUSR2 a password field.
+A SIGUSR1 makes the field read-only, a SIGUSR2 a password field. A SIGHUP takes the focus to a button and back.
 """
 import argparse
 import os
@@ -52,11 +52,19 @@ def make_fate(fate, field, second):
     return fates[fate]
 
 
+def go_and_come(button, field):
+    button.grab_focus()
+    field.grab_focus()
+    field.set_position(-1)
+    return True
+
+
 def main():
     wanted = arguments()
     window = Gtk.Window(title="Fields")
     box = Gtk.Box(orientation=Gtk.Orientation.VERTICAL)
     second = Gtk.Entry()
+    button = Gtk.Button(label="Button")
     if wanted.area:
         field = Gtk.TextView()
         content = field.get_buffer()
@@ -69,6 +77,7 @@ def main():
             field.set_input_purpose(Gtk.InputPurpose.PASSWORD)
     box.pack_start(field, True, True, 0)
     box.pack_start(second, False, False, 0)
+    box.pack_start(button, False, False, 0)
     window.add(box)
     if wanted.deaf:
         field.connect("insert-text", keep_only_typed)
@@ -80,6 +89,7 @@ def main():
         content.connect("changed", lambda _: pending and field.get_text_length() >= count and pending.pop()())
     GLib.unix_signal_add(GLib.PRIORITY_HIGH, signal.SIGUSR1, lambda: field.set_editable(False) or True)
     GLib.unix_signal_add(GLib.PRIORITY_HIGH, signal.SIGUSR2, lambda: field.set_visibility(False) or True)
+    GLib.unix_signal_add(GLib.PRIORITY_HIGH, signal.SIGHUP, lambda: go_and_come(button, field))
     window.connect("destroy", Gtk.main_quit)
     window.show_all()
     field.grab_focus()

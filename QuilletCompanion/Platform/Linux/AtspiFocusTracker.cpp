@@ -26,6 +26,25 @@ void allowFullTime() {
   atspi_set_timeout(limit, limit);
 }
 
+/// Containers, cells and suggestions, of which toolkits tell while the focus stays where it is.
+bool mayClaimFalsely(AtspiRole role) {
+  switch (role) {
+    case ATSPI_ROLE_DOCUMENT_FRAME:
+    case ATSPI_ROLE_DOCUMENT_WEB:
+    case ATSPI_ROLE_FILLER:
+    case ATSPI_ROLE_FRAME:
+    case ATSPI_ROLE_LIST_ITEM:
+    case ATSPI_ROLE_PAGE_TAB:
+    case ATSPI_ROLE_PANEL:
+    case ATSPI_ROLE_ROOT_PANE:
+    case ATSPI_ROLE_TABLE_CELL:
+    case ATSPI_ROLE_WINDOW:
+      return true;
+    default:
+      return false;
+  }
+}
+
 }  // namespace
 
 AtspiFocusTracker::AtspiFocusTracker(std::int32_t ownPID, HungApplications& hung) : ownPID_(ownPID), hung_(hung) {
@@ -148,11 +167,12 @@ bool AtspiFocusTracker::take(const Arrival& arrival, CallBudget& budget) {
   const auto summary = summarize(arrival.source.get(), pid, budget);
   if (!summary.answered() || summary.role == ATSPI_ROLE_INVALID) return false;
   const bool focused = summary.has(ATSPI_STATE_FOCUSED);  // or it lost the focus meanwhile
-  if (!focused && !summary.isTextual()) return true;
+  const bool textual = summary.isTextual();
+  if (!focused && !textual && mayClaimFalsely(summary.role)) return true;
   forgetGone();
   AtspiElementRef element;
-  if (summary.isTextual()) element = std::make_shared<AtspiElement>(addRef(arrival.source.get()), pid);
-  if (focused && element) {
+  if (textual || !focused) element = std::make_shared<AtspiElement>(addRef(arrival.source.get()), pid);
+  if (focused && textual) {
     applications_[pid].text = element;
     applications_[pid].search.reset();
   }

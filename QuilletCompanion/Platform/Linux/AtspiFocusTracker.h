@@ -25,8 +25,8 @@ class AtspiFocusTracker {
   AtspiFocusTracker(const AtspiFocusTracker&) = delete;
   AtspiFocusTracker& operator=(const AtspiFocusTracker&) = delete;
 
-  /// Called from the event loop after the focus of the application `pid` moved: with the text element that got it,
-  /// even if it lost it again meanwhile, or with nothing if something else did.
+  /// Called from the event loop after the focus of the application `pid` moved: with the text element that got it, or
+  /// any that had it and lost it again meanwhile, or with nothing if something else has it.
   std::function<void(std::int32_t pid, const ElementRef& element)> onFocusEvent;
 
   /// Tells at once of what has already come, which the event loop would do soon.
