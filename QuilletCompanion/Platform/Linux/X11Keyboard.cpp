@@ -46,9 +46,9 @@ std::optional<char32_t> characterOf(Display* display, KeySym keysym) {
 bool dropsKeys(Display* display) {
   XkbDescRec keyboard{};
   keyboard.device_spec = XkbUseCoreKbd;
-  if (XkbGetControls(display, XkbAllControlsMask, &keyboard) != Success) return false;
-  const auto enabled = keyboard.ctrls->enabled_ctrls;
-  XkbFreeControls(&keyboard, XkbAllControlsMask, True);
+  const bool told = XkbGetControls(display, XkbAllControlsMask, &keyboard) == Success;
+  const auto enabled = told ? keyboard.ctrls->enabled_ctrls : 0;
+  XkbFreeControls(&keyboard, XkbAllControlsMask, True);  // some are there even if it failed
   return (enabled & (XkbSlowKeysMask | XkbBounceKeysMask)) != 0;
 }
 
