@@ -74,11 +74,8 @@ X11Keyboard::X11Keyboard(const std::string& display) : connection_(display) {
   auto* const x = connection_.get();
   const X11ErrorTrap trap(connection_);
   XkbQueryExtension(x, nullptr, &xkbEventBase_, nullptr, nullptr, nullptr);
-  device_ = findDevice();
-  for (const unsigned device : {unsigned{XkbUseCoreKbd}, device_}) {
-    constexpr auto events = XkbNewKeyboardNotifyMask | XkbMapNotifyMask;
-    XkbSelectEvents(x, device, events, events);
-  }
+  findDevices();
+  selectEvents();
   unmapped_ = XCreateWindow(x, DefaultRootWindow(x), 0, 0, 1, 1, 0, 0, InputOnly, nullptr, 0, nullptr);
   adoptLeftovers();
   restore();
@@ -118,23 +115,47 @@ bool X11Keyboard::isGrabbed() const {
          AlreadyGrabbed;
 }
 
-/// The one that belongs to the keyboard which gets this client's events. The core keyboard if the display doesn't tell.
-unsigned X11Keyboard::findDevice() const {
+/// Those behind the core keyboard that gets this client's events. XTEST's is the core keyboard itself if the display
+/// doesn't tell.
+void X11Keyboard::findDevices() {
   auto* const x = connection_.get();
-  const Atom mark = XInternAtom(x, "XTEST Device", False);
+  device_ = XkbUseCoreKbd;
+  otherDevices_.clear();
   int pointer = 0;
   int count = 0;
-  if (XIGetClientPointer(x, None, &pointer) == False) return XkbUseCoreKbd;
+  if (XIGetClientPointer(x, None, &pointer) == False) return;
   auto* const devices = XIQueryDevice(x, XIAllDevices, &count);
-  const std::span all(devices, devices == nullptr ? 0 : static_cast<std::size_t>(count));
+  if (devices == nullptr) return;
+  const Atom mark = XInternAtom(x, "XTEST Device", False);
+  const std::span all(devices, static_cast<std::size_t>(count));
   const auto core = std::ranges::find(all, pointer, &XIDeviceInfo::deviceid);
-  const auto found = std::ranges::find_if(all, [&](const XIDeviceInfo& device) {
-    if (core == all.end() || device.use != XISlaveKeyboard || device.attachment != core->attachment) return false;
-    return hasProperty(x, device.deviceid, mark);
-  });
-  const auto id = found == all.end() ? unsigned{XkbUseCoreKbd} : static_cast<unsigned>(found->deviceid);
-  if (devices != nullptr) XIFreeDeviceInfo(devices);
-  return id;
+  for (const auto& device : all) {
+    if (core == all.end() || device.use != XISlaveKeyboard || device.attachment != core->attachment) continue;
+    const auto id = static_cast<unsigned>(device.deviceid);
+    if (hasProperty(x, device.deviceid, mark)) {
+      device_ = id;
+    } else {
+      otherDevices_.push_back(id);
+    }
+  }
+  XIFreeDeviceInfo(devices);
+}
+
+void X11Keyboard::selectEvents() const {
+  constexpr auto events = XkbNewKeyboardNotifyMask | XkbMapNotifyMask;
+  for (const unsigned device : {unsigned{XkbUseCoreKbd}, device_}) {
+    XkbSelectEvents(connection_.get(), device, events, events);
+  }
+  for (const unsigned device : otherDevices_) XkbSelectEvents(connection_.get(), device, events, events);
+}
+
+void X11Keyboard::readOthers() {
+  others_.clear();
+  if (device_ == XkbUseCoreKbd) return;  // a change of that is one of all
+  for (const unsigned device : otherDevices_) {
+    auto keymap = XkbKeymap::read(connection_.get(), device);
+    if (keymap != nullptr && keymap->levels() == keymap_->levels()) others_.push_back(std::move(keymap));
+  }
 }
 
 bool X11Keyboard::layoutChanged() {
@@ -156,7 +177,10 @@ bool X11Keyboard::becomeCurrent() {
   while (keycode > 8 && isDown(down, keycode)) --keycode;
   press(static_cast<Keycode>(keycode), false);
   XSync(x, False);
-  return drainEvents();
+  if (!drainEvents()) return false;
+  findDevices();  // the other one may be new
+  selectEvents();
+  return true;
 }
 
 bool X11Keyboard::drainEvents() {
@@ -177,6 +201,7 @@ X11Keyboard::Layout X11Keyboard::readLayout(unsigned group) {
   changed_ = false;
   keymap_ = XkbKeymap::read(x, device_);
   if (keymap_ == nullptr) return layout;
+  readOthers();
   std::erase_if(borrowed_, [&](const auto& entry) { return keymap_->symbols(entry.first) != entry.second; });
   for (const Keycode keycode : keymap_->keycodes()) {
     const auto known = borrowed_.find(keycode);
@@ -265,6 +290,7 @@ void X11Keyboard::adoptLeftovers() {
 bool X11Keyboard::change(const std::map<Keycode, XkbKeymap::Symbols>& keys) {
   if (!usable() || keymap_ == nullptr) return false;
   const X11ErrorTrap trap(connection_);
+  const auto before = borrowed_;
   for (const auto& [keycode, symbols] : keys) {
     borrowed_[keycode] = symbols;
     if (symbols == XkbKeymap::Symbols{}) borrowed_.erase(keycode);
@@ -272,6 +298,15 @@ bool X11Keyboard::change(const std::map<Keycode, XkbKeymap::Symbols>& keys) {
   // In one go with the change, so that whoever kills us gets both or neither.
   recordBorrowed();
   const bool written = keymap_->write(connection_.get(), keys);
+  for (const auto& other : others_) {
+    auto possible = keys;
+    std::erase_if(possible, [&](const auto& key) {
+      const auto known = before.find(key.first);
+      const bool ours = known != before.end() && other->symbols(key.first) == known->second;
+      return !ours && !other->isFree(key.first);
+    });
+    other->write(connection_.get(), possible);
+  }
   XSync(connection_.get(), False);
   return written && usable();
 }

@@ -17,8 +17,9 @@ namespace quillet {
 
 /// The core keyboard of an X display: its modifiers, and key events of our own. These come from a keyboard that the
 /// display keeps for XTEST beside the user's own ones. The core keyboard has the layout of the one that was used last,
-/// so the layout that is read here, and the only one that is changed, is XTEST's. Every call is a no-op that answers
-/// false or nothing once `usable` is false. Main thread only.
+/// so the layout that is read here is XTEST's. What is assigned there is assigned to the user's keyboards too, as far
+/// as keys are free on them: a key that the user presses changes the core keyboard's layout while clients still look
+/// ours up. Every call is a no-op that answers false or nothing once `usable` is false. Main thread only.
 class X11Keyboard {
  public:
   struct Layout {
@@ -60,7 +61,9 @@ class X11Keyboard {
   bool post(std::span<const KeymapPlan::Stroke> strokes, const State& state);
 
  private:
-  unsigned findDevice() const;
+  void findDevices();
+  void selectEvents() const;
+  void readOthers();
   bool drainEvents();
   void adoptLeftovers();
   bool isGrabbed() const;
@@ -75,6 +78,8 @@ class X11Keyboard {
   bool changed_ = true;         ///< Since the last `readLayout`.
   unsigned long unmapped_ = 0;  ///< A window of ours that is never shown.
   std::unique_ptr<XkbKeymap> keymap_;
+  std::vector<unsigned> otherDevices_;              ///< The user's keyboards.
+  std::vector<std::unique_ptr<XkbKeymap>> others_;  ///< Theirs, where a key of ours can have as many levels.
   std::map<Keycode, XkbKeymap::Symbols> borrowed_;  ///< What we assigned.
 };
 

@@ -43,6 +43,7 @@ class XkbKeymap {
   unsigned levelOf(unsigned modifiers) const;
 
   /// Gives each key its symbols, on the display's keyboard and here, in one request; none at all frees the key.
+  /// Keys between them are written as they were read.
   bool write(_XDisplay* display, const std::map<Keycode, Symbols>& keys);
 
  private:
