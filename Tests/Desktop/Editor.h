@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QThread>
 #include <QTimer>
 #include <chrono>
 #include <functional>
@@ -53,12 +54,27 @@ class Editor {
     process_.kill();
     process_.waitForFinished();
   }
-  /// Also in a moment when it holds the X server for itself, as toolkits do: then no other program can be asked until
-  /// it goes on.
-  void suspend() const { ::kill(pid(), SIGSTOP); }
+  /// Not while it holds the X server for itself, as toolkits do for moments: the server would keep back what it has got
+  /// from anybody by then, even from those whom it answers meanwhile.
+  void suspend() const {
+    for (::kill(pid(), SIGSTOP); !doesDisplayAnswer(); ::kill(pid(), SIGSTOP)) {
+      resume();
+      QThread::msleep(10);
+    }
+  }
   void resume() const { ::kill(pid(), SIGCONT); }
 
  private:
+  static bool doesDisplayAnswer() {
+    QProcess question;
+    question.setStandardOutputFile(QProcess::nullDevice());
+    question.start("xprop", {"-root", "_NET_ACTIVE_WINDOW"});
+    if (question.waitForFinished(2000)) return true;
+    question.kill();
+    question.waitForFinished();
+    return false;
+  }
+
   QTemporaryDir home_;
   QProcess process_;
 };

@@ -9,7 +9,8 @@ struct _XDisplay;
 namespace quillet {
 
 /// A display connection of our own whose failures never end the process, and that is answered also while another
-/// client keeps the server for itself, if only the server has XTEST. Main thread only.
+/// client keeps the server for itself, if only the server has XTEST; unless a question was on its way in the very
+/// moment when that began, which the server then keeps back until it ends. Main thread only.
 class X11Connection {
  public:
   /// Connects to `display`, or to the environment's if it is empty.
