@@ -233,8 +233,8 @@ Awaitable<std::vector<Phone::MacPresence>> Phone::presence() {
     if (const auto* known = state_.mac(mac.macId)) {
       entry.readiness = openedReadiness(mac, known->identity);
       if (entry.readiness) learnName(mac.macId, entry.readiness->macName);
-      entry.name = known->identity.name;
     }
+    if (const auto* known = state_.mac(mac.macId)) entry.name = known->identity.name;  // as it is by now
     macs.push_back(std::move(entry));
   }
   co_return macs;
