@@ -3,8 +3,8 @@
 #include <string>
 
 #include "Benchmarks/Table.h"
-#include "QuilletKit/JSONCoding.h"
-#include "QuilletKit/WireModels.h"
+#include "QuilletKit/JSON/JSONCoding.h"
+#include "QuilletKit/Protocol/WireModels.h"
 
 /// The relay frame of one dictated text (1.4 KB), beside what the JSON library costs by itself.
 namespace quillet::bench {

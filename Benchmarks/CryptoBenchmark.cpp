@@ -2,9 +2,9 @@
 #include <string>
 
 #include "Benchmarks/Table.h"
-#include "QuilletKit/Base64URL.h"
-#include "QuilletKit/Envelope.h"
-#include "QuilletKit/WireModels.h"
+#include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Protocol/Envelope.h"
+#include "QuilletKit/Protocol/WireModels.h"
 
 /// Sealing and opening a dictated text of 1 KB, each beside its primitives alone: agreement, derivation, box,
 /// base64url, JSON.

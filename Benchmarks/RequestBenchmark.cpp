@@ -3,7 +3,7 @@
 
 #include "Benchmarks/ServiceRig.h"
 #include "Benchmarks/Table.h"
-#include "QuilletKit/Base64URL.h"
+#include "QuilletKit/Base/Base64URL.h"
 #include "QuilletService/ServiceError.h"
 
 /// What a signed request costs beside a plain one, and how soon a forged one is out of the house.

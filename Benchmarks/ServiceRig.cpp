@@ -7,8 +7,8 @@
 #include <boost/asio/redirect_error.hpp>
 #include <deque>
 
-#include "QuilletKit/Base64URL.h"
-#include "QuilletKit/Log.h"
+#include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Base/Log.h"
 
 namespace quillet::bench {
 namespace {

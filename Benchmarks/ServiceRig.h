@@ -21,10 +21,10 @@
 #include <unordered_map>
 #include <vector>
 
-#include "QuilletKit/Envelope.h"
-#include "QuilletKit/JSONCoding.h"
-#include "QuilletKit/RequestSigner.h"
-#include "QuilletService/HTTPServer.h"
+#include "QuilletKit/JSON/JSONCoding.h"
+#include "QuilletKit/Protocol/Envelope.h"
+#include "QuilletKit/Protocol/RequestSigner.h"
+#include "QuilletService/Transport/HTTPServer.h"
 
 /// What the benchmarks of the service share: the service on a thread of its own, devices, and bare clients.
 namespace quillet::bench {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Fuzz/FuzzInput.h"
-#include "QuilletKit/WireModels.h"
+#include "QuilletKit/Protocol/WireModels.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <optional>
 #include <string_view>
 
-#include "QuilletKit/DeviceIdentity.h"
-#include "QuilletKit/JSONCoding.h"
-#include "QuilletKit/Log.h"
+#include "QuilletKit/Base/Log.h"
+#include "QuilletKit/Identity/DeviceIdentity.h"
+#include "QuilletKit/JSON/JSONCoding.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 

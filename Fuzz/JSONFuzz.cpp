@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "Fuzz/FuzzInput.h"
-#include "QuilletKit/JSONReader.h"
+#include "QuilletKit/JSON/JSONReader.h"
 
 namespace {
 

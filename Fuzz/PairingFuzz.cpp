@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Fuzz/FuzzInput.h"
-#include "QuilletKit/Base64URL.h"
-#include "QuilletKit/PairingCrypto.h"
+#include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Protocol/PairingCrypto.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace quillet;

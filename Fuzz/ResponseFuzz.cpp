@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "Fuzz/FuzzInput.h"
-#include "QuilletKit/APIResponse.h"
-#include "QuilletKit/ServiceModels.h"
-#include "QuilletKit/WireModels.h"
+#include "QuilletKit/Protocol/APIResponse.h"
+#include "QuilletKit/Protocol/ServiceModels.h"
+#include "QuilletKit/Protocol/WireModels.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <list>
 
 #include "Fuzz/FuzzInput.h"
-#include "QuilletKit/Base64URL.h"
-#include "QuilletKit/RequestSigner.h"
+#include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Protocol/RequestSigner.h"
 #include "QuilletService/Router.h"
 #include "Tests/Doubles/FakeRelaySocket.h"
 #include "Tests/Doubles/VirtualTime.h"

@@ -2,7 +2,7 @@
 #include <stdexcept>
 
 #include "Fuzz/FuzzInput.h"
-#include "QuilletKit/RequestSigner.h"
+#include "QuilletKit/Protocol/RequestSigner.h"
 
 namespace {
 

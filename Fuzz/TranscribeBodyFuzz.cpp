@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Fuzz/FuzzInput.h"
-#include "QuilletKit/ServiceModels.h"
+#include "QuilletKit/Protocol/ServiceModels.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace quillet;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Fuzz/FuzzInput.h"
-#include "QuilletKit/FolderLedgerStorage.h"
-#include "QuilletKit/WordStatsSummary.h"
+#include "QuilletKit/Words/FolderLedgerStorage.h"
+#include "QuilletKit/Words/WordStatsSummary.h"
 
 /// What a shared folder may hold: a ledger of another device, and its file's name.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

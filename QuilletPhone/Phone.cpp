@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "QuilletKit/Base64URL.h"
-#include "QuilletKit/SecretStore.h"
+#include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Identity/SecretStore.h"
 #include "QuilletPhone/PhoneFolder.h"
 
 namespace quillet {

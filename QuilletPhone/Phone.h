@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "QuilletKit/APIClient.h"
-#include "QuilletKit/Clock.h"
-#include "QuilletKit/PairingCrypto.h"
+#include "QuilletKit/Async/Clock.h"
+#include "QuilletKit/Protocol/APIClient.h"
+#include "QuilletKit/Protocol/PairingCrypto.h"
 #include "QuilletPhone/PhoneState.h"
 
 namespace quillet {

@@ -3,7 +3,7 @@
 
 #include <boost/json/array.hpp>
 
-#include "QuilletKit/PlainText.h"
+#include "QuilletKit/Base/PlainText.h"
 
 namespace quillet {
 namespace {

@@ -3,8 +3,8 @@
 #include <array>
 #include <charconv>
 
-#include "QuilletKit/FolderLedgerStorage.h"
-#include "QuilletKit/Unicode.h"
+#include "QuilletKit/Base/Unicode.h"
+#include "QuilletKit/Words/FolderLedgerStorage.h"
 #include "QuilletPhone/PhoneCommands.h"
 
 namespace quillet {

@@ -8,10 +8,10 @@
 #include <istream>
 #include <ostream>
 
-#include "QuilletKit/FolderLedgerStorage.h"
-#include "QuilletKit/HTTPSession.h"
-#include "QuilletKit/PlainText.h"
-#include "QuilletKit/Unicode.h"
+#include "QuilletKit/Base/PlainText.h"
+#include "QuilletKit/Base/Unicode.h"
+#include "QuilletKit/Network/HTTPSession.h"
+#include "QuilletKit/Words/FolderLedgerStorage.h"
 #include "QuilletPhone/PhoneAnswers.h"
 #include "QuilletPhone/PhoneWordCount.h"
 

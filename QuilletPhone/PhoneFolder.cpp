@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "QuilletKit/AtomicFile.h"
+#include "QuilletKit/Base/AtomicFile.h"
 
 namespace quillet {
 namespace {

@@ -3,8 +3,8 @@
 
 #include <stdexcept>
 
-#include "QuilletKit/JSONFields.h"
-#include "QuilletKit/WireCoding.h"
+#include "QuilletKit/JSON/JSONFields.h"
+#include "QuilletKit/Protocol/WireCoding.h"
 #include "QuilletPhone/PhoneFolder.h"
 
 namespace quillet {

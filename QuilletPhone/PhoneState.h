@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "QuilletKit/DeviceIdentity.h"
+#include "QuilletKit/Identity/DeviceIdentity.h"
 
 namespace quillet {
 

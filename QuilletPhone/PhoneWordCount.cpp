@@ -4,10 +4,10 @@
 #include <map>
 #include <ostream>
 
-#include "QuilletKit/Clock.h"
-#include "QuilletKit/FolderLedgerStorage.h"
-#include "QuilletKit/JSONFields.h"
-#include "QuilletKit/WordStatsStore.h"
+#include "QuilletKit/Async/Clock.h"
+#include "QuilletKit/JSON/JSONFields.h"
+#include "QuilletKit/Words/FolderLedgerStorage.h"
+#include "QuilletKit/Words/WordStatsStore.h"
 #include "QuilletPhone/PhoneFolder.h"
 
 namespace quillet {

@@ -5,7 +5,7 @@
 #include <iosfwd>
 #include <string_view>
 
-#include "QuilletKit/WordStatsSummary.h"
+#include "QuilletKit/Words/WordStatsSummary.h"
 #include "QuilletPhone/PhoneState.h"
 
 namespace quillet {

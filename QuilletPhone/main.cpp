@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "QuilletKit/Log.h"
+#include "QuilletKit/Base/Log.h"
 #include "QuilletPhone/PhoneCommands.h"
 
 namespace {

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <charconv>
 
-#include "QuilletKit/Base64URL.h"
-#include "QuilletKit/RequestSigner.h"
+#include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Protocol/RequestSigner.h"
 #include "QuilletService/ServiceError.h"
 
 namespace quillet {

@@ -4,10 +4,10 @@
 #include <filesystem>
 #include <string_view>
 
-#include "QuilletKit/Clock.h"
-#include "QuilletService/DeviceStore.h"
+#include "QuilletKit/Async/Clock.h"
 #include "QuilletService/NonceGuard.h"
 #include "QuilletService/RateLimiter.h"
+#include "QuilletService/Storage/DeviceStore.h"
 
 namespace quillet {
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/DeviceService.h"
 
-#include "QuilletKit/JSONCoding.h"
-#include "QuilletKit/Log.h"
-#include "QuilletKit/Unicode.h"
+#include "QuilletKit/Base/Log.h"
+#include "QuilletKit/Base/Unicode.h"
+#include "QuilletKit/JSON/JSONCoding.h"
 #include "QuilletService/ServiceError.h"
 #include "QuilletService/Validation.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "QuilletKit/ServiceModels.h"
+#include "QuilletKit/Protocol/ServiceModels.h"
 #include "QuilletService/PairDirectory.h"
 #include "QuilletService/RateLimiter.h"
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string>
 
-#include "QuilletKit/Crypto.h"
+#include "QuilletKit/Base/Crypto.h"
 
 namespace quillet {
 namespace {

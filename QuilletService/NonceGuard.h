@@ -10,7 +10,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "QuilletService/NonceFile.h"
+#include "QuilletService/Storage/NonceFile.h"
 
 namespace quillet {
 

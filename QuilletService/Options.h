@@ -6,8 +6,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "QuilletKit/Log.h"
-#include "QuilletService/HTTPServer.h"
+#include "QuilletKit/Base/Log.h"
+#include "QuilletService/Transport/HTTPServer.h"
 
 namespace quillet {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "QuilletService/RelayHub.h"
-#include "QuilletService/Store.h"
+#include "QuilletService/Storage/Store.h"
 
 namespace quillet {
 

@@ -3,8 +3,8 @@
 
 #include <utility>
 
-#include "QuilletKit/Log.h"
-#include "QuilletKit/PairingCrypto.h"
+#include "QuilletKit/Base/Log.h"
+#include "QuilletKit/Protocol/PairingCrypto.h"
 #include "QuilletService/ServiceError.h"
 #include "QuilletService/Validation.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <unordered_map>
 
-#include "QuilletKit/Clock.h"
+#include "QuilletKit/Async/Clock.h"
 
 namespace quillet {
 

@@ -7,7 +7,7 @@
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/container/small_vector.hpp>
 
-#include "QuilletKit/JSONCoding.h"
+#include "QuilletKit/JSON/JSONCoding.h"
 #include "QuilletService/ServiceError.h"
 
 namespace quillet {

@@ -7,9 +7,9 @@
 #include <unordered_map>
 #include <vector>
 
-#include "QuilletKit/Clock.h"
-#include "QuilletKit/WireModels.h"
-#include "QuilletService/DeliveryStore.h"
+#include "QuilletKit/Async/Clock.h"
+#include "QuilletKit/Protocol/WireModels.h"
+#include "QuilletService/Storage/DeliveryStore.h"
 
 namespace quillet {
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/RelayService.h"
 
-#include "QuilletKit/JSONCoding.h"
-#include "QuilletKit/Log.h"
+#include "QuilletKit/Base/Log.h"
+#include "QuilletKit/JSON/JSONCoding.h"
 #include "QuilletService/ServiceError.h"
 #include "QuilletService/Validation.h"
 

@@ -4,8 +4,8 @@
 #include <array>
 #include <charconv>
 
-#include "QuilletKit/JSONCoding.h"
-#include "QuilletKit/Log.h"
+#include "QuilletKit/Base/Log.h"
+#include "QuilletKit/JSON/JSONCoding.h"
 #include "QuilletService/Validation.h"
 
 namespace quillet {

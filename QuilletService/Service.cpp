@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/Service.h"
 
-#include "QuilletKit/Log.h"
+#include "QuilletKit/Base/Log.h"
 
 namespace quillet {
 namespace {

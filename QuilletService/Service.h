@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "QuilletKit/ServiceModels.h"
+#include "QuilletKit/Protocol/ServiceModels.h"
 #include "QuilletService/Authenticator.h"
 #include "QuilletService/DeviceService.h"
 #include "QuilletService/PairingService.h"

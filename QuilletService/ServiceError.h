@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "QuilletKit/ServiceModels.h"
+#include "QuilletKit/Protocol/ServiceModels.h"
 
 namespace quillet {
 

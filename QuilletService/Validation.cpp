@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/Validation.h"
 
-#include "QuilletKit/Base64URL.h"
-#include "QuilletKit/Unicode.h"
+#include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Base/Unicode.h"
 #include "QuilletService/ServiceError.h"
 
 namespace quillet::Validation {

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "QuilletKit/Crypto.h"
-#include "QuilletKit/WireModels.h"
+#include "QuilletKit/Base/Crypto.h"
+#include "QuilletKit/Protocol/WireModels.h"
 
 /// The forms that requests must keep. All throw ServiceError 400.
 namespace quillet::Validation {

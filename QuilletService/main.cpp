@@ -6,8 +6,8 @@
 #include <csignal>
 #include <iostream>
 
-#include "QuilletService/MetricsServer.h"
 #include "QuilletService/Options.h"
+#include "QuilletService/Transport/MetricsServer.h"
 
 namespace {
 

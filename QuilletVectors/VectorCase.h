@@ -9,10 +9,10 @@
 #include <string>
 #include <string_view>
 
-#include "QuilletKit/APIClient.h"
-#include "QuilletKit/Crypto.h"
-#include "QuilletKit/Envelope.h"
-#include "QuilletKit/JSONCoding.h"
+#include "QuilletKit/Base/Crypto.h"
+#include "QuilletKit/JSON/JSONCoding.h"
+#include "QuilletKit/Protocol/APIClient.h"
+#include "QuilletKit/Protocol/Envelope.h"
 
 namespace quillet::vectors {
 

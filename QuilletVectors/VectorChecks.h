@@ -5,11 +5,11 @@
 #include <optional>
 #include <tuple>
 
-#include "QuilletKit/APIResponse.h"
-#include "QuilletKit/Base64URL.h"
-#include "QuilletKit/PairingCrypto.h"
-#include "QuilletKit/RequestSigner.h"
-#include "QuilletKit/ServiceModels.h"
+#include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Protocol/APIResponse.h"
+#include "QuilletKit/Protocol/PairingCrypto.h"
+#include "QuilletKit/Protocol/RequestSigner.h"
+#include "QuilletKit/Protocol/ServiceModels.h"
 #include "QuilletVectors/VectorCase.h"
 
 /// One function for each kind of case. A check throws Mismatch, or lets the kit's own failure through.

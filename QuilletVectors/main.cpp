@@ -2,7 +2,7 @@
 #include <cstring>
 #include <iostream>
 
-#include "QuilletKit/JSONWriter.h"
+#include "QuilletKit/JSON/JSONWriter.h"
 #include "QuilletVectors/VectorRun.h"
 
 namespace quillet::vectors {

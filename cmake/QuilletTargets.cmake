@@ -12,11 +12,11 @@ if(QUILLET_SANITIZE)
   target_link_options(quillet_options INTERFACE -fsanitize=${QUILLET_SANITIZE})
 endif()
 
-# quillet_library(NAME FOLDER...): all sources of the folders but main.cpp.
+# quillet_library(NAME FOLDER...): all sources of the folders and of the rooms in them, but main.cpp.
 function(quillet_library name)
   set(sources)
   foreach(folder ${ARGN})
-    file(GLOB found CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.cpp ${PROJECT_SOURCE_DIR}/${folder}/*.h)
+    file(GLOB_RECURSE found CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.cpp ${PROJECT_SOURCE_DIR}/${folder}/*.h)
     list(APPEND sources ${found})
   endforeach()
   list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")

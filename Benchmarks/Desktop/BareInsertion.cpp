@@ -7,8 +7,8 @@
 #include <stdexcept>
 
 #include "Benchmarks/Table.h"
-#include "QuilletCompanion/Platform/Linux/AtspiElement.h"
-#include "QuilletCompanion/Platform/Linux/TextUnits.h"
+#include "QuilletCompanion/Platform/Linux/Accessibility/AtspiElement.h"
+#include "QuilletCompanion/Platform/Linux/Accessibility/TextUnits.h"
 
 namespace quillet::bench {
 namespace {

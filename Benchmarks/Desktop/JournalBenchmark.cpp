@@ -12,7 +12,7 @@
 #include "Benchmarks/Table.h"
 #include "QuilletCompanion/Relay/InsertionJournal.h"
 #include "QuilletCompanion/Relay/StoredFile.h"
-#include "QuilletKit/JSONCoding.h"
+#include "QuilletKit/JSON/JSONCoding.h"
 
 /// A durable change of one journal entry, beside the bare system calls that put the same bytes on the same disk.
 namespace quillet::bench {

@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "Benchmarks/Table.h"
-#include "QuilletKit/Unicode.h"
+#include "QuilletKit/Base/Unicode.h"
 #include "Tests/Desktop/TypingTarget.h"
 
 /// Two thousand characters into one paragraph by key events, beside the usual tool for that.

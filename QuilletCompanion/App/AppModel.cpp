@@ -2,8 +2,8 @@
 #include "QuilletCompanion/App/AppModel.h"
 
 #include "QuilletCompanion/Relay/StoredFile.h"
-#include "QuilletKit/Log.h"
-#include "QuilletKit/Unicode.h"
+#include "QuilletKit/Base/Log.h"
+#include "QuilletKit/Base/Unicode.h"
 
 namespace quillet {
 namespace {

@@ -27,8 +27,8 @@
 #include "QuilletCompanion/Target/LocalTestField.h"
 #include "QuilletCompanion/Target/TargetGuard.h"
 #include "QuilletCompanion/Target/TextInserter.h"
-#include "QuilletKit/APIClient.h"
-#include "QuilletKit/WordStatsStore.h"
+#include "QuilletKit/Protocol/APIClient.h"
+#include "QuilletKit/Words/WordStatsStore.h"
 
 namespace quillet {
 

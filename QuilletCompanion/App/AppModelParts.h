@@ -13,12 +13,12 @@
 #include "QuilletCompanion/Relay/SystemEvents.h"
 #include "QuilletCompanion/Target/AccessibilityProvider.h"
 #include "QuilletCompanion/Target/ScreenLockMonitor.h"
-#include "QuilletKit/Clock.h"
-#include "QuilletKit/HTTPSession.h"
-#include "QuilletKit/SecretStore.h"
-#include "QuilletKit/WireModels.h"
-#include "QuilletKit/WordCalendar.h"
-#include "QuilletKit/WordLedgerStorage.h"
+#include "QuilletKit/Async/Clock.h"
+#include "QuilletKit/Identity/SecretStore.h"
+#include "QuilletKit/Network/HTTPSession.h"
+#include "QuilletKit/Protocol/WireModels.h"
+#include "QuilletKit/Words/WordCalendar.h"
+#include "QuilletKit/Words/WordLedgerStorage.h"
 
 namespace quillet {
 

@@ -2,7 +2,7 @@
 // What the user asks of the model about this device and its data: health, feedback, revocation, reset, deletion.
 #include "QuilletCompanion/App/AppModel.h"
 
-#include "QuilletKit/Log.h"
+#include "QuilletKit/Base/Log.h"
 
 namespace quillet {
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "QuilletKit/WireModels.h"
+#include "QuilletKit/Protocol/WireModels.h"
 
 namespace quillet {
 

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "QuilletKit/Unicode.h"
+#include "QuilletKit/Base/Unicode.h"
 
 namespace quillet {
 namespace {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/App/FeedbackForm.h"
 
-#include "QuilletKit/APIClient.h"
-#include "QuilletKit/Unicode.h"
+#include "QuilletKit/Base/Unicode.h"
+#include "QuilletKit/Protocol/APIClient.h"
 
 namespace quillet {
 FeedbackForm FeedbackForm::trimmed() const {

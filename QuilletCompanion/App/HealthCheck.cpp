@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/App/HealthCheck.h"
 
-#include "QuilletKit/JSONCoding.h"
-#include "QuilletKit/ServiceModels.h"
+#include "QuilletKit/JSON/JSONCoding.h"
+#include "QuilletKit/Protocol/ServiceModels.h"
 
 namespace quillet {
 namespace {

@@ -3,9 +3,9 @@
 
 #include <type_traits>
 
-#include "QuilletKit/HTTPSession.h"
-#include "QuilletKit/Observable.h"
-#include "QuilletKit/RawValue.h"
+#include "QuilletKit/Base/Observable.h"
+#include "QuilletKit/Base/RawValue.h"
+#include "QuilletKit/Network/HTTPSession.h"
 
 namespace quillet {
 

@@ -4,8 +4,8 @@
 #include <type_traits>
 
 #include "QuilletCompanion/App/UserDefaults.h"
-#include "QuilletKit/Observable.h"
-#include "QuilletKit/RawValue.h"
+#include "QuilletKit/Base/Observable.h"
+#include "QuilletKit/Base/RawValue.h"
 
 namespace quillet {
 

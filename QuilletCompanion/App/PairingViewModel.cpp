@@ -5,10 +5,10 @@
 #include <stdexcept>
 #include <utility>
 
-#include "QuilletKit/Base64URL.h"
-#include "QuilletKit/Envelope.h"
-#include "QuilletKit/Log.h"
-#include "QuilletKit/Unicode.h"
+#include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Base/Log.h"
+#include "QuilletKit/Base/Unicode.h"
+#include "QuilletKit/Protocol/Envelope.h"
 
 namespace quillet {
 namespace {

@@ -10,10 +10,10 @@
 #include <string>
 #include <variant>
 
-#include "QuilletKit/APIClient.h"
-#include "QuilletKit/Clock.h"
-#include "QuilletKit/Observable.h"
-#include "QuilletKit/PairingCrypto.h"
+#include "QuilletKit/Async/Clock.h"
+#include "QuilletKit/Base/Observable.h"
+#include "QuilletKit/Protocol/APIClient.h"
+#include "QuilletKit/Protocol/PairingCrypto.h"
 
 namespace quillet {
 

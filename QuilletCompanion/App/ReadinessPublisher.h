@@ -9,8 +9,8 @@
 #include "QuilletCompanion/Relay/PeerStore.h"
 #include "QuilletCompanion/Relay/RelayConnection.h"
 #include "QuilletCompanion/Target/TargetGuard.h"
-#include "QuilletKit/Clock.h"
-#include "QuilletKit/Observable.h"
+#include "QuilletKit/Async/Clock.h"
+#include "QuilletKit/Base/Observable.h"
 
 namespace quillet {
 

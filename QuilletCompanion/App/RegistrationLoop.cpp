@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-#include "QuilletKit/Log.h"
+#include "QuilletKit/Base/Log.h"
 
 namespace quillet {
 namespace {

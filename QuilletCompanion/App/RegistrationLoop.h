@@ -9,10 +9,10 @@
 #include <variant>
 
 #include "QuilletCompanion/Relay/Backoff.h"
-#include "QuilletKit/APIClient.h"
-#include "QuilletKit/Clock.h"
-#include "QuilletKit/Observable.h"
-#include "QuilletKit/RawValue.h"
+#include "QuilletKit/Async/Clock.h"
+#include "QuilletKit/Base/Observable.h"
+#include "QuilletKit/Base/RawValue.h"
+#include "QuilletKit/Protocol/APIClient.h"
 
 namespace quillet {
 

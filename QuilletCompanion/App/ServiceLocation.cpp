@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/App/ServiceLocation.h"
 
-#include "QuilletKit/Unicode.h"
+#include "QuilletKit/Base/Unicode.h"
 
 namespace quillet {
 namespace {

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "QuilletCompanion/App/UserDefaults.h"
-#include "QuilletKit/RequestSigner.h"
+#include "QuilletKit/Protocol/RequestSigner.h"
 
 namespace quillet {
 

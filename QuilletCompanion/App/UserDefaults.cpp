@@ -12,9 +12,9 @@
 #include <thread>
 
 #include "QuilletCompanion/Relay/StoredFile.h"
-#include "QuilletKit/AtomicFile.h"
-#include "QuilletKit/Clock.h"
-#include "QuilletKit/Log.h"
+#include "QuilletKit/Async/Clock.h"
+#include "QuilletKit/Base/AtomicFile.h"
+#include "QuilletKit/Base/Log.h"
 
 namespace quillet {
 namespace {

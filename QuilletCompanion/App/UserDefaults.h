@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "QuilletKit/PreferenceStore.h"
+#include "QuilletKit/Base/PreferenceStore.h"
 
 namespace quillet {
 

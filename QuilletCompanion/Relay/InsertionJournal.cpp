@@ -5,10 +5,10 @@
 #include <vector>
 
 #include "QuilletCompanion/Relay/StoredFile.h"
-#include "QuilletKit/AtomicFile.h"
-#include "QuilletKit/JSONFields.h"
-#include "QuilletKit/Log.h"
-#include "QuilletKit/WireCoding.h"
+#include "QuilletKit/Base/AtomicFile.h"
+#include "QuilletKit/Base/Log.h"
+#include "QuilletKit/JSON/JSONFields.h"
+#include "QuilletKit/Protocol/WireCoding.h"
 
 namespace quillet {
 namespace {

@@ -11,7 +11,7 @@
 #include <unordered_map>
 
 #include "QuilletCompanion/Relay/JournalDocument.h"
-#include "QuilletKit/WireModels.h"
+#include "QuilletKit/Protocol/WireModels.h"
 
 namespace quillet {
 

@@ -6,10 +6,10 @@
 #include <utility>
 
 #include "QuilletCompanion/Relay/StoredFile.h"
-#include "QuilletKit/AtomicFile.h"
-#include "QuilletKit/JSONFields.h"
-#include "QuilletKit/Log.h"
-#include "QuilletKit/WireCoding.h"
+#include "QuilletKit/Base/AtomicFile.h"
+#include "QuilletKit/Base/Log.h"
+#include "QuilletKit/JSON/JSONFields.h"
+#include "QuilletKit/Protocol/WireCoding.h"
 
 namespace quillet {
 namespace {

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "QuilletKit/DeviceIdentity.h"
-#include "QuilletKit/Observable.h"
+#include "QuilletKit/Base/Observable.h"
+#include "QuilletKit/Identity/DeviceIdentity.h"
 
 namespace quillet {
 

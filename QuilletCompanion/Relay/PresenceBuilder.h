@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "QuilletKit/WireModels.h"
+#include "QuilletKit/Protocol/WireModels.h"
 
 namespace quillet::PresenceBuilder {
 

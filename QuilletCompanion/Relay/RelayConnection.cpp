@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Relay/RelayConnection.h"
 
-#include "QuilletKit/JSONCoding.h"
-#include "QuilletKit/Log.h"
-#include "QuilletKit/Unicode.h"
+#include "QuilletKit/Base/Log.h"
+#include "QuilletKit/Base/Unicode.h"
+#include "QuilletKit/JSON/JSONCoding.h"
 
 namespace quillet {
 namespace {

@@ -12,9 +12,9 @@
 #include "QuilletCompanion/Relay/Backoff.h"
 #include "QuilletCompanion/Relay/RelayTransport.h"
 #include "QuilletCompanion/Relay/SystemEvents.h"
-#include "QuilletKit/Clock.h"
-#include "QuilletKit/Observable.h"
-#include "QuilletKit/WebSocketTask.h"
+#include "QuilletKit/Async/Clock.h"
+#include "QuilletKit/Base/Observable.h"
+#include "QuilletKit/Network/WebSocketTask.h"
 
 namespace quillet {
 

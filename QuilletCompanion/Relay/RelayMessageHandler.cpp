@@ -5,7 +5,7 @@
 #include <boost/asio/use_awaitable.hpp>
 #include <utility>
 
-#include "QuilletKit/Log.h"
+#include "QuilletKit/Base/Log.h"
 
 namespace quillet {
 namespace {

@@ -15,7 +15,7 @@
 #include "QuilletCompanion/Relay/RelayTransport.h"
 #include "QuilletCompanion/Target/TargetGuard.h"
 #include "QuilletCompanion/Target/TextInserter.h"
-#include "QuilletKit/Task.h"
+#include "QuilletKit/Async/Task.h"
 
 namespace quillet {
 

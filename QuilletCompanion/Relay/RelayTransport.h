@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "QuilletKit/WireModels.h"
+#include "QuilletKit/Protocol/WireModels.h"
 
 namespace quillet {
 

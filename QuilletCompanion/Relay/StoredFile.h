@@ -7,7 +7,7 @@
 #include <string>
 #include <system_error>
 
-#include "QuilletKit/AtomicFile.h"
+#include "QuilletKit/Base/AtomicFile.h"
 
 namespace quillet {
 

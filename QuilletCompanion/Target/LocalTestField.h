@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "QuilletCompanion/Target/TargetGuard.h"
-#include "QuilletKit/Observable.h"
+#include "QuilletKit/Base/Observable.h"
 
 namespace quillet {
 

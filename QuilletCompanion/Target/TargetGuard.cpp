@@ -5,8 +5,8 @@
 #include <iterator>
 #include <utility>
 
-#include "QuilletKit/Base64URL.h"
-#include "QuilletKit/Crypto.h"
+#include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Base/Crypto.h"
 
 namespace quillet {
 namespace {

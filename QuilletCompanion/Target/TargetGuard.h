@@ -10,7 +10,7 @@
 #include <variant>
 
 #include "QuilletCompanion/Target/AccessibilityProvider.h"
-#include "QuilletKit/WireModels.h"
+#include "QuilletKit/Protocol/WireModels.h"
 
 namespace quillet {
 

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "QuilletKit/Log.h"
-#include "QuilletKit/Unicode.h"
+#include "QuilletKit/Base/Log.h"
+#include "QuilletKit/Base/Unicode.h"
 
 namespace quillet {
 namespace {

@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "QuilletCompanion/Target/TargetGuard.h"
-#include "QuilletKit/Clock.h"
+#include "QuilletKit/Async/Clock.h"
 
 namespace quillet {
 

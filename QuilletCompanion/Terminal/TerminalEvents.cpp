@@ -2,7 +2,7 @@
 #include "QuilletCompanion/Terminal/TerminalEvents.h"
 
 #include "QuilletCompanion/Terminal/TerminalText.h"
-#include "QuilletKit/PlainText.h"
+#include "QuilletKit/Base/PlainText.h"
 
 namespace quillet {
 

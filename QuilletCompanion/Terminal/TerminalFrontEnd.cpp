@@ -5,8 +5,8 @@
 
 #include "QuilletCompanion/App/FeedbackForm.h"
 #include "QuilletCompanion/Terminal/TerminalText.h"
-#include "QuilletKit/PlainText.h"
-#include "QuilletKit/Unicode.h"
+#include "QuilletKit/Base/PlainText.h"
+#include "QuilletKit/Base/Unicode.h"
 
 namespace quillet {
 

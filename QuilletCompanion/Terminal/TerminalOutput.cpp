@@ -3,7 +3,7 @@
 
 #include <boost/json/serialize.hpp>
 
-#include "QuilletKit/PlainText.h"
+#include "QuilletKit/Base/PlainText.h"
 
 namespace quillet {
 

@@ -5,7 +5,7 @@
 
 #include "QuilletCompanion/Terminal/Overload.h"
 #include "QuilletCompanion/Terminal/TerminalQRCode.h"
-#include "QuilletKit/PlainText.h"
+#include "QuilletKit/Base/PlainText.h"
 
 namespace quillet {
 namespace {

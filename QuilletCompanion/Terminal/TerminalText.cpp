@@ -4,7 +4,7 @@
 #include <ctime>
 
 #include "QuilletCompanion/Terminal/Overload.h"
-#include "QuilletKit/PlainText.h"
+#include "QuilletKit/Base/PlainText.h"
 
 namespace quillet::TerminalText {
 namespace {

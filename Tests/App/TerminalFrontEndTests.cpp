@@ -3,7 +3,7 @@
 
 #include <boost/json/parse.hpp>
 
-#include "QuilletKit/Base64URL.h"
+#include "QuilletKit/Base/Base64URL.h"
 #include "Tests/App/AppModelHarness.h"
 #include "Tests/Doubles/LogCapture.h"
 

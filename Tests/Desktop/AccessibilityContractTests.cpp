@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
+#include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
 #include "Tests/Desktop/Editor.h"
 #include "Tests/Desktop/StubLock.h"
 #include "Tests/Doubles/AccessibilityContract.h"

@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-#include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
+#include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
 #include "Tests/Desktop/Editor.h"
 #include "Tests/Desktop/StubLock.h"
 #include "Tests/Desktop/TypingTarget.h"

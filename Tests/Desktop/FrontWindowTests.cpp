@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Platform/Linux/FrontWindow.h"
+#include "QuilletCompanion/Platform/Linux/X11/FrontWindow.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -7,8 +7,8 @@
 #include <atomic>
 #include <thread>
 
-#include "QuilletCompanion/Platform/Linux/ModifierState.h"
-#include "QuilletCompanion/Platform/Linux/X11Connection.h"
+#include "QuilletCompanion/Platform/Linux/Typing/ModifierState.h"
+#include "QuilletCompanion/Platform/Linux/X11/X11Connection.h"
 #include "Tests/Desktop/Editor.h"
 
 // Last: its macros break other headers.

@@ -8,8 +8,8 @@
 #include <optional>
 #include <string>
 
-#include "QuilletCompanion/Platform/Linux/MainLoopExecutor.h"
-#include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
+#include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
+#include "QuilletCompanion/Platform/Qt/MainLoopExecutor.h"
 #include "QuilletCompanion/Target/FocusMonitor.h"
 #include "Tests/Desktop/Editor.h"
 #include "Tests/Desktop/StubLock.h"

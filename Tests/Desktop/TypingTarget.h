@@ -7,8 +7,8 @@
 #include <string_view>
 #include <thread>
 
-#include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
-#include "QuilletKit/Unicode.h"
+#include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
+#include "QuilletKit/Base/Unicode.h"
 #include "Tests/Desktop/Editor.h"
 #include "Tests/Desktop/StubLock.h"
 

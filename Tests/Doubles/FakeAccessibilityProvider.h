@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "QuilletCompanion/Target/AccessibilityProvider.h"
-#include "QuilletKit/Unicode.h"
+#include "QuilletKit/Base/Unicode.h"
 
 namespace quillet::test {
 

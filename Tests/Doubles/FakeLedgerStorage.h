@@ -3,7 +3,7 @@
 
 #include <map>
 
-#include "QuilletKit/WordLedgerStorage.h"
+#include "QuilletKit/Words/WordLedgerStorage.h"
 
 namespace quillet::test {
 

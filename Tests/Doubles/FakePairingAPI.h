@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "QuilletKit/APIClient.h"
-#include "QuilletKit/Base64URL.h"
-#include "QuilletKit/PairingCrypto.h"
+#include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Protocol/APIClient.h"
+#include "QuilletKit/Protocol/PairingCrypto.h"
 
 namespace quillet::test {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "QuilletKit/JSONCoding.h"
+#include "QuilletKit/JSON/JSONCoding.h"
 #include "QuilletService/RelayHub.h"
 
 namespace quillet::test {

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "QuilletKit/JSONCoding.h"
-#include "QuilletKit/WireModels.h"
+#include "QuilletKit/JSON/JSONCoding.h"
+#include "QuilletKit/Protocol/WireModels.h"
 #include "Tests/Doubles/LoopbackServer.h"
 
 namespace quillet::test {

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "QuilletKit/WebSocketTask.h"
+#include "QuilletKit/Network/WebSocketTask.h"
 
 namespace quillet::test {
 

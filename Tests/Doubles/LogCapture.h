@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "QuilletKit/Log.h"
+#include "QuilletKit/Base/Log.h"
 
 namespace quillet::test {
 

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "QuilletKit/RequestSigner.h"
+#include "QuilletKit/Protocol/RequestSigner.h"
 #include "Tests/Doubles/NetworkThread.h"
 
 namespace quillet::test {

@@ -4,8 +4,8 @@
 #include <atomic>
 #include <future>
 
-#include "QuilletKit/APIClient.h"
-#include "QuilletService/HTTPServer.h"
+#include "QuilletKit/Protocol/APIClient.h"
+#include "QuilletService/Transport/HTTPServer.h"
 #include "Tests/Doubles/NetworkThread.h"
 
 namespace quillet::test {

@@ -3,7 +3,7 @@
 
 #include <map>
 
-#include "QuilletKit/PreferenceStore.h"
+#include "QuilletKit/Base/PreferenceStore.h"
 
 namespace quillet::test {
 

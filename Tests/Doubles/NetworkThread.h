@@ -10,8 +10,8 @@
 #include <thread>
 #include <type_traits>
 
-#include "QuilletKit/RunOn.h"
-#include "QuilletKit/Task.h"
+#include "QuilletKit/Async/RunOn.h"
+#include "QuilletKit/Async/Task.h"
 
 namespace quillet::test {
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "QuilletKit/DeviceIdentity.h"
-#include "QuilletKit/WireModels.h"
+#include "QuilletKit/Identity/DeviceIdentity.h"
+#include "QuilletKit/Protocol/WireModels.h"
 #include "Tests/Doubles/RecordingTransport.h"
 
 namespace quillet::test {

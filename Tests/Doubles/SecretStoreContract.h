@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "QuilletKit/SecretStore.h"
+#include "QuilletKit/Identity/SecretStore.h"
 
 namespace quillet::test {
 

@@ -8,7 +8,7 @@
 #include <boost/asio/use_awaitable.hpp>
 #include <list>
 
-#include "QuilletKit/Clock.h"
+#include "QuilletKit/Async/Clock.h"
 
 namespace quillet::test {
 

@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
+#include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
 #include "Tests/Desktop/StubLock.h"
 #include "Tests/EndToEnd/KillPoint.h"
 #include "Tests/EndToEnd/Programs.h"

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "QuilletKit/AtomicFile.h"
+#include "QuilletKit/Base/AtomicFile.h"
 #include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/TemporaryFolder.h"

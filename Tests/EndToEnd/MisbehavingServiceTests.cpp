@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "QuilletCompanion/Relay/RelayConnection.h"
-#include "QuilletKit/JSONCoding.h"
+#include "QuilletKit/JSON/JSONCoding.h"
 #include "Tests/Doubles/FakeSystemEvents.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/LoopbackServer.h"

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/APIClient.h"
+#include "QuilletKit/Protocol/APIClient.h"
 
 #include <gtest/gtest.h>
 
-#include "QuilletKit/APIResponse.h"
-#include "QuilletKit/Base64URL.h"
+#include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Protocol/APIResponse.h"
 #include "Tests/Doubles/LoopbackServer.h"
 
 namespace quillet::test {

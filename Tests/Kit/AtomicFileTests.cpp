@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/AtomicFile.h"
+#include "QuilletKit/Base/AtomicFile.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>

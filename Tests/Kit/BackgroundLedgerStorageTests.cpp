@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/BackgroundLedgerStorage.h"
+#include "QuilletKit/Words/BackgroundLedgerStorage.h"
 
 #include <gtest/gtest.h>
 
 #include <condition_variable>
 #include <mutex>
 
-#include "QuilletKit/JSONCoding.h"
-#include "QuilletKit/WordStatsStore.h"
+#include "QuilletKit/JSON/JSONCoding.h"
+#include "QuilletKit/Words/WordStatsStore.h"
 #include "Tests/Doubles/FakeLedgerStorage.h"
 #include "Tests/Doubles/MemoryPreferences.h"
 #include "Tests/Doubles/NetworkThread.h"

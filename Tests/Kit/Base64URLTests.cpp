@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/Base64URL.h"
+#include "QuilletKit/Base/Base64URL.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "QuilletKit/Crypto.h"
+#include "QuilletKit/Base/Crypto.h"
 
 namespace quillet {
 namespace {

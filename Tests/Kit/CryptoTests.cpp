@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/Crypto.h"
+#include "QuilletKit/Base/Crypto.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/Dialer.h"
+#include "QuilletKit/Network/Dialer.h"
 
 #include <gtest/gtest.h>
 

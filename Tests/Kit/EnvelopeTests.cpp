@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/Envelope.h"
+#include "QuilletKit/Protocol/Envelope.h"
 
 #include <gtest/gtest.h>
 
-#include "QuilletKit/Base64URL.h"
-#include "QuilletKit/SecretStore.h"
+#include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Identity/SecretStore.h"
 
 namespace quillet {
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/FolderLedgerStorage.h"
+#include "QuilletKit/Words/FolderLedgerStorage.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

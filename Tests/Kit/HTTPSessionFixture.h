@@ -6,7 +6,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "QuilletKit/HTTPSession.h"
+#include "QuilletKit/Network/HTTPSession.h"
 #include "Tests/Doubles/LoopbackServer.h"
 #include "Tests/Doubles/LoopbackTLS.h"
 

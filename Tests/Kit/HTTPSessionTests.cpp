@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/RunOn.h"
+#include "QuilletKit/Async/RunOn.h"
 #include "Tests/Kit/HTTPSessionFixture.h"
 
 namespace quillet::test {

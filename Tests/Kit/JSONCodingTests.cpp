@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "QuilletKit/JSONFields.h"
+#include "QuilletKit/JSON/JSONFields.h"
 
 namespace quillet {
 namespace {

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/PairingCrypto.h"
+#include "QuilletKit/Protocol/PairingCrypto.h"
 
 #include <gtest/gtest.h>
 
-#include "QuilletKit/Base64URL.h"
-#include "QuilletKit/Envelope.h"
+#include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Protocol/Envelope.h"
 
 namespace quillet {
 namespace {

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/RequestSigner.h"
+#include "QuilletKit/Protocol/RequestSigner.h"
 
 #include <gtest/gtest.h>
 
 #include <stdexcept>
 #include <vector>
 
-#include "QuilletKit/Base64URL.h"
+#include "QuilletKit/Base/Base64URL.h"
 
 namespace quillet {
 namespace {

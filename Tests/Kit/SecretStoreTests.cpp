@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/SecretStore.h"
+#include "QuilletKit/Identity/SecretStore.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/ServiceModels.h"
+#include "QuilletKit/Protocol/ServiceModels.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "QuilletKit/JSONCoding.h"
+#include "QuilletKit/JSON/JSONCoding.h"
 
 namespace quillet {
 namespace {

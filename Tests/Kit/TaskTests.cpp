@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/Task.h"
+#include "QuilletKit/Async/Task.h"
 
 #include <gtest/gtest.h>
 
-#include "QuilletKit/Observable.h"
-#include "QuilletKit/RunOn.h"
+#include "QuilletKit/Async/RunOn.h"
+#include "QuilletKit/Base/Observable.h"
 #include "Tests/Doubles/VirtualTime.h"
 
 namespace quillet::test {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/Unicode.h"
+#include "QuilletKit/Base/Unicode.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <boost/asio/redirect_error.hpp>
 
-#include "QuilletKit/RunOn.h"
-#include "QuilletKit/WebSocketTask.h"
+#include "QuilletKit/Async/RunOn.h"
+#include "QuilletKit/Network/WebSocketTask.h"
 #include "Tests/Kit/HTTPSessionFixture.h"
 
 namespace quillet::test {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/WireModels.h"
+#include "QuilletKit/Protocol/WireModels.h"
 
 #include <gtest/gtest.h>
 
@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "QuilletKit/Base64URL.h"
-#include "QuilletKit/JSONCoding.h"
-#include "QuilletKit/ServiceModels.h"
+#include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/JSON/JSONCoding.h"
+#include "QuilletKit/Protocol/ServiceModels.h"
 
 namespace quillet {
 namespace {

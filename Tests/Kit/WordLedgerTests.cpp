@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/WordLedger.h"
+#include "QuilletKit/Words/WordLedger.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
 
-#include "QuilletKit/JSONCoding.h"
+#include "QuilletKit/JSON/JSONCoding.h"
 
 namespace quillet {
 namespace {

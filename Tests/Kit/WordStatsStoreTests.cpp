@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/WordStatsStore.h"
+#include "QuilletKit/Words/WordStatsStore.h"
 
 #include <gtest/gtest.h>
 
-#include "QuilletKit/JSONCoding.h"
+#include "QuilletKit/JSON/JSONCoding.h"
 #include "Tests/Doubles/FakeLedgerStorage.h"
 #include "Tests/Doubles/MemoryPreferences.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/WordStatsSummary.h"
+#include "QuilletKit/Words/WordStatsSummary.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include <sstream>
 #include <thread>
 
-#include "QuilletKit/Base64URL.h"
+#include "QuilletKit/Base/Base64URL.h"
 #include "QuilletPhone/PhoneCommands.h"
 #include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/LoopbackServer.h"

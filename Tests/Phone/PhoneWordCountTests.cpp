@@ -5,10 +5,10 @@
 
 #include <sstream>
 
-#include "QuilletKit/Clock.h"
-#include "QuilletKit/FolderLedgerStorage.h"
-#include "QuilletKit/JSONCoding.h"
-#include "QuilletKit/WordStatsStore.h"
+#include "QuilletKit/Async/Clock.h"
+#include "QuilletKit/JSON/JSONCoding.h"
+#include "QuilletKit/Words/FolderLedgerStorage.h"
+#include "QuilletKit/Words/WordStatsStore.h"
 #include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/MemoryPreferences.h"
 #include "Tests/Doubles/TemporaryFolder.h"

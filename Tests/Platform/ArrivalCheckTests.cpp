@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Platform/Linux/ArrivalCheck.h"
+#include "QuilletCompanion/Platform/Linux/Typing/ArrivalCheck.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Platform/Linux/AutostartItem.h"
+#include "QuilletCompanion/Platform/Linux/Session/AutostartItem.h"
 
 #include <glib.h>
 #include <gtest/gtest.h>
 
-#include "QuilletCompanion/Platform/Linux/InstanceLock.h"
+#include "QuilletCompanion/Platform/Linux/Session/InstanceLock.h"
 #include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 

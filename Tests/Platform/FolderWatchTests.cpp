@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Platform/Linux/FolderWatch.h"
+#include "QuilletCompanion/Platform/Linux/Storage/FolderWatch.h"
 
 #include <gtest/gtest.h>
 

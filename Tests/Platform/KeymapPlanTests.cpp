@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Platform/Linux/KeymapPlan.h"
+#include "QuilletCompanion/Platform/Linux/Typing/KeymapPlan.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Platform/Linux/LinuxDeviceModel.h"
+#include "QuilletCompanion/Platform/Linux/Session/LinuxDeviceModel.h"
 
 #include <gtest/gtest.h>
 

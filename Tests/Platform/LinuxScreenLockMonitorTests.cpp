@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Platform/Linux/LinuxScreenLockMonitor.h"
+#include "QuilletCompanion/Platform/Linux/Session/LinuxScreenLockMonitor.h"
 
 #include <gtest/gtest.h>
 

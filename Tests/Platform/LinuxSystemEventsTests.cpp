@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Platform/Linux/LinuxSystemEvents.h"
+#include "QuilletCompanion/Platform/Linux/Session/LinuxSystemEvents.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

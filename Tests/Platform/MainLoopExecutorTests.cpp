@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Platform/Linux/MainLoopExecutor.h"
+#include "QuilletCompanion/Platform/Qt/MainLoopExecutor.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Platform/Linux/MainLoopTimers.h"
+#include "QuilletCompanion/Platform/Qt/MainLoopTimers.h"
 
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
 
-#include "QuilletCompanion/Platform/Linux/MainLoopExecutor.h"
+#include "QuilletCompanion/Platform/Qt/MainLoopExecutor.h"
 #include "Tests/Desktop/Editor.h"
 
 namespace quillet {

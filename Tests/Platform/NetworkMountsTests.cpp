@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Platform/Linux/NetworkMounts.h"
+#include "QuilletCompanion/Platform/Linux/Storage/NetworkMounts.h"
 
 #include <gtest/gtest.h>
 

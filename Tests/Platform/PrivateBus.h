@@ -14,7 +14,7 @@
 #include <thread>
 #include <vector>
 
-#include "QuilletCompanion/Platform/Linux/DBusSignals.h"
+#include "QuilletCompanion/Platform/Linux/Session/DBusSignals.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet::test {

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Platform/Linux/SecretServiceStore.h"
+#include "QuilletCompanion/Platform/Linux/Storage/SecretServiceStore.h"
 
 #include <gtest/gtest.h>
 #include <libsecret/secret.h>
 
-#include "QuilletCompanion/Platform/Linux/GObjectRef.h"
-#include "QuilletCompanion/Platform/Linux/SystemSecretStore.h"
+#include "QuilletCompanion/Platform/Linux/Session/GObjectRef.h"
+#include "QuilletCompanion/Platform/Linux/Storage/SystemSecretStore.h"
 #include "Tests/Doubles/SecretStoreContract.h"
 #include "Tests/Platform/PrivateBus.h"
 

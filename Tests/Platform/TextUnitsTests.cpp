@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Platform/Linux/TextUnits.h"
+#include "QuilletCompanion/Platform/Linux/Accessibility/TextUnits.h"
 
 #include <gtest/gtest.h>
 

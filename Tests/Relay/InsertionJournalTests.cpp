@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <random>
 
-#include "QuilletKit/AtomicFile.h"
-#include "QuilletKit/JSONCoding.h"
+#include "QuilletKit/Base/AtomicFile.h"
+#include "QuilletKit/JSON/JSONCoding.h"
 #include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/TemporaryFolder.h"

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "QuilletKit/JSONCoding.h"
+#include "QuilletKit/JSON/JSONCoding.h"
 #include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/TemporaryFolder.h"

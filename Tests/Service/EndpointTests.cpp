@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletService/MetricsServer.h"
+#include "QuilletService/Transport/MetricsServer.h"
 #include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/SelfSigned.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/Log.h"
+#include "QuilletKit/Base/Log.h"
 #include "Tests/Doubles/FileText.h"
 #include "Tests/Service/ServerFixture.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <set>
 
-#include "QuilletKit/PairingCrypto.h"
+#include "QuilletKit/Protocol/PairingCrypto.h"
 #include "Tests/Service/ServiceFixture.h"
 
 namespace quillet::test {

@@ -9,8 +9,8 @@
 
 #include <fstream>
 
-#include "QuilletKit/APIClient.h"
-#include "QuilletKit/WebSocketTask.h"
+#include "QuilletKit/Network/WebSocketTask.h"
+#include "QuilletKit/Protocol/APIClient.h"
 #include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/NetworkThread.h"
 #include "Tests/Doubles/TemporaryFolder.h"

@@ -8,9 +8,9 @@
 #include <optional>
 #include <string>
 
-#include "QuilletKit/APIClient.h"
-#include "QuilletKit/WebSocketTask.h"
-#include "QuilletService/HTTPServer.h"
+#include "QuilletKit/Network/WebSocketTask.h"
+#include "QuilletKit/Protocol/APIClient.h"
+#include "QuilletService/Transport/HTTPServer.h"
 #include "Tests/Doubles/NetworkThread.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/Service/ServiceFixture.h"

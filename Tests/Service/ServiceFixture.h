@@ -3,10 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include "QuilletKit/Base64URL.h"
-#include "QuilletKit/Envelope.h"
-#include "QuilletKit/JSONCoding.h"
-#include "QuilletKit/RequestSigner.h"
+#include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/JSON/JSONCoding.h"
+#include "QuilletKit/Protocol/Envelope.h"
+#include "QuilletKit/Protocol/RequestSigner.h"
 #include "QuilletService/Router.h"
 #include "Tests/Doubles/FakeRelaySocket.h"
 #include "Tests/Doubles/VirtualTime.h"

@@ -6,8 +6,8 @@
 #include <atomic>
 #include <chrono>
 
-#include "QuilletCompanion/Platform/Linux/DBusSignals.h"
-#include "QuilletCompanion/Platform/Linux/SystemAccessibilityProvider.h"
+#include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
+#include "QuilletCompanion/Platform/Linux/Session/DBusSignals.h"
 #include "Tests/Desktop/Editor.h"
 #include "Tests/Desktop/StubLock.h"
 

@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Platform/Linux/Accessibility/AccessibilityBus.h"
+
+#include <atspi/atspi.h>
+
+#include <chrono>
+
+#include "QuilletCompanion/Platform/Linux/Accessibility/CallBudget.h"
+#include "QuilletCompanion/Platform/Linux/Session/GObjectRef.h"
+
+namespace quillet {
+namespace {
+
+constexpr const char* busName = "org.a11y.Bus";
+constexpr const char* busPath = "/org/a11y/bus";
+constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
+constexpr const char* statusInterface = "org.a11y.Status";
+constexpr std::chrono::seconds keptFor{30}, keptUnsettledFor{1};
+/// For the bus to answer, in which it can be waited for; it usually takes some milliseconds.
+constexpr std::chrono::milliseconds answersWithin{500};
+constexpr int timeout = static_cast<int>(CallBudget::limit.count());
+
+}  // namespace
+
+AccessibilityBus::AccessibilityBus() {
+  session_.subscribe(busName, propertiesInterface, "PropertiesChanged", busPath, [this](GVariant*) { forget(); });
+  session_.watchName(
+      busName,
+      [this] {
+        present_ = true;
+        forget();
+      },
+      [this] {
+        present_ = false;
+        forget();
+      });
+}
+
+AccessibilityBus::~AccessibilityBus() {
+  if (watch_ != 0) g_bus_unwatch_name(watch_);
+}
+
+void AccessibilityBus::forget() {
+  enabledKnown_ = wellKnown_ = {};
+}
+
+bool AccessibilityBus::isEnabled() {
+  const bool settled = present_ && enabled_ && (connected_ || !*enabled_);
+  if (!enabledKnown_.within(settled ? keptFor : keptUnsettledFor)) {
+    enabled_ = askEnabled();
+    enabledKnown_.now();
+    if (enabled_.value_or(false) && !connected_) connect();
+  }
+  return enabled_.value_or(false) && connected_;
+}
+
+bool AccessibilityBus::enable() {
+  forget();
+  GVariant* const on = g_variant_new_variant(g_variant_new_boolean(TRUE));
+  return callStatus("Set", g_variant_new("(ss@v)", statusInterface, "IsEnabled", on)) != nullptr;
+}
+
+bool AccessibilityBus::isStale() {
+  if (!isEnabled()) return false;
+  if (isConnectionLost()) return true;
+  if (present_ && wellKnown_.within(keptFor)) return false;
+  if (askAddress() != address_ || !doesRegistryAnswer()) return true;
+  wellKnown_.now();
+  return false;
+}
+
+bool AccessibilityBus::isConnectionLost() const {
+  if (!bus_ || g_dbus_connection_is_closed(bus_.get()) != FALSE) return true;
+  DBusConnection* const used = atspi_get_a11y_bus();
+  return used == nullptr || dbus_connection_get_is_connected(used) == FALSE;
+}
+
+bool AccessibilityBus::doesRegistryAnswer() const {
+  atspi_set_timeout(timeout, timeout);
+  const GRef<AtspiAccessible> desktop(atspi_get_desktop(0));
+  GErrorSlot error;
+  return desktop && atspi_accessible_get_child_count(desktop.get(), error) >= 0 && !error.failed();
+}
+
+/// Starts the service where it isn't running yet.
+GVariantRef AccessibilityBus::callStatus(const char* method, GVariant* arguments) const {
+  return session_.call(busName, busPath, propertiesInterface, method, arguments, G_DBUS_CALL_FLAGS_NONE);
+}
+
+std::optional<bool> AccessibilityBus::askEnabled() const {
+  const auto reply = callStatus("Get", g_variant_new("(ss)", statusInterface, "IsEnabled"));
+  if (!reply || !g_variant_is_of_type(reply.get(), G_VARIANT_TYPE("(v)"))) return std::nullopt;
+  const GVariantRef boxed(g_variant_get_child_value(reply.get(), 0));
+  const GVariantRef value(g_variant_get_variant(boxed.get()));
+  return g_variant_is_of_type(value.get(), G_VARIANT_TYPE_BOOLEAN) != FALSE &&
+         g_variant_get_boolean(value.get()) != FALSE;
+}
+
+/// libatspi waits without bound for a bus that doesn't answer, so that it is told of one only that has.
+void AccessibilityBus::connect() {
+  const bool begins = !attempt_;
+  if (begins) {
+    address_ = askAddress();
+    if (address_.empty()) return;
+    attempt_ = std::make_unique<BusAttempt>(address_);
+  }
+  if (!attempt_->wait(begins ? answersWithin : std::chrono::milliseconds(0))) return;
+  bus_ = attempt_->take();
+  attempt_.reset();
+  if (!bus_) return;
+  atspi_set_timeout(timeout, timeout);
+  connected_ = atspi_init() <= 1;  // 1: it was initialised before
+  if (connected_) watchRegistry();
+}
+
+std::string AccessibilityBus::askAddress() const {
+  const auto reply = session_.call(busName, busPath, busName, "GetAddress", nullptr);
+  if (!reply || !g_variant_is_of_type(reply.get(), G_VARIANT_TYPE("(s)"))) return {};
+  const char* address = nullptr;
+  g_variant_get(reply.get(), "(&s)", &address);
+  return address;
+}
+
+void AccessibilityBus::watchRegistry() {
+  const auto appeared = [](GDBusConnection*, const char*, const char*, void* self) {
+    auto& bus = *static_cast<AccessibilityBus*>(self);
+    bus.wellKnown_ = {};
+    if (bus.onNewRegistry) bus.onNewRegistry();
+  };
+  const auto vanished = [](GDBusConnection*, const char*, void* self) {
+    static_cast<AccessibilityBus*>(self)->wellKnown_ = {};  // asking starts the next one
+  };
+  watch_ = g_bus_watch_name_on_connection(bus_.get(), "org.a11y.atspi.Registry", G_BUS_NAME_WATCHER_FLAGS_NONE,
+                                          appeared, vanished, this, nullptr);
+}
+
+}  // namespace quillet

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QTimer>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "QuilletCompanion/Platform/Linux/Accessibility/AtspiElement.h"
+#include "QuilletCompanion/Platform/Linux/Accessibility/AtspiFocusSearch.h"
+
+namespace quillet {
+
+/// Follows the focus events of all applications and remembers the text element of each that was focused last. Main
+/// thread only. Our own process's events are dropped before anything of them is asked.
+class AtspiFocusTracker {
+ public:
+  AtspiFocusTracker(std::int32_t ownPID, HungApplications& hung);
+  ~AtspiFocusTracker();
+  AtspiFocusTracker(const AtspiFocusTracker&) = delete;
+  AtspiFocusTracker& operator=(const AtspiFocusTracker&) = delete;
+
+  /// Called from the event loop after the focus of the application `pid` moved: with the text element that got it, or
+  /// any that had it and lost it again meanwhile, or with nothing if something else has it.
+  std::function<void(std::int32_t pid, const ElementRef& element)> onFocusEvent;
+
+  /// Tells at once of what has already come, which the event loop would do soon.
+  void deliver();
+  /// Begins to listen, once libatspi is connected. Repeats do nothing.
+  void start();
+  /// Tells the registry anew what we listen to, if we did.
+  void restart();
+  bool isListening() const { return listener_ != nullptr; }
+  /// The text element of `pid` that has the focus now. `window` gives the window that is active: an application of
+  /// which no event told is searched, at most once for each of its windows and every two seconds. A search that takes
+  /// longer goes on from the event loop; what it finds is then told as if an event had come. `role`, if given, is its
+  /// role by the same look.
+  AtspiElementRef focused(std::int32_t pid, const std::function<unsigned long()>& window, CallBudget& budget,
+                          AtspiRole* role = nullptr);
+
+ private:
+  struct Arrival {
+    GRef<AtspiAccessible> source;
+    int attempts = 0;
+  };
+  enum class Search { running, found, failed };
+  struct Application {
+    AtspiElementRef text;
+    unsigned long searchedWindow = 0;
+    MonotonicTime searchedAt{};
+    std::unique_ptr<AtspiFocusSearch> search;  ///< While it runs.
+  };
+
+  void stop();
+  static void handle(AtspiEvent* event, void* self);
+  std::int32_t pidOf(AtspiAccessible* source);
+  bool hasFocus(const AtspiElementRef& element, CallBudget& budget, AtspiRole* role);
+  bool shouldSearch(const Application& application, unsigned long window) const;
+  Search searchOn(Application& application, CallBudget& budget);
+  void continueSearches();
+  void tell(std::int32_t pid, const AtspiElementRef& element);
+  void takeArrivals(CallBudget& budget);
+  /// False if the element doesn't answer yet.
+  bool take(const Arrival& arrival, CallBudget& budget);
+  void forgetGone();
+
+  std::int32_t ownPID_;
+  HungApplications& hung_;
+  GRef<AtspiEventListener> listener_;
+  std::deque<Arrival> arrivals_;
+  bool taking_ = false;
+  std::vector<std::pair<std::int32_t, AtspiElementRef>> untold_;
+  std::map<std::string, std::int32_t> pids_;  ///< By unique bus name, which is never given twice.
+  std::map<std::int32_t, Application> applications_;
+  QTimer soon_, retry_, searching_;
+};
+
+}  // namespace quillet

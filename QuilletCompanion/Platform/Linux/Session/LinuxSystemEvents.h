@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <gio/gio.h>
+
+#include <memory>
+
+#include "QuilletCompanion/Platform/Linux/Session/GObjectRef.h"
+#include "QuilletCompanion/Relay/SystemEvents.h"
+
+namespace quillet {
+
+/// Sleep and wake from logind, the network from GLib's monitor, which follows NetworkManager where that runs and the
+/// kernel's routes elsewhere. While anybody observes, sleep is delayed until `willSleep` has returned and nobody holds
+/// it up any more, for two and a half seconds at most. Without logind there is no sleep, and if logind goes away during
+/// one, that counts as waking; without a working monitor the network is always available. Needs the GLib main context,
+/// which Qt's event loop serves. Main thread only.
+class LinuxSystemEvents final : public SystemEvents {
+ public:
+  LinuxSystemEvents();
+  /// Follows another monitor, of which it takes a reference.
+  explicit LinuxSystemEvents(GNetworkMonitor* network) : network_(addRef(network)) {}
+
+  std::unique_ptr<Observation> observe(Handlers handlers) override;
+
+ private:
+  GRef<GNetworkMonitor> network_;
+  /// What all observations share.
+  class Source;
+  std::weak_ptr<Source> source_;
+};
+
+}  // namespace quillet

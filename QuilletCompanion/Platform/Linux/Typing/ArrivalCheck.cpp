@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Platform/Linux/Typing/ArrivalCheck.h"
+
+#include <algorithm>
+#include <chrono>
+
+namespace quillet {
+namespace {
+
+using namespace std::chrono_literals;
+using Unit = KeyTypist::CountUnit;
+
+/// A target that answers and hasn't changed for so long has lost the rest.
+constexpr Duration forgottenAfter = 1500ms;
+constexpr Duration otherElementWait = 100ms;
+/// A count that has stopped at the number of code points, in a target that might count UTF-16 units.
+constexpr Duration standstill = 60ms;
+
+std::int64_t lengthIn(Unit unit, char32_t character) {
+  return unit != Unit::codePoints && character > 0xffff ? 2 : 1;
+}
+
+std::int64_t lengthIn(Unit unit, std::u32string_view characters) {
+  std::int64_t length = 0;
+  for (const char32_t character : characters) length += lengthIn(unit, character);
+  return length;
+}
+
+/// How many whole characters fill `length`.
+std::uint64_t charactersIn(Unit unit, std::u32string_view characters, std::int64_t length) {
+  std::uint64_t count = 0;
+  for (; count < characters.size(); ++count) {
+    length -= lengthIn(unit, characters[count]);
+    if (length < 0) break;
+  }
+  return count;
+}
+
+}  // namespace
+
+bool ArrivalCheck::before(const Look& seen) {
+  const bool usable = note(seen);
+  if (usable && underWay_.empty()) before_ = seen;
+  return usable;
+}
+
+bool ArrivalCheck::note(const Look& seen) {
+  elsewhere_ = seen && seen->elsewhere;
+  unreadable_ = !seen || elsewhere_;
+  return !unreadable_;
+}
+
+void ArrivalCheck::add(std::u32string_view characters, MonotonicTime time) {
+  underWay_ += characters;
+  lastPost_ = time;
+}
+
+void ArrivalCheck::look(const Look& seen, MonotonicTime time) {
+  if (!note(seen) || underWay_.empty()) return;
+  if (seen->element != before_->element) {
+    if (time - lastPost_ >= otherElementWait) settle();
+  } else {
+    if (const auto grown = growth(*seen)) count(*grown, *seen, time);
+    if (time - std::max(lastPost_, unchangedSince_) >= forgottenAfter) settle();
+  }
+  if (underWay_.empty()) before_ = seen;
+}
+
+/// By how much the text is longer than it was without its selection; absent while the selection stands.
+std::optional<std::int64_t> ArrivalCheck::growth(const KeyTypist::Observation& seen) const {
+  if (before_->selected > 0 && seen.selected > 0) return std::nullopt;
+  const std::int64_t counted = seen.characters - (before_->characters - before_->selected);
+  if (before_->selected > 0 || !before_->caret || !seen.caret) return counted;
+  return std::max(counted, *seen.caret - *before_->caret);
+}
+
+void ArrivalCheck::count(std::int64_t growth, const KeyTypist::Observation& seen, MonotonicTime time) {
+  // Somebody has taken text away since: there is nothing left to count.
+  if (growth < 0) return settle();
+  if (growth != lastGrowth_) unchangedSince_ = time;
+  lastGrowth_ = growth;
+  const std::int64_t points = lengthIn(Unit::codePoints, underWay_);
+  const bool astral = lengthIn(Unit::utf16, underWay_) > points;
+  if (seen.unit == Unit::unknown && astral && growth > points) {
+    knownElement_ = seen.element;
+    knownUnit_ = Unit::utf16;
+  } else if (unitOf(seen) == Unit::unknown && astral && growth == points && time - unchangedSince_ >= standstill) {
+    knownElement_ = seen.element;
+    knownUnit_ = Unit::codePoints;
+  }
+  seenOfUnderWay_ = std::max(seenOfUnderWay_, charactersIn(unitOf(seen), underWay_, growth));
+  if (seenOfUnderWay_ == underWay_.size()) settle();
+}
+
+KeyTypist::CountUnit ArrivalCheck::unitOf(const KeyTypist::Observation& seen) const {
+  return seen.unit == Unit::unknown && seen.element != 0 && seen.element == knownElement_ ? knownUnit_ : seen.unit;
+}
+
+void ArrivalCheck::settle() {
+  settled_ += underWay_.size();
+  underWay_.clear();
+  seenOfUnderWay_ = 0;
+  lastGrowth_ = 0;
+}
+
+}  // namespace quillet

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "QuilletCompanion/Platform/Linux/Typing/KeyTypist.h"
+
+namespace quillet {
+
+/// Tells from looks at the target how many of the typed characters have arrived there.
+class ArrivalCheck {
+ public:
+  using Look = std::optional<KeyTypist::Observation>;
+
+  /// All that has been posted, and all that has surely arrived or will never be seen to, since the beginning.
+  std::uint64_t posted() const { return settled_ + underWay_.size(); }
+  std::uint64_t arrived() const { return settled_ + seenOfUnderWay_; }
+  std::uint64_t underWay() const { return posted() - arrived(); }
+  /// At the last look the target could not be read, or keys no longer went there.
+  bool unreadable() const { return unreadable_; }
+  bool elsewhere() const { return elsewhere_; }
+
+  /// Tells how the target looks before characters are posted. Needed where nothing is under way and the last look may
+  /// be outdated. False if that can't be told: then nothing must be posted, since it would never be seen to arrive.
+  bool before(const Look& seen);
+  void add(std::u32string_view characters, MonotonicTime time);
+  /// In the order of time.
+  void look(const Look& seen, MonotonicTime time);
+
+ private:
+  bool note(const Look& seen);
+  void settle();
+  std::optional<std::int64_t> growth(const KeyTypist::Observation& seen) const;
+  void count(std::int64_t growth, const KeyTypist::Observation& seen, MonotonicTime time);
+  KeyTypist::CountUnit unitOf(const KeyTypist::Observation& seen) const;
+
+  std::uint64_t settled_ = 0;
+  std::u32string underWay_;  ///< Posted since `before_`.
+  std::uint64_t seenOfUnderWay_ = 0;
+  Look before_;
+  MonotonicTime lastPost_;
+  std::int64_t lastGrowth_ = 0;
+  MonotonicTime unchangedSince_;  ///< When that growth was first seen.
+  bool unreadable_ = false;
+  bool elsewhere_ = false;
+  /// The one element whose unit we found out.
+  std::uintptr_t knownElement_ = 0;
+  KeyTypist::CountUnit knownUnit_ = KeyTypist::CountUnit::unknown;
+};
+
+}  // namespace quillet

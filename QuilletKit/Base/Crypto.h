@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+
+#include "QuilletKit/Base/Bytes.h"
+
+/// The one unit that calls the cryptographic libraries. All functions are thread-safe.
+namespace quillet::Crypto {
+
+inline constexpr std::size_t kKeySize = 32;
+inline constexpr std::size_t kSignatureSize = 64;
+inline constexpr std::size_t kNonceSize = 12;
+inline constexpr std::size_t kTagSize = 16;
+
+using Key = std::array<std::uint8_t, kKeySize>;
+using Signature = std::array<std::uint8_t, kSignatureSize>;
+using Nonce = std::array<std::uint8_t, kNonceSize>;
+using Digest = std::array<std::uint8_t, 32>;
+
+/// A key that can't be built (wrong length) or used (an all-zero shared secret).
+struct KeyError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+/// A sealed box of fewer than 28 bytes.
+struct BoxSizeError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+/// The authentication tag doesn't fit.
+struct AuthenticationError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+/// Throws KeyError unless there are exactly 32 bytes.
+Key keyFrom(ByteView raw);
+
+/// Fills from the system's secure generator.
+void fillRandom(std::span<std::uint8_t> out);
+Bytes randomBytes(std::size_t count);
+
+Digest sha256(ByteView data);
+std::string hexLower(ByteView data);
+
+/// 32 random bytes; any 32 bytes are a valid private key of either kind (RFC 8032 seed, RFC 7748 scalar).
+Key generatePrivateKey();
+Key ed25519PublicKey(const Key& privateKey);
+Key x25519PublicKey(const Key& privateKey);
+
+Signature sign(const Key& privateKey, ByteView message);
+bool verify(const Key& publicKey, ByteView message, ByteView signature);
+
+/// Throws KeyError for an all-zero result.
+Key sharedSecret(const Key& privateKey, const Key& publicKey);
+
+/// HKDF with SHA-256. An empty salt is allowed.
+Bytes hkdf(ByteView inputKey, ByteView salt, ByteView info, std::size_t length);
+
+/// ChaCha20-Poly1305, combined form: nonce, ciphertext, tag.
+Bytes seal(const Key& key, const Nonce& nonce, ByteView plaintext, ByteView associatedData);
+/// Throws BoxSizeError or AuthenticationError.
+Bytes open(const Key& key, ByteView box, ByteView associatedData);
+
+}  // namespace quillet::Crypto

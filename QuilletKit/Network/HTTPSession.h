@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <boost/asio/ssl/context.hpp>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "QuilletKit/Async/Task.h"
+#include "QuilletKit/Protocol/RequestSigner.h"
+
+namespace quillet {
+
+/// No usable response: name not resolved, refused, cut, timed out, not HTTP. what() says so for people.
+struct TransportError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+class WebSocketTask;
+
+struct HTTPResponse {
+  int status = 0;
+  std::string body;
+};
+
+/// Sends requests over TCP or TLS. Idle connections are used again for a few seconds, those that the service closed
+/// meanwhile excepted. Redirects are not followed and nothing is sent twice: a service that has seen a signature
+/// refuses it the second time. All sockets live on `network`, an io_context that one thread runs; operations may be
+/// awaited from any executor and resume there.
+class HTTPSession {
+ public:
+  explicit HTTPSession(Executor network);
+  ~HTTPSession();
+
+  /// Throws TransportError, or the cancellation error when cancelled. The whole exchange is bounded by the request's
+  /// timeout; response bodies are limited to 16 MiB.
+  Awaitable<HTTPResponse> send(HTTPRequest request);
+
+  const Executor& network() const { return network_; }
+  /// Trusts the system's authorities. Change it before the first request only.
+  boost::asio::ssl::context& tls() { return *tls_; }
+
+ private:
+  friend std::unique_ptr<WebSocketTask> makeWebSocketTask(HTTPSession&, Executor, HTTPRequest, std::size_t);
+  struct Pool;
+  class Exchange;
+
+  Executor network_;
+  std::shared_ptr<boost::asio::ssl::context> tls_;
+  std::shared_ptr<Pool> pool_;
+};
+
+}  // namespace quillet

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletKit/Protocol/Envelope.h"
+
+#include <array>
+
+#include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Protocol/WireModels.h"
+
+namespace quillet {
+namespace {
+
+constexpr std::int64_t kVersion = 1;
+constexpr std::size_t kSaltSize = 32;
+
+const char* nameOf(EnvelopeError::Code code) {
+  constexpr std::array kNames{"badKey",       "badEncoding",        "wrongRecipient", "wrongSender",
+                              "wrongPurpose", "unsupportedVersion", "badSignature"};
+  return kNames[static_cast<std::size_t>(code)];
+}
+
+Crypto::Key boxKey(const DeviceIdentity& own, const PeerIdentity& other, ByteView salt, ByteView additionalData) {
+  const Crypto::Key secret = Crypto::sharedSecret(own.agreementKey, other.agreementKey());
+  return Crypto::keyFrom(Crypto::hkdf(secret, salt, additionalData, Crypto::kKeySize));
+}
+
+Bytes decoded(std::string_view text) {
+  auto bytes = Base64URL::decode(text);
+  if (!bytes) throw EnvelopeError(EnvelopeError::Code::badEncoding);
+  return *std::move(bytes);
+}
+
+}  // namespace
+
+EnvelopeError::EnvelopeError(Code errorCode) : std::runtime_error(nameOf(errorCode)), code(errorCode) {}
+
+std::string Envelope::additionalData(EnvelopePurpose purpose, std::string_view from, std::string_view to) {
+  std::string text = "qlt-env-1|";
+  text.append(rawValue(purpose)).append("|").append(from).append("|").append(to);
+  return text;
+}
+
+Envelope Envelope::sealBytes(std::string_view plaintext, EnvelopePurpose purpose, const DeviceIdentity& sender,
+                             const PeerIdentity& recipient) {
+  std::array<std::uint8_t, kSaltSize> salt;
+  Crypto::fillRandom(salt);
+  Crypto::Nonce nonce;
+  Crypto::fillRandom(nonce);
+  return sealBytes(plaintext, purpose, sender, recipient, salt, nonce);
+}
+
+Envelope Envelope::sealBytes(std::string_view plaintext, EnvelopePurpose purpose, const DeviceIdentity& sender,
+                             const PeerIdentity& recipient, ByteView salt, const Crypto::Nonce& nonce) {
+  std::string from = sender.deviceId();
+  const std::string bound = additionalData(purpose, from, recipient.deviceId);
+  const Crypto::Key key = boxKey(sender, recipient, salt, bytesOf(bound));
+  const Bytes box = Crypto::seal(key, nonce, bytesOf(plaintext), bytesOf(bound));
+  return {kVersion, purpose, std::move(from), recipient.deviceId, Base64URL::encode(salt), Base64URL::encode(box)};
+}
+
+Bytes Envelope::openBytes(EnvelopePurpose expected, const DeviceIdentity& recipient, const PeerIdentity& sender) const {
+  using Code = EnvelopeError::Code;
+  if (v != kVersion) throw EnvelopeError(Code::unsupportedVersion);
+  if (purpose != expected) throw EnvelopeError(Code::wrongPurpose);
+  if (to != recipient.deviceId()) throw EnvelopeError(Code::wrongRecipient);
+  if (from != sender.deviceId) throw EnvelopeError(Code::wrongSender);
+  const Bytes saltBytes = decoded(salt);
+  const Bytes boxBytes = decoded(box);
+  const std::string bound = additionalData(expected, from, to);
+  return Crypto::open(boxKey(recipient, sender, saltBytes, bytesOf(bound)), boxBytes, bytesOf(bound));
+}
+
+}  // namespace quillet

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletKit/Protocol/WireCoding.h"
+
+JSONCODING_INSTANTIATE(PeerIdentity);
+JSONCODING_INSTANTIATE(Envelope);
+JSONCODING_INSTANTIATE(PrepareRequestPayload);
+JSONCODING_INSTANTIATE(PrepareResultPayload);
+JSONCODING_INSTANTIATE(DeliveryPayload);
+JSONCODING_INSTANTIATE(ResultPayload);
+JSONCODING_INSTANTIATE(ReadinessPayload);
+JSONCODING_INSTANTIATE(PresenceUpdate);
+JSONCODING_INSTANTIATE(RelayClientMessage);
+JSONCODING_INSTANTIATE(RelayServerMessage);
+JSONCODING_INSTANTIATE(PrepareRelayRequest);
+JSONCODING_INSTANTIATE(EnvelopeResponse);
+JSONCODING_INSTANTIATE(DeliveryRequest);
+JSONCODING_INSTANTIATE(DeliveryStatus);
+JSONCODING_INSTANTIATE(PresenceResponse);

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletKit/Words/FolderLedgerStorage.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdlib>
+#include <system_error>
+
+#include "QuilletKit/Base/AtomicFile.h"
+#include "QuilletKit/Base/Log.h"
+
+namespace quillet {
+namespace {
+
+namespace fs = std::filesystem;
+constexpr std::string_view kExtension = ".json";
+constexpr std::size_t kLongestName = 200;  // leaves room for what AtomicFile adds
+constexpr std::size_t kLargestFile = std::size_t{256} * 1024;
+
+bool standsForItself(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-';
+}
+
+class OpenFile {
+ public:
+  /// Never waits for a writer, as opening a pipe would.
+  explicit OpenFile(const fs::path& path)
+      : descriptor_(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)) {}
+  ~OpenFile() {
+    if (descriptor_ >= 0) ::close(descriptor_);
+  }
+  OpenFile(const OpenFile&) = delete;
+  OpenFile& operator=(const OpenFile&) = delete;
+
+  bool isPlainFile() const {
+    struct stat status {};
+    return descriptor_ >= 0 && ::fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
+  }
+  /// At most that many bytes; absent on an error.
+  std::optional<Bytes> read(std::size_t most) const {
+    Bytes bytes(most);
+    std::size_t size = 0;
+    while (size < most) {
+      const ssize_t count = ::read(descriptor_, bytes.data() + size, most - size);
+      if (count < 0 && errno == EINTR) continue;
+      if (count < 0) return std::nullopt;
+      if (count == 0) break;
+      size += static_cast<std::size_t>(count);
+    }
+    bytes.resize(size);
+    return bytes;
+  }
+
+ private:
+  int descriptor_;
+};
+
+}  // namespace
+
+std::optional<fs::path> FolderLedgerStorage::folderFrom(const std::optional<std::string>& setting) {
+  if (!setting) return std::nullopt;
+  fs::path folder = *setting;
+  const char* const home = std::getenv("HOME");
+  if (setting->starts_with("~/") && home != nullptr) folder = fs::path(home) / setting->substr(2);
+  if (!folder.is_absolute()) return std::nullopt;
+  return folder;
+}
+
+std::optional<std::string> FolderLedgerStorage::fileName(std::string_view key) {
+  constexpr std::string_view kHex = "0123456789ABCDEF";
+  std::string name;
+  bool dotSeen = false;
+  for (const char c : key) {
+    const bool firstDot = c == '.' && !dotSeen && !name.empty();
+    dotSeen = dotSeen || c == '.';
+    if (standsForItself(c) || firstDot) {
+      name += c;
+    } else {
+      const auto byte = static_cast<unsigned char>(c);
+      name.append({'%', kHex[byte >> 4], kHex[byte & 0xF]});
+    }
+  }
+  if (name.empty() || name.size() + kExtension.size() > kLongestName) return std::nullopt;
+  return name.append(kExtension);
+}
+
+std::optional<std::string> FolderLedgerStorage::keyOf(std::string_view fileName) {
+  if (!fileName.ends_with(kExtension)) return std::nullopt;
+  const std::string_view name = fileName.substr(0, fileName.size() - kExtension.size());
+  std::string key;
+  for (std::size_t at = 0; at < name.size(); ++at) {
+    unsigned char byte = static_cast<unsigned char>(name[at]);
+    if (byte == '%') {
+      const std::string_view digits = name.substr(at + 1, 2);
+      std::from_chars(digits.data(), digits.data() + digits.size(), byte, 16);
+      at += 2;
+    }
+    key += static_cast<char>(byte);
+  }
+  if (FolderLedgerStorage::fileName(key) != fileName) return std::nullopt;
+  return key;
+}
+
+std::optional<Bytes> FolderLedgerStorage::read(const std::string& key) {
+  const auto name = fileName(key);
+  if (!name) return std::nullopt;
+  const OpenFile file(folder_ / *name);
+  if (!file.isPlainFile()) return std::nullopt;
+  auto bytes = file.read(kLargestFile + 1);
+  if (bytes && bytes->size() > kLargestFile) return std::nullopt;
+  return bytes;
+}
+
+void FolderLedgerStorage::write(const std::string& key, std::optional<ByteView> value) {
+  const auto name = fileName(key);
+  if (!name || !available()) return;
+  std::error_code error;
+  if (!value) {
+    fs::remove(folder_ / *name, error);
+    return;
+  }
+  try {
+    AtomicFile::write(*value, folder_ / *name);
+  } catch (const std::exception&) {
+    Log::info("relay", "Could not write to the folder of the word counts");
+  }
+}
+
+std::vector<std::string> FolderLedgerStorage::allKeys() {
+  std::vector<std::string> keys;
+  std::error_code error;
+  for (fs::directory_iterator entry(folder_, error), end; !error && entry != end; entry.increment(error)) {
+    if (auto key = keyOf(entry->path().filename().native())) keys.push_back(*std::move(key));
+  }
+  std::sort(keys.begin(), keys.end());
+  return keys;
+}
+
+bool FolderLedgerStorage::available() {
+  std::error_code error;
+  return fs::is_directory(folder_, error);
+}
+
+}  // namespace quillet

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <boost/asio/ssl/context.hpp>
+
+#include "QuilletService/Transport/HTTPServer.h"
+
+namespace quillet {
+
+/// Whose connection it is. Behind a proxy that only shows with each request.
+struct ConnectionOrigin {
+  AddressLimiter::Lease lease;
+  bool proxied = false;
+};
+
+/// Serves one accepted socket until it ends: requests one after the other, or a relay socket after an upgrade. With
+/// `tls`, over TLS. The connection owns itself and is known to the server meanwhile; server and context must outlive
+/// it.
+void startConnection(HTTPServer& server, ServerSocket socket, ConnectionOrigin origin, boost::asio::ssl::context* tls);
+
+}  // namespace quillet
