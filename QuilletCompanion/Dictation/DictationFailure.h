@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <exception>
+#include <string_view>
+
+namespace quillet {
+
+/// Why a dictation ended without text.
+enum class DictationFailure {
+  unsupportedSystem,
+  microphoneDenied,
+  microphoneUnavailable,
+  languageUnsupported,
+  modelNotInstalled,
+  noSpeech,
+  recognitionFailed,
+  cloudUnavailable,
+  offline,
+};
+
+/// The words for people.
+std::string_view text(DictationFailure failure);
+
+/// Thrown by what a dictation waits for: recognisers, microphones, streams.
+class DictationError : public std::exception {
+ public:
+  explicit DictationError(DictationFailure failure) : failure_(failure) {}
+  DictationFailure failure() const { return failure_; }
+  const char* what() const noexcept override { return text(failure_).data(); }
+
+ private:
+  DictationFailure failure_;
+};
+
+}  // namespace quillet
