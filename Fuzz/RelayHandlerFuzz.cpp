@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "Fuzz/FuzzInput.h"
+#include "Fuzz/ScratchFile.h"
 #include "QuilletCompanion/Relay/RelayMessageHandler.h"
 #include "Tests/Doubles/FakeAccessibilityProvider.h"
 #include "Tests/Doubles/RecordingTransport.h"
@@ -91,7 +92,8 @@ class Desktop {
   test::FakeAccessibilityProvider desktop_;
   TargetGuard guard_{desktop_, {}, time_.source().now};
   TextInserter inserter_{desktop_, guard_, {}, time_.source()};
-  InsertionJournal journal_{std::nullopt, time_.source().now};
+  const fuzz::ScratchFile file_{"journal.json", nullptr, 0};
+  InsertionJournal journal_{file_.path(), time_.source().now};
   std::shared_ptr<test::RecordingTransport> transport_ = std::make_shared<test::RecordingTransport>();
   RelayMessageHandler handler_{time_.executor(), mac(), peers_, guard_, journal_, inserter_, time_.source().now};
   std::size_t deliveries_ = 0;

@@ -111,6 +111,21 @@ void measure(Table& table, const fs::path& folder, int entries, int samples) {
              1.25});
 }
 
+/// What a start waits for. The floor is the time that a person doesn't notice.
+void measureStart(Table& table, const fs::path& folder, int entries) {
+  const fs::path file = folder / "start.json";
+  fill(file, entries);
+  std::vector<double> ours;
+  for (int i = 0; i < 15; ++i) {
+    ours.push_back(microseconds([&] { InsertionJournal(file, [] { return kNow; }); }) / 1000);
+  }
+  table.add({fmt::format("start, {} entries", entries),
+             {percentile(ours, 0.5), "ms"},
+             "what a person may notice",
+             Figure{300, "ms"},
+             1.0});
+}
+
 void journal(Table& table) {
   table.section("A change of one journal entry, durable (median)");
   const DiskFolder folder;
@@ -118,6 +133,7 @@ void journal(Table& table) {
   for (const auto& [entries, samples] : {std::pair(1, 1000), {170, 600}, {3500, 300}}) {
     measure(table, folder.path(), entries, samples);
   }
+  measureStart(table, folder.path(), 3500);
 }
 const Section kSection("journal", journal);
 

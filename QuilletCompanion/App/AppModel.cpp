@@ -42,6 +42,23 @@ std::string symbolFor(const AppModelParts& parts) {
   }
 }
 
+/// For people; nothing while all is well.
+std::optional<std::string> journalTroubleText(JournalTrouble trouble) {
+  switch (trouble) {
+    case JournalTrouble::none:
+      return std::nullopt;
+    case JournalTrouble::noFolder:
+      return "Quillet has no folder to note in what it inserts, so it inserts nothing from iPhones.";
+    case JournalTrouble::unreadable:
+      return "Quillet can't read what it inserted earlier, so it inserts nothing from iPhones. See that its data "
+             "folder can be read.";
+    case JournalTrouble::unwritable:
+      return "Quillet can't note what it inserts, so it inserts nothing from iPhones. See that its data folder can be "
+             "written and that the disk isn't full.";
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 AppModel::AppModel(AppModelParts parts)
@@ -141,7 +158,7 @@ void AppModel::wireServices(DeviceIdentity identity) {
   identity_ = std::move(identity);
   deviceId_.set(identity_->deviceId());
   api_ = std::make_shared<APIClient>(serviceLocation(), *identity_, parts_.session);
-  journal_ = InsertionJournal::openJournal(parts_.supportFolder, parts_.time.now);
+  openJournal();
   targetGuard_ = std::make_unique<TargetGuard>(parts_.provider, localTest_, parts_.time.now);
   inserter_ = std::make_unique<TextInserter>(parts_.provider, *targetGuard_, InsertionPacing{}, parts_.time);
   const ConnectionRef connection = makeConnection();
@@ -155,6 +172,13 @@ void AppModel::wireServices(DeviceIdentity identity) {
   focusMonitor_->start();
   readiness_.attach(*targetGuard_, *identity_, connection);
   startRegistration();
+}
+
+void AppModel::openJournal() {
+  journal_ = InsertionJournal::openJournal(parts_.supportFolder, parts_.time.now);
+  const auto tell = [this](JournalTrouble trouble) { startupError_.set(journalTroubleText(trouble)); };
+  journalWatch_ = journal_->trouble().observe(tell);
+  tell(journal_->trouble().get());
 }
 
 AppModel::ConnectionRef AppModel::makeConnection() {
@@ -191,6 +215,7 @@ void AppModel::registered() {
     connection->reconnectNow();
   }
   updateConnectionStatus();
+  journal_->prune();  // the service has just accepted our time
   upkeepAll();
 }
 

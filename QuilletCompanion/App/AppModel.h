@@ -129,6 +129,7 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   void observeSelf();
   void loadIdentity();
   void wireServices(DeviceIdentity identity);
+  void openJournal();
   ConnectionRef makeConnection();
   void startRegistration(int refusals = 0);
   void registered();
@@ -142,6 +143,7 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   void updateConnectionStatus();
   bool forgetIdentity();
   bool forgetFile(const char* name) const;
+  bool forgetJournal() const;
   template <typename... Arguments>
   std::function<void(Arguments...)> weakly(void (AppModel::*operation)(Arguments...));
 
@@ -180,6 +182,7 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   std::unique_ptr<SystemEvents::Observation> systemObservation_;
   Observable<Registration>::Subscription registrationWatch_;
   Observable<ConnectionRef>::Subscription connectionWatch_;
+  Observable<JournalTrouble>::Subscription journalWatch_;
   Observable<RelayConnection::State>::Subscription relayWatch_;
   int refusals_ = 0;  ///< Refused sockets since the last proved one.
   bool started_ = false;

@@ -64,6 +64,7 @@ void AppModel::stopServices() {
   if (api_) {
     retired_.push_back({std::move(journal_), std::move(targetGuard_), std::move(inserter_), std::exchange(api_, {})});
   }
+  journalWatch_.reset();
   identity_.reset();
   deviceId_.set(std::nullopt);
 }
@@ -82,7 +83,7 @@ AppModel::Remains AppModel::resetLocal() {
   } catch (const std::exception&) {
     Log::standard("relay", "Could not remove the paired devices' file");
   }
-  const bool noPeers = forgetFile("peers.json"), noJournal = forgetFile("journal.json");
+  const bool noPeers = forgetFile("peers.json"), noJournal = forgetJournal();
   for (const char* key : {"pendingRename", "pendingRevocations"}) parts_.defaults.remove(key);
   onboarding_.forget();
   loadIdentity();
@@ -110,6 +111,10 @@ bool AppModel::forgetFile(const char* name) const {
   std::filesystem::remove(*parts_.supportFolder / name, ignored);
   return std::filesystem::symlink_status(*parts_.supportFolder / name, ignored).type() ==
          std::filesystem::file_type::not_found;
+}
+
+bool AppModel::forgetJournal() const {
+  return !parts_.supportFolder || InsertionJournal::forget(*parts_.supportFolder);
 }
 
 }  // namespace quillet

@@ -53,6 +53,10 @@ PrepareResultPayload prepareResult(const PrepareRequestPayload& request, const P
   return result;
 }
 
+JournalEntry entryOf(const std::string& utteranceId, JournalState state, const PeerIdentity& peer, std::int64_t now) {
+  return {.peerId = peer.deviceId, .utteranceId = utteranceId, .state = state, .createdAt = now, .updatedAt = now};
+}
+
 }  // namespace
 
 RelayMessageHandler::RelayMessageHandler(Executor mainThread, DeviceIdentity identity, PeerStore& peers,
@@ -174,12 +178,14 @@ Awaitable<void> RelayMessageHandler::handleDelivery(RelayServer::Deliver frame) 
     Log::standard("relay", "Dropped delivery from an unknown sender");
     co_return;
   }
+  journal_.catchUp();
   if (replay(frame.utteranceId, *peer)) co_return;
   auto payload = openDelivery(frame, *peer);
   if (!payload || payload->utteranceId != frame.utteranceId) {
     refuseUnjournalled(frame.utteranceId, RefusalReason::tokenUnknown, std::nullopt, *peer);
     co_return;
   }
+  if (journal_.isUnread()) co_return answerUnjournalled(frame.utteranceId, InsertionOutcome::uncertain, {}, {}, *peer);
   const std::int64_t now = now_();
   auto snapshot = spendToken(*payload, *peer, now);
   if (snapshot) co_await attempt(std::move(*payload), std::move(*snapshot), *peer, now);
@@ -198,6 +204,11 @@ std::optional<TargetSnapshot> RelayMessageHandler::spendToken(const DeliveryPayl
                                                               std::int64_t now) {
   auto found = targetGuard_.lookup(payload.token, peer.deviceId);
   if (const auto* reason = std::get_if<RefusalReason>(&found)) {
+    // It may be a token of an earlier run, which may have inserted the text.
+    if (*reason == RefusalReason::tokenUnknown && !journal_.knowsThePast()) {
+      finishEntry(entryOf(payload.utteranceId, JournalState::uncertain, peer, now), peer);
+      return std::nullopt;
+    }
     refuseTerminally(payload.utteranceId, *reason, std::nullopt, peer, now);
     return std::nullopt;
   }
@@ -212,24 +223,22 @@ std::optional<TargetSnapshot> RelayMessageHandler::spendToken(const DeliveryPayl
 
 Awaitable<void> RelayMessageHandler::attempt(DeliveryPayload payload, TargetSnapshot snapshot, PeerIdentity peer,
                                              std::int64_t now) {
-  const JournalEntry entry{.peerId = peer.deviceId,
-                           .utteranceId = payload.utteranceId,
-                           .state = JournalState::attempting,
-                           .appName = snapshot.appName,
-                           .createdAt = now,
-                           .updatedAt = now};
+  auto entry = entryOf(payload.utteranceId, JournalState::attempting, peer, now);
+  entry.appName = snapshot.appName;
   if (!recordAttempt(entry, peer)) co_return;
   const auto report = co_await inserter_.insert(std::move(payload.text), std::move(snapshot));
-  finishAttempt(entry, report, peer);
+  finishAttempt(std::move(entry), report, peer);
 }
 
 bool RelayMessageHandler::recordAttempt(const JournalEntry& entry, const PeerIdentity& peer) {
   try {
-    journal_.record(entry);
-    return true;
+    if (journal_.isDurable()) {
+      journal_.record(entry);
+      return true;
+    }
   } catch (const std::exception&) {
-    Log::error("insertion", "Journal write failed; refusing to insert");
   }
+  Log::error("insertion", "Journal write failed; refusing to insert");
   refuseUnjournalled(entry.utteranceId, RefusalReason::busy, entry.appName, peer);
   return false;
 }
@@ -249,22 +258,24 @@ void RelayMessageHandler::finishAttempt(JournalEntry entry, const InsertionRepor
 void RelayMessageHandler::refuseTerminally(const std::string& utteranceId, RefusalReason reason,
                                            std::optional<std::string> appName, const PeerIdentity& peer,
                                            std::int64_t now) {
-  finishEntry({.peerId = peer.deviceId,
-               .utteranceId = utteranceId,
-               .state = JournalState::refused,
-               .reason = reason,
-               .appName = std::move(appName),
-               .createdAt = now,
-               .updatedAt = now},
-              peer);
+  auto entry = entryOf(utteranceId, JournalState::refused, peer, now);
+  entry.reason = reason;
+  entry.appName = std::move(appName);
+  finishEntry(std::move(entry), peer);
 }
 
 void RelayMessageHandler::refuseUnjournalled(const std::string& utteranceId, RefusalReason reason,
                                              std::optional<std::string> appName, const PeerIdentity& peer) {
+  answerUnjournalled(utteranceId, InsertionOutcome::refused, reason, std::move(appName), peer);
+}
+
+void RelayMessageHandler::answerUnjournalled(const std::string& utteranceId, InsertionOutcome outcome,
+                                             std::optional<RefusalReason> reason, std::optional<std::string> appName,
+                                             const PeerIdentity& peer) {
   std::optional<ResultPayload> result;
   try {
-    result = ResultPayload::makeSigned(utteranceId, InsertionOutcome::refused, reason, std::move(appName), std::nullopt,
-                                       now_(), identity_);
+    result =
+        ResultPayload::makeSigned(utteranceId, outcome, reason, std::move(appName), std::nullopt, now_(), identity_);
   } catch (const std::exception&) {
     return;
   }

@@ -66,6 +66,8 @@ class RelayMessageHandler : public std::enable_shared_from_this<RelayMessageHand
                         const PeerIdentity& peer, std::int64_t now);
   void refuseUnjournalled(const std::string& utteranceId, RefusalReason reason, std::optional<std::string> appName,
                           const PeerIdentity& peer);
+  void answerUnjournalled(const std::string& utteranceId, InsertionOutcome outcome, std::optional<RefusalReason> reason,
+                          std::optional<std::string> appName, const PeerIdentity& peer);
   /// Answers from the journal. False if it doesn't know the utterance.
   bool replay(const std::string& utteranceId, const PeerIdentity& peer);
   void replayEntry(JournalEntry entry, const PeerIdentity& peer);

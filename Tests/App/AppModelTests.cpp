@@ -248,6 +248,32 @@ TEST_F(AppModelTest, WithoutItsKeysItWaitsForAReset) {
   ASSERT_TRUE(until([&] { return isConnected(); }));
 }
 
+TEST_F(AppModelTest, ForgetsOldInsertionsOnlyOnceTheServiceHasAcceptedTheTime) {
+  constexpr std::int64_t kEightDays = 8LL * 24 * 3600 * 1000;
+  const auto file = folder.path() / "journal.json";
+  InsertionJournal(file, time.source().now)
+      .record({.peerId = "p", .utteranceId = "old", .state = JournalState::inserted, .updatedAt = time.wall});
+  const auto holdsIt = [&] { return test::readText(file).find("\"old\"") != std::string::npos; };
+  time.wall += kEightDays;
+  service.set(kRegister, FakeService::error(401, "clock"));
+  start();
+  ASSERT_TRUE(until([&] { return offline() != nullptr; }));
+  EXPECT_TRUE(holdsIt());
+  service.set(kRegister, {200, R"({"deviceId":"any","registeredAt":1})"});
+  model->retryConnection();
+  ASSERT_TRUE(until([&] { return isConnected(); }));
+  EXPECT_FALSE(holdsIt());
+}
+
+TEST_F(AppModelTest, SaysThatNothingIsInsertedWhileTheJournalFails) {
+  test::LogCapture::instance().expect("Journal unreadable; inserting nothing until it can be read");
+  std::filesystem::create_directory(folder.path() / "journal.json");
+  start();
+  EXPECT_TRUE(model->startupError().get().value_or("").starts_with("Quillet can't read what it inserted earlier"));
+  model->resetLocal();
+  EXPECT_EQ(model->startupError().get(), std::nullopt);
+}
+
 TEST_F(AppModelTest, KeepsWhatTheUserChose) {
   defaults.set("onboardingStep", "nonsense");
   defaults.set("macName", " \n ");

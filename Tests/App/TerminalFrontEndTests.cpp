@@ -182,7 +182,7 @@ TEST_F(TerminalFrontEndTest, ResetsAndDeletesOnlyWhenToldTwice) {
 TEST_F(TerminalFrontEndTest, SaysWhatAResetCouldNotForget) {
   using test::LogCapture;
   LogCapture::instance().expect("Could not load the device identity from Keychain");
-  LogCapture::instance().expect("Journal unreadable; moving it aside");
+  LogCapture::instance().expect("Journal unreadable; inserting nothing until it can be read");
   openConnected();
   secrets.locked = true;
   EXPECT_NE(refusal("reset confirm").find("could not forget: its keys. See"), std::string::npos);

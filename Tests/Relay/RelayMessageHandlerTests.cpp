@@ -31,8 +31,9 @@ class RelayMessageHandlerTest : public testing::Test {
     time.advance(std::chrono::seconds(10));  // lets what was cancelled unwind
   }
 
-  void start() {
-    journal = std::make_unique<InsertionJournal>(file, time.source().now);
+  void start() { start(file); }
+  void start(std::optional<std::filesystem::path> journalFile) {
+    journal = std::make_unique<InsertionJournal>(std::move(journalFile), time.source().now);
     handler = std::make_shared<RelayMessageHandler>(time.executor(), mac, peers, guard, *journal, inserter,
                                                     time.source().now);
     handler->setTransport(transport);
@@ -266,6 +267,37 @@ TEST_F(RelayMessageHandlerTest, AnInsertionThatRunsOutlivesTheHandlerAndWhatWait
   time.run();
   ASSERT_EQ(results().size(), 1u);
   EXPECT_EQ(results()[0].outcome, InsertionOutcome::inserted);
+}
+
+TEST_F(RelayMessageHandlerTest, ClaimsNothingOfWhatAnEarlierRunMayHaveInserted) {
+  LogCapture::instance().expect("Journal unreadable; inserting nothing until it can be read");
+  std::filesystem::create_directory(file);  // which can't be read
+  start();
+  handler->handle(deliverFrame("u", token()));
+  handler->handle(deliverFrame("v", "of an earlier run"));
+  time.run();
+  ASSERT_EQ(results().size(), 2u);
+  for (const auto& result : results()) EXPECT_EQ(result.outcome, InsertionOutcome::uncertain);
+  EXPECT_EQ(desktop.text(), "");
+  LogCapture::instance().expect("Journal unreadable; moving it aside");
+  std::filesystem::remove(file);
+  test::writeText(file, R"({"entries":[)");
+  handler->handle(deliverFrame("v", "of an earlier run"));
+  handler->handle(deliverFrame("w", token()));
+  time.run();
+  EXPECT_EQ(results()[2].outcome, InsertionOutcome::uncertain);
+  EXPECT_EQ(results()[3].outcome, InsertionOutcome::inserted);
+}
+
+TEST_F(RelayMessageHandlerTest, InsertsNothingThatNoFileWouldTellOf) {
+  LogCapture::instance().expect("Journal write failed; refusing to insert");
+  start(std::nullopt);
+  handler->handle(deliverFrame("u", token()));
+  time.run();
+  expectRefusal(RefusalReason::busy);
+  handler->handle(deliverFrame("v", "of an earlier run"));
+  time.run();
+  EXPECT_EQ(results().back().outcome, InsertionOutcome::uncertain);
 }
 
 TEST_F(RelayMessageHandlerTest, AnswersAfreshWhatTheJournalHoldsNoFittingResultFor) {
