@@ -72,8 +72,8 @@ class StampingProvider final : public AccessibilityProvider {
   bool modifiersDown() override {
     return timed(Kind::other, [&] { return inner_.modifiersDown(); });
   }
-  bool typeUnicode(std::int32_t pid, std::u16string_view units) override {
-    return timed(Kind::other, [&] { return inner_.typeUnicode(pid, units); });
+  bool typeUnicode(const ElementRef& element, std::u16string_view units) override {
+    return timed(Kind::other, [&] { return inner_.typeUnicode(element, units); });
   }
   std::unique_ptr<FocusObservation> observeFrontApplication(std::function<void()> changed) override {
     return inner_.observeFrontApplication(std::move(changed));

@@ -91,8 +91,9 @@ class AccessibilityProvider {
   virtual bool replaceSelection(const ElementRef& element, std::string_view text) = 0;
   /// Control, Option (Alt) or Command (Super) is held.
   virtual bool modifiersDown() = 0;
-  /// Types 1 to 20 UTF-16 units as key events with no shift, layout or repeat artefact. True if events were posted.
-  virtual bool typeUnicode(std::int32_t pid, std::u16string_view units) = 0;
+  /// Types 1 to 20 UTF-16 units as key events with no shift, layout or repeat artefact, into the element that has the
+  /// focus and into no other. True if events were posted.
+  virtual bool typeUnicode(const ElementRef& element, std::u16string_view units) = 0;
 
   /// `changed` runs from the event loop after another application or another of its windows, or none, came to the
   /// front; also when the one in front ended. Never absent.

@@ -206,7 +206,7 @@ std::optional<RefusalReason> TextInserter::typeChunk(const Job& job, std::u16str
   if (const auto reason = targetGuard_.validate(job.snapshot, first)) return reason;
   if (provider_.modifiersDown()) return RefusalReason::busy;
   if (chunk.empty() || chunk.size() > kMaximumChunk) return RefusalReason::unsupportedTarget;
-  if (!provider_.typeUnicode(job.snapshot.pid, chunk)) return RefusalReason::unsupportedTarget;
+  if (!provider_.typeUnicode(job.element, chunk)) return RefusalReason::unsupportedTarget;
   return std::nullopt;
 }
 

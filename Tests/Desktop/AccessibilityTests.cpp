@@ -207,22 +207,6 @@ TEST_F(Accessibility, DialogOfTheSameProgramIsAnotherWindowAndTellsOfItsFocus) {
   }));
 }
 
-TEST_F(Accessibility, TypesOnlyIntoTheFieldThatWasAskedFor) {
-  const Editor fields(QUILLET_SOURCE_DIR "/Tests/Desktop/fields.py");
-  const auto first = awaitFocus(fields);
-  ASSERT_TRUE(first);
-  ElementRef moved;
-  const auto watch = provider.observeFocus(fields.pid(), [&](const ElementRef& element) { moved = element; });
-  press({"Tab"});
-  ASSERT_TRUE(eventually([&] { return moved && !sameElement(moved, first); }));
-  EXPECT_FALSE(provider.typeUnicode(fields.pid(), u"first"));
-  const auto second = provider.focusedElement(fields.pid());
-  EXPECT_TRUE(sameElement(second, moved));
-  EXPECT_TRUE(eventually([&] { return provider.typeUnicode(fields.pid(), u"second"); }));
-  EXPECT_TRUE(becomes(second, "second", {6, 0}));
-  EXPECT_EQ(provider.readValue(first), "");
-}
-
 TEST_F(Accessibility, OwnWindowIsNeverAsked) {
   QRasterWindow window;
   window.show();
@@ -232,7 +216,6 @@ TEST_F(Accessibility, OwnWindowIsNeverAsked) {
               EXPECT_FALSE(provider.focusedElement(getpid()));
               EXPECT_FALSE(provider.focusedWindow(getpid()));
               EXPECT_FALSE(provider.isSecureInputEnabled());
-              EXPECT_FALSE(provider.typeUnicode(getpid(), u"x"));
             }),
             milliseconds(300));
 }

@@ -49,6 +49,7 @@ class TypingTarget {
   /// insertion would end when a chunk is refused first; with patience, that is only counted.
   bool type(std::string_view text, std::chrono::milliseconds patience = {}) {
     patience_ = patience;
+    field_ = provider_.focusedElement(editor_.pid());
     const auto units = Unicode::toUTF16(text).value();
     std::u16string chunk;
     for (const auto cluster : Unicode::graphemeClusters(units)) {
@@ -74,10 +75,10 @@ class TypingTarget {
     return field && provider_.inspect(field).editable && (!terminal_ || QFile::exists(editor_.path(taken)));
   }
   bool post(std::u16string& chunk) {
-    bool posted = provider_.typeUnicode(editor_.pid(), chunk);
+    bool posted = provider_.typeUnicode(field_, chunk);
     if (!posted && patience_.count() > 0) {
       ++refusals_;
-      posted = eventually([&] { return provider_.typeUnicode(editor_.pid(), chunk); }, patience_);
+      posted = eventually([&] { return provider_.typeUnicode(field_, chunk); }, patience_);
     }
     chunk.clear();
     std::this_thread::sleep_for(std::chrono::milliseconds(6));
@@ -91,6 +92,7 @@ class TypingTarget {
   bool terminal_;
   Editor editor_;
   bool ready_ = false;
+  ElementRef field_;
 };
 
 }  // namespace quillet::test

@@ -110,18 +110,25 @@ TYPED_TEST_P(AccessibilityContract, ATextThatIsNotUTF8IsRefused) {
   EXPECT_TRUE(this->becomes(field, "kept", {4, 0}));
 }
 
-TYPED_TEST_P(AccessibilityContract, TypesAtTheCaretOfTheFrontApplication) {
+TYPED_TEST_P(AccessibilityContract, TypesAtTheCaretOfTheElementWithTheFocus) {
   auto& provider = this->provider();
   const auto field = this->open("ab");
   ASSERT_TRUE(field);
-  const auto pid = this->desktop_.pid();
   this->desktop_.select(1);
   ASSERT_TRUE(this->becomes(field, "ab", {1, 1}));
-  EXPECT_FALSE(provider.typeUnicode(pid, u""));
-  EXPECT_FALSE(provider.typeUnicode(pid, std::u16string(21, u'x')));
-  EXPECT_FALSE(provider.typeUnicode(pid + 1, u"x"));
-  EXPECT_FALSE(provider.typeUnicode(provider.ownPID(), u"x"));
-  EXPECT_TRUE(provider.typeUnicode(pid, u"Xyß"));
+  EXPECT_FALSE(provider.typeUnicode(field, u""));
+  EXPECT_FALSE(provider.typeUnicode(field, std::u16string(21, u'x')));
+  EXPECT_TRUE(provider.typeUnicode(field, u"Xyß"));
+  EXPECT_TRUE(this->becomes(field, "aXyß", {4, 0}));
+  this->desktop_.focusSecondField();
+  ElementRef second;
+  EXPECT_TRUE(this->eventually([&] {
+    second = provider.focusedElement(this->desktop_.pid());
+    return second && !sameElement(second, field);
+  }));
+  EXPECT_FALSE(provider.typeUnicode(field, u"x"));
+  EXPECT_TRUE(this->eventually([&] { return provider.typeUnicode(second, u"z"); }));
+  EXPECT_TRUE(this->becomes(second, "z", {1, 0}));
   EXPECT_TRUE(this->becomes(field, "aXyß", {4, 0}));
 }
 
@@ -152,7 +159,6 @@ TYPED_TEST_P(AccessibilityContract, WhatIsGoneIsAbsentAndTakesNothing) {
   }));
   EXPECT_FALSE(provider.focusedWindow(pid));
   EXPECT_FALSE(provider.focusedElement(pid));
-  EXPECT_FALSE(provider.typeUnicode(pid, u"x"));
   class Stranger final : public ElementHandle {
     bool isSame(const ElementHandle&) const override { return false; }
   };
@@ -162,6 +168,7 @@ TYPED_TEST_P(AccessibilityContract, WhatIsGoneIsAbsentAndTakesNothing) {
     EXPECT_FALSE(provider.selectedRange(lost));
     EXPECT_FALSE(provider.readValue(lost));
     EXPECT_FALSE(provider.replaceSelection(lost, "x"));
+    EXPECT_FALSE(provider.typeUnicode(lost, u"x"));
   }
 }
 
@@ -198,7 +205,7 @@ TYPED_TEST_P(AccessibilityContract, KnowsWhetherControlIsHeld) {
 
 REGISTER_TYPED_TEST_SUITE_P(AccessibilityContract, TellsOfTheFrontApplicationAndOnlyOfThat,
                             CountsAndReplacesInUTF16Units, ATextThatIsNotUTF8IsRefused,
-                            TypesAtTheCaretOfTheFrontApplication, APasswordFieldIsSecureAndNeverRead,
+                            TypesAtTheCaretOfTheElementWithTheFocus, APasswordFieldIsSecureAndNeverRead,
                             WhatIsGoneIsAbsentAndTakesNothing, TellsWhenTheFocusMovesAndWhenTheFrontChanges,
                             KnowsWhetherControlIsHeld);
 

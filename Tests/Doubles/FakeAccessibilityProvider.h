@@ -209,12 +209,13 @@ class FakeAccessibilityProvider final : public AccessibilityProvider {
     counted(Call::observeFocus, true);
     return observable && pid != kOwnPid ? focusObservers_[pid].add(std::move(moved)) : nullptr;
   }
-  bool typeUnicode(std::int32_t pid, std::u16string_view units) override {
+  bool typeUnicode(const ElementRef& element, std::u16string_view units) override {
     counted(Call::typeUnicode, true);
-    if (pid == kOwnPid || !front || front->pid != pid) return false;
+    auto* focused = focusedField();
+    if (focused == nullptr || find(element) != focused) return false;
     if (units.empty() || units.size() > 20 || (typingFailsAt && typed.size() >= *typingFailsAt)) return false;
     typed.emplace_back(units);
-    if (auto* focused = focusedField(); focused != nullptr && !focused->ignoresTyping) focused->insert(units);
+    if (!focused->ignoresTyping) focused->insert(units);
     if (afterChunk) afterChunk(typed.size());
     return true;
   }

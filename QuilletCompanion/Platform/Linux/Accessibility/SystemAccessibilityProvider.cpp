@@ -96,9 +96,7 @@ ElementRef SystemAccessibilityProvider::focusedElement(std::int32_t pid) {
   // Who asks shall know of what moved before the answer: a focus that went and came back looks the same.
   tracker_->deliver();
   CallBudget budget(hung_);
-  answered_ = focusedText(pid, budget);
-  answeredFor_ = pid;
-  return answered_;
+  return focusedText(pid, budget);
 }
 
 std::shared_ptr<const AtspiElement> SystemAccessibilityProvider::focusedText(std::int32_t pid, CallBudget& budget,
@@ -159,10 +157,11 @@ bool SystemAccessibilityProvider::replaceSelection(const ElementRef& element, st
   return replaceSelectedText(*target, text, budget);
 }
 
-bool SystemAccessibilityProvider::typeUnicode(std::int32_t pid, std::u16string_view units) {
-  checkMainThread();
+bool SystemAccessibilityProvider::typeUnicode(const ElementRef& wanted, std::u16string_view units) {
   const auto deadline = std::chrono::steady_clock::now() + CallBudget::limit;
-  if (units.empty() || units.size() > mostUnits || pid == ownPID_) return false;
+  const auto target = usable(wanted);
+  if (!target || units.empty() || units.size() > mostUnits) return false;
+  const std::int32_t pid = target->pid();
   const auto isInFront = [&] {
     const auto owner = front_.owner();
     return owner && owner->pid == pid;
@@ -170,8 +169,7 @@ bool SystemAccessibilityProvider::typeUnicode(std::int32_t pid, std::u16string_v
   if (!isInFront()) return false;  // keys go to whatever is in front
   CallBudget budget(hung_, deadline);
   const auto element = focusedText(pid, budget);
-  if (!element) return false;  // nor does anybody know who would get them
-  if (answeredFor_ == pid && !sameElement(element, answered_)) return false;
+  if (!element || !element->isSame(*target)) return false;
   typedInto_ = element;
   AtspiTextReader reader(element, budget);
   const auto progress = [&]() -> std::optional<KeyTypist::Observation> {

@@ -52,9 +52,7 @@ class SystemAccessibilityProvider final : public AccessibilityProvider {
   FieldReading readField(const ElementRef& element) override;
   bool replaceSelection(const ElementRef& element, std::string_view text) override;
   bool modifiersDown() override { return modifiers_.modifiersDown(); }
-  /// Only into the element that `focusedElement` last gave for `pid`, if it was asked: who has checked that one hasn't
-  /// checked another.
-  bool typeUnicode(std::int32_t pid, std::u16string_view units) override;
+  bool typeUnicode(const ElementRef& element, std::u16string_view units) override;
   std::unique_ptr<FocusObservation> observeFrontApplication(std::function<void()> changed) override;
   std::unique_ptr<FocusObservation> observeFocus(std::int32_t pid,
                                                  std::function<void(const ElementRef&)> moved) override;
@@ -74,8 +72,6 @@ class SystemAccessibilityProvider final : public AccessibilityProvider {
   std::unique_ptr<AtspiFocusTracker> tracker_;
   FocusObservers<> frontObservers_;
   std::map<std::int32_t, FocusObservers<ElementRef>> focusObservers_;
-  ElementRef answered_;  ///< By `focusedElement`.
-  std::int32_t answeredFor_ = 0;
   ElementRef typedInto_;  ///< Kept so that no other element gets its address, by which the typist tells them apart.
 };
 
