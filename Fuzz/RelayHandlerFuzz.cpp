@@ -6,6 +6,7 @@
 #include "Fuzz/ScratchFile.h"
 #include "QuilletCompanion/Relay/RelayMessageHandler.h"
 #include "Tests/Doubles/FakeAccessibilityProvider.h"
+#include "Tests/Doubles/OwnedHandler.h"
 #include "Tests/Doubles/RecordingTransport.h"
 #include "Tests/Doubles/VirtualTime.h"
 
@@ -32,7 +33,7 @@ class Desktop {
  public:
   Desktop() {
     peers_.upsert(peerOf(phone(), DevicePlatform::ios), 1);
-    handler_.setTransport(transport_);
+    handler_->setTransport(transport_);
   }
 
   /// A line is a relay frame (F), what a phone seals for a prepare (P) or for a delivery (D), or a pause (any other).
@@ -66,7 +67,7 @@ class Desktop {
       ++deliveries_;
       utterances_.insert(delivery->utteranceId);
     }
-    handler_.handle(*message);
+    handler_->handle(*message);
     if (!std::holds_alternative<RelayServer::Deliver>(*message)) time_.run();
   }
 
@@ -95,7 +96,8 @@ class Desktop {
   const fuzz::ScratchFile file_{"journal.json", nullptr, 0};
   InsertionJournal journal_{file_.path(), time_.source().now};
   std::shared_ptr<test::RecordingTransport> transport_ = std::make_shared<test::RecordingTransport>();
-  RelayMessageHandler handler_{time_.executor(), mac(), peers_, guard_, journal_, inserter_, time_.source().now};
+  std::shared_ptr<RelayMessageHandler> handler_ =
+      test::makeHandler(time_.executor(), mac(), peers_, guard_, journal_, inserter_, time_.source().now);
   std::size_t deliveries_ = 0;
   std::set<std::string> utterances_;
 };

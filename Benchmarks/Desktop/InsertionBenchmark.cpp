@@ -25,6 +25,7 @@
 #include "Tests/Desktop/Editor.h"
 #include "Tests/Desktop/StubLock.h"
 #include "Tests/Doubles/NetworkThread.h"
+#include "Tests/Doubles/OwnedHandler.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
 /// From a delivery's frame to its result's frame, with a real editor in front: envelope, guard, journal on disk,
@@ -134,7 +135,7 @@ class Road {
   DeviceIdentity mac_ = DeviceIdentity::generate(), phone_ = DeviceIdentity::generate();
   std::shared_ptr<StampingTransport> transport_ = std::make_shared<StampingTransport>();
   std::shared_ptr<RelayMessageHandler> handler_ =
-      std::make_shared<RelayMessageHandler>(loop_.executor(), mac_, peers_, guard_, journal_, inserter_, time_.now);
+      test::makeHandler(loop_.executor(), mac_, peers_, guard_, journal_, inserter_, time_.now);
   test::Editor editor_;
   ElementRef field_;
   std::optional<BareInsertion> bare_;

@@ -9,7 +9,6 @@ namespace quillet {
 namespace {
 
 constexpr auto kTrustPollPeriod = std::chrono::seconds(2);
-constexpr std::size_t kMaximumSocketMessage = 1'048'576;
 
 /// Trimmed; empty for what can't be sent to anyone.
 std::string usableName(std::string_view name) {
@@ -134,7 +133,7 @@ void AppModel::start() {
 }
 
 void AppModel::invalidateFocus() {
-  if (targetGuard_) targetGuard_->invalidateFocus();
+  if (services_) services_->targetGuard.invalidateFocus();
 }
 
 void AppModel::wake() {
@@ -155,67 +154,49 @@ void AppModel::loadIdentity() {
 }
 
 void AppModel::wireServices(DeviceIdentity identity) {
-  identity_ = std::move(identity);
-  deviceId_.set(identity_->deviceId());
-  api_ = std::make_shared<APIClient>(serviceLocation(), *identity_, parts_.session);
-  openJournal();
-  targetGuard_ = std::make_unique<TargetGuard>(parts_.provider, localTest_, parts_.time.now);
-  inserter_ = std::make_unique<TextInserter>(parts_.provider, *targetGuard_, InsertionPacing{}, parts_.time);
-  const ConnectionRef connection = makeConnection();
-  handler_ = std::make_shared<RelayMessageHandler>(parts_.mainThread, *identity_, peerStore_, *targetGuard_, *journal_,
-                                                   *inserter_, parts_.time.now);
-  handler_->setTransport(connection);
-  handler_->setEvents(weak_from_this());
-  upkeep_.attach(api_, *targetGuard_);
-  connection_.set(connection);
-  focusMonitor_ = std::make_unique<FocusMonitor>(*targetGuard_, parts_.provider, [this] { scheduleReadiness(); });
-  focusMonitor_->start();
-  readiness_.attach(*targetGuard_, *identity_, connection);
+  const auto services = Services::make(parts_, std::move(identity), serviceLocation(), peerStore_, localTest_,
+                                       [this] { scheduleReadiness(); });
+  services_ = services;
+  watchJournal(*services->journal);
+  services->handler->setEvents(weak_from_this());
+  listenTo(*services->connection);
+  upkeep_.attach(services->api, services->targetGuard);
+  services->focusMonitor.start();
+  readiness_.attach(services->targetGuard, services->identity, services->connection);
+  connection_.set(services->connection);
   startRegistration();
+  if (services_ == services) deviceId_.set(services->identity.deviceId());
 }
 
-void AppModel::openJournal() {
-  journal_ = InsertionJournal::openJournal(parts_.supportFolder, parts_.time.now);
+void AppModel::watchJournal(const InsertionJournal& journal) {
   const auto tell = [this](JournalTrouble trouble) { startupError_.set(journalTroubleText(trouble)); };
-  journalWatch_ = journal_->trouble().observe(tell);
-  tell(journal_->trouble().get());
+  journalWatch_ = journal.trouble().observe(tell);
+  tell(journal.trouble().get());
 }
 
-AppModel::ConnectionRef AppModel::makeConnection() {
-  auto connection = std::make_shared<RelayConnection>(
-      parts_.mainThread, [api = api_] { return api->relayRequest(); },
-      [&session = parts_.session, mainThread = parts_.mainThread](HTTPRequest request, std::size_t) {
-        return makeWebSocketTask(session, mainThread, std::move(request), kMaximumSocketMessage);
-      },
-      parts_.systemEvents, parts_.time, parts_.jitter);
-  const auto weak = weak_from_this();
-  connection->onMessage = [weak](const RelayServerMessage& message) {
-    if (const auto self = weak.lock(); self && self->handler_) self->handler_->handle(message);
-  };
-  connection->onConnected = weakly(&AppModel::connected);
-  connection->onWillSleep = [weak] {
+void AppModel::listenTo(RelayConnection& connection) {
+  connection.onConnected = weakly(&AppModel::connected);
+  connection.onWillSleep = [weak = weak_from_this()] {
     if (const auto self = weak.lock()) self->publishReadiness(ReadinessState::asleep);
   };
-  connection->onAuthenticationRejected = [weak] {
-    if (const auto self = weak.lock()) self->refused();
-  };
-  return connection;
+  connection.onAuthenticationRejected = weakly(&AppModel::refused);
 }
 
 void AppModel::startRegistration(int refusals) {
-  if (api_) registration_.start(api_, refusals);
+  if (services_) registration_.start(services_->api, refusals);
 }
 
 void AppModel::registered() {
-  const auto connection = connection_.get();
-  if (!connection) return;
-  if (connection->state().get() == RelayConnection::State(RelayConnection::Phase::stopped)) {
-    connection->start();
+  const auto services = services_;
+  if (!services) return;
+  if (services->connection->state().get() == RelayConnection::State(RelayConnection::Phase::stopped)) {
+    services->connection->start();
   } else {
-    connection->reconnectNow();
+    services->connection->reconnectNow();
   }
   updateConnectionStatus();
-  journal_->prune();  // the service has just accepted our time
+  if (services != services_) return;
+  services->journal->prune();  // the service has just accepted our time
   upkeepAll();
 }
 
@@ -255,9 +236,9 @@ void AppModel::refreshAccessibilityTrust() {
   axNeedsRestart_.set(trusted && parts_.isGrantStale && parts_.isGrantStale());
   if (trusted == axTrusted_.get()) return;
   axTrusted_.set(trusted);
-  if (focusMonitor_) {
-    focusMonitor_->detach();
-    focusMonitor_->refresh();
+  if (services_) {
+    services_->focusMonitor.detach();
+    services_->focusMonitor.refresh();
   }
   scheduleReadiness();
 }
@@ -289,10 +270,10 @@ bool AppModel::rename(std::string_view name) {
 }
 
 std::unique_ptr<PairingViewModel> AppModel::makePairingViewModel() {
-  if (!api_ || !identity_) return nullptr;
+  if (!services_) return nullptr;
   const auto weak = weak_from_this();
   return std::make_unique<PairingViewModel>(
-      parts_.mainThread, api_, *identity_,
+      parts_.mainThread, services_->api, services_->identity,
       [weak, fallback = fallbackName()] {
         const auto self = weak.lock();
         return self ? self->macName().get() : fallback;

@@ -19,15 +19,9 @@
 #include "QuilletCompanion/App/ReadinessPublisher.h"
 #include "QuilletCompanion/App/RegistrationLoop.h"
 #include "QuilletCompanion/App/ServiceLocation.h"
-#include "QuilletCompanion/Relay/InsertionJournal.h"
+#include "QuilletCompanion/App/Services.h"
 #include "QuilletCompanion/Relay/PeerStore.h"
-#include "QuilletCompanion/Relay/RelayConnection.h"
-#include "QuilletCompanion/Relay/RelayMessageHandler.h"
-#include "QuilletCompanion/Target/FocusMonitor.h"
 #include "QuilletCompanion/Target/LocalTestField.h"
-#include "QuilletCompanion/Target/TargetGuard.h"
-#include "QuilletCompanion/Target/TextInserter.h"
-#include "QuilletKit/Protocol/APIClient.h"
 #include "QuilletKit/Words/WordStatsStore.h"
 
 namespace quillet {
@@ -54,7 +48,7 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   /// Ends everything that reaches the service. An insertion that runs goes on to its end.
   void stopServices();
   /// Whether, after a stop, an insertion is still running; its outcome is then yet to be journalled.
-  bool isFinishing() const { return !lastHandler_.expired(); }
+  bool isFinishing() const;
   /// After `stopServices`: what is still being inserted ends at its next step. Its outcome is never written down, so
   /// that a later start tells it as uncertain.
   void abandonInsertions();
@@ -73,6 +67,7 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   const Observable<Readiness>& readiness() const { return readiness_.readiness(); }
   /// Null while no services are wired.
   const Observable<ConnectionRef>& connection() const { return connection_; }
+  /// Told last, when everything is there that comes with it.
   const Observable<std::optional<std::string>>& deviceId() const { return deviceId_; }
   /// Derived from registration and relay.
   const Observable<ConnectionStatus>& connectionStatus() const { return connectionStatus_; }
@@ -129,8 +124,8 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   void observeSelf();
   void loadIdentity();
   void wireServices(DeviceIdentity identity);
-  void openJournal();
-  ConnectionRef makeConnection();
+  void watchJournal(const InsertionJournal& journal);
+  void listenTo(RelayConnection& connection);
   void startRegistration(int refusals = 0);
   void registered();
   void refused();
@@ -161,22 +156,8 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   Observable<ConnectionStatus> connectionStatus_{ConnectionStatus::offline};
   WordStatsStore wordStats_;
 
-  std::optional<DeviceIdentity> identity_;
-  std::shared_ptr<APIClient> api_;
-  std::unique_ptr<InsertionJournal> journal_;
-  std::unique_ptr<TargetGuard> targetGuard_;
-  std::unique_ptr<TextInserter> inserter_;
-  std::shared_ptr<RelayMessageHandler> handler_;
-  std::unique_ptr<FocusMonitor> focusMonitor_;
-  /// Of earlier identities. An insertion that still runs refers to the first three, a pairing view model to the last.
-  struct Retired {
-    std::unique_ptr<InsertionJournal> journal;
-    std::unique_ptr<TargetGuard> targetGuard;
-    std::unique_ptr<TextInserter> inserter;
-    std::shared_ptr<APIClient> api;
-  };
-  std::vector<Retired> retired_;
-  std::weak_ptr<RelayMessageHandler> lastHandler_;
+  std::shared_ptr<Services> services_;                   ///< Null without an identity.
+  std::vector<std::weak_ptr<Services>> formerServices_;  ///< Alive while an insertion runs that they began.
 
   Task trustTask_;
   std::unique_ptr<SystemEvents::Observation> systemObservation_;

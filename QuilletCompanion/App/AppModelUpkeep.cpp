@@ -2,6 +2,8 @@
 // What the user asks of the model about this device and its data: health, feedback, revocation, reset, deletion.
 #include "QuilletCompanion/App/AppModel.h"
 
+#include <algorithm>
+
 #include "QuilletKit/Base/Log.h"
 
 namespace quillet {
@@ -25,8 +27,8 @@ Awaitable<void> AppModel::checkHealth() {
 
 Awaitable<void> AppModel::sendFeedback(std::string message, std::optional<std::string> replyTo) {
   const auto self = shared_from_this();
-  const auto api = api_;
-  if (!api) throw APIError(APIError::Transport{"Not registered"});
+  if (!services_) throw APIError(APIError::Transport{"Not registered"});
+  const auto api = services_->api;
   FeedbackRequest request{std::move(message), std::move(replyTo), parts_.appVersion, parts_.operatingSystem,
                           parts_.hardwareModel};
   co_await api->sendFeedback(std::move(request));
@@ -36,8 +38,8 @@ Awaitable<void> AppModel::sendFeedback(std::string message, std::optional<std::s
 // last, so that the request could still be signed.
 Awaitable<AppModel::Remains> AppModel::deleteCloudData() {
   const auto self = shared_from_this();
-  const auto api = api_;
-  if (!api) throw DeletionError("Quillet is not connected to the server.");
+  if (!services_) throw DeletionError("Quillet is not connected to the server.");
+  const auto api = services_->api;
   bool deleted = true;
   try {
     co_await api->deleteDevice();
@@ -47,7 +49,8 @@ Awaitable<AppModel::Remains> AppModel::deleteCloudData() {
     deleted = answer != nullptr && answer->status == kForbidden && answer->body.code == "device_revoked";
   }
   if (!deleted) throw DeletionError("Couldn't reach the Quillet service. Nothing was deleted.");
-  co_return api == api_ ? resetLocal() : Remains();
+  const bool isStillThatDevice = services_ && services_->api == api;
+  co_return isStillThatDevice ? resetLocal() : Remains();
 }
 
 void AppModel::stopServices() {
@@ -55,22 +58,25 @@ void AppModel::stopServices() {
   refusals_ = 0;
   upkeep_.detach();
   readiness_.detach();
-  const ConnectionRef connection = connection_.get();
-  if (connection) connection->stop();
-  focusMonitor_.reset();
-  connection_.set(nullptr);
-  if (handler_) lastHandler_ = handler_;
-  handler_.reset();
-  if (api_) {
-    retired_.push_back({std::move(journal_), std::move(targetGuard_), std::move(inserter_), std::exchange(api_, {})});
+  if (const auto services = std::exchange(services_, nullptr)) {
+    services->stop();
+    std::erase_if(formerServices_, [](const auto& former) { return former.expired(); });
+    formerServices_.push_back(services);
   }
   journalWatch_.reset();
-  identity_.reset();
+  connection_.set(nullptr);
   deviceId_.set(std::nullopt);
 }
 
+bool AppModel::isFinishing() const {
+  return std::any_of(formerServices_.begin(), formerServices_.end(),
+                     [](const auto& former) { return !former.expired(); });
+}
+
 void AppModel::abandonInsertions() {
-  for (auto& retired : retired_) retired.inserter.reset();
+  for (const auto& former : formerServices_) {
+    if (const auto services = former.lock()) services->inserter.abandon();
+  }
 }
 
 AppModel::Remains AppModel::resetLocal() {

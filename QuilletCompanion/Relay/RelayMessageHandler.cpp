@@ -59,10 +59,11 @@ JournalEntry entryOf(const std::string& utteranceId, JournalState state, const P
 
 }  // namespace
 
-RelayMessageHandler::RelayMessageHandler(Executor mainThread, DeviceIdentity identity, PeerStore& peers,
-                                         TargetGuard& targetGuard, InsertionJournal& journal, TextInserter& inserter,
-                                         std::function<std::int64_t()> now)
-    : mainThread_(std::move(mainThread)),
+RelayMessageHandler::RelayMessageHandler(std::weak_ptr<const void> owner, Executor mainThread, DeviceIdentity identity,
+                                         PeerStore& peers, TargetGuard& targetGuard, InsertionJournal& journal,
+                                         TextInserter& inserter, std::function<std::int64_t()> now)
+    : owner_(std::move(owner)),
+      mainThread_(std::move(mainThread)),
       identity_(std::move(identity)),
       peers_(peers),
       targetGuard_(targetGuard),
@@ -111,32 +112,35 @@ void RelayMessageHandler::receive(const RelayServer::Unknown& frame) {
 
 void RelayMessageHandler::enqueue(Unit unit) {
   queue_.push_back(std::move(unit));
-  if (++pending_ == 1) chain_.start([weak = weak_from_this()] { return runChain(weak); });
+  if (++pending_ == 1) chain_.start([this, owner = owner_] { return runChain(owner); });
 }
 
-// A unit that runs keeps the handler; between two units nothing does.
-Awaitable<void> RelayMessageHandler::runChain(std::weak_ptr<RelayMessageHandler> weak) {
+// A unit that runs keeps the owner, and this with it; between two units nothing does.
+Awaitable<void> RelayMessageHandler::runChain(std::weak_ptr<const void> owner) {
   for (;;) {
-    auto self = weak.lock();
-    if (!self) co_return;
-    const Executor mainThread = self->mainThread_;
-    co_await self->runFirst();
-    const bool isLast = --self->pending_ == 0;
-    self.reset();
+    auto kept = owner.lock();
+    if (!kept || stopped_) co_return;
+    const Executor mainThread = mainThread_;
+    co_await runFirst();
+    const bool isLast = --pending_ == 0;
+    kept.reset();
     if (isLast) co_return;
     // Others of the main thread, a revocation above all, get their turn between two units.
     co_await boost::asio::post(mainThread, boost::asio::use_awaitable);
   }
 }
 
+// A prepare waits for a dictation that is being inserted, too: it moves the caret that the answer stands for.
 Awaitable<void> RelayMessageHandler::runFirst() {
   auto unit = std::move(queue_.front());
   queue_.pop_front();
+  auto turn = co_await inserter_.turn();
+  if (stopped_) co_return;
   if (const auto* prepare = std::get_if<RelayServer::Prepare>(&unit)) {
     handlePrepare(*prepare);
     co_return;
   }
-  co_await handleDelivery(std::get<RelayServer::Deliver>(std::move(unit)));
+  co_await handleDelivery(std::get<RelayServer::Deliver>(std::move(unit)), std::move(turn));
 }
 
 std::optional<PeerIdentity> RelayMessageHandler::verifiedPeer(const std::string& from, const Envelope& envelope) const {
@@ -172,7 +176,7 @@ void RelayMessageHandler::answerPrepare(const PrepareRequestPayload& request, co
   send(RelayClient::PrepareResult{request.requestId, peer.deviceId, std::move(envelope)});
 }
 
-Awaitable<void> RelayMessageHandler::handleDelivery(RelayServer::Deliver frame) {
+Awaitable<void> RelayMessageHandler::handleDelivery(RelayServer::Deliver frame, TextInserter::Turn turn) {
   const auto peer = verifiedPeer(frame.from, frame.envelope);
   if (!peer) {
     Log::standard("relay", "Dropped delivery from an unknown sender");
@@ -188,7 +192,7 @@ Awaitable<void> RelayMessageHandler::handleDelivery(RelayServer::Deliver frame) 
   if (journal_.isUnread()) co_return answerUnjournalled(frame.utteranceId, InsertionOutcome::uncertain, {}, {}, *peer);
   const std::int64_t now = now_();
   auto snapshot = spendToken(*payload, *peer, now);
-  if (snapshot) co_await attempt(std::move(*payload), std::move(*snapshot), *peer, now);
+  if (snapshot) co_await attempt(std::move(*payload), std::move(*snapshot), *peer, now, std::move(turn));
 }
 
 std::optional<DeliveryPayload> RelayMessageHandler::openDelivery(const RelayServer::Deliver& frame,
@@ -222,11 +226,11 @@ std::optional<TargetSnapshot> RelayMessageHandler::spendToken(const DeliveryPayl
 }
 
 Awaitable<void> RelayMessageHandler::attempt(DeliveryPayload payload, TargetSnapshot snapshot, PeerIdentity peer,
-                                             std::int64_t now) {
+                                             std::int64_t now, TextInserter::Turn turn) {
   auto entry = entryOf(payload.utteranceId, JournalState::attempting, peer, now);
   entry.appName = snapshot.appName;
   if (!recordAttempt(entry, peer)) co_return;
-  const auto report = co_await inserter_.insert(std::move(payload.text), std::move(snapshot));
+  const auto report = co_await inserter_.insert(std::move(turn), std::move(payload.text), std::move(snapshot));
   finishAttempt(std::move(entry), report, peer);
 }
 

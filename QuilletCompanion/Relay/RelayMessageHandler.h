@@ -22,14 +22,13 @@ namespace quillet {
 /// Decides what happens to a decoded frame: who sent it, what the target guard says, what the journal remembers, and
 /// what goes back. Deliveries and prepares run one at a time, in order of arrival. An attempt is in the journal before
 /// its text goes to the inserter, and a delivery that finds an entry never gets there. Main thread only.
-/// Held by a shared_ptr: letting go of it drops what is queued, while an insertion that runs goes on to its end and is
-/// journalled, its result left to the phone's repeat.
-class RelayMessageHandler : public std::enable_shared_from_this<RelayMessageHandler> {
+class RelayMessageHandler {
  public:
-  /// `now` in milliseconds since 1970. The references outlive the handler; the inserter may go while it inserts, and
-  /// the entry then stays `attempting`.
-  RelayMessageHandler(Executor mainThread, DeviceIdentity identity, PeerStore& peers, TargetGuard& targetGuard,
-                      InsertionJournal& journal, TextInserter& inserter, std::function<std::int64_t()> now);
+  /// `now` in milliseconds since 1970. The references belong to `owner`, as the handler does: what runs keeps it, and
+  /// nothing begins once it is gone.
+  RelayMessageHandler(std::weak_ptr<const void> owner, Executor mainThread, DeviceIdentity identity, PeerStore& peers,
+                      TargetGuard& targetGuard, InsertionJournal& journal, TextInserter& inserter,
+                      std::function<std::int64_t()> now);
   ~RelayMessageHandler();
 
   void setTransport(std::weak_ptr<RelayTransport> transport) { transport_ = std::move(transport); }
@@ -37,6 +36,8 @@ class RelayMessageHandler : public std::enable_shared_from_this<RelayMessageHand
 
   /// Returns at once; what may suspend is queued.
   void handle(const RelayServerMessage& message);
+  /// Drops what waits. An insertion that runs goes on to its end and is journalled.
+  void stop() { stopped_ = true; }
 
  private:
   using Unit = std::variant<RelayServer::Prepare, RelayServer::Deliver>;
@@ -48,18 +49,19 @@ class RelayMessageHandler : public std::enable_shared_from_this<RelayMessageHand
   void receive(const RelayServer::Unknown& frame);
 
   void enqueue(Unit unit);
-  static Awaitable<void> runChain(std::weak_ptr<RelayMessageHandler> weak);
+  Awaitable<void> runChain(std::weak_ptr<const void> owner);
   Awaitable<void> runFirst();
 
   std::optional<PeerIdentity> verifiedPeer(const std::string& from, const Envelope& envelope) const;
   void handlePrepare(const RelayServer::Prepare& frame);
   void answerPrepare(const PrepareRequestPayload& request, const PeerIdentity& peer);
 
-  Awaitable<void> handleDelivery(RelayServer::Deliver frame);
+  Awaitable<void> handleDelivery(RelayServer::Deliver frame, TextInserter::Turn turn);
   std::optional<DeliveryPayload> openDelivery(const RelayServer::Deliver& frame, const PeerIdentity& peer) const;
   /// `now` is when the delivery's turn came, the date of the entry that it gets.
   std::optional<TargetSnapshot> spendToken(const DeliveryPayload& payload, const PeerIdentity& peer, std::int64_t now);
-  Awaitable<void> attempt(DeliveryPayload payload, TargetSnapshot snapshot, PeerIdentity peer, std::int64_t now);
+  Awaitable<void> attempt(DeliveryPayload payload, TargetSnapshot snapshot, PeerIdentity peer, std::int64_t now,
+                          TextInserter::Turn turn);
   bool recordAttempt(const JournalEntry& entry, const PeerIdentity& peer);
   void finishAttempt(JournalEntry entry, const InsertionReport& report, const PeerIdentity& peer);
   void refuseTerminally(const std::string& utteranceId, RefusalReason reason, std::optional<std::string> appName,
@@ -76,6 +78,7 @@ class RelayMessageHandler : public std::enable_shared_from_this<RelayMessageHand
   void sendResult(const ResultPayload& result, const PeerIdentity& peer);
   void send(const RelayClientMessage& message);
 
+  std::weak_ptr<const void> owner_;
   Executor mainThread_;
   DeviceIdentity identity_;
   PeerStore& peers_;
@@ -87,7 +90,8 @@ class RelayMessageHandler : public std::enable_shared_from_this<RelayMessageHand
   std::weak_ptr<RelayEventSink> events_;
   std::deque<Unit> queue_;  ///< What waits, without the unit that runs.
   int pending_ = 0;         ///< What waits and what runs.
-  Task chain_;              ///< Runs while `pending_` is above 0.
+  bool stopped_ = false;
+  Task chain_;  ///< Runs while `pending_` is above 0.
 };
 
 }  // namespace quillet

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <boost/asio/post.hpp>
 #include <boost/asio/use_awaitable.hpp>
-#include <exception>
 #include <utility>
 #include <vector>
 
@@ -113,8 +112,7 @@ TextInserter::TextInserter(AccessibilityProvider& provider, TargetGuard& targetG
                            TimeSource time)
     : provider_(provider), targetGuard_(targetGuard), pacing_(pacing), time_(std::move(time)) {}
 
-Awaitable<InsertionReport> TextInserter::insert(std::string text, TargetSnapshot snapshot) {
-  namespace this_coro = boost::asio::this_coro;
+Awaitable<InsertionReport> TextInserter::insert(Turn, std::string text, TargetSnapshot snapshot) {
   if (text.empty()) co_return inserted(std::nullopt);
   const auto* element = std::get_if<ElementRef>(&snapshot.kind);
   if (element == nullptr) co_return giveToLocalTest(text);
@@ -126,18 +124,12 @@ Awaitable<InsertionReport> TextInserter::insert(std::string text, TargetSnapshot
                 .element = *element,
                 .app = snapshot.bundleId ? *snapshot.bundleId : snapshot.appName,
                 .before = look(*element)};
-  const bool callerThrows = co_await this_coro::throw_if_cancelled();
-  co_await this_coro::throw_if_cancelled(false);
-  InsertionReport report;
-  std::exception_ptr failure;
-  try {
-    report = co_await insertIntoElement(job);
-  } catch (...) {
-    failure = std::current_exception();
-  }
-  co_await this_coro::throw_if_cancelled(callerThrows);
-  if (failure) std::rethrow_exception(failure);
-  co_return report;
+  co_return co_await insertIntoElement(job);
+}
+
+void TextInserter::abandon() {
+  abandoned_ = true;
+  turns_.close();
 }
 
 InsertionReport TextInserter::giveToLocalTest(const std::string& text) {
@@ -220,17 +212,12 @@ Awaitable<TextInserter::WriteVerdict> TextInserter::awaitVerdict(const Job& job,
 }
 
 Awaitable<void> TextInserter::pause(Duration duration) {
-  const std::weak_ptr<const bool> alive = alive_;
-  try {
-    if (duration > Duration::zero()) {
-      co_await time_.sleep(duration);
-    } else {
-      co_await boost::asio::post(co_await boost::asio::this_coro::executor, boost::asio::use_awaitable);
-    }
-  } catch (const std::exception& error) {
-    if (!isCancellation(error)) throw;
+  if (duration > Duration::zero()) {
+    co_await time_.sleep(duration);
+  } else {
+    co_await boost::asio::post(co_await boost::asio::this_coro::executor, boost::asio::use_awaitable);
   }
-  if (alive.expired()) throw boost::system::system_error(boost::asio::error::operation_aborted);
+  if (abandoned_) throw boost::system::system_error(boost::asio::error::operation_aborted);
 }
 
 TextInserter::FieldState TextInserter::look(const ElementRef& element) {

@@ -2,13 +2,13 @@
 #pragma once
 
 #include <chrono>
-#include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <string_view>
 
 #include "QuilletCompanion/Target/TargetGuard.h"
+#include "QuilletCompanion/Target/TurnQueue.h"
 #include "QuilletKit/Async/Clock.h"
 
 namespace quillet {
@@ -31,15 +31,21 @@ struct InsertionReport {
 
 /// Puts a text into the field of a validated snapshot and says truthfully what happened: writes through accessibility
 /// and looks, or types in small chunks with the target checked before each. Never uses the clipboard, never presses
-/// Return. Main thread only.
+/// Return. Deliveries and dictations take turns, so that their chunks never mix. Main thread only.
 class TextInserter {
  public:
+  using Turn = TurnQueue::Turn;
+
   TextInserter(AccessibilityProvider& provider, TargetGuard& targetGuard, InsertionPacing pacing, TimeSource time);
 
-  /// The caller has validated `snapshot`. `text` is UTF-8. Never fails; a cancellation doesn't stop it, because text
-  /// that is half typed is worse. Should the inserter itself be destroyed meanwhile, it ends at its next suspension, as
-  /// cancelled operations do.
-  Awaitable<InsertionReport> insert(std::string text, TargetSnapshot snapshot);
+  /// Waits until nobody else inserts. A target is to be looked for, or validated, after that: what was inserted before
+  /// has moved the caret. One who is cancelled meanwhile leaves the queue.
+  Awaitable<Turn> turn() { return turns_.next(); }
+  /// The caller has validated `snapshot` in its turn, which ends with the insertion. `text` is UTF-8. Never fails. A
+  /// cancellation ends it before its next chunk, as cancelled operations end; what is in the field by then stays.
+  Awaitable<InsertionReport> insert(Turn turn, std::string text, TargetSnapshot snapshot);
+  /// Ends what runs and what waits as a cancellation does, and everything that will be asked.
+  void abandon();
 
  private:
   /// A field at one moment.
@@ -71,7 +77,8 @@ class TextInserter {
   InsertionPacing pacing_;
   TimeSource time_;
   std::set<std::string> accessibilityIneffective_;
-  std::shared_ptr<const bool> alive_ = std::make_shared<bool>(true);
+  TurnQueue turns_;
+  bool abandoned_ = false;
 };
 
 }  // namespace quillet

@@ -182,6 +182,10 @@ TEST_F(DeviceUpkeepTest, AResetBeginsAsANewDeviceAndKeepsTheName) {
   pairing->start();
   time.run();
   const auto before = model->deviceId().get();
+  bool told = false;
+  const auto watch = model->deviceId().observe([&](const auto& id) {
+    if (id) told = model->connection().get() && model->makePairingViewModel();
+  });
   service.set(kRename, FakeService::error(500, "down"));
   model->rename("Attic");
   model->completeOnboarding();
@@ -193,6 +197,7 @@ TEST_F(DeviceUpkeepTest, AResetBeginsAsANewDeviceAndKeepsTheName) {
   EXPECT_TRUE(model->peerStore().peers().get().empty());
   EXPECT_TRUE(model->serverPairs().get().empty());
   EXPECT_NE(model->deviceId().get(), before);
+  EXPECT_TRUE(told) << "nobody may hear of a device that can't pair yet";
   EXPECT_EQ(model->macName().get(), "Attic");
   EXPECT_EQ(model->onboardingStep().get(), OnboardingStep::welcome);
   for (const char* key : {"pendingRename", "pendingRevocations", "onboardingCompleted", "onboardingStep"}) {
@@ -216,7 +221,9 @@ TEST_F(DeviceUpkeepTest, AResetInTheMiddleOfAnInsertionEndsIt) {
   service.push(sealing.delivers(mac, "u1", prepared.token.value()));
   ASSERT_TRUE(until([&] { return !service.frames<RelayClient::Received>().empty() && time.sleepers() > 3; }));
   model->resetLocal();
+  EXPECT_TRUE(model->isFinishing());
   time.advance(5s);
+  EXPECT_FALSE(model->isFinishing());
   ASSERT_TRUE(until([&] { return isConnected(); }));
   EXPECT_TRUE(service.frames<RelayClient::Result>().empty());
   EXPECT_FALSE(std::filesystem::exists(folder.path() / "journal.json"));

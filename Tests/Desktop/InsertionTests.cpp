@@ -51,7 +51,7 @@ class Insertion : public testing::Test {
   }
   void start(const std::string& text) {
     ++running;
-    boost::asio::co_spawn(loop.executor(), inserter.insert(text, prepared()),
+    boost::asio::co_spawn(loop.executor(), inTurn(inserter, text, prepared()),
                           [this](const std::exception_ptr& error, InsertionReport result) {
                             --running;
                             if (!error) report = result;

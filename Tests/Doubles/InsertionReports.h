@@ -20,5 +20,11 @@ inline constexpr InsertionReport kMaybeWritten{InsertionOutcome::uncertain, std:
 inline constexpr InsertionReport kTyped{InsertionOutcome::inserted, std::nullopt, InsertionMethod::typing};
 inline constexpr InsertionReport kMaybeTyped{InsertionOutcome::uncertain, std::nullopt, InsertionMethod::typing};
 
+/// An insertion of its own, with its turn.
+inline Awaitable<InsertionReport> inTurn(TextInserter& inserter, std::string text, TargetSnapshot snapshot) {
+  auto turn = co_await inserter.turn();
+  co_return co_await inserter.insert(std::move(turn), std::move(text), std::move(snapshot));
+}
+
 }  // namespace test
 }  // namespace quillet

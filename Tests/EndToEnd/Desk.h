@@ -6,6 +6,7 @@
 
 #include "QuilletCompanion/Relay/RelayMessageHandler.h"
 #include "Tests/Doubles/FakeAccessibilityProvider.h"
+#include "Tests/Doubles/OwnedHandler.h"
 #include "Tests/Doubles/SealingPhone.h"
 
 namespace quillet::test {
@@ -23,13 +24,14 @@ class Desk {
     journal = InsertionJournal::openJournal(folder_, time_.now);
     guard_ = std::make_unique<TargetGuard>(desktop, std::weak_ptr<LocalTestTarget>(), time_.now);
     inserter_ = std::make_unique<TextInserter>(desktop, *guard_, InsertionPacing{}, time_);
-    handler = std::make_shared<RelayMessageHandler>(mainThread_, keys, peers, *guard_, *journal, *inserter_, time_.now);
+    handler = makeHandler(mainThread_, keys, peers, *guard_, *journal, *inserter_, time_.now);
   }
   /// Ends as a killed process does: what was under way goes no further, and the file stays as it is.
   void crash() {
     crashed_ = handler;
     handler.reset();
-    inserter_.reset();  // what it inserts ends at its next pause
+    inserter_->abandon();
+    graves_.push_back(std::move(inserter_));
     graves_.push_back(std::move(guard_));
     graves_.push_back(std::move(journal));
   }

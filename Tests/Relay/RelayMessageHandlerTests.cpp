@@ -6,6 +6,7 @@
 #include "Tests/Doubles/FakeAccessibilityProvider.h"
 #include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/LogCapture.h"
+#include "Tests/Doubles/OwnedHandler.h"
 #include "Tests/Doubles/SealingPhone.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/Doubles/VirtualTime.h"
@@ -34,8 +35,7 @@ class RelayMessageHandlerTest : public testing::Test {
   void start() { start(file); }
   void start(std::optional<std::filesystem::path> journalFile) {
     journal = std::make_unique<InsertionJournal>(std::move(journalFile), time.source().now);
-    handler = std::make_shared<RelayMessageHandler>(time.executor(), mac, peers, guard, *journal, inserter,
-                                                    time.source().now);
+    handler = test::makeHandler(time.executor(), mac, peers, guard, *journal, inserter, time.source().now);
     handler->setTransport(transport);
     handler->setEvents(events);
   }
@@ -180,8 +180,7 @@ TEST_F(RelayMessageHandlerTest, RefusesAndRemembersAsTheFaultAsks) {
 
 TEST_F(RelayMessageHandlerTest, AnEntryIsDatedWhenItsTurnComesNotWhenTheTargetHasAnswered) {
   TargetGuard slow(desktop, {}, [this] { return time.wall += 700; });
-  handler =
-      std::make_shared<RelayMessageHandler>(time.executor(), mac, peers, slow, *journal, inserter, time.source().now);
+  handler = test::makeHandler(time.executor(), mac, peers, slow, *journal, inserter, time.source().now);
   const auto before = time.source().now();
   handler->handle(deliverFrame("u", "no token"));
   handler->handle(deliverFrame("v", std::get<TargetSnapshot>(slow.prepare(phone.peer.deviceId)).token));
@@ -212,8 +211,7 @@ TEST_F(RelayMessageHandlerTest, ARevocationIsToldThoughTheDiskRefusesIt) {
   stored.upsert(phone.peer, 1);
   std::filesystem::remove(peersFile);
   std::filesystem::create_directories(peersFile / "blocked");
-  const auto revoking =
-      std::make_shared<RelayMessageHandler>(time.executor(), mac, stored, guard, *journal, inserter, time.source().now);
+  const auto revoking = test::makeHandler(time.executor(), mac, stored, guard, *journal, inserter, time.source().now);
   revoking->setEvents(events);
   revoking->handle(RelayServer::PairRevoked{phone.peer.deviceId});
   EXPECT_FALSE(stored.peer(phone.peer.deviceId));
@@ -298,6 +296,33 @@ TEST_F(RelayMessageHandlerTest, InsertsNothingThatNoFileWouldTellOf) {
   handler->handle(deliverFrame("v", "of an earlier run"));
   time.run();
   EXPECT_EQ(results().back().outcome, InsertionOutcome::uncertain);
+}
+
+TEST_F(RelayMessageHandlerTest, WaitsForADictationThatIsBeingInserted) {
+  std::optional<TextInserter::Turn> dictation;
+  const auto dictate = [&]() -> Awaitable<void> { dictation = co_await inserter.turn(); };
+  Task task(time.executor());
+  task.start([&] { return dictate(); });
+  time.run();
+  handler->handle(prepareFrame("r"));
+  handler->handle(deliverFrame("u", token()));
+  time.run();
+  EXPECT_TRUE(transport->all<RelayClient::PrepareResult>().empty());
+  EXPECT_FALSE(entry("u"));
+  dictation.reset();
+  time.advance(5s);
+  EXPECT_EQ(transport->all<RelayClient::PrepareResult>().size(), 1u);
+  EXPECT_EQ(entry("u")->state, JournalState::inserted);
+
+  task.start([&] { return dictate(); });
+  time.run();
+  handler->handle(deliverFrame("waiting", token()));
+  time.run();
+  handler->stop();
+  dictation.reset();
+  time.advance(5s);
+  EXPECT_FALSE(entry("waiting"));
+  EXPECT_EQ(desktop.text(), "Hello");
 }
 
 TEST_F(RelayMessageHandlerTest, AnswersAfreshWhatTheJournalHoldsNoFittingResultFor) {

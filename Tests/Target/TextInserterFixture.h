@@ -35,7 +35,7 @@ class TextInserterTest : public testing::Test {
   void start(const std::string& text, TargetSnapshot snapshot) {
     report.reset();
     failure = nullptr;
-    boost::asio::co_spawn(time.executor(), inserter->insert(text, std::move(snapshot)),
+    boost::asio::co_spawn(time.executor(), inTurn(*inserter, text, std::move(snapshot)),
                           boost::asio::bind_cancellation_slot(cancellation.slot(),
                                                               [this](std::exception_ptr error, InsertionReport result) {
                                                                 failure = error;

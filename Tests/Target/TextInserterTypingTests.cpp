@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include <list>
+
 #include "Tests/Target/TextInserterFixture.h"
 
 namespace quillet::test {
@@ -157,45 +159,57 @@ TEST_F(TextInserterTest, TypedTextThatNeverShowsIsUncertainAfterTwoSeconds) {
   EXPECT_EQ(report, kMaybeTyped);
 }
 
-TEST_F(TextInserterTest, ACancellationStopsNeitherTypingNorTheWait) {
+TEST_F(TextInserterTest, ACancelledInsertionEndsBeforeItsNextChunk) {
   typingOnly();
-  desktop.field().looksUntilShown = 4;
   start(std::string(40, 'x'));
   cancellation.emit(boost::asio::cancellation_type::terminal);
-  time.run();
-  EXPECT_EQ(desktop.typed.size(), 2U);  // only the running sleep was cut short
   time.advance(10s);
-  EXPECT_EQ(report, kTyped);
-  EXPECT_EQ(desktop.text(), std::string(40, 'x'));
-}
-
-TEST_F(TextInserterTest, TheCallersCancellationIsKeptForTheCaller) {
-  bool wentOn = false;
-  bool cancelled = false;
-  const auto caller = [&]() -> Awaitable<void> {
-    typingOnly();
-    const auto result = co_await inserter->insert(std::string(20, 'x'), prepared());
-    EXPECT_EQ(result, kTyped);
-    cancelled = isCancelled(co_await boost::asio::this_coro::cancellation_state);
-    co_await time.source().sleep(1s);
-    wentOn = true;
-  };
-  Task task(time.executor());
-  task.start([&] { return caller(); });
-  time.run();
-  task.cancel();
-  time.advance(10s);
-  EXPECT_TRUE(cancelled);
-  EXPECT_FALSE(wentOn);
-}
-
-TEST_F(TextInserterTest, ADestroyedInserterEndsItsInsertionAsCancelled) {
-  typingOnly();
-  start(std::string(40, 'x'));
-  inserter.reset();
-  time.advance(10s);
-  EXPECT_FALSE(report);
   EXPECT_TRUE(isCancellation(failure));
+  EXPECT_EQ(desktop.typed.size(), 1U);
+
+  desktop.typed.clear();
+  desktop.field().write = FakeField::Write::ineffective;
+  start("nothing is typed after a write that was cancelled");
+  cancellation.emit(boost::asio::cancellation_type::terminal);
+  time.advance(10s);
+  EXPECT_TRUE(isCancellation(failure));
+  EXPECT_TRUE(desktop.typed.empty());
+}
+
+TEST_F(TextInserterTest, InsertionsTakeTurns) {
+  typingOnly();
+  std::vector<InsertionReport> reports;
+  const auto inserting = [&](char letter) -> Awaitable<void> {
+    auto turn = co_await inserter->turn();
+    reports.push_back(co_await inserter->insert(std::move(turn), std::string(40, letter), prepared()));
+  };
+  std::list<Task> tasks;
+  for (const char letter : {'a', 'b', 'c', 'd'}) {
+    tasks.emplace_back(time.executor()).start([&, letter] { return inserting(letter); });
+  }
+  time.run();
+  tasks.erase(std::next(tasks.begin()));  // leaves the queue
+  time.advance(7ms);
+  tasks.pop_front();  // ends in the middle, and lets the next one in
+  time.advance(10s);
+  EXPECT_EQ(desktop.text(), std::string(32, 'a') + std::string(40, 'c') + std::string(40, 'd'));
+  EXPECT_EQ(reports, (std::vector{kTyped, kTyped}));
+}
+
+TEST_F(TextInserterTest, AnAbandonedInserterEndsWhatRunsAndWhatWaits) {
+  typingOnly();
+  std::vector<std::exception_ptr> failures;
+  for (int i = 0; i < 3; ++i) {
+    boost::asio::co_spawn(time.executor(), inTurn(*inserter, std::string(40, 'x'), prepared()),
+                          [&](std::exception_ptr error, const InsertionReport&) { failures.push_back(error); });
+  }
+  time.run();
+  inserter->abandon();
+  start("asked too late");
+  failures.push_back(failure);
+  time.advance(10s);
+  ASSERT_EQ(failures.size(), 4U);
+  for (const auto& error : failures) EXPECT_TRUE(isCancellation(error));
   EXPECT_EQ(desktop.typed.size(), 1U);
 }
 

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+
+#include "QuilletKit/Async/Task.h"
+
+namespace quillet {
+
+/// Lets in one at a time, in the order of asking. Main thread only.
+class TurnQueue {
+  struct State;
+  class Waiter;
+
+ public:
+  /// Ends with its destruction, and the next one's begins from the event loop. May outlive the queue.
+  class Turn {
+   public:
+    Turn(Turn&&) noexcept = default;
+    Turn& operator=(Turn&& other) noexcept;
+    ~Turn() { end(); }
+
+   private:
+    friend class TurnQueue;
+    explicit Turn(std::shared_ptr<State> state) : state_(std::move(state)) {}
+    void end();
+
+    std::shared_ptr<State> state_;
+  };
+
+  TurnQueue();
+  /// Who still waits ends as cancelled.
+  ~TurnQueue();
+  TurnQueue(const TurnQueue&) = delete;
+  TurnQueue& operator=(const TurnQueue&) = delete;
+
+  /// Waits until all earlier turns have ended. One who is cancelled meanwhile leaves the queue.
+  Awaitable<Turn> next();
+  /// Ends all who wait, and who will ask, as cancelled operations end.
+  void close();
+
+ private:
+  std::shared_ptr<State> state_;
+};
+
+}  // namespace quillet
