@@ -36,6 +36,17 @@ class DisplayKeyboard {
     XkbFreeKeyboard(map, XkbAllComponentsMask, True);
     return found;
   }
+  /// As another program does by XTEST.
+  void press(unsigned keycode, bool down = true) const {
+    XTestFakeKeyEvent(display_, keycode, down ? True : False, 0);
+    XSync(display_, False);
+  }
+  void release(unsigned keycode) const { press(keycode, false); }
+  void tap(unsigned keycode) const {
+    press(keycode);
+    release(keycode);
+  }
+  _XDisplay* connection() const { return display_; }
   /// As the user's fingers do.
   void pressOwn(unsigned keycode) const {
     XDevice* const device = XOpenDevice(display_, ownId());

@@ -93,6 +93,10 @@ bool KeyTypist::type(std::u16string_view units, const Progress& progress, Monoto
   return count > 0;
 }
 
+void KeyTypist::announceTo(unsigned long window) {
+  parts_->keyboard.announceTo(window);
+}
+
 void KeyTypist::restoreKeymap() {
   parts_->restore();
 }

@@ -50,6 +50,9 @@ class KeyTypist {
   /// refused.
   bool type(std::u16string_view units, const Progress& progress, MonotonicTime deadline);
 
+  /// From now on tells a window of the same display before and after our keys; see X11Keyboard::typingMessage.
+  void announceTo(unsigned long window);
+
   /// Gives the borrowed keys back now. Otherwise that happens some seconds after the last chunk, if a Qt event
   /// loop runs, and on destruction.
   void restoreKeymap();

@@ -6,13 +6,19 @@
 #include <X11/extensions/XTest.h>
 
 #include <set>
+#include <utility>
 
 #include "QuilletKit/Base/Log.h"
 
 namespace quillet {
 namespace {
 
-int ignoreError(Display*, XErrorEvent*) {
+/// Of the innermost trap.
+Display* watched = nullptr;
+int firstError = 0;
+
+int ignoreError(Display* display, XErrorEvent* event) {
+  if (display == watched && firstError == 0) firstError = event->error_code;
   return 0;
 }
 
@@ -65,11 +71,21 @@ X11Connection::~X11Connection() {
 }
 
 X11ErrorTrap::X11ErrorTrap(const X11Connection& connection)
-    : connection_(connection), previous_(reinterpret_cast<void (*)()>(XSetErrorHandler(ignoreError))) {}
+    : connection_(connection),
+      outerWatched_(std::exchange(watched, connection.get())),
+      outerError_(std::exchange(firstError, 0)),
+      previous_(reinterpret_cast<void (*)()>(XSetErrorHandler(ignoreError))) {}
 
 X11ErrorTrap::~X11ErrorTrap() {
   if (connection_.usable()) XSync(connection_.get(), False);
   XSetErrorHandler(reinterpret_cast<XErrorHandler>(previous_));
+  watched = outerWatched_;
+  firstError = outerError_;
+}
+
+int X11ErrorTrap::error() const {
+  if (connection_.usable()) XSync(connection_.get(), False);
+  return firstError;
 }
 
 }  // namespace quillet

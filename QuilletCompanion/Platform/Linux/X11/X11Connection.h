@@ -36,11 +36,15 @@ class X11ErrorTrap {
  public:
   explicit X11ErrorTrap(const X11Connection& connection);
   ~X11ErrorTrap();
+  /// Waits for the server. The number of the first error that it reported about this connection; 0 for none.
+  int error() const;
   X11ErrorTrap(const X11ErrorTrap&) = delete;
   X11ErrorTrap& operator=(const X11ErrorTrap&) = delete;
 
  private:
   const X11Connection& connection_;
+  _XDisplay* outerWatched_;
+  int outerError_;
   void (*previous_)();  ///< The handler to put back, whose type only Xlib's header knows.
 };
 

@@ -6,42 +6,21 @@
 #include <X11/Xlib.h>
 #include <X11/extensions/XInput2.h>
 #include <X11/extensions/XTest.h>
-#include <unicode/utf8.h>
 
 #include <algorithm>
 #include <array>
 
+#include "QuilletCompanion/Platform/Linux/X11/KeySymbols.h"
+#include "QuilletCompanion/Platform/Linux/X11/XTestDevices.h"
+
 namespace quillet {
 namespace {
 
-constexpr unsigned long unicodeKeysyms = 0x01000000;
 constexpr unsigned shortcutModifiers = ControlMask | Mod1Mask | Mod4Mask;
 /// On the root window: keycodes that we assigned, each with the keysyms of its levels, so that a later run can free
 /// them.
 constexpr const char* borrowedProperty = "_QUILLET_BORROWED_KEYS";
 constexpr unsigned long recordLength = 1 + XkbKeymap::mostLevels;
-
-bool isLatin1(unsigned long value) {
-  return (value >= 0x20 && value <= 0x7e) || (value >= 0xa0 && value <= 0xff);
-}
-
-unsigned long keysymOf(char32_t character) {
-  return isLatin1(character) ? character : unicodeKeysyms | character;
-}
-
-/// What a key of the layout writes; the older keysyms are known to Xlib under a UTF-8 locale only.
-std::optional<char32_t> characterOf(Display* display, KeySym keysym) {
-  if (isLatin1(keysym)) return static_cast<char32_t>(keysym);
-  if ((keysym & 0xff000000) == unicodeKeysyms) return static_cast<char32_t>(keysym & 0xffffff);
-  if (keysym < 0x100 || keysym >= 0xfe00) return std::nullopt;
-  std::array<char, 16> text{};
-  const int length = XkbTranslateKeySym(display, &keysym, 0, text.data(), static_cast<int>(text.size()), nullptr);
-  if (length < 2 || length > static_cast<int>(text.size())) return std::nullopt;
-  UChar32 character = 0;
-  int position = 0;
-  U8_NEXT(text.data(), position, length, character);
-  return character < 0 || position != length ? std::nullopt : std::optional(static_cast<char32_t>(character));
-}
 
 bool dropsKeys(Display* display) {
   XkbDescRec keyboard{};
@@ -54,17 +33,6 @@ bool dropsKeys(Display* display) {
 
 bool isDown(const std::array<char, 32>& keys, unsigned keycode) {
   return (static_cast<unsigned char>(keys.at(keycode / 8)) >> (keycode % 8) & 1U) != 0;
-}
-
-bool hasProperty(Display* display, int device, Atom name) {
-  Atom type = None;
-  int format = 0;
-  unsigned long count = 0;
-  unsigned long rest = 0;
-  unsigned char* data = nullptr;
-  XIGetProperty(display, device, name, 0, 1, False, AnyPropertyType, &type, &format, &count, &rest, &data);
-  if (data != nullptr) XFree(data);
-  return type != None;
 }
 
 }  // namespace
@@ -126,13 +94,12 @@ void X11Keyboard::findDevices() {
   if (XIGetClientPointer(x, None, &pointer) == False) return;
   auto* const devices = XIQueryDevice(x, XIAllDevices, &count);
   if (devices == nullptr) return;
-  const Atom mark = XInternAtom(x, "XTEST Device", False);
   const std::span all(devices, static_cast<std::size_t>(count));
   const auto core = std::ranges::find(all, pointer, &XIDeviceInfo::deviceid);
   for (const auto& device : all) {
     if (core == all.end() || device.use != XISlaveKeyboard || device.attachment != core->attachment) continue;
     const auto id = static_cast<unsigned>(device.deviceid);
-    if (hasProperty(x, device.deviceid, mark)) {
+    if (isXTestDevice(x, device.deviceid)) {
       device_ = id;
     } else {
       otherDevices_.push_back(id);
@@ -210,8 +177,8 @@ X11Keyboard::Layout X11Keyboard::readLayout(unsigned group) {
     for (unsigned level = 0; level < keymap_->levels(); ++level) {
       const KeymapPlan::Place place{level, keycode};
       if (borrowable) {
-        layout.borrowable[place] = ours ? characterOf(x, known->second[level]) : std::nullopt;
-      } else if (const auto character = characterOf(x, keymap_->symbolAt(keycode, level, group))) {
+        layout.borrowable[place] = ours ? KeySymbols::character(x, known->second[level]) : std::nullopt;
+      } else if (const auto character = KeySymbols::character(x, keymap_->symbolAt(keycode, level, group))) {
         const auto native = layout.natives.try_emplace(*character, place).first;
         native->second = std::min(native->second, place);
       }
@@ -225,7 +192,7 @@ bool X11Keyboard::assign(const std::vector<KeymapPlan::Assignment>& assignments)
   for (const auto& [place, character] : assignments) {
     const auto known = borrowed_.find(place.keycode);
     const auto present = known == borrowed_.end() ? XkbKeymap::Symbols{} : known->second;
-    keys.try_emplace(place.keycode, present).first->second.at(place.level) = keysymOf(character);
+    keys.try_emplace(place.keycode, present).first->second.at(place.level) = KeySymbols::of(character);
   }
   return change(keys);
 }
@@ -243,6 +210,7 @@ bool X11Keyboard::post(std::span<const KeymapPlan::Stroke> strokes, const State&
   const X11ErrorTrap trap(connection_);
   auto* const x = connection_.get();
   unsigned level = state.level;
+  announce(true);
   if (state.latched != 0) XkbLatchModifiers(x, XkbUseCoreKbd, state.latched, 0);
   if (state.capsLock) XkbLockModifiers(x, XkbUseCoreKbd, LockMask, 0);
   for (const auto& [place, borrowed] : strokes) {
@@ -253,8 +221,21 @@ bool X11Keyboard::post(std::span<const KeymapPlan::Stroke> strokes, const State&
   }
   setLevel(level, state.level);
   if (state.capsLock) XkbLockModifiers(x, XkbUseCoreKbd, LockMask, LockMask);
+  announce(false);
   XSync(x, False);
   return usable();
+}
+
+/// The server hands this on between the events of other keys and those of ours.
+void X11Keyboard::announce(bool begins) const {
+  if (witness_ == 0) return;
+  XEvent event{};
+  event.xclient.type = ClientMessage;
+  event.xclient.window = witness_;
+  event.xclient.message_type = XInternAtom(connection_.get(), typingMessage, False);
+  event.xclient.format = 32;
+  event.xclient.data.l[0] = begins ? 1 : 0;
+  XSendEvent(connection_.get(), witness_, False, NoEventMask, &event);
 }
 
 void X11Keyboard::setLevel(unsigned from, unsigned to) {

@@ -44,6 +44,10 @@ class X11Keyboard {
   explicit X11Keyboard(const std::string& display);
   ~X11Keyboard();
 
+  /// What a window is told before and after our key events: a client message of this type whose first number is 1 or 0.
+  static constexpr auto typingMessage = "_QUILLET_TYPING";
+  void announceTo(unsigned long window) { witness_ = window; }
+
   /// False without a display, XKB or XTEST.
   bool usable() const { return connection_.hasXTest() && connection_.usable(); }
   State state();
@@ -69,6 +73,7 @@ class X11Keyboard {
   bool isGrabbed() const;
   bool change(const std::map<Keycode, XkbKeymap::Symbols>& keys);
   void recordBorrowed();
+  void announce(bool begins) const;
   void press(Keycode keycode, bool down);
   void setLevel(unsigned from, unsigned to);
 
@@ -76,6 +81,7 @@ class X11Keyboard {
   int xkbEventBase_ = 0;
   unsigned device_ = 0;         ///< XTEST's keyboard, as XKB knows it.
   bool changed_ = true;         ///< Since the last `readLayout`.
+  unsigned long witness_ = 0;   ///< Is told of our typing; 0 for none.
   unsigned long unmapped_ = 0;  ///< A window of ours that is never shown.
   std::unique_ptr<XkbKeymap> keymap_;
   std::vector<unsigned> otherDevices_;              ///< The user's keyboards.

@@ -74,9 +74,13 @@ std::vector<Keycode> XkbKeymap::keycodes() const {
 }
 
 bool XkbKeymap::isFree(Keycode keycode) const {
-  if (xkb_->map->modmap != nullptr && xkb_->map->modmap[keycode] != 0) return false;
+  if (modifiersSetBy(keycode) != 0) return false;
   const auto* symbols = XkbKeySymsPtr(xkb_, keycode);
   return std::all_of(symbols, symbols + XkbKeyNumSyms(xkb_, keycode), [](KeySym s) { return s == NoSymbol; });
+}
+
+unsigned XkbKeymap::modifiersSetBy(Keycode keycode) const {
+  return xkb_->map->modmap == nullptr ? 0 : xkb_->map->modmap[keycode];
 }
 
 std::optional<XkbKeymap::Symbols> XkbKeymap::symbols(Keycode keycode) const {

@@ -34,6 +34,8 @@ class XkbKeymap {
   /// Absent for a key that can't be one of ours.
   std::optional<Symbols> symbols(Keycode keycode) const;
   unsigned long symbolAt(Keycode keycode, unsigned level, unsigned group) const;
+  /// The X modifiers that the key sets while it is held; 0 for an ordinary one.
+  unsigned modifiersSetBy(Keycode keycode) const;
   /// How many levels a key of ours gets: as many as there are modifier keys to choose among them.
   unsigned levels() const { return thirdLevelKey_ != 0 ? 4 : shiftKey_ != 0 ? 2 : 1; }
   Keycode shiftKey() const { return shiftKey_; }
