@@ -119,10 +119,26 @@ std::optional<std::string> UserDefaults::string(std::string_view key) const {
 }
 
 bool UserDefaults::boolean(std::string_view key) const {
+  return flag(key).value_or(false);
+}
+
+std::optional<bool> UserDefaults::flag(std::string_view key) const {
   const auto* value = find(key);
-  if (value == nullptr) return false;
-  if (value->is_string()) return value->get_string() == "1";
-  return value->is_bool() && value->get_bool();
+  if (value == nullptr) return std::nullopt;
+  if (value->is_bool()) return value->get_bool();
+  if (value->is_string() && value->get_string() == "1") return true;
+  if (value->is_string() && value->get_string() == "0") return false;
+  return std::nullopt;
+}
+
+std::optional<std::string> UserDefaults::json(std::string_view key) const {
+  const auto* value = find(key);
+  if (value == nullptr) return std::nullopt;
+  return boost::json::serialize(*value);
+}
+
+void UserDefaults::setJSON(std::string_view key, std::string_view text) {
+  set(key, boost::json::parse(text));
 }
 
 std::vector<std::string> UserDefaults::strings(std::string_view key) const {

@@ -16,7 +16,7 @@ namespace quillet {
 /// The user's settings: a volatile domain from the launch arguments above a lasting one in a JSON file. Writes go to
 /// the lasting domain and are durable at once; other keys stay as another process has written them meanwhile. A write
 /// that fails holds for this process, and is tried again with the next one. Main thread only.
-class UserDefaults final : public PreferenceStore {
+class UserDefaults final : public TypedPreferenceStore {
  public:
   /// Takes pairs "-key value" out of `arguments`, which keeps the rest. Values read as true/false, as a JSON array of
   /// strings, or as a string.
@@ -43,6 +43,10 @@ class UserDefaults final : public PreferenceStore {
   bool remove(std::string_view key);
   bool isSaved() const { return unsaved_.empty(); }
   void setString(std::string_view key, std::optional<std::string> value) override;
+  std::optional<bool> flag(std::string_view key) const override;
+  void setFlag(std::string_view key, bool value) override { set(key, value); }
+  std::optional<std::string> json(std::string_view key) const override;
+  void setJSON(std::string_view key, std::string_view text) override;
 
  private:
   const boost::json::value* find(std::string_view key) const;

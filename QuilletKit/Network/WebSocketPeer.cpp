@@ -91,10 +91,22 @@ Awaitable<void> WebSocketPeer::read() {
   }
 }
 
-void WebSocketPeer::send(std::string text, std::function<void(bool)> written) {
+void WebSocketPeer::send(WebSocketMessage message, std::function<void(bool)> written) {
   if (failure_ || closeCode_) return written(false);
-  outgoing_.push_back({std::move(text), std::move(written)});
+  outgoing_.push_back({std::move(message), std::move(written)});
   startWriting();
+}
+
+Awaitable<void> WebSocketPeer::sent(std::shared_ptr<WebSocketPeer> self, WebSocketMessage message) {
+  const auto initiate = [&self, &message](auto handler) {
+    auto shared = std::make_shared<decltype(handler)>(std::move(handler));
+    self->send(std::move(message), [network = self->network_, shared](bool success) {
+      asio::post(network, [shared, success] { std::move (*shared)(success); });
+    });
+  };
+  const bool success =
+      co_await asio::async_initiate<const asio::use_awaitable_t<>, void(bool)>(initiate, asio::use_awaitable);
+  if (!success) throw TransportError(self->failure_.value_or("The connection was closed."));
 }
 
 void WebSocketPeer::startWriting() {
@@ -107,12 +119,12 @@ void WebSocketPeer::startWriting() {
 }
 
 Awaitable<void> WebSocketPeer::write() {
-  stream_.text(true);
   while (!outgoing_.empty() && !failure_) {
     const Outgoing next = std::move(outgoing_.front());
     outgoing_.pop_front();
+    stream_.text(next.message.isText);
     error_code error;
-    co_await stream_.async_write(asio::buffer(next.text), asio::redirect_error(asio::use_awaitable, error));
+    co_await stream_.async_write(asio::buffer(next.message.data), asio::redirect_error(asio::use_awaitable, error));
     next.written(!error);
     if (error) throw system_error(error);
   }

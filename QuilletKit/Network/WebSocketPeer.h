@@ -24,7 +24,9 @@ class WebSocketPeer : public std::enable_shared_from_this<WebSocketPeer> {
 
   void start();
   /// `written` is called on the network thread, once.
-  void send(std::string text, std::function<void(bool)> written);
+  void send(WebSocketMessage message, std::function<void(bool)> written);
+  /// As `send`, ending once that is written. Throws TransportError if it wasn't.
+  static Awaitable<void> sent(std::shared_ptr<WebSocketPeer> self, WebSocketMessage message);
   static Awaitable<WebSocketMessage> next(std::shared_ptr<WebSocketPeer> self);
   /// Later calls change nothing. `untilClosed` is let go once all that was sent before has left, or never will.
   void close(int code, std::shared_ptr<void> untilClosed = nullptr);
@@ -35,7 +37,7 @@ class WebSocketPeer : public std::enable_shared_from_this<WebSocketPeer> {
 
  private:
   struct Outgoing {
-    std::string text;
+    WebSocketMessage message;
     std::function<void(bool)> written;
   };
 

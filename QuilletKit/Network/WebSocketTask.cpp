@@ -36,8 +36,12 @@ class BeastWebSocketTask final : public WebSocketTask {
       asio::post(callbacks, [waiting, id, success] { complete(waiting, id, success); });
     };
     asio::post(network_, [peer = peer_, text = std::move(text), written = std::move(written)]() mutable {
-      peer->send(std::move(text), std::move(written));
+      peer->send({true, std::move(text)}, std::move(written));
     });
+  }
+
+  Awaitable<void> send(WebSocketMessage message) override {
+    return runOn(network_, WebSocketPeer::sent(peer_, std::move(message)));
   }
 
   Awaitable<WebSocketMessage> receive() override { return runOn(network_, WebSocketPeer::next(peer_)); }

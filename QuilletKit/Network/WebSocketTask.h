@@ -29,6 +29,9 @@ class WebSocketTask {
   /// Queues a text frame; `completion(true)` once written to a socket whose upgrade succeeded, `completion(false)` on
   /// failure. Writes keep their order.
   virtual void sendText(std::string text, std::function<void(bool)> completion) = 0;
+  /// Sends a message, in order with all others, and waits until it is written. Throws TransportError when it wasn't.
+  /// A cancellation doesn't end the wait; cancel the socket.
+  virtual Awaitable<void> send(WebSocketMessage message) = 0;
   /// The next message. Throws TransportError when the socket failed, closed, or a message was over the limit; the
   /// cancellation error when cancelled.
   virtual Awaitable<WebSocketMessage> receive() = 0;

@@ -39,6 +39,24 @@ TEST_F(UserDefaultsOnDisk, ArgumentsStandAboveLastingSettingsAndAreNeverSaved) {
   EXPECT_EQ(later.string("list"), std::nullopt);
 }
 
+TEST_F(UserDefaultsOnDisk, KeepsAbsentFalseAndNullApart) {
+  {
+    UserDefaults defaults(file_);
+    defaults.setFlag("off", false);
+    defaults.setJSON("nothing", "null");
+    defaults.setJSON("key", R"({"keyCode":61})");
+    defaults.setString("word", "maybe");
+  }
+  const UserDefaults later(file_, {{"typed", "0"}});
+  EXPECT_EQ(later.flag("off"), false);
+  EXPECT_EQ(later.flag("typed"), false);
+  EXPECT_EQ(later.flag("word"), std::nullopt);
+  EXPECT_EQ(later.flag("missing"), std::nullopt);
+  EXPECT_EQ(later.json("nothing"), "null");
+  EXPECT_EQ(later.json("key"), R"({"keyCode":61})");
+  EXPECT_EQ(later.json("missing"), std::nullopt);
+}
+
 TEST_F(UserDefaultsOnDisk, ADamagedFileIsMovedAsideNotLost) {
   std::filesystem::create_directories(file_.parent_path());
   std::ofstream(file_) << "{broken";

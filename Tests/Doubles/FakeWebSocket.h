@@ -58,6 +58,7 @@ class FakeWebSocket final : public WebSocketTask {
     line_->sent.push_back(std::move(text));
     line_->completions.push_back(std::move(completion));
   }
+  Awaitable<void> send(WebSocketMessage message) override { return written(line_, std::move(message)); }
   Awaitable<WebSocketMessage> receive() override { return next(line_); }
   std::optional<int> refusedStatus() const override { return line_->refused; }
   void cancel(int closeCode, std::shared_ptr<void> untilClosed) override {
@@ -66,6 +67,11 @@ class FakeWebSocket final : public WebSocketTask {
   }
 
  private:
+  static Awaitable<void> written(std::shared_ptr<Line> line, WebSocketMessage message) {
+    if (line->failed || line->cancelledWith) throw TransportError("The connection was lost.");
+    line->sent.push_back(std::move(message.data));
+    co_return;
+  }
   static Awaitable<WebSocketMessage> next(std::shared_ptr<Line> line) {
     while (line->incoming.empty() && !line->failed) {
       boost::system::error_code ignored;

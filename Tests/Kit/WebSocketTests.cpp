@@ -94,6 +94,27 @@ TEST_F(WebSocketTest, SendsInOrderAndReceivesWhatTheOtherSideSays) {
   EXPECT_FALSE(task->refusedStatus());
 }
 
+TEST_F(WebSocketTest, SendsBinaryBetweenTextsAndTellsWhenItIsWritten) {
+  LoopbackServer server([](LoopbackServer& self, Socket socket) -> Awaitable<void> {
+    auto stream = co_await self.upgrade(std::move(socket));
+    for (int i = 0; i < 3; ++i) {
+      const std::string data = co_await LoopbackServer::readText(stream);
+      const std::string kind = stream.got_text() ? "text" : "binary";
+      co_await stream.async_write(boost::asio::buffer(kind + std::to_string(data.size())), boost::asio::use_awaitable);
+    }
+    stream.next_layer().close();
+  });
+  const auto task = open(server);
+  task->sendText("one", [](bool) {});
+  main.await(task->send({false, std::string("\0\xff\0", 3)}));
+  main.await(task->send({true, "four"}));
+  EXPECT_EQ(receive(*task), "text text3");
+  EXPECT_EQ(receive(*task), "text binary3");
+  EXPECT_EQ(receive(*task), "text text4");
+  EXPECT_EQ(receive(*task), "failed");
+  EXPECT_THROW(main.await(task->send({false, "late"})), TransportError);
+}
+
 TEST_F(WebSocketTest, AMessageOverTheLimitFailsForGood) {
   for (const std::size_t size : {1000, 1001}) {
     LoopbackServer server([size](LoopbackServer& self, Socket socket) -> Awaitable<void> {
