@@ -27,4 +27,14 @@ std::string_view text(DictationFailure failure) {
   return "";
 }
 
+DictationFailure failureOf(const std::exception_ptr& error, DictationFailure otherwise) {
+  try {
+    std::rethrow_exception(error);
+  } catch (const DictationError& known) {
+    return known.failure();
+  } catch (...) {
+    return otherwise;
+  }
+}
+
 }  // namespace quillet

@@ -33,4 +33,7 @@ class DictationError : public std::exception {
   DictationFailure failure_;
 };
 
+/// The failure that `error` tells, or `otherwise` for an error of another kind.
+DictationFailure failureOf(const std::exception_ptr& error, DictationFailure otherwise);
+
 }  // namespace quillet

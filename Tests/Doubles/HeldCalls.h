@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/this_coro.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <deque>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+#include "QuilletKit/Async/Task.h"
+
+namespace quillet::test {
+
+/// Calls that hang until the test ends them, the oldest first. Use T = bool for calls that give nothing.
+template <typename T>
+class HeldCalls {
+ public:
+  /// With false a cancelled call goes on hanging, as one does that can't be broken off.
+  bool obeysCancellation = true;
+
+  Awaitable<T> call() {
+    auto held = std::make_shared<Held>(co_await boost::asio::this_coro::executor);
+    held_.push_back(held);
+    co_await boost::asio::this_coro::throw_if_cancelled(false);
+    while (!held->result && !held->error) {
+      boost::system::error_code ignored;
+      co_await held->ended.async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, ignored));
+      const bool cancelled = isCancelled(co_await boost::asio::this_coro::cancellation_state);
+      if (!cancelled || held->result || held->error) continue;
+      if (obeysCancellation) {
+        std::erase(held_, held);
+        throw boost::system::system_error(boost::asio::error::operation_aborted);
+      }
+      co_await boost::asio::this_coro::reset_cancellation_state();
+    }
+    if (held->error) std::rethrow_exception(held->error);
+    co_return *held->result;
+  }
+
+  std::size_t size() const { return held_.size(); }
+  void give(T value) {
+    take([&](Held& held) { held.result = std::move(value); });
+  }
+  template <typename Error>
+  void fail(Error error) {
+    take([&](Held& held) { held.error = std::make_exception_ptr(std::move(error)); });
+  }
+
+ private:
+  struct Held {
+    explicit Held(const Executor& executor) : ended(executor, boost::asio::steady_timer::time_point::max()) {}
+    boost::asio::steady_timer ended;
+    std::optional<T> result;
+    std::exception_ptr error;
+  };
+
+  template <typename Change>
+  void take(Change change) {
+    auto held = held_.at(0);
+    held_.pop_front();
+    change(*held);
+    held->ended.cancel();
+  }
+
+  std::deque<std::shared_ptr<Held>> held_;
+};
+
+}  // namespace quillet::test
