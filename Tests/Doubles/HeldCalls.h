@@ -26,18 +26,17 @@ class HeldCalls {
   Awaitable<T> call() {
     auto held = std::make_shared<Held>(co_await boost::asio::this_coro::executor);
     held_.push_back(held);
+    const bool callerThrows = co_await boost::asio::this_coro::throw_if_cancelled();
     co_await boost::asio::this_coro::throw_if_cancelled(false);
     while (!held->result && !held->error) {
       boost::system::error_code ignored;
       co_await held->ended.async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, ignored));
       const bool cancelled = isCancelled(co_await boost::asio::this_coro::cancellation_state);
-      if (!cancelled || held->result || held->error) continue;
-      if (obeysCancellation) {
-        std::erase(held_, held);
-        throw boost::system::system_error(boost::asio::error::operation_aborted);
-      }
-      co_await boost::asio::this_coro::reset_cancellation_state();
+      if (!cancelled || !obeysCancellation || held->result || held->error) continue;
+      std::erase(held_, held);
+      held->error = std::make_exception_ptr(boost::system::system_error(boost::asio::error::operation_aborted));
     }
+    co_await boost::asio::this_coro::throw_if_cancelled(callerThrows);
     if (held->error) std::rethrow_exception(held->error);
     co_return *held->result;
   }
