@@ -3,6 +3,8 @@
 
 #include <unicode/ubrk.h>
 #include <unicode/uchar.h>
+#include <unicode/ucol.h>
+#include <unicode/uloc.h>
 #include <unicode/ustring.h>
 #include <unicode/utext.h>
 #include <unicode/utf16.h>
@@ -126,6 +128,22 @@ View trimmed(View text) {
   return text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(end - start));
 }
 
+struct CollatorCloser {
+  void operator()(UCollator* collator) const { ucol_close(collator); }
+};
+
+UCollator* nameCollator() {
+  thread_local const std::unique_ptr<UCollator, CollatorCloser> collator = [] {
+    UErrorCode status = U_ZERO_ERROR;
+    // Without a language (LANG=C) that would be the order of bytes; the root's rules do for people.
+    const char* const language = std::string_view(uloc_getDefault()) == "en_US_POSIX" ? "" : nullptr;
+    std::unique_ptr<UCollator, CollatorCloser> opened(ucol_open(language, &status));
+    if (U_SUCCESS(status)) ucol_setAttribute(opened.get(), UCOL_NUMERIC_COLLATION, UCOL_ON, &status);
+    return checked(std::move(opened), status);
+  }();
+  return collator.get();
+}
+
 }  // namespace
 
 std::optional<std::u16string> toUTF16(std::string_view utf8) {
@@ -221,6 +239,14 @@ std::string_view trim(std::string_view utf8) {
 }
 std::u16string_view trim(std::u16string_view text) {
   return trimmed(text);
+}
+
+bool nameComesBefore(std::string_view utf8, std::string_view otherUTF8) {
+  UErrorCode status = U_ZERO_ERROR;
+  const auto order =
+      ucol_strcollUTF8(nameCollator(), utf8.data() == nullptr ? "" : utf8.data(), lengthOf(utf8.size()),
+                       otherUTF8.data() == nullptr ? "" : otherUTF8.data(), lengthOf(otherUTF8.size()), &status);
+  return checked(order, status) == UCOL_LESS;
 }
 
 }  // namespace quillet::Unicode

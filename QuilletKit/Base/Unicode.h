@@ -39,4 +39,8 @@ bool isWhiteSpaceOrNewline(char32_t scalar);
 std::string_view trim(std::string_view utf8);
 std::u16string_view trim(std::u16string_view text);
 
+/// The order in which people of the user's language list names; numbers within them count as numbers, so that "Mic 2"
+/// comes before "Mic 10". A strict weak order: names of which neither comes before the other may still differ in bytes.
+bool nameComesBefore(std::string_view utf8, std::string_view otherUTF8);
+
 }  // namespace quillet::Unicode

@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
+#include <vector>
+
 namespace quillet {
 namespace {
 
@@ -74,6 +78,15 @@ TEST(Unicode, TrimsWhiteSpaceAndNewLines) {
   EXPECT_EQ(Unicode::trim(" \u3000 "), "");
   EXPECT_EQ(Unicode::trim("\u200Bx\u200B"), "\u200Bx\u200B");
   EXPECT_EQ(Unicode::trim(u"\u2003\U0001F600 "), u"\U0001F600");
+}
+
+TEST(Unicode, OrdersNamesAsPeopleDo) {
+  constexpr auto before = Unicode::nameComesBefore;
+  std::vector<std::string> names{"Mic 10", "mic 2", "Zoom", "\u00C9cran", "USB 1", "", "Mic 9 left"};
+  std::sort(names.begin(), names.end(), before);
+  EXPECT_EQ(names, (std::vector<std::string>{"", "\u00C9cran", "mic 2", "Mic 9 left", "Mic 10", "USB 1", "Zoom"}));
+  EXPECT_FALSE(before("Mic 02", "Mic 2") && before("Mic 2", "Mic 02"));
+  EXPECT_FALSE(before("\xFF", "\xFF"));
 }
 
 }  // namespace
