@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Dictation/AudioMuffler.h"
+
+#include <gtest/gtest.h>
+
+#include "Tests/Doubles/FakeMuffleRoutes.h"
+#include "Tests/Doubles/LogCapture.h"
+#include "Tests/Doubles/VirtualTime.h"
+
+namespace quillet {
+namespace {
+
+using namespace std::chrono_literals;
+using End = MuffleRoute::End;
+
+class AudioMufflerTest : public testing::Test {
+ protected:
+  test::VirtualTime time;
+  test::FakeMuffleRoutes routes;
+  AudioMuffler muffler{time.executor(), time.source(), routes};
+};
+
+TEST_F(AudioMufflerTest, KeepsTheRouteUntilTheFadeIsOver) {
+  muffler.restore();
+  time.advance(1s);
+  EXPECT_EQ(routes.built, 0);
+  muffler.start();
+  EXPECT_TRUE(routes.engaged);
+  muffler.restore();
+  EXPECT_FALSE(routes.engaged);
+  time.advance(349ms);
+  EXPECT_EQ(routes.standing, 1);
+  time.advance(1ms);
+  EXPECT_EQ(routes.standing, 0);
+}
+
+TEST_F(AudioMufflerTest, StartWithinTheFadeTurnsItRound) {
+  muffler.start();
+  muffler.restore();
+  time.advance(300ms);
+  muffler.start();
+  muffler.start();
+  time.advance(1s);
+  EXPECT_TRUE(routes.engaged);
+  EXPECT_EQ(routes.built, 1);
+  EXPECT_EQ(routes.standing, 1);
+  // The teardown counts from the last restore, and a second restore doesn't put it off.
+  muffler.restore();
+  time.advance(200ms);
+  muffler.restore();
+  time.advance(150ms);
+  EXPECT_EQ(routes.standing, 0);
+}
+
+TEST_F(AudioMufflerTest, RestoreNowTearsDownWithoutAFade) {
+  muffler.start();
+  muffler.restoreNow();
+  EXPECT_EQ(routes.tornDownNow, 1);
+  EXPECT_EQ(routes.standing, 0);
+  muffler.start();
+  muffler.restore();
+  muffler.restoreNow();
+  EXPECT_EQ(routes.tornDownNow, 2);
+  time.advance(1s);
+  muffler.restoreNow();
+  EXPECT_EQ(routes.tornDownNow, 2);
+}
+
+TEST_F(AudioMufflerTest, LogsWhatCannotBeBuiltAndTriesAtTheNextStart) {
+  test::LogCapture::instance().expect("Couldn't muffle audio: create sink (6)");
+  muffler.start();
+  routes.end(End::neverStood, {"create sink", 6});
+  EXPECT_EQ(routes.standing, 0);
+  time.advance(1min);
+  EXPECT_EQ(routes.built, 1);
+  muffler.restore();
+  muffler.start();
+  EXPECT_EQ(routes.built, 2);
+  EXPECT_TRUE(routes.engaged);
+}
+
+TEST_F(AudioMufflerTest, BuildsARouteThatBrokeAgainUntilRestore) {
+  test::LogCapture::instance().expect("Couldn't muffle audio: play (1)");
+  muffler.start();
+  routes.end(End::broke, {"play", 1});
+  EXPECT_EQ(routes.standing, 0);
+  time.advance(500ms);
+  EXPECT_EQ(routes.built, 2);
+  EXPECT_TRUE(routes.engaged);
+  routes.end(End::neverStood, {"connect", 2});
+  time.advance(999ms);
+  EXPECT_EQ(routes.built, 2);
+  time.advance(1ms);
+  EXPECT_EQ(routes.built, 3);
+  routes.end(End::neverStood, {"connect", 2});
+  muffler.start();
+  EXPECT_EQ(routes.built, 3) << "it is being seen to";
+  muffler.restore();
+  time.advance(1min);
+  EXPECT_EQ(routes.built, 3);
+}
+
+TEST_F(AudioMufflerTest, LeavesARouteThatBreaksInTheFade) {
+  test::LogCapture::instance().expect("Couldn't muffle audio: record (1)");
+  muffler.start();
+  muffler.restore();
+  routes.end(End::broke, {"record", 1});
+  time.advance(1min);
+  EXPECT_EQ(routes.built, 1);
+  EXPECT_EQ(routes.standing, 0);
+}
+
+}  // namespace
+}  // namespace quillet
