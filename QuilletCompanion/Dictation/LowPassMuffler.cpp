@@ -22,7 +22,7 @@ std::array<Biquad, 2> stages(double sampleRate) {
   return {Biquad::lowPass(sampleRate, cutoff, kStages[0]), Biquad::lowPass(sampleRate, cutoff, kStages[1])};
 }
 
-std::size_t commonFrames(std::span<const AudioBuffer> input) {
+std::size_t commonFrames(std::span<const InputSamples> input) {
   std::size_t frames = std::numeric_limits<std::size_t>::max();
   for (const auto& buffer : input) {
     if (!buffer.samples.empty() && buffer.channels > 0) frames = std::min(frames, buffer.frames());
@@ -41,15 +41,15 @@ struct TapSource {
   std::size_t frames = 0;
 
   // Buffers of the device's own come first, where there are any.
-  static TapSource interleaved(std::span<const AudioBuffer> input, std::size_t channel) {
-    const AudioBuffer& buffer = input.back();
+  static TapSource interleaved(std::span<const InputSamples> input, std::size_t channel) {
+    const InputSamples& buffer = input.back();
     const std::size_t stride = std::max<std::size_t>(1, buffer.channels);
     const std::size_t offset = std::min(stride - 1, channel);
     return {buffer.samples.data() + offset, stride, (buffer.samples.size() + stride - 1 - offset) / stride};
   }
-  static TapSource separate(std::span<const AudioBuffer> input, std::size_t channels, std::size_t channel) {
+  static TapSource separate(std::span<const InputSamples> input, std::size_t channels, std::size_t channel) {
     if (input.size() + channel < channels) return {};
-    const AudioBuffer& buffer = input[input.size() - channels + channel];
+    const InputSamples& buffer = input[input.size() - channels + channel];
     return {buffer.samples.data(), 1, buffer.samples.size()};
   }
 
@@ -64,7 +64,7 @@ struct TapSource {
 /// Where the frames of a callback go.
 class Output {
  public:
-  explicit Output(std::span<const AudioBuffer> buffers) : buffers_(buffers) {
+  explicit Output(std::span<const OutputSamples> buffers) : buffers_(buffers) {
     for (const auto& buffer : buffers) channels_ += buffer.channels;
   }
 
@@ -84,7 +84,7 @@ class Output {
   }
 
  private:
-  std::span<const AudioBuffer> buffers_;
+  std::span<const OutputSamples> buffers_;
   std::size_t channels_ = 0;
 };
 
@@ -98,7 +98,7 @@ LowPassMuffler::LowPassMuffler(const Format& format)
       left_(stages(usableRate(format.sampleRate))),
       right_(left_) {}
 
-void LowPassMuffler::render(std::span<const AudioBuffer> input, std::span<const AudioBuffer> output) noexcept {
+void LowPassMuffler::render(std::span<const InputSamples> input, std::span<const OutputSamples> output) noexcept {
   const float target = engaged.load(std::memory_order_relaxed) ? 1 : 0;
   const std::size_t frames = commonFrames(input);
   if (frames == 0) return;

@@ -12,12 +12,16 @@
 namespace quillet {
 
 /// One of the buffers that a sound callback brings: frames of `channels` samples each.
-struct AudioBuffer {
-  std::span<float> samples;  ///< Empty where it has no data.
+template <typename Sample>
+struct SampleBuffer {
+  std::span<Sample> samples;  ///< Empty where it has no data.
   std::size_t channels = 0;
 
   std::size_t frames() const { return channels == 0 ? 0 : samples.size() / channels; }
 };
+
+using InputSamples = SampleBuffer<const float>;
+using OutputSamples = SampleBuffer<float>;
 
 /// What makes music sound as from the next room: a fourth-order low-pass that fades in and out. `engaged` may be
 /// written by any thread, `render` belongs to the sound thread.
@@ -38,7 +42,7 @@ class LowPassMuffler {
 
   /// Filters as many frames as every input buffer has. Channels are counted across the output buffers: the first two
   /// get left and right, a single one their mean, others silence. Takes no lock and no memory.
-  void render(std::span<const AudioBuffer> input, std::span<const AudioBuffer> output) noexcept;
+  void render(std::span<const InputSamples> input, std::span<const OutputSamples> output) noexcept;
 
   float mix() const { return mix_; }  ///< 0 untouched, 1 full effect. Of the sound thread.
 

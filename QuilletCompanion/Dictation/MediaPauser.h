@@ -16,7 +16,7 @@ class MediaPauser {
 
   void pause();
   void resume();
-  /// Instead of all that is still to do: lets go on what was paused. Waits for that, for half a second at most.
+  /// Instead of all that is still to do: lets go on what was paused. Waits for that, for a second at most.
   void resumeNow();
 
  private:

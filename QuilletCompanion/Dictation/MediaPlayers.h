@@ -14,7 +14,7 @@ class MediaPlayers {
   virtual Awaitable<bool> pause() = 0;
   /// Lets those go on that were paused, as far as they still are, and forgets them. Throws nothing but a cancellation.
   virtual Awaitable<void> play() = 0;
-  /// The same before it returns, without asking them anything; waits for half a second at most. Also for those that an
+  /// The same before it returns, without asking them anything; waits for a second at most. Also for those that an
   /// unfinished `pause` may have reached.
   virtual void playNow() = 0;
 };

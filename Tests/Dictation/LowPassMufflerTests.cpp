@@ -43,7 +43,8 @@ static_assert(std::atomic<bool>::is_always_lock_free);
 /// Renders one callback with a single input buffer into a single output buffer.
 Samples render(LowPassMuffler& muffler, Samples input, std::size_t inputChannels = 2, std::size_t outputChannels = 2) {
   Samples output(input.size() / inputChannels * outputChannels, -9);
-  const AudioBuffer from{input, inputChannels}, to{output, outputChannels};
+  const InputSamples from{input, inputChannels};
+  const OutputSamples to{output, outputChannels};
   muffler.render(std::span(&from, 1), std::span(&to, 1));
   return output;
 }
@@ -121,7 +122,8 @@ TEST(LowPassMufflerTest, FitsChannelsToTheOutput) {
   EXPECT_THAT(render(mono, {0.25F, 0.75F}, 1, 2), ElementsAre(0.25F, 0.25F, 0.75F, 0.75F));
   // Channels are counted across buffers; one without data is counted and left alone.
   Samples input{0.25F, 0.75F}, first{9}, third{9, 9};
-  const AudioBuffer from{input, 2}, to[] = {{first, 1}, {{}, 1}, {third, 2}};
+  const InputSamples from{input, 2};
+  const OutputSamples to[] = {{first, 1}, {{}, 1}, {third, 2}};
   stereo.render(std::span(&from, 1), to);
   EXPECT_THAT(first, ElementsAre(0.25F));
   EXPECT_THAT(third, ElementsAre(0, 0));
@@ -129,23 +131,23 @@ TEST(LowPassMufflerTest, FitsChannelsToTheOutput) {
 
 TEST(LowPassMufflerTest, FindsTheTapAmongTheInputBuffers) {
   Samples device{1, 2, 3, 4}, left{0.1F, 0.2F, 0.3F}, right{0.4F, 0.5F, 0.6F}, output(8, -9);
-  const AudioBuffer to{output, 2};
+  const OutputSamples to{output, 2};
   LowPassMuffler separate({.interleaved = false});
-  const AudioBuffer buffers[] = {{device, 1}, {{}, 2}, {left, 1}, {right, 1}};
+  const InputSamples buffers[] = {{device, 1}, {{}, 2}, {left, 1}, {right, 1}};
   separate.render(buffers, std::span(&to, 1));
   EXPECT_THAT(output, ElementsAre(0.1F, 0.4F, 0.2F, 0.5F, 0.3F, 0.6F, -9, -9)) << "as many frames as all have";
 
   LowPassMuffler interleaved({});
   Samples both{0.1F, 0.4F};
-  const AudioBuffer tapLast[] = {{device, 1}, {both, 2}};
+  const InputSamples tapLast[] = {{device, 1}, {both, 2}};
   interleaved.render(tapLast, std::span(&to, 1));
   EXPECT_THAT(std::span(output).first(2), ElementsAre(0.1F, 0.4F));
-  const AudioBuffer tapEmpty[] = {{device, 1}, {{}, 2}};
+  const InputSamples tapEmpty[] = {{device, 1}, {{}, 2}};
   interleaved.render(tapEmpty, std::span(&to, 1));
   EXPECT_THAT(std::span(output).first(8), Each(0));
 
   output.assign(8, -9);
-  const AudioBuffer nothing[] = {{{}, 2}, {device, 0}};
+  const InputSamples nothing[] = {{{}, 2}, {device, 0}};
   interleaved.render(nothing, std::span(&to, 1));
   interleaved.render({}, std::span(&to, 1));
   EXPECT_THAT(output, Each(-9));
@@ -154,7 +156,8 @@ TEST(LowPassMufflerTest, FindsTheTapAmongTheInputBuffers) {
 TEST(LowPassMufflerTest, NeverWritesPastAShortOutput) {
   LowPassMuffler muffler({});
   Samples input(600, 0.5F), output(200, -9);
-  const AudioBuffer from{input, 2}, to{std::span(output).first(100), 2};
+  const InputSamples from{input, 2};
+  const OutputSamples to{std::span(output).first(100), 2};
   muffler.render(std::span(&from, 1), std::span(&to, 1));
   EXPECT_EQ(output[99], 0.5F);
   EXPECT_EQ(output[100], -9);
@@ -185,7 +188,8 @@ TEST(LowPassMufflerTest, TakesNoMemory) {
   LowPassMuffler muffler({});
   muffler.engaged = true;
   Samples input(1920, 0.5F), output(1920);
-  const AudioBuffer from{input, 2}, to{output, 2};
+  const InputSamples from{input, 2};
+  const OutputSamples to{output, 2};
   const long before = allocations;
   for (int callback = 0; callback < 100; ++callback) muffler.render(std::span(&from, 1), std::span(&to, 1));
   EXPECT_EQ(allocations, before);

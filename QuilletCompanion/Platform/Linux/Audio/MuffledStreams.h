@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "QuilletCompanion/Platform/Linux/Audio/PulseConnection.h"
+
+namespace quillet {
+
+/// Others' streams in the sink that nobody hears, and where each belongs. The sink's name never changes: the server
+/// remembers it with the programs whose streams were moved there. Questions within; of the sound thread, within jobs.
+class MuffledStreams {
+ public:
+  static constexpr const char* sinkName = "quillet_muffle";
+  /// Of what was told when a stream was taken: its index and the sink it belongs to; empty for whichever is the
+  /// default.
+  using OnTaken = std::function<void(std::uint32_t index, const std::string& home)>;
+
+  MuffledStreams(PulseConnection& connection, OnTaken onTaken)
+      : connection_(connection), onTaken_(std::move(onTaken)) {}
+
+  /// Moves every stream of other programs into the sink.
+  void takeAll();
+  /// The same for one, which may be gone already.
+  void take(std::uint32_t index);
+  void setHome(std::uint32_t index, std::string home) { homes_[index] = std::move(home); }
+  /// Moves what is in the sink to where it belongs, or to the default output where that is gone. False if the server
+  /// didn't do all of it.
+  bool giveBack();
+
+  /// The modules that make such a sink; without a value if the server doesn't say.
+  static std::optional<std::set<std::uint32_t>> modulesOf(PulseConnection& connection);
+  /// Removes sinks that an earlier run may have left behind; their streams go to the default output.
+  static void removeStale(PulseConnection& connection);
+
+ private:
+  void take(const PulseConnection::SinkInput& input, const std::vector<PulseConnection::Sink>& sinks,
+            const std::string& defaultSink);
+
+  PulseConnection& connection_;
+  OnTaken onTaken_;
+  std::map<std::uint32_t, std::string> homes_;  ///< By the stream's index.
+};
+
+}  // namespace quillet

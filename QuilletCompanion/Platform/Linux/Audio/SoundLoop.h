@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <pulse/mainloop-api.h>
+#include <pulse/mainloop.h>
+
+#include <atomic>
+#include <boost/asio/execution.hpp>
+#include <boost/asio/execution_context.hpp>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <type_traits>
+#include <utility>
+
+#include "QuilletKit/Async/Clock.h"
+
+namespace quillet {
+
+/// What the sound thread does: it serves the sound server's streams and, between their callbacks, runs jobs one after
+/// the other. A job may wait for the server; the streams go on meanwhile, other jobs don't.
+class SoundLoop {
+ public:
+  using Job = std::function<void()>;
+
+  SoundLoop();
+  ~SoundLoop();
+  SoundLoop(const SoundLoop&) = delete;
+  SoundLoop& operator=(const SoundLoop&) = delete;
+
+  // From any thread.
+
+  void post(Job job);
+  /// The same for coroutines.
+  Executor executor();
+  /// Ends `run` soon, and every wait. Jobs that are left aren't run any more.
+  void stop();
+
+  /// After the end of `run`: forgets them, with all that they hold.
+  void dropJobs();
+
+  // On the sound thread.
+
+  /// Serves until `stop`.
+  void run();
+  pa_mainloop_api* api() { return pa_mainloop_get_api(loop_.get()); }
+  void later(Duration wait, Job job);
+  /// Serves the streams until the condition holds; false if it doesn't in time, or at the end. Within jobs only.
+  bool waitUntil(const std::function<bool()>& condition, Duration atMost);
+
+ private:
+  class Poster;
+  struct Context : boost::asio::execution_context {
+    using execution_context::destroy;
+    using execution_context::shutdown;
+  };
+  struct Free {
+    void operator()(pa_mainloop* loop) const { pa_mainloop_free(loop); }
+  };
+
+  bool hasPosted();
+  void runReady();
+  /// Lets the streams go on once; waits until then at most, with `untilJob` also for a job no longer.
+  void serve(MonotonicTime until, bool untilJob);
+
+  std::unique_ptr<pa_mainloop, Free> loop_{pa_mainloop_new()};
+  std::atomic<bool> stopping_{false};
+  std::mutex lock_;
+  std::deque<Job> posted_;
+  std::multimap<MonotonicTime, Job> later_;  ///< Of the sound thread.
+  Context context_;
+};
+
+/// The form of the executor that Asio asks for.
+class SoundLoop::Poster {
+ public:
+  explicit Poster(SoundLoop& loop) : loop_(&loop) {}
+
+  template <typename Function>
+  void execute(Function&& function) const {
+    loop_->post([work = std::make_shared<std::decay_t<Function>>(std::forward<Function>(function))] {
+      std::decay_t<Function> once = std::move(*work);
+      std::move(once)();
+    });
+  }
+  boost::asio::execution_context& query(boost::asio::execution::context_t) const noexcept { return loop_->context_; }
+  static constexpr boost::asio::execution::blocking_t query(boost::asio::execution::blocking_t) noexcept {
+    return boost::asio::execution::blocking.never;
+  }
+  bool operator==(const Poster& other) const noexcept { return loop_ == other.loop_; }
+  bool operator!=(const Poster& other) const noexcept { return loop_ != other.loop_; }
+
+ private:
+  SoundLoop* loop_;
+};
+
+}  // namespace quillet

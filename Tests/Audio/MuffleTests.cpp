@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: MIT
+#include <filesystem>
+#include <optional>
+
+#include "QuilletCompanion/Platform/Linux/Audio/PulseMuffleRoutes.h"
+#include "Tests/Audio/SoundRig.h"
+
+namespace quillet {
+namespace {
+
+using namespace test;
+using End = MuffleRoute::End;
+
+class MuffleTest : public SoundTest {
+ protected:
+  ~MuffleTest() override {
+    route.reset();
+    EXPECT_TRUE(eventually([] { return sinks().find("quillet_muffle") == std::string::npos; }));
+    EXPECT_TRUE(eventually([] { return watchers() == 0; })) << "a watcher is left";
+  }
+
+  static std::string sinks() { return outputOf("pactl list short sinks"); }
+  static int watchers() { return std::stoi("0" + outputOf("pgrep -c -f [q]uillet-muffle-watch")); }
+  void build() {
+    route = routes.build([this](End end, const MuffleRoute::Failure& failure) {
+      ended = end;
+      told = failure.text();
+    });
+    route->setEngaged(true);
+  }
+  bool buildMuffled() {
+    build();
+    return eventually([&] { return listener.hearsMuffledMusic(); });
+  }
+  bool hearsMusicSoon(std::chrono::milliseconds atMost = 15s) {
+    return eventually([&] { return listener.hearsMusic(); }, atMost);
+  }
+  /// The sink that the only stream of another program is in.
+  static std::string placeOfMusic() {
+    const std::string index = outputOf("pactl list short sink-inputs | head -1 | cut -f2");
+    return outputOf("pactl list short sinks | awk '$1 == \"" + index + "\" { print $2 }'");
+  }
+
+  PulseMuffleRoutes routes{thread};
+  Listener listener;
+  std::unique_ptr<MuffleRoute> route;
+  std::optional<End> ended;
+  std::string told;
+};
+
+TEST_F(MuffleTest, TakesTheHighTonesAndGivesThemBack) {
+  const Music music;
+  ASSERT_TRUE(hearsMusicSoon());
+  EXPECT_EQ(watchers(), 0);
+  ASSERT_TRUE(buildMuffled()) << told << listener.levels().low << " " << listener.levels().high;
+  EXPECT_EQ(watchers(), 1);
+  EXPECT_TRUE(during(1s, [&] { return listener.hearsMuffledMusic(); }))
+      << listener.levels().low << " " << listener.levels().high;
+  route->setEngaged(false);
+  EXPECT_TRUE(hearsMusicSoon()) << "through the route, without its effect";
+  listener.mark();
+  route.reset();
+  EXPECT_TRUE(eventually([] { return sinks().find("quillet_muffle") == std::string::npos; }));
+  EXPECT_TRUE(hearsMusicSoon());
+  EXPECT_LT(listener.silentMilliseconds(), 120);
+  EXPECT_EQ(placeOfMusic(), "speakers");
+  EXPECT_EQ(ended, std::nullopt) << told;
+}
+
+TEST_F(MuffleTest, MufflesWhatBeginsLaterAlsoWithAnOutputOfItsOwn) {
+  build();
+  ASSERT_TRUE(eventually([] { return sinks().find("quillet_muffle") != std::string::npos; }));
+  Listener headphones("headphones");
+  const Music music({"-d", "headphones"});
+  EXPECT_TRUE(eventually([&] { return listener.hearsMuffledMusic(); }));
+  EXPECT_LT(headphones.levels().high, 0.01);
+  route.reset();
+  EXPECT_TRUE(eventually([&] { return headphones.hearsMusic(); })) << "it goes back to where it belongs";
+}
+
+TEST_F(MuffleTest, StandsWhileTheDefaultOutputChanges) {
+  const Music music;
+  ASSERT_TRUE(buildMuffled());
+  run("pactl set-default-sink headphones");
+  EXPECT_TRUE(during(1s, [&] { return listener.hearsMuffledMusic(); }));
+  Listener headphones("headphones");
+  route.reset();
+  EXPECT_TRUE(eventually([&] { return headphones.hearsMusic(); })) << "what followed the default does so again";
+}
+
+TEST_F(MuffleTest, ComesBackWithinASecondOfAKill) {
+  const Music music;
+  ASSERT_TRUE(hearsMusicSoon());
+  for (int round = 0; round < 2; ++round) {
+    Program program({std::filesystem::read_symlink("/proc/self/exe").string(), "--muffle"});
+    ASSERT_TRUE(eventually([&] { return listener.hearsMuffledMusic(); })) << "round " << round;
+    const auto killed = SteadyClock::now();
+    program.end(SIGKILL);
+    ASSERT_TRUE(hearsMusicSoon(1s)) << "round " << round;
+    RecordProperty("milliseconds-after-kill",
+                   static_cast<int>(std::chrono::milliseconds((SteadyClock::now() - killed) / 1ms).count()));
+    EXPECT_TRUE(eventually([] { return sinks().find("quillet_muffle") == std::string::npos; }));
+  }
+}
+
+TEST_F(MuffleTest, CleansUpWhatAnEarlierRunLeft) {
+  run("pactl load-module module-null-sink sink_name=quillet_muffle norewinds=1");
+  ASSERT_TRUE(eventually([] { return sinks().find("quillet_muffle") != std::string::npos; }));
+  const Music music({"-d", "quillet_muffle"});
+  EXPECT_TRUE(during(300ms, [&] { return !listener.hearsMusic(); }));
+  thread.post([core = thread.core()] { core->connection.connect(); });
+  EXPECT_TRUE(hearsMusicSoon());
+  EXPECT_EQ(sinks().find("quillet_muffle"), std::string::npos);
+}
+
+TEST_F(MuffleTest, TellsOfAnOutputThatWasUnplugged) {
+  const std::string output = outputOf("pactl load-module module-null-sink sink_name=usb norewinds=1");
+  ASSERT_TRUE(eventually([] { return sinks().find("usb") != std::string::npos; }));
+  run("pactl set-default-sink usb");
+  const Music music;
+  Listener usb("usb");
+  build();
+  ASSERT_TRUE(eventually([&] { return usb.hearsMuffledMusic(); }));
+  run("pactl unload-module " + output);
+  ASSERT_TRUE(eventually([&] { return ended == End::broke; }));
+  // Where the music goes then is for the server to choose.
+  run("pactl set-default-sink speakers");
+  EXPECT_TRUE(hearsMusicSoon());
+}
+
+TEST_F(MuffleTest, TellsOfASinkThatWasRemovedByOthers) {
+  const Music music;
+  ASSERT_TRUE(buildMuffled());
+  run("pactl list short modules | grep sink_name=quillet_muffle | cut -f1 | xargs pactl unload-module");
+  ASSERT_TRUE(eventually([&] { return ended == End::broke; }));
+}
+
+TEST_F(MuffleTest, EndsAtOnceWhenToldSo) {
+  const Music music;
+  ASSERT_TRUE(buildMuffled());
+  const auto begun = SteadyClock::now();
+  route->tearDownNow();
+  EXPECT_LT(SteadyClock::now() - begun, 900ms);
+  EXPECT_EQ(placeOfMusic(), "speakers");
+  EXPECT_TRUE(hearsMusicSoon(1s));
+  // Also one that is only being built.
+  build();
+  route->tearDownNow();
+  EXPECT_TRUE(during(500ms, [&] { return !listener.hearsMuffledMusic(); }));
+}
+
+TEST_F(MuffleTest, TurnsRoundAtAnyMoment) {
+  const Music music;
+  ASSERT_TRUE(hearsMusicSoon());
+  for (int wait = 0; wait < 300; wait += 20) {
+    build();
+    serve(std::chrono::milliseconds(wait));
+    route.reset();
+    serve(std::chrono::milliseconds(wait % 50));
+  }
+  ASSERT_TRUE(buildMuffled()) << told;
+  route.reset();
+  EXPECT_TRUE(hearsMusicSoon());
+  EXPECT_EQ(ended, std::nullopt) << told;
+}
+
+}  // namespace
+}  // namespace quillet
