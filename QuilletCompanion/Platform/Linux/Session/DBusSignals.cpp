@@ -68,7 +68,7 @@ GVariantRef DBusSignals::call(const char* service, const char* path, const char*
 void DBusSignals::callLater(const char* service, const char* path, const char* interface, const char* method,
                             GVariant* arguments, Reply reply) const {
   const GVariantRef owned(arguments == nullptr ? nullptr : g_variant_ref_sink(arguments));
-  if (!connection_) return;
+  if (!connection_) return refuseLater(std::move(reply));
   const auto finish = [](GObject* connection, GAsyncResult* result, void* data) {
     const std::unique_ptr<Reply> told(static_cast<Reply*>(data));
     GUnixFDList* received = nullptr;
@@ -82,6 +82,20 @@ void DBusSignals::callLater(const char* service, const char* path, const char* i
   g_dbus_connection_call_with_unix_fd_list(connection_.get(), service, path, interface, method, owned.get(), nullptr,
                                            G_DBUS_CALL_FLAGS_NO_AUTO_START, callTimeoutMs, nullptr, ending_.get(),
                                            finish, new Reply(std::move(reply)));
+}
+
+void DBusSignals::refuseLater(Reply reply) const {
+  struct Refusal {
+    Reply reply;
+    GRef<GCancellable> ending;
+  };
+  const auto refuse = [](void* data) -> gboolean {
+    const auto* const refusal = static_cast<Refusal*>(data);
+    if (g_cancellable_is_cancelled(refusal->ending.get()) == FALSE) refusal->reply(nullptr, nullptr);
+    return G_SOURCE_REMOVE;
+  };
+  g_idle_add_full(G_PRIORITY_DEFAULT, refuse, new Refusal{std::move(reply), addRef(ending_.get())},
+                  [](void* data) { delete static_cast<Refusal*>(data); });
 }
 
 void DBusSignals::closed(GDBusConnection*, gboolean, GError*, void* data) {

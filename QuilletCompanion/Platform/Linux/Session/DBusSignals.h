@@ -42,7 +42,7 @@ class DBusSignals {
   /// The reply, or nothing on failure; waits for three quarters of a second at most. `arguments` may be floating.
   GVariantRef call(const char* service, const char* path, const char* interface, const char* method,
                    GVariant* arguments, GDBusCallFlags flags = G_DBUS_CALL_FLAGS_NO_AUTO_START) const;
-  /// The same without waiting: `reply` is called later, or never if this object is gone by then.
+  /// The same without waiting: `reply` is called later, also without a bus, or never if this object is gone by then.
   void callLater(const char* service, const char* path, const char* interface, const char* method, GVariant* arguments,
                  Reply reply) const;
 
@@ -62,6 +62,7 @@ class DBusSignals {
 
   static void closed(GDBusConnection*, gboolean remotePeerVanished, GError*, void* self);
   static gboolean reconnect(void* self);
+  void refuseLater(Reply reply) const;
   void adopt(GRef<GDBusConnection> connection);
   void drop();
   void retryLater();
