@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "QuilletCompanion/App/AppModel.h"
+#include "QuilletCompanion/App/DeviceModel.h"
+#include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
+#include "QuilletCompanion/Platform/Linux/Session/AutostartItem.h"
+#include "QuilletCompanion/Platform/Linux/Session/LinuxDeviceModel.h"
+#include "QuilletCompanion/Platform/Linux/Session/LinuxScreenLockMonitor.h"
+#include "QuilletCompanion/Platform/Linux/Session/LinuxSystemEvents.h"
+#include "QuilletCompanion/Platform/Linux/Storage/FolderWatch.h"
+#include "QuilletCompanion/Platform/Linux/Typing/KeyTypist.h"
+#include "QuilletCompanion/Platform/Qt/MainLoopExecutor.h"
+#include "QuilletCompanion/Platform/Qt/MainLoopTimers.h"
+#include "QuilletCompanion/Program/NetworkThread.h"
+#include "QuilletKit/Words/BackgroundLedgerStorage.h"
+
+namespace quillet {
+
+/// The program on this desktop: the adapters and the model over them. Construct after QCoreApplication.
+class Program {
+ public:
+  /// Stands between people and the model, from before its start to the end of the event loop.
+  class Front {
+   public:
+    virtual ~Front() = default;
+  };
+  using MakeFront = std::function<std::unique_ptr<Front>(AppModel& model, Executor mainThread)>;
+
+  /// `launchOptions`: what the desktop shall start it with at login. `defaults` outlives it.
+  Program(UserDefaults& defaults, std::optional<std::filesystem::path> supportFolder,
+          std::vector<std::string> launchOptions);
+
+  /// Runs until somebody quits; gives the exit code.
+  int run(const MakeFront& makeFront);
+  /// Whether it quit to be started anew.
+  bool restartWanted() const { return restartWanted_; }
+
+ private:
+  int serve(AppModel& model, const MakeFront& makeFront);
+  void shareWords(const std::filesystem::path& folder);
+  AppModelParts parts();
+
+  UserDefaults& defaults_;
+  const std::optional<std::filesystem::path> supportFolder_;
+  std::unique_ptr<SecretStore> secretStore_;
+  MainLoop mainLoop_;
+  MainLoopTimers timers_{mainLoop_.executor()};
+  NetworkThread network_;
+  HTTPSession session_{network_.executor()};
+  LinuxScreenLockMonitor lockMonitor_;
+  LinuxSystemEvents systemEvents_;
+  KeyTypist keyTypist_;
+  SystemAccessibilityProvider provider_{static_cast<std::int32_t>(::getpid()), lockMonitor_, keyTypist_};
+  const LinuxDeviceModel machine_;
+  const DeviceModel deviceModel_{[this] { return machine_.modelName(); }, [this] { return machine_.hasBattery(); }};
+  AutostartItem loginItem_;
+  std::unique_ptr<BackgroundLedgerStorage> wordLedgers_;
+  std::optional<FolderWatch> wordFolder_;
+  bool restartWanted_ = false;
+};
+
+}  // namespace quillet
