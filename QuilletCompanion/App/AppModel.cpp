@@ -10,9 +10,9 @@ namespace {
 
 constexpr auto kTrustPollPeriod = std::chrono::seconds(2);
 
-/// Trimmed; empty for what can't be sent to anyone.
+/// Trimmed, and as long as a name may be; empty for what can't be sent to anyone.
 std::string usableName(std::string_view name) {
-  return Unicode::isValidUTF8(name) ? std::string(Unicode::trim(name)) : std::string();
+  return Unicode::isValidUTF8(name) ? DeviceUpkeep::cutName(name) : std::string();
 }
 
 std::string fallbackNameFrom(const std::string& hostName) {
@@ -62,6 +62,7 @@ std::optional<std::string> journalTroubleText(JournalTrouble trouble) {
 
 AppModel::AppModel(AppModelParts parts)
     : parts_(std::move(parts)),
+      serviceLocation_(quillet::serviceLocation(parts_.defaults, parts_.bundleServiceURL)),
       localTest_(std::make_shared<LocalTestField>([this] { return parts_.provider.isOwnApplicationActive(); },
                                                   parts_.time.now)),
       peerStore_(supportFile(parts_.supportFolder, "peers.json")),
@@ -142,6 +143,7 @@ void AppModel::wake() {
 }
 
 void AppModel::loadIdentity() {
+  if (!serviceLocation_) return startupError_.set(std::string(kServiceLocationProblem));
   std::optional<DeviceIdentity> identity;
   try {
     identity = DeviceIdentity::loadOrCreate(parts_.secretStore);
@@ -154,7 +156,7 @@ void AppModel::loadIdentity() {
 }
 
 void AppModel::wireServices(DeviceIdentity identity) {
-  const auto services = Services::make(parts_, std::move(identity), serviceLocation(), peerStore_, localTest_,
+  const auto services = Services::make(parts_, std::move(identity), *serviceLocation_, peerStore_, localTest_,
                                        [this] { scheduleReadiness(); });
   services_ = services;
   watchJournal(*services->journal);
@@ -183,6 +185,7 @@ void AppModel::listenTo(RelayConnection& connection) {
 }
 
 void AppModel::startRegistration(int refusals) {
+  provedSinceRegistration_ = false;
   if (services_) registration_.start(services_->api, refusals);
 }
 
@@ -191,7 +194,7 @@ void AppModel::registered() {
   if (!services) return;
   if (services->connection->state().get() == RelayConnection::State(RelayConnection::Phase::stopped)) {
     services->connection->start();
-  } else {
+  } else if (!services->connection->isConnected() || !provedSinceRegistration_) {
     services->connection->reconnectNow();
   }
   updateConnectionStatus();
@@ -209,6 +212,7 @@ void AppModel::refused() {
 void AppModel::connected() {
   refusals_ = 0;
   if (registration_.isWaiting()) startRegistration();
+  provedSinceRegistration_ = true;
   publishReadiness();
   upkeepAll();
 }

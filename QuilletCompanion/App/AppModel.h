@@ -114,7 +114,8 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   LocalTestField& localTest() { return *localTest_; }
   WordStatsStore& wordStats() { return wordStats_; }
   const std::string& appVersion() const { return parts_.appVersion; }
-  ServiceURL serviceLocation() const { return quillet::serviceLocation(parts_.defaults, parts_.bundleServiceURL); }
+  /// As it was at the start; absent where it can't be used, which `startupError` tells.
+  const std::optional<ServiceURL>& serviceLocation() const { return serviceLocation_; }
 
   void peerRevoked(const std::string& deviceId) override { upkeep_.dropPair(deviceId); }
   void peerPaired() override { upkeep_.reconcilePairs(); }
@@ -143,6 +144,7 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   std::function<void(Arguments...)> weakly(void (AppModel::*operation)(Arguments...));
 
   AppModelParts parts_;
+  const std::optional<ServiceURL> serviceLocation_;
   std::shared_ptr<LocalTestField> localTest_;
   PeerStore peerStore_;
   RegistrationLoop registration_;
@@ -165,7 +167,8 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   Observable<ConnectionRef>::Subscription connectionWatch_;
   Observable<JournalTrouble>::Subscription journalWatch_;
   Observable<RelayConnection::State>::Subscription relayWatch_;
-  int refusals_ = 0;  ///< Refused sockets since the last proved one.
+  int refusals_ = 0;                      ///< Refused sockets since the last proved one.
+  bool provedSinceRegistration_ = false;  ///< A socket was, since the registration that runs began.
   bool started_ = false;
   bool didPromptForAccessibility_ = false;
 };

@@ -21,7 +21,8 @@ void AppModel::retryConnection() {
 
 Awaitable<void> AppModel::checkHealth() {
   const auto self = shared_from_this();
-  const bool reachable = co_await health_.check(serviceLocation());
+  if (!serviceLocation_) co_return;
+  const bool reachable = co_await health_.check(*serviceLocation_);
   if (reachable && !registration_.isRegistered()) retryConnection();
 }
 

@@ -49,8 +49,12 @@ void DeviceUpkeep::detach() {
   serverPairs_.set({});
 }
 
+std::string DeviceUpkeep::cutName(std::string_view name) {
+  return std::string(Unicode::cutToClusters(Unicode::trim(name), kLongestName));
+}
+
 bool DeviceUpkeep::rename(std::string_view name) {
-  const std::string cut(Unicode::cutToClusters(Unicode::trim(name), kLongestName));
+  const std::string cut = cutName(name);
   if (cut.empty() || cut == macName_.get() || !Unicode::isValidUTF8(cut)) return false;
   macName_.set(cut);
   defaults_.set("macName", boost::json::string(cut));

@@ -30,6 +30,9 @@ class DeviceUpkeep {
   /// Gives up what is under way. What waits goes on waiting.
   void detach();
 
+  /// Trimmed, 64 characters at most. `name` is UTF-8.
+  static std::string cutName(std::string_view name);
+
   /// Keeps the trimmed name, 64 characters of it at most, and notes that the service has to hear of it. False, and
   /// nothing done, for an empty name, the present one, or one that isn't UTF-8.
   bool rename(std::string_view name);

@@ -2,9 +2,11 @@
 #include "QuilletCompanion/App/PairingViewModel.h"
 
 #include <boost/asio/error.hpp>
+#include <cmath>
 #include <stdexcept>
 #include <utility>
 
+#include "QuilletCompanion/Relay/Backoff.h"
 #include "QuilletKit/Base/Base64URL.h"
 #include "QuilletKit/Base/Log.h"
 #include "QuilletKit/Base/Unicode.h"
@@ -22,6 +24,12 @@ constexpr Duration kVerificationStep = 100ms;
 constexpr std::int64_t kGraceMs = 5'000;
 constexpr int kConfirmationAttempts = 5;
 constexpr std::size_t kNameCharacters = 64;
+
+/// 2 s at first, doubling to 30 s.
+Duration renewalWait(int attempt) {
+  const double seconds = Backoff{.base = 2.0, .cap = 30.0, .attempt = attempt}.nextDelay(1.0);
+  return std::chrono::milliseconds(std::lround(seconds * 1000));
+}
 
 /// What a call to the service came to. `value` may be there although the task was cancelled meanwhile.
 template <typename T>
@@ -82,6 +90,7 @@ struct PairingViewModel::Session {
   std::string phoneDeviceId, phoneName;
   Words words;
   std::int64_t expiresAt = 0;
+  bool wasAlive = false;  ///< The service has said so, before it expired by our clock.
 };
 
 PairingViewModel::PairingViewModel(Executor mainThread, std::shared_ptr<PairingAPI> api, DeviceIdentity identity,
@@ -139,7 +148,8 @@ bool PairingViewModel::isRetrying() const {
 
 Awaitable<void> PairingViewModel::run(std::weak_ptr<const bool> wanted) {
   const auto api = api_;  // outlives what it was asked, whatever becomes of the view model
-  for (;;) {
+  // Sessions in a row that were over before they began: clocks that are apart, or a service that has lost them.
+  for (int stillborn = 0;;) {
     auto session = co_await create(wanted);
     if (!session) co_return;
     show(*session);
@@ -148,6 +158,8 @@ Awaitable<void> PairingViewModel::run(std::weak_ptr<const bool> wanted) {
     const auto claim = co_await waitForClaim(*session, renew);
     if (renew) {
       cancelSession();
+      stillborn = session->wasAlive ? 0 : stillborn + 1;
+      if (stillborn > 1) co_await pause(wanted, time_.sleep(renewalWait(stillborn - 2)));
       continue;
     }
     if (!claim || wanted.expired()) co_return;
@@ -204,7 +216,7 @@ void PairingViewModel::show(const Session& session) {
                        .expiresAt = session.created.expiresAt});
 }
 
-Awaitable<std::optional<PairingStatus>> PairingViewModel::waitForClaim(const Session& session, bool& renew) {
+Awaitable<std::optional<PairingStatus>> PairingViewModel::waitForClaim(Session& session, bool& renew) {
   while (time_.now() < session.created.expiresAt) {
     auto answer = co_await ask(session.wanted, api_->pairingStatus(session.created.sessionId));
     if (answer.cancelled) co_return std::nullopt;
@@ -222,6 +234,7 @@ Awaitable<std::optional<PairingStatus>> PairingViewModel::waitForClaim(const Ses
       co_return std::nullopt;
     }
     if (answer.value && endedElsewhere(answer.value->state)) co_return std::nullopt;
+    session.wasAlive = session.wasAlive || answer.value;
     co_await pause(session.wanted, time_.sleep(kPollInterval));
   }
   renew = true;

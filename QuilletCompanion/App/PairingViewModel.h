@@ -86,7 +86,7 @@ class PairingViewModel {
 
   Awaitable<void> run(std::weak_ptr<const bool> wanted);
   Awaitable<std::optional<Session>> create(std::weak_ptr<const bool> wanted);
-  Awaitable<std::optional<PairingStatus>> waitForClaim(const Session& session, bool& renew);
+  Awaitable<std::optional<PairingStatus>> waitForClaim(Session& session, bool& renew);
   void show(const Session& session);
   void takeWords(Session& session, const PairingStatus& status) const;
   Awaitable<bool> verify(const Session& session);

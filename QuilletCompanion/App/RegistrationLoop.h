@@ -24,13 +24,8 @@ class RegistrationLoop {
     std::int64_t retryAt = 0;  ///< Milliseconds since 1970.
     bool operator==(const Offline&) const = default;
   };
-  /// For a display; nothing stores it today.
-  struct Failed {
-    std::string message;
-    bool operator==(const Failed&) const = default;
-  };
   enum class Step { notStarted, registering, registered, revoked /* until the user resets */ };
-  using State = std::variant<Offline, Failed, Step>;
+  using State = std::variant<Offline, Step>;
 
   /// `name` gives the device's name at each attempt, `jitter` a factor from 0.5 to 1.
   RegistrationLoop(Executor mainThread, TimeSource time, std::function<double()> jitter,

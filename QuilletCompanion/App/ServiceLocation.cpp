@@ -6,19 +6,33 @@
 namespace quillet {
 namespace {
 
-std::optional<ServiceURL> acceptableURL(const std::optional<std::string>& text) {
-  if (!text) return std::nullopt;
-  auto url = ServiceURL::parse(Unicode::trim(*text));
-  if (!url || (url->scheme != "http" && url->scheme != "https")) return std::nullopt;
-  return url;
+bool isAcceptable(const ServiceURL& url) {
+  return url.scheme == "http" || url.scheme == "https";
+}
+
+/// The text without what stands before an "@" in its authority; absent if there is no such thing.
+std::optional<std::string> withoutUser(std::string_view text) {
+  constexpr std::string_view kAfterScheme = "://";
+  const auto scheme = text.find(kAfterScheme);
+  if (scheme == text.npos) return std::nullopt;
+  const auto authority = scheme + kAfterScheme.size();
+  const auto at = text.substr(0, text.find_first_of("/?#", authority)).rfind('@');
+  if (at == text.npos || at < authority) return std::nullopt;
+  return std::string(text.substr(0, authority)) + std::string(text.substr(at + 1));
 }
 
 }  // namespace
 
-ServiceURL serviceLocation(const UserDefaults& defaults, const std::optional<std::string>& bundled) {
-  if (auto url = acceptableURL(defaults.string("QLTServerURLOverride"))) return *url;
-  if (auto url = acceptableURL(bundled)) return *url;
-  return *ServiceURL::parse(kDefaultServiceURL);
+std::optional<ServiceURL> serviceLocation(const UserDefaults& defaults, const std::optional<std::string>& bundled) {
+  for (const auto& source : {defaults.string("QLTServerURLOverride"), bundled}) {
+    if (!source) continue;
+    const auto text = Unicode::trim(*source);
+    if (auto url = ServiceURL::parse(text); url && isAcceptable(*url)) return url;
+    const auto plain = withoutUser(text);
+    const auto url = plain ? ServiceURL::parse(*plain) : std::nullopt;
+    if (url && isAcceptable(*url)) return std::nullopt;
+  }
+  return ServiceURL::parse(kDefaultServiceURL);
 }
 
 }  // namespace quillet

@@ -14,7 +14,13 @@ namespace quillet {
 inline constexpr std::string_view kDefaultServiceURL = "http://127.0.0.1:8787";
 
 /// The user's `QLTServerURLOverride`, or else `bundled`, or else the default: the first that is an http or https URL
-/// with a host.
-ServiceURL serviceLocation(const UserDefaults& defaults, const std::optional<std::string>& bundled);
+/// with a host. Absent if one before it is such a URL with a user name or a password: nobody would expect another
+/// service to be asked instead.
+std::optional<ServiceURL> serviceLocation(const UserDefaults& defaults, const std::optional<std::string>& bundled);
+
+/// Why there is none, for people.
+inline constexpr std::string_view kServiceLocationProblem =
+    "The address of the service holds a user name or a password, which Quillet never sends. Set it without them and "
+    "start Quillet anew.";
 
 }  // namespace quillet

@@ -26,6 +26,10 @@ std::string healthText(HealthState health) {
   return health == HealthState::unknown ? "" : " (last check: " + std::string(rawValue(health)) + ")";
 }
 
+std::string serviceText(const AppModel& model) {
+  return model.serviceLocation() ? model.serviceLocation()->text() : "none";
+}
+
 const char* onOff(bool on) {
   return on ? "on" : "off";
 }
@@ -36,9 +40,6 @@ json::object describe(const AppModel::Registration& registration) {
   return std::visit(Overload{[](const Loop::Offline& offline) {
                                return json::object{{"state", "offline"}, {"retryAt", offline.retryAt}};
                              },
-                             [](const Loop::Failed& failed) {
-                               return json::object{{"state", "failed"}, {"message", failed.message}};
-                             },
                              [](Loop::Step step) {
                                return json::object{{"state", rawValue(step)}};
                              }},
@@ -48,7 +49,6 @@ json::object describe(const AppModel::Registration& registration) {
 std::string textOf(const AppModel::Registration& registration) {
   return std::visit(
       Overload{[](const Loop::Offline& offline) { return "offline, next try at " + dateText(offline.retryAt + 999); },
-               [](const Loop::Failed& failed) { return "failed: " + plainText(failed.message); },
                [](Loop::Step step) {
                  if (step == Loop::Step::notStarted) return std::string("not started");
                  if (step != Loop::Step::revoked) return std::string(rawValue(step));
@@ -101,7 +101,7 @@ json::object describeStatus(const AppModel& model) {
                       {"needsRestart", model.axNeedsRestart().get()},
                       {"health", rawValue(model.health().get())},
                       {"launchAtLogin", model.launchAtLogin().get()},
-                      {"service", model.serviceLocation().text()},
+                      {"service", serviceText(model)},
                       {"peers", model.peerStore().peers().get().size()},
                       {"version", model.appVersion()}};
   if (model.deviceId().get()) fields["deviceId"] = *model.deviceId().get();
@@ -112,7 +112,7 @@ json::object describeStatus(const AppModel& model) {
 std::string statusText(const AppModel& model) {
   std::string text = plainText(model.macName().get()) + "\n  " +
                      plainText(statusLine(model.connectionStatus().get(), model.readiness().get())) +
-                     "\n  Service: " + plainText(model.serviceLocation().text()) + healthText(model.health().get()) +
+                     "\n  Service: " + plainText(serviceText(model)) + healthText(model.health().get()) +
                      "\n  Registration: " + textOf(model.registration().get()) +
                      "\n  Connection: " + statusWord(model.connectionStatus().get()) +
                      "\n  Accessibility: " + (model.axTrusted().get() ? "Allowed" : "Not allowed") + "\n  " +

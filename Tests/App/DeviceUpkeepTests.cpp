@@ -286,7 +286,11 @@ TEST_F(DeviceUpkeepTest, AHealthCheckBelievesOnlyAClearYes) {
     ASSERT_TRUE(until([&] { return model->health().get() == HealthState::checking; }));
   }
   EXPECT_TRUE(until([&] { return model->health().get() == HealthState::unknown; }));
+  service.release(kHealth);
   defaults.set("QLTServerURLOverride", "http://127.0.0.1:1");
+  await(model->checkHealth());
+  EXPECT_EQ(model->health().get(), HealthState::reachable) << "the address is that of the start";
+  makeModel();
   await(model->checkHealth());
   EXPECT_EQ(model->health().get(), HealthState::unreachable);
 }

@@ -120,6 +120,32 @@ TEST_F(PairingViewModelTest, AnUnclaimedCodeRenewsItselfWithNewKeys) {
   EXPECT_EQ(phase<Model::Invitation>()->sessionId, "session4");
 }
 
+TEST_F(PairingViewModelTest, CodesThatAreOverFromTheStartRenewMoreAndMoreSlowly) {
+  const std::function<void()> spells[] = {[&] { api.lifetimeMs = -1; },
+                                          [&] {
+                                            api.failures[Call::status] = {10, FakePairingAPI::server(404, "gone")};
+                                          }};
+  for (const auto& spell : spells) {
+    const std::size_t before = api.macKeys.size();
+    spell();
+    begin();
+    std::size_t codes = 2;
+    EXPECT_EQ(api.macKeys.size() - before, codes) << "once without a pause";
+    for (const int wait : {2, 4, 8, 16, 30, 30}) {
+      time.advance(std::chrono::seconds(wait) - 1ms);
+      EXPECT_EQ(api.macKeys.size() - before, codes) << wait;
+      time.advance(1ms);
+      EXPECT_EQ(api.macKeys.size() - before, ++codes) << wait;
+    }
+    api.lifetimeMs = 120'000;
+    api.failures.clear();
+    time.advance(30s);
+    ASSERT_TRUE(phase<Model::Invitation>());
+    time.advance(120s);
+    EXPECT_EQ(api.macKeys.size() - before, codes + 2) << "one that was alive is followed at once";
+  }
+}
+
 TEST_F(PairingViewModelTest, OfflineKeepsTheCodeAndThenRetries) {
   begin();
   api.outage = FakePairingAPI::transport();
