@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Program/Companion.h"
+#include "QuilletCompanion/Program/Quillet.h"
 
 int main(int argc, char** argv) {
-  return quillet::runCompanion(argc, argv);
+  return quillet::runQuillet(argc, argv, nullptr);
 }

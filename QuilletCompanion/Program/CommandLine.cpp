@@ -36,14 +36,16 @@ std::string sentence(std::string text) {
 Request parse(std::vector<std::string> arguments, std::ostream& out, std::ostream& err) {
   // Words of a settings command may look like settings for this run.
   const bool isSettingsCommand = !arguments.empty() && arguments[0] == "defaults";
-  Terminal terminal;
-  if (!isSettingsCommand) terminal.settings = UserDefaults::takeArgumentDomain(arguments);
+  boost::json::object forThisRun;
+  if (!isSettingsCommand) forThisRun = UserDefaults::takeArgumentDomain(arguments);
 
-  CLI::App app("Puts text from a paired phone into the text field that has the focus.", "QuilletCompanion");
+  CLI::App app("Puts spoken text into the text field that has the focus. Lives as an icon in the tray.",
+               "QuilletCompanion");
   app.footer(kFooter);
   bool inTerminal = false, asJSON = false;
   app.set_version_flag("--version", "QuilletCompanion " QUILLET_VERSION);
-  app.add_flag("--terminal", inTerminal, "commands on standard input, events on standard output; type \"help\" there");
+  app.add_flag("--terminal", inTerminal,
+               "no icon and no windows: commands on standard input, events on standard output; type \"help\" there");
   app.add_flag("--json", asJSON, "with --terminal: one JSON object a line for every event and answer");
   auto* settings = app.add_subcommand("defaults", "the lasting settings: read [KEY] | write KEY VALUE | delete KEY");
   settings->prefix_command();
@@ -56,14 +58,16 @@ Request parse(std::vector<std::string> arguments, std::ostream& out, std::ostrea
     return Answered{usageError(err, sentence(error.what()))};
   }
   if (settings->parsed()) {
-    if (inTerminal || asJSON || !terminal.settings.empty()) {
+    if (inTerminal || asJSON || !forThisRun.empty()) {
       return Answered{usageError(err, "\"defaults\" takes no options.")};
     }
     return Settings{settings->remaining()};
   }
-  if (!inTerminal) return Answered{usageError(err, "There are no windows yet; start with --terminal.")};
-  if (asJSON) terminal.style = TerminalOutput::Style::json;
-  return terminal;
+  if (asJSON && !inTerminal) {
+    return Answered{usageError(err, "\"--json\" is for the terminal: start with --terminal.")};
+  }
+  if (!inTerminal) return Windows{std::move(forThisRun)};
+  return Terminal{asJSON ? TerminalOutput::Style::json : TerminalOutput::Style::people, std::move(forThisRun)};
 }
 
 }  // namespace quillet::CommandLine

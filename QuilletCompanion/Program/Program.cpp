@@ -77,6 +77,7 @@ int Program::run(const MakeFront& makeFront) {
 int Program::serve(AppModel& model, const MakeFront& makeFront) {
   const auto front = makeFront(model, mainLoop_.executor());
   model.start();
+  front->start();
   return QCoreApplication::exec();
 }
 
@@ -97,7 +98,7 @@ AppModelParts Program::parts() {
           .appVersion = QUILLET_VERSION " (0)",
           .operatingSystem = QSysInfo::prettyProductName().toStdString(),
           .hardwareModel = machine_.modelName().value_or("Mac"),
-          .bundleServiceURL = std::nullopt,
+          .bundleServiceURL = QUILLET_SERVICE_URL,
           .deviceKind = [this] { return deviceModel_.kind(); },
           .wordLedgers = wordLedgers_.get(),
           .restart =

@@ -31,6 +31,10 @@ class Program {
   class Front {
    public:
     virtual ~Front() = default;
+    /// Called once the model has started.
+    virtual void start() {}
+    /// The user started the program once more.
+    virtual void activate() {}
   };
   using MakeFront = std::function<std::unique_ptr<Front>(AppModel& model, Executor mainThread)>;
 

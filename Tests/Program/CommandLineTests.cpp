@@ -29,6 +29,8 @@ TEST_F(CommandLineTest, TakesOptionsInAnyOrderAndSettingsAmongThem) {
     EXPECT_EQ(terminal->style, TerminalOutput::Style::json);
     EXPECT_EQ(terminal->settings, (boost::json::object{{"key", "--json"}}));
   }
+  const auto windows = parse({"-key", "value"});
+  EXPECT_EQ(std::get<CommandLine::Windows>(windows).settings, (boost::json::object{{"key", "value"}}));
   const auto request = parse({"--terminal"});
   EXPECT_EQ(std::get<CommandLine::Terminal>(request).style, TerminalOutput::Style::people);
 }
@@ -45,13 +47,9 @@ TEST_F(CommandLineTest, LeavesTheWordsOfASettingsCommandAlone) {
 }
 
 TEST_F(CommandLineTest, RefusesWhatNobodyWouldLookAt) {
-  const Words cases[] = {{"--terminal", "defaults", "read"},
-                         {"-key", "value", "defaults", "read"},
-                         {"--terminal", "--unknown"},
-                         {"--terminal", "word"},
-                         {"--terminal", "-lonely"},
-                         {"--json"},
-                         {}};
+  const Words cases[] = {{"--terminal", "defaults", "read"}, {"-key", "value", "defaults", "read"},
+                         {"--terminal", "--unknown"},        {"--terminal", "word"},
+                         {"--terminal", "-lonely"},          {"--json"}};
   for (const auto& arguments : cases) {
     const auto request = parse(arguments);
     const auto* answered = std::get_if<CommandLine::Answered>(&request);
