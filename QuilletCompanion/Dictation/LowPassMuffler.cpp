@@ -71,14 +71,19 @@ class Output {
   void write(std::size_t start, std::span<const float> left, std::span<const float> right) const noexcept {
     std::size_t number = 0;
     for (const auto& buffer : buffers_) {
-      for (std::size_t channel = 0; channel < buffer.channels; ++channel) {
-        const auto sample = [&, role = number++](std::size_t i) {
-          if (channels_ == 1) return (left[i] + right[i]) / 2;
-          return role == 0 ? left[i] : role == 1 ? right[i] : 0;
-        };
+      for (std::size_t channel = 0; channel < buffer.channels; ++channel, ++number) {
         const std::size_t there = std::min(left.size(), buffer.frames() > start ? buffer.frames() - start : 0);
-        float* to = buffer.samples.data() + start * buffer.channels + channel;
-        for (std::size_t i = 0; i < there; ++i) to[i * buffer.channels] = sample(i);
+        float* const to = buffer.samples.data() + start * buffer.channels + channel;
+        const auto fill = [&](auto sample) {
+          for (std::size_t i = 0; i < there; ++i) to[i * buffer.channels] = sample(i);
+        };
+        if (channels_ == 1) {
+          fill([&](std::size_t i) { return (left[i] + right[i]) / 2; });
+        } else if (number < 2) {
+          fill([from = number == 0 ? left : right](std::size_t i) { return from[i]; });
+        } else {
+          fill([](std::size_t) { return 0.0F; });
+        }
       }
     }
   }
@@ -134,6 +139,10 @@ void LowPassMuffler::filter(const Chunk& left, const Chunk& right, Chunk& filter
 }
 
 void LowPassMuffler::advanceMix(float target, Chunk& mixes, std::size_t count) noexcept {
+  if (mix_ == target) {
+    mixes.fill(target);
+    return;
+  }
   for (std::size_t i = 0; i < count; ++i) {
     mix_ = mix_ < target ? std::min(target, mix_ + fadeStep_) : std::max(target, mix_ - fadeStep_);
     mixes[i] = mix_;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <filesystem>
 #include <optional>
 
@@ -162,6 +163,75 @@ TEST_F(MuffleTest, TurnsRoundAtAnyMoment) {
   route.reset();
   EXPECT_TRUE(hearsMusicSoon());
   EXPECT_EQ(ended, std::nullopt) << told;
+}
+
+TEST_F(MuffleTest, AddsLittleDelay) {
+  build();
+  ASSERT_TRUE(eventually([] { return sinks().find("quillet_muffle") != std::string::npos; }));
+  route->setEngaged(false);
+  Listener early("quillet_muffle");
+  ASSERT_TRUE(eventually([&] { return early.isListening(); }));
+  std::vector<double> delays;
+  for (int round = 0; round < 8; ++round) {
+    early.mark();
+    listener.mark();
+    const Music music({"-d", "quillet_muffle"});
+    ASSERT_TRUE(eventually([&] { return early.onset() && listener.onset(); }));
+    delays.push_back(std::chrono::duration<double, std::milli>(*listener.onset() - *early.onset()).count());
+  }
+  std::sort(delays.begin(), delays.end());
+  const double median = delays[delays.size() / 2];
+  RecordProperty("milliseconds", static_cast<int>(median));
+  std::printf("[          ] %.0f ms more than without (%.0f to %.0f)\n", median, delays.front(), delays.back());
+  EXPECT_LT(median, 80);
+}
+
+/// A sound server that is killed under a route, and comes back.
+class MuffleServerLossTest : public MuffleTest {
+ protected:
+  ~MuffleServerLossTest() override { restart(); }
+
+  static void restart() { run(std::string(QUILLET_SOURCE_DIR) + "/Tests/Audio/audio.sh restart"); }
+  static void kill(const char* signal) {
+    run("kill -" + std::string(signal) + " " + outputOf("cat $XDG_RUNTIME_DIR/sound-server"));
+  }
+};
+
+TEST_F(MuffleServerLossTest, EndsTheRouteInEveryPhase) {
+  for (const auto wait : {0ms, 5ms, 15ms, 40ms, 80ms, 500ms}) {
+    ended.reset();
+    build();
+    serve(wait);
+    kill("KILL");
+    ASSERT_TRUE(eventually([&] { return ended.has_value(); }, 5s)) << wait.count() << " ms";
+    route.reset();
+    restart();
+  }
+  // While it is being given back.
+  build();
+  ASSERT_TRUE(eventually([] { return sinks().find("quillet_muffle") != std::string::npos; }));
+  serve(200ms);
+  route.reset();
+  kill("KILL");
+  serve(100ms);
+  restart();
+  EXPECT_EQ(sinks().find("quillet_muffle"), std::string::npos);
+  Listener again;
+  const Music music;
+  build();
+  EXPECT_TRUE(eventually([&] { return again.hearsMuffledMusic(); })) << told;
+}
+
+TEST_F(MuffleServerLossTest, NeverWaitsForAServerThatHangs) {
+  build();
+  ASSERT_TRUE(eventually([] { return sinks().find("quillet_muffle") != std::string::npos; }));
+  serve(300ms);
+  kill("STOP");
+  const auto begun = SteadyClock::now();
+  route->tearDownNow();
+  EXPECT_LT(SteadyClock::now() - begun, 1200ms);
+  kill("CONT");
+  EXPECT_TRUE(eventually([] { return sinks().find("quillet_muffle") == std::string::npos; })) << "by the watcher";
 }
 
 }  // namespace

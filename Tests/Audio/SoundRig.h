@@ -147,6 +147,16 @@ class Listener {
   void mark() {
     const std::lock_guard guard(lock_);
     mark_ = samples_.size();
+    onset_.reset();
+  }
+  /// When the first sound since `mark` was there to be read.
+  std::optional<SteadyClock::time_point> onset() {
+    const std::lock_guard guard(lock_);
+    return onset_;
+  }
+  bool isListening() {
+    const std::lock_guard guard(lock_);
+    return samples_.size() > rate / 10;
   }
 
   bool hearsMusic() {
@@ -179,7 +189,11 @@ class Listener {
       if (filled < sizeof piece) continue;
       filled = 0;
       const std::lock_guard guard(lock_);
-      for (std::size_t i = 0; i < piece.size(); i += 2) samples_.push_back(piece[i]);
+      const auto now = SteadyClock::now();
+      for (std::size_t i = 0; i < piece.size(); i += 2) {
+        samples_.push_back(piece[i]);
+        if (!onset_ && std::abs(piece[i]) > 0.01F) onset_ = now + std::chrono::microseconds(i / 2 * 1'000'000 / rate);
+      }
     }
     ::close(from);
   }
@@ -189,6 +203,7 @@ class Listener {
   std::mutex lock_;
   std::vector<float> samples_;
   std::size_t mark_ = 0;
+  std::optional<SteadyClock::time_point> onset_;
 };
 
 /// A main thread for the tested adapters, and what the tests wait with.
