@@ -43,6 +43,13 @@ std::string Metrics::text(const Gauges& gauges) const {
   one(out, "gauge", "devices", gauges.devices);
   one(out, "gauge", "pairs", gauges.pairs);
   one(out, "gauge", "deliveries_pending", gauges.deliveriesPending);
+  one(out, "gauge", "transcription_streams", gauges.streamsOpen);
+  one(out, "gauge", "transcription_uploads", gauges.uploadsUnderWay);
+  one(out, "gauge", "transcription_queue", gauges.uploadsWaiting);
+  one(out, "counter", "transcription_streams_total", streamsOpened);
+  one(out, "counter", "transcription_uploads_total", uploadsTaken);
+  one(out, "counter", "transcription_seconds_total", std::chrono::duration<double>(soundTranscribed).count());
+  labelled(out, "transcription_failures_total", "code", transcriptionFailures);
   one(out, "counter", "connections_accepted_total", connectionsAccepted);
   one(out, "counter", "connections_refused_total", connectionsRefused);
   one(out, "counter", "relay_frames_received_total", framesIn);

@@ -71,6 +71,56 @@ bool applyLimit(Options& options, std::string_view name, std::string_view value)
   return true;
 }
 
+/// Options of the speech engine that are told apart from the engine itself.
+struct EngineDetails {
+  std::string model, region;
+  std::filesystem::path key;
+};
+
+bool applyEngine(Options& options, EngineDetails& details, std::string_view name, std::string_view value) {
+  constexpr int kMost = 1'000'000;
+  TranscriptionLimits& limits = options.settings.transcription;
+  const auto count = [&](int least) { return static_cast<std::size_t>(parseNumber<int>(name, value, least, kMost)); };
+  if (name == "--engine") {
+    try {
+      options.engine = SpeechEngineChoice::parse(value);
+    } catch (const SpeechEngineChoice::Malformed& e) {
+      throw Options::UsageError("--engine: " + std::string(e.what()));
+    }
+  } else if (name == "--engine-model") {
+    details.model = value;
+  } else if (name == "--engine-region") {
+    details.region = value;
+  } else if (name == "--engine-key") {
+    details.key = value;
+  } else if (name == "--max-streams") {
+    limits.streams = count(1);
+  } else if (name == "--max-uploads") {
+    limits.uploads = count(1);
+  } else if (name == "--max-uploads-waiting") {
+    limits.uploadsWaiting = count(0);
+  } else if (name == "--max-sound-per-hour") {
+    limits.soundPerDeviceAndHour = std::chrono::seconds(count(0));
+  } else {
+    return false;
+  }
+  return true;
+}
+
+void fillIn(Options& options, const EngineDetails& details) {
+  const bool none = details.model.empty() && details.region.empty() && details.key.empty();
+  if (none) return;
+  if (!options.engine || options.engine->kind == SpeechEngineChoice::Kind::sphinx) {
+    throw Options::UsageError("--engine-model, --engine-region and --engine-key go with --engine and an address");
+  }
+  if (options.engine->kind != SpeechEngineChoice::Kind::openAI && !details.key.empty()) {
+    throw Options::UsageError("--engine-key goes with an http or https address");
+  }
+  options.engine->model = details.model;
+  options.engine->region = details.region;
+  if (!details.key.empty()) options.engine->keyFile = details.key;
+}
+
 void apply(Options& options, TLSFiles& tls, std::string_view name, std::string_view value) {
   if (applyLimit(options, name, value)) return;
   if (name == "--listen") {
@@ -97,6 +147,7 @@ void apply(Options& options, TLSFiles& tls, std::string_view name, std::string_v
 Options Options::parse(std::span<const char* const> arguments) {
   Options options;
   TLSFiles tls;
+  EngineDetails engine;
   options.settings.database = defaultDatabase();
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string_view name = arguments[i];
@@ -106,10 +157,11 @@ Options Options::parse(std::span<const char* const> arguments) {
       options.version = true;
     } else if (i + 1 == arguments.size() || std::string_view(arguments[i + 1]).empty()) {
       throw UsageError(std::string(name) + (name.starts_with("--") ? " needs a value" : " isn't an option"));
-    } else {
-      apply(options, tls, name, arguments[++i]);
+    } else if (const std::string_view value = arguments[++i]; !applyEngine(options, engine, name, value)) {
+      apply(options, tls, name, value);
     }
   }
+  fillIn(options, engine);
   if (tls.certificate.empty() != tls.key.empty()) throw UsageError("--certificate and --key go together");
   if (!tls.key.empty()) options.tls = tls;
   return options;
@@ -130,6 +182,18 @@ std::string_view Options::usage() {
          "  --max-registrations-per-hour N\n"
          "                         new devices from one client (60)\n"
          "  --max-queue N          deliveries that wait for one desktop (200, at least 1)\n"
+         "  --engine sphinx|URL    what transcribes: PocketSphinx in this process, or a server at "
+         "http(s)://HOST[:PORT]\n"
+         "                         (OpenAI style) or tcp://HOST[:PORT] (Wyoming); without it nothing does\n"
+         "  --engine-model NAME, --engine-region TEXT\n"
+         "                         which model a server is asked for, and what clients are told of where it is\n"
+         "  --engine-key FILE      key for an http or https server, read at each use\n"
+         "  --max-streams N        transcription streams at once (64, at least 1)\n"
+         "  --max-uploads N        recordings transcribed at once (4, at least 1)\n"
+         "  --max-uploads-waiting N\n"
+         "                         recordings that wait for that (16); 0 lets none wait\n"
+         "  --max-sound-per-hour SECONDS\n"
+         "                         what one device may have transcribed in an hour (7200)\n"
          "  --metrics-port PORT    serve GET /metrics on 127.0.0.1 at this port; port 0 takes a free one\n"
          "  --log LEVEL            debug, info, default or error (info)\n"
          "  --help, --version\n"

@@ -8,6 +8,7 @@
 
 #include "QuilletKit/Base/Log.h"
 #include "QuilletService/Transport/HTTPServer.h"
+#include "QuilletSpeech/SpeechEngineChoice.h"
 
 namespace quillet {
 
@@ -21,6 +22,7 @@ struct Options {
   std::uint16_t port = 8787;
   ServiceSettings settings;
   std::optional<TLSFiles> tls;
+  std::optional<SpeechEngineChoice> engine;
   ServerLimits limits;
   std::optional<std::uint16_t> metricsPort;
   Log::Level logLevel = Log::Level::info;

@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::string_view kRelayPath = "/v1/mac/connect";
 constexpr std::string_view kTranscribePath = "/v1/transcribe";
+constexpr std::string_view kStreamPath = "/v1/transcribe/stream";
 constexpr std::string_view kRegisterPath = "/v1/devices/register";
 constexpr std::string_view kPairingPaths = "/v1/pairing/";
 constexpr std::size_t kSmallBodyLimit = 64 * 1024;  // All that takes no envelope and no feedback.
@@ -145,9 +146,8 @@ const Route kRoutes[] = {
     {"POST", "/v1/pairing/sessions/{}/cancel", Access::signedByDevice,
      [](Call& c) -> Reply { co_return encoded(c.service.pairing.cancel(c.device, c.ids[0])); }},
     {"POST", kTranscribePath, Access::signedByDevice,
-     [](Call&) -> Reply {
-       throw ServiceError(501, "not_available", "This service doesn't transcribe.");
-       co_return std::string();
+     [](Call& c) -> Reply {
+       co_return encoded(co_await c.service.transcription.transcribe(c.device, bytesOf(c.request.body)));
      }},
 };
 
@@ -217,6 +217,21 @@ Device Router::authenticateRelay(const SignedRequest& request) {
   return device;
 }
 
+Router::StreamEntry Router::authenticateStream(const SignedRequest& request) {
+  const Device device = service_.authenticator.authenticate(request);
+  service_.devices.noteSeen(device);
+  auto wanted = StreamFrames::Request::parse(split(request.target).query);
+  return {service_.transcription.enter(device), device.id, std::move(wanted)};
+}
+
+Awaitable<std::unique_ptr<Transcription>> Router::beginStream(const StreamEntry& entry) {
+  return service_.transcription.begin(entry.deviceId, entry.request.utteranceId, entry.request.language);
+}
+
+APIErrorBody Router::streamFailure(const std::exception_ptr& error) {
+  return JSONCoding::decode<ErrorWrapper>(replyFor(error).body).error;
+}
+
 HTTPReply Router::replyFor(const std::exception_ptr& error) {
   try {
     std::rethrow_exception(error);
@@ -234,6 +249,14 @@ HTTPReply Router::replyFor(const std::exception_ptr& error) {
 
 bool Router::isRelayPath(std::string_view target) {
   return split(target).path == kRelayPath;
+}
+
+bool Router::isStreamPath(std::string_view target) {
+  return split(target).path == kStreamPath;
+}
+
+bool Router::endsWithItsClient(std::string_view target) {
+  return split(target).path == kTranscribePath;
 }
 
 std::size_t Router::bodyLimit(std::string_view target) {

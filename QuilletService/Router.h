@@ -6,6 +6,7 @@
 
 #include "QuilletService/Service.h"
 #include "QuilletService/ServiceError.h"
+#include "QuilletService/Transcription/StreamFrames.h"
 
 namespace quillet {
 
@@ -25,12 +26,28 @@ class Router {
   /// The desktop that asks for a relay socket. Throws what `refusal` turns into a reply.
   Device authenticateRelay(const SignedRequest& request);
 
+  /// What a device that asks for a transcription stream has asked for, and its right to it.
+  struct StreamEntry {
+    TranscriptionService::Place place;
+    std::string deviceId;
+    StreamFrames::Request request;
+  };
+  /// Throws what `refusal` turns into a reply.
+  StreamEntry authenticateStream(const SignedRequest& request);
+  /// Throws what `streamFailure` says for the client, or the cancellation.
+  Awaitable<std::unique_ptr<Transcription>> beginStream(const StreamEntry& entry);
+  APIErrorBody streamFailure(const std::exception_ptr& error);
+
   /// The refusal of a request whose body hasn't been read yet, if it can be refused without.
   std::optional<HTTPReply> refusalBeforeBody(const SignedRequest& head);
   /// The counted reply for whatever an endpoint threw.
   HTTPReply refusal(const std::exception_ptr& error);
   /// True for the path of the relay socket.
   static bool isRelayPath(std::string_view target);
+  /// True for the path of the transcription stream.
+  static bool isStreamPath(std::string_view target);
+  /// True for requests whose work is to end when their client goes.
+  static bool endsWithItsClient(std::string_view target);
   /// The largest body that this target takes.
   static std::size_t bodyLimit(std::string_view target);
 

@@ -24,13 +24,17 @@ Service::Service(const Executor& executor, const TimeSource& time, const Service
       pairDirectory(store_, hub),
       devices(store_, hub, pairDirectory, time, settings.registrationsPerHour),
       pairing(store_, pairDirectory, time, settings.pairingTimeToLive),
-      relay(store_, hub, pairDirectory, metrics, time, settings.relay) {}
+      relay(store_, hub, pairDirectory, metrics, time, settings.relay),
+      transcription(executor, settings.engine, metrics, time, settings.transcription) {}
 
 std::string Service::metricsText(std::size_t connections) {
   return metrics.text({.connections = connections,
                        .desktopsOnline = hub.online(),
                        .callsWaiting = hub.waiting(),
                        .noncesRemembered = authenticator.noncesRemembered(),
+                       .streamsOpen = transcription.streams(),
+                       .uploadsUnderWay = transcription.uploads().working(),
+                       .uploadsWaiting = transcription.uploads().waiting(),
                        .devices = store_.devices.count(),
                        .pairs = store_.devices.pairCount(),
                        .deliveriesPending = store_.deliveries.pendingCount()});
@@ -39,7 +43,8 @@ std::string Service::metricsText(std::size_t connections) {
 ServiceConfig Service::config() const {
   ServiceConfig config;
   config.pairingTtlSeconds = std::chrono::ceil<std::chrono::seconds>(settings_.pairingTimeToLive).count();
-  config.cloud = {"none", "none", "1", std::nullopt};
+  config.maxRecordingSeconds = settings_.transcription.sound.count();
+  config.cloud = transcription.describe();
   return config;
 }
 
@@ -59,6 +64,7 @@ void Service::sweep() {
   devices.sweep();
   pairing.sweep();
   relay.sweep();
+  transcription.sweep();
 }
 
 }  // namespace quillet

@@ -8,6 +8,7 @@
 #include "QuilletService/DeviceService.h"
 #include "QuilletService/PairingService.h"
 #include "QuilletService/RelayService.h"
+#include "QuilletService/Transcription/TranscriptionService.h"
 
 namespace quillet {
 
@@ -17,6 +18,8 @@ struct ServiceSettings {
   std::chrono::milliseconds pairingTimeToLive{120'000};
   int registrationsPerHour = 60;  ///< New devices from one address; 0 for any number.
   RelayLimits relay;
+  SpeechEngine* engine = nullptr;  ///< Must outlive the service. Without one it doesn't transcribe.
+  TranscriptionLimits transcription;
 };
 
 /// The whole service without its sockets: state, rules and endpoints. One thread, which `executor` runs on.
@@ -45,6 +48,7 @@ class Service {
   DeviceService devices;
   PairingService pairing;
   RelayService relay;
+  TranscriptionService transcription;
 };
 
 }  // namespace quillet

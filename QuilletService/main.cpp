@@ -8,6 +8,7 @@
 
 #include "QuilletService/Options.h"
 #include "QuilletService/Transport/MetricsServer.h"
+#include "QuilletSpeech/SpeechEngines.h"
 
 namespace {
 
@@ -30,7 +31,11 @@ void raiseDescriptorLimit() {
 int serve(const Options& options) {
   boost::asio::io_context context(1);
   const TimeSource time = systemTime(context.get_executor());
-  Service service(context.get_executor(), time, options.settings);
+  HTTPSession http(context.get_executor());
+  const auto engine = options.engine ? makeSpeechEngine(*options.engine, http) : nullptr;
+  ServiceSettings settings = options.settings;
+  settings.engine = engine.get();
+  Service service(context.get_executor(), time, settings);
   HTTPServer server(context, service, options.host, options.port, options.tls, options.limits);
   std::optional<MetricsServer> metrics;
   if (options.metricsPort) {

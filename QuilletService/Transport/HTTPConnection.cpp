@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/Transport/HTTPConnection.h"
 
+#include "QuilletService/Transport/PeerWatch.h"
+#include "QuilletService/Transport/TranscriptionSession.h"
 #include "QuilletService/Transport/Watchdog.h"
 #include "QuilletService/Transport/WebSocketSession.h"
 
@@ -65,6 +67,12 @@ std::string_view forwardedFor(const Request& request) {
   return last;
 }
 
+/// Says that something is over, whatever ended it.
+struct Ending {
+  std::function<void()> tell;
+  ~Ending() { tell(); }
+};
+
 /// One client's connection: requests one after the other.
 template <typename Stream>
 class HTTPConnection final : public ServerConnection {
@@ -94,6 +102,7 @@ class HTTPConnection final : public ServerConnection {
   void abort() override {
     finishing_ = true;
     if (const auto session = session_.lock()) return session->abort();
+    if (transcription_ != nullptr) return transcription_->abort();
     close();
   }
 
@@ -118,9 +127,32 @@ class HTTPConnection final : public ServerConnection {
     }
     const Request request = parser.release();
     if (Router::isRelayPath(view(request.target()))) co_return co_await serveRelay(request);
-    HTTPReply answer = co_await server_.router().handle(signedRequest(request, origin_.lease.address()));
+    if (Router::isStreamPath(view(request.target()))) co_return co_await serveStream(request);
+    std::optional<HTTPReply> answer = co_await handle(request);
+    if (!answer) co_return false;
     if (origin_.proxied) origin_.lease = AddressLimiter::unlimited(peer_);
-    co_return co_await write(std::move(answer), request.keep_alive() && !finishing_);
+    co_return co_await write(*std::move(answer), request.keep_alive() && !finishing_);
+  }
+
+  /// Nothing if the client went away meanwhile and the request is one of those that end so.
+  Awaitable<std::optional<HTTPReply>> handle(const Request& request) {
+    const SignedRequest signed_ = signedRequest(request, origin_.lease.address());
+    if (!Router::endsWithItsClient(signed_.target)) co_return co_await server_.router().handle(signed_);
+    std::optional<HTTPReply> answer;
+    bool ended = false;
+    asio::steady_timer over(stream_.get_executor(), asio::steady_timer::time_point::max());
+    Task work(stream_.get_executor());
+    PeerWatch watch(beast::get_lowest_layer(stream_), [&] { work.cancel(); });
+    work.start([&]() -> Awaitable<void> {
+      const Ending ending{[&] {
+        ended = true;
+        over.cancel();
+      }};
+      answer = co_await server_.router().handle(signed_);
+    });
+    boost::system::error_code woken;
+    while (!ended) co_await over.async_wait(into(woken));
+    co_return answer;
   }
 
   HTTPReply reply(ServiceError error) { return server_.router().refusal(std::make_exception_ptr(std::move(error))); }
@@ -193,6 +225,27 @@ class HTTPConnection final : public ServerConnection {
     co_return false;
   }
 
+  Awaitable<bool> serveStream(const Request& request) {
+    std::optional<Router::StreamEntry> entry;
+    std::exception_ptr refused;
+    try {
+      if (!beast::websocket::is_upgrade(request)) {
+        throw ServiceError(426, "upgrade_required", "This path is a WebSocket.");
+      }
+      entry.emplace(server_.router().authenticateStream(signedRequest(request, origin_.lease.address())));
+    } catch (...) {
+      refused = std::current_exception();
+    }
+    if (refused) co_return co_await write(server_.router().refusal(refused), false);
+    if (finishing_) co_return false;
+    TranscriptionSession<Stream> session(std::move(stream_), server_.router(), *std::move(entry), server_.limits());
+    upgraded_ = true;
+    transcription_ = &session;
+    co_await session.run(request);
+    transcription_ = nullptr;
+    co_return false;
+  }
+
   Awaitable<bool> write(HTTPReply answer, bool keepAlive) {
     http::response<http::string_body> response(static_cast<http::status>(answer.status), 11);
     response.set(http::field::content_type, "application/json");
@@ -251,6 +304,7 @@ class HTTPConnection final : public ServerConnection {
   Watchdog watchdog_;
   beast::flat_buffer buffer_;
   std::weak_ptr<WebSocketSession<Stream>> session_;
+  TranscriptionSession<Stream>* transcription_ = nullptr;
   bool first_ = true, waiting_ = false, finishing_ = false, upgraded_ = false;
 };
 

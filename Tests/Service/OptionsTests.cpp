@@ -22,7 +22,19 @@ TEST(OptionsTest, ReadsEverything) {
   const Options options = parse(
       "--listen [::1]:0 --database /x/y --max-age 60 --pairing-ttl 30 --certificate c --key k --log debug "
       "--trust-proxy 10.0.0.1 --trust-proxy ::1 --max-connections 7 --max-connections-per-address 0 "
-      "--max-registrations-per-hour 8 --max-queue 9 --metrics-port 0");
+      "--max-registrations-per-hour 8 --max-queue 9 --metrics-port 0 --engine https://speech.example/v1 "
+      "--engine-model large --engine-region Ghent --engine-key /k --max-streams 5 --max-uploads 3 "
+      "--max-uploads-waiting 0 --max-sound-per-hour 600");
+  ASSERT_TRUE(options.engine);
+  EXPECT_EQ(options.engine->url, "https://speech.example/v1");
+  EXPECT_EQ(options.engine->model, "large");
+  EXPECT_EQ(options.engine->region, "Ghent");
+  EXPECT_EQ(options.engine->keyFile, "/k");
+  EXPECT_EQ(options.settings.transcription.streams, 5U);
+  EXPECT_EQ(options.settings.transcription.uploads, 3U);
+  EXPECT_EQ(options.settings.transcription.uploadsWaiting, 0U);
+  EXPECT_EQ(options.settings.transcription.soundPerDeviceAndHour, std::chrono::minutes(10));
+  EXPECT_FALSE(parse("").engine);
   EXPECT_EQ(options.host, "::1");
   EXPECT_EQ(options.port, 0);
   EXPECT_EQ(options.settings.database, "/x/y");
@@ -43,10 +55,27 @@ TEST(OptionsTest, ReadsEverything) {
 }
 
 TEST(OptionsTest, RefusesWhatItDoesNotUnderstand) {
-  for (const char* line :
-       {"--listen", "--listen 8787", "--listen :80", "--listen a:65536", "--listen a:80x", "--max-age 0",
-        "--pairing-ttl soon", "--certificate c", "--log loud", "--trust-proxy localhost", "--max-queue 0",
-        "--max-connections -1", "--metrics-port 65536", "--colour red", "serve"}) {
+  for (const char* line : {"--listen",
+                           "--listen 8787",
+                           "--listen :80",
+                           "--listen a:65536",
+                           "--listen a:80x",
+                           "--max-age 0",
+                           "--pairing-ttl soon",
+                           "--certificate c",
+                           "--log loud",
+                           "--trust-proxy localhost",
+                           "--max-queue 0",
+                           "--max-connections -1",
+                           "--engine whisper",
+                           "--engine-model large",
+                           "--engine sphinx --engine-model large",
+                           "--engine tcp://a --engine-key k",
+                           "--max-streams 0",
+                           "--max-sound-per-hour -1",
+                           "--metrics-port 65536",
+                           "--colour red",
+                           "serve"}) {
     EXPECT_THROW(parse(line), Options::UsageError) << line;
   }
   for (const std::vector<const char*>& empty :
