@@ -17,12 +17,13 @@ const auto kAwait = asio::use_awaitable;
 
 }  // namespace
 
-ServiceThread::ServiceThread() {
+ServiceThread::ServiceThread(ServiceSettings settings) {
   Log::configure(Log::Level::error, "quillet-benchmarks");
   std::string pattern = (std::filesystem::temp_directory_path() / "quillet-bench-XXXXXX").string();
   folder = ::mkdtemp(pattern.data());
-  loop.run([this] {
-    ServiceSettings settings{.database = folder / "db", .registrationsPerHour = 0};
+  settings.database = folder / "db";
+  settings.registrationsPerHour = 0;
+  loop.run([&] {
     service.emplace(loop.context.get_executor(), systemTime(loop.context.get_executor()), settings);
     ServerLimits limits;
     limits.connectionsPerAddress = 0;

@@ -93,7 +93,8 @@ struct Identity {
 /// The service, in memory but for its file in the folder for temporary files, on a thread of its own.
 class ServiceThread {
  public:
-  ServiceThread();
+  /// With a database of its own, whatever the settings say.
+  explicit ServiceThread(ServiceSettings settings = {});
   ~ServiceThread();
   /// A registered and paired desktop and phone.
   void pair(const Identity& mac, const Identity& phone);

@@ -7,8 +7,8 @@
 
 #include "QuilletKit/Base/UUID.h"
 #include "QuilletKit/JSON/JSONFields.h"
+#include "QuilletKit/Protocol/WaveFile.h"
 #include "QuilletSpeech/SpeechText.h"
-#include "QuilletSpeech/WAVFile.h"
 
 namespace quillet {
 namespace {
@@ -42,7 +42,7 @@ class Form {
     body_.append(value).append("\r\n");
   }
   void addRecording(std::string_view name, std::span<const std::int16_t> samples) {
-    const Bytes header = WAVFile::header(samples.size_bytes());
+    const Bytes header = WaveFile::header(samples.size_bytes());
     body_.reserve(samples.size_bytes() + 4096);
     open(name, "; filename=\"speech.wav\"\r\nContent-Type: audio/wav");
     body_.append(textOf(header));

@@ -2,9 +2,9 @@
 #include "QuilletService/Transcription/TranscriptionService.h"
 
 #include "QuilletKit/Base/Log.h"
+#include "QuilletKit/Protocol/WaveFile.h"
 #include "QuilletService/ServiceError.h"
 #include "QuilletService/Validation.h"
-#include "QuilletSpeech/WAVFile.h"
 
 namespace quillet {
 namespace {
@@ -74,7 +74,7 @@ void Transcription::accept(ByteView samples) {
   const auto most = static_cast<std::size_t>(service_.limits_.sound.count()) * kSpeechRate;
   if (count > most - samples_) throw service_.refusal(tooLong());
   samples_ += count;
-  session_->accept(WAVFile::decode(samples));
+  session_->accept(WaveFile::samples(samples));
 }
 
 Awaitable<TranscribeResponse> Transcription::finish() {
@@ -163,7 +163,7 @@ Awaitable<TranscribeResponse> TranscriptionService::transcribe(const Device& dev
   auto [meta, audio] = TranscribeBody::parse(upload);
   Validation::requireId(meta.utteranceId, "utteranceId");
   requirePhrases(meta.phrases);
-  const auto samples = WAVFile::samples(audio);
+  const auto samples = WaveFile::pcm(audio);
   if (!samples) throw refusal({400, "unsupported_audio", "The recording must be WAV of 16 kHz, 16 bit, one channel."});
   if (samples->size() / kSampleSize < kLeastSamples) throw refusal(noSpeech());
   if (uploads_.full()) throw refusal(busy());

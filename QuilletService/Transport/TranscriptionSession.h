@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <algorithm>
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/ssl/stream.hpp>
 #include <boost/asio/steady_timer.hpp>
@@ -43,7 +44,8 @@ class TranscriptionSession final {
     configure();
     co_await socket_.async_accept(upgrade, into(error));
     if (error) co_return;
-    watchdog_.watch(limits_.transcription);
+    end_ = std::chrono::steady_clock::now() + limits_.transcription;
+    watch();
     work_.start([this] { return serve(); });
     while (!error) {
       buffer_.commit(co_await socket_.async_read_some(roomForMessage(buffer_), into(error)));
@@ -64,6 +66,12 @@ class TranscriptionSession final {
  private:
   static constexpr std::size_t kLargestMessage = 131'072;
   static constexpr std::chrono::milliseconds kBetweenPartials{500};
+
+  /// Each message gives a client some more time, up to the end.
+  void watch() {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end_ - std::chrono::steady_clock::now());
+    watchdog_.watch(std::clamp(left, std::chrono::milliseconds(1), limits_.transcriptionIdle));
+  }
 
   static auto into(boost::system::error_code& error) {
     return boost::asio::redirect_error(boost::asio::use_awaitable, error);
@@ -139,12 +147,14 @@ class TranscriptionSession final {
   void finish(std::string_view text) {
     if (text != StreamFrames::kFinish || !transcription_) throw Refusal::badRequest("This isn't the word to finish.");
     finishing_ = true;
+    watchdog_.watch(limits_.transcription);  // the engine's time
     news_.cancel();
   }
 
   void hear(ByteView samples) {
     if (!transcription_) throw Refusal::badRequest("Nobody has said that it is ready.");
     transcription_->accept(samples);
+    watch();
     const auto now = std::chrono::steady_clock::now();
     if (now - lastPartial_ < kBetweenPartials) return;
     lastPartial_ = now;
@@ -175,6 +185,7 @@ class TranscriptionSession final {
   boost::asio::steady_timer news_;
   std::unique_ptr<Transcription> transcription_;
   std::exception_ptr refused_;
+  std::chrono::steady_clock::time_point end_;
   std::string told_;
   std::chrono::steady_clock::time_point lastPartial_ = std::chrono::steady_clock::now();
   bool finishing_ = false, partialDue_ = false;

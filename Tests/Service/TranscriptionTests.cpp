@@ -5,8 +5,8 @@
 #include <boost/beast/websocket.hpp>
 #include <boost/json.hpp>
 
+#include "QuilletKit/Protocol/WaveFile.h"
 #include "QuilletSpeech/SphinxEngine.h"
-#include "QuilletSpeech/WAVFile.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/StubSpeechEngine.h"
 #include "Tests/Service/ServerFixture.h"
@@ -85,11 +85,11 @@ class StreamClient {
 
 class TranscriptionTest : public ServerTest {
  protected:
-  void serveWith(SpeechEngine& speech, TranscriptionLimits limits = {}) {
+  void serveWith(SpeechEngine& speech, TranscriptionLimits limits = {}, const ServerLimits& sockets = {}) {
     ServiceSettings settings;
     settings.engine = &speech;
     settings.transcription = limits;
-    serve({}, settings);
+    serve(sockets, settings);
     play([&]() -> Awaitable<void> { co_await enrol(); });
   }
   void TearDown() override {
@@ -106,7 +106,7 @@ class TranscriptionTest : public ServerTest {
     co_return std::move(opened);
   }
   Awaitable<TranscribeResponse> upload(TranscribeMeta meta, std::span<const std::int16_t> samples) {
-    return macAPI->transcribe(std::move(meta), WAVFile::wrap(samples));
+    return macAPI->transcribe(std::move(meta), WaveFile::wrap(bytesOfSamples(samples)));
   }
   static Awaitable<bool> isCutOff(StreamClient& client, std::string sound) {
     try {
@@ -315,13 +315,26 @@ TEST_F(TranscriptionTest, FreesTheDecoderOfAClientThatGoesAway) {
       EXPECT_TRUE(co_await happens([&] { return engine.finishing == 1; }));
     }
     EXPECT_TRUE(co_await letsGo());
-    Bytes body = TranscribeBody::build({"u-1"}, WAVFile::wrap(samples_));
+    Bytes body = TranscribeBody::build({"u-1"}, WaveFile::wrap(bytesOfSamples(samples_)));
     Socket uploading = co_await dial();
     co_await write(uploading, wire(mac, "POST", "/v1/transcribe", std::string(textOf(body))));
     EXPECT_TRUE(co_await happens([&] { return engine.finishing == 2; }));
     uploading.close();
   });
   EXPECT_TRUE(heldNothing());
+}
+
+TEST_F(TranscriptionTest, DropsAClientThatSaysNothing) {
+  ServerLimits sockets;
+  sockets.transcriptionIdle = std::chrono::milliseconds(200);
+  serveWith(engine, {}, sockets);
+  play([&]() -> Awaitable<void> {
+    StreamClient silent = co_await stream("u-1");
+    EXPECT_TRUE(co_await letsGo());
+    StreamClient speaking = co_await stream("u-2");
+    co_await speaking.speak(samples_);
+    EXPECT_TRUE(co_await letsGo());
+  });
 }
 
 TEST_F(TranscriptionTest, BoundsStreamsAndLetsTheNextInWhenOneEnds) {

@@ -5,11 +5,12 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <span>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "QuilletSpeech/WAVFile.h"
+#include "QuilletKit/Protocol/WaveFile.h"
 
 namespace quillet::test {
 
@@ -19,6 +20,11 @@ struct Recording {
   std::vector<std::int16_t> samples;
   std::string words;
 };
+
+/// As they lie in a file.
+inline ByteView bytesOfSamples(std::span<const std::int16_t> samples) {
+  return {reinterpret_cast<const std::uint8_t*>(samples.data()), samples.size_bytes()};
+}
 
 inline const std::filesystem::path kRecordings = "/usr/share/pocketsphinx/test/data";
 
@@ -30,8 +36,8 @@ inline Bytes fileBytes(const std::filesystem::path& path) {
 /// Samples of a WAV file, or of a raw one.
 inline std::vector<std::int16_t> recordedSamples(const std::filesystem::path& path) {
   const Bytes bytes = fileBytes(path);
-  const auto samples = WAVFile::samples(bytes);
-  return WAVFile::decode(samples ? *samples : ByteView(bytes));
+  const auto samples = WaveFile::pcm(bytes);
+  return WaveFile::samples(samples ? *samples : ByteView(bytes));
 }
 
 /// All that have their words written beside them: lines of "<s> words </s> (name)".

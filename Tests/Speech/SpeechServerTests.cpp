@@ -14,10 +14,6 @@
 namespace quillet::test {
 namespace {
 
-std::string bytesOfSamples(const std::vector<std::int16_t>& samples) {
-  return {reinterpret_cast<const char*>(samples.data()), samples.size() * sizeof(std::int16_t)};
-}
-
 class SpeechServerTest : public testing::Test {
  protected:
   std::string transcribe(SpeechEngine& engine, SpeechOptions options = {}) {
@@ -79,8 +75,8 @@ TEST_F(SpeechServerTest, SendsARecordingAsAFormWithAllThatWasAskedFor) {
   EXPECT_EQ(form->at("file").type, "audio/wav");
   EXPECT_EQ(form->size(), 5U);
   const std::string& file = form->at("file").value;
-  EXPECT_EQ(file.substr(44), bytesOfSamples(samples_));
-  EXPECT_EQ(WAVFile::samples(bytesOf(file))->size(), samples_.size() * 2);
+  EXPECT_EQ(file.substr(44), textOf(bytesOfSamples(samples_)));
+  EXPECT_EQ(WaveFile::pcm(bytesOf(file))->size(), samples_.size() * 2);
 
   transcribe(engine);
   form = parseForm(std::string(server.heard()["Content-Type"]), server.heard().body());
@@ -176,7 +172,7 @@ TEST_F(SpeechServerTest, SpeaksWyomingInItsOrder) {
       EXPECT_EQ(heard[i].data, format);
       sound += heard[i].payload;
     }
-    EXPECT_EQ(sound, bytesOfSamples(samples_));
+    EXPECT_EQ(sound, textOf(bytesOfSamples(samples_)));
     EXPECT_EQ(heard.back().type, "audio-stop");
   }
 }
