@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "QuilletCompanion/Dictation/DictationFeature.h"
+#include "Tests/Doubles/FakeAudioDevices.h"
+#include "Tests/Doubles/FakeMediaPlayers.h"
+#include "Tests/Doubles/FakeMicrophone.h"
+#include "Tests/Doubles/FakeMuffleRoutes.h"
+#include "Tests/Doubles/FakeSystemKeyboard.h"
+#include "Tests/Doubles/StubRecognizer.h"
+
+namespace quillet::test {
+
+/// Permission for others' sound as the test gives it.
+class StubSystemAudio final : public SystemAudioAccess {
+ public:
+  Status now = Status::authorized;
+  Status afterRequest = Status::authorized;
+  int requests = 0;
+
+  Status status() const override { return now; }
+  Awaitable<bool> request() override {
+    ++requests;
+    now = afterRequest;
+    co_return now == Status::authorized;
+  }
+  void openSettings() override {}
+};
+
+/// All that dictation needs of a desktop, in memory. The device's recogniser is a stub that the test answers.
+struct DictationDesk {
+  FakeMicrophone microphone;
+  FakeAudioDevices devices;
+  FakeSystemKeyboard keyboard;
+  StubSystemAudio systemAudio;
+  FakeMuffleRoutes routes;
+  FakeMediaPlayers players;
+  StubRecognizer* deviceRecognizer = nullptr;  ///< Of the newest feature.
+
+  DictationParts parts(Executor mainThread, TimeSource time, TypedPreferenceStore& store) {
+    return {.mainThread = std::move(mainThread),
+            .time = std::move(time),
+            .store = store,
+            .microphone = microphone,
+            .audioDevices = devices,
+            .keyboard = keyboard,
+            .systemAudio = systemAudio,
+            .muffleRoutes = routes,
+            .otherSound = players,
+            .mediaPlayers = players,
+            .makeSocket = [](HTTPRequest, std::size_t) -> std::unique_ptr<WebSocketTask> {
+              throw std::logic_error("no stream was expected");
+            },
+            .makeDeviceRecognizer =
+                [this](const DictationPreferences&) {
+                  auto made = std::make_unique<StubRecognizer>();
+                  deviceRecognizer = made.get();
+                  return made;
+                }};
+  }
+};
+
+}  // namespace quillet::test
