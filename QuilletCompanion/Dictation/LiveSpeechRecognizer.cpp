@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Dictation/LiveSpeechRecognizer.h"
+
+#include <atomic>
+#include <boost/asio/post.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <utility>
+#include <vector>
+
+#include "QuilletCompanion/Dictation/DictationFailure.h"
+#include "QuilletCompanion/Dictation/DictationPCM.h"
+#include "QuilletKit/Base/Log.h"
+
+namespace quillet {
+namespace {
+
+Awaitable<void> throwIfCancelled() {
+  if (!isCancelled(co_await boost::asio::this_coro::cancellation_state)) co_return;
+  throw boost::system::system_error(boost::asio::error::operation_aborted);
+}
+
+/// What the user is told of an engine's failure; a cancellation stays one.
+[[noreturn]] void rethrow(const std::exception_ptr& error, const char* what) {
+  try {
+    std::rethrow_exception(error);
+  } catch (const SpeechError& failed) {
+    if (failed.failure == SpeechFailure::languageUnsupported) {
+      throw DictationError(DictationFailure::languageUnsupported);
+    }
+    if (failed.failure == SpeechFailure::modelNotInstalled) throw DictationError(DictationFailure::modelNotInstalled);
+    Log::error("dictation", "{}: {}", what, failed.what());
+  } catch (const std::exception& failed) {
+    if (isCancellation(failed)) throw;
+    Log::error("dictation", "{}: {}", what, failed.what());
+  }
+  throw DictationError(DictationFailure::recognitionFailed);
+}
+
+}  // namespace
+
+/// One recording with its engine's session. Its parts end in the reverse order of these lines. Shared only so that
+/// sound that is still on its way between the threads finds out that it is gone; owned by the main thread.
+struct LiveSpeechRecognizer::Utterance {
+  std::shared_ptr<SpeechEngine> engine;
+  std::unique_ptr<SpeechSession> session;
+  std::atomic<float> level{0};
+  bool inputGone = false;
+  std::unique_ptr<MicrophoneRecording> recording;
+};
+
+LiveSpeechRecognizer::LiveSpeechRecognizer(Executor mainThread, const DictationPreferences& preferences,
+                                           Microphone& microphone, MakeEngine makeEngine,
+                                           std::function<UserLocale()> userLocale)
+    : mainThread_(std::move(mainThread)),
+      preferences_(preferences),
+      microphone_(microphone),
+      makeEngine_(std::move(makeEngine)),
+      userLocale_(std::move(userLocale)) {}
+
+LiveSpeechRecognizer::~LiveSpeechRecognizer() = default;
+
+Awaitable<void> LiveSpeechRecognizer::start(RecognitionLanguage language) {
+  if (utterance_) throw DictationError(DictationFailure::microphoneUnavailable);
+  const bool granted = co_await microphone_.requestAccess();
+  co_await throwIfCancelled();
+  if (!granted) throw DictationError(DictationFailure::microphoneDenied);
+  const auto utterance = co_await beginSession(language);
+  co_await throwIfCancelled();
+  co_await record(utterance);
+  co_await throwIfCancelled();
+  if (utterance->inputGone) throw DictationError(DictationFailure::microphoneUnavailable);
+  utterance_ = utterance;
+}
+
+Awaitable<std::shared_ptr<LiveSpeechRecognizer::Utterance>> LiveSpeechRecognizer::beginSession(
+    RecognitionLanguage language) {
+  auto utterance = std::make_shared<Utterance>();
+  SpeechOptions options{.language = speechLocale(language, userLocale_()), .style = preferences_.style.get()};
+  std::exception_ptr error;
+  try {
+    utterance->engine = makeEngine_(preferences_.deviceEngine.get());
+    utterance->session = co_await utterance->engine->begin(std::move(options));
+  } catch (...) {
+    error = std::current_exception();
+  }
+  if (error) rethrow(error, "Analyzer did not start");
+  co_return utterance;
+}
+
+// The session takes its sound on the main thread, in the order in which the sound thread has sent it there.
+Awaitable<void> LiveSpeechRecognizer::record(const std::shared_ptr<Utterance>& utterance) {
+  const std::weak_ptr<Utterance> weak = utterance;
+  auto onSamples = [weak, level = &utterance->level, main = mainThread_](std::span<const std::int16_t> samples) {
+    level->store(speechLevel(samples));
+    boost::asio::post(main, [weak, copy = std::vector(samples.begin(), samples.end())] {
+      if (const auto known = weak.lock()) known->session->accept(copy);
+    });
+  };
+  auto whenInterrupted = [this, alive = std::weak_ptr(alive_), weak, main = mainThread_] {
+    if (const auto known = weak.lock()) known->inputGone = true;
+    boost::asio::post(main, [this, alive, weak] {
+      if (!alive.expired()) inputWentAway(weak);
+    });
+  };
+  const auto chosen = preferences_.microphone.get();
+  const auto uid = chosen ? std::optional(chosen->uid) : std::nullopt;
+  utterance->recording = co_await microphone_.record(uid, std::move(onSamples), std::move(whenInterrupted));
+}
+
+void LiveSpeechRecognizer::inputWentAway(std::weak_ptr<Utterance> weak) {
+  const auto gone = weak.lock();
+  if (!gone || gone != utterance_) return;
+  Log::info("dictation", "Audio input changed while dictating");
+  if (onInterrupted) onInterrupted();
+}
+
+float LiveSpeechRecognizer::currentLevel() const {
+  return utterance_ ? utterance_->level.load() : 0;
+}
+
+Awaitable<std::string> LiveSpeechRecognizer::finish() {
+  const auto utterance = std::exchange(utterance_, nullptr);
+  if (!utterance) throw DictationError(DictationFailure::recognitionFailed);
+  utterance->recording.reset();
+  co_await boost::asio::post(mainThread_, boost::asio::use_awaitable);  // behind the last sound
+  std::exception_ptr error;
+  try {
+    co_return co_await utterance->session->finish();
+  } catch (...) {
+    error = std::current_exception();
+  }
+  rethrow(error, "Recognition failed");
+}
+
+void LiveSpeechRecognizer::cancel() {
+  utterance_.reset();
+}
+
+}  // namespace quillet

@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Dictation/LiveSpeechRecognizer.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "Tests/Doubles/FakeMicrophone.h"
+#include "Tests/Doubles/LogCapture.h"
+#include "Tests/Doubles/MemoryPreferences.h"
+#include "Tests/Doubles/HeldSpeechEngine.h"
+#include "Tests/Doubles/VirtualTime.h"
+
+namespace quillet::test {
+namespace {
+
+class LiveSpeechRecognizerTest : public testing::Test {
+ protected:
+  ~LiveSpeechRecognizerTest() override {
+    recognizer.reset();
+    time.run();
+    EXPECT_EQ(microphone.recordings, 0);
+    EXPECT_EQ(engine->sessions, 0);
+  }
+  std::string run(std::function<Awaitable<void>()> operation) {
+    outcome = "waiting";
+    task.start([this, operation = std::move(operation)]() -> Awaitable<void> {
+      try {
+        co_await operation();
+        outcome = "done";
+      } catch (const DictationError& error) {
+        outcome = error.what();
+      } catch (const std::exception& error) {
+        outcome = isCancellation(error) ? "cancelled" : "another error";
+      }
+    });
+    time.run();
+    return outcome;
+  }
+  std::string start(RecognitionLanguage language = RecognitionLanguage::en) {
+    return run([this, language] { return recognizer->start(language); });
+  }
+  std::string finish() {
+    return run([this]() -> Awaitable<void> { text = co_await recognizer->finish(); });
+  }
+
+  VirtualTime time;
+  MemoryPreferences store;
+  DictationPreferences preferences{store};
+  FakeMicrophone microphone;
+  std::shared_ptr<HeldSpeechEngine> engine = std::make_shared<HeldSpeechEngine>();
+  std::vector<std::string> names;
+  std::unique_ptr<LiveSpeechRecognizer> recognizer = std::make_unique<LiveSpeechRecognizer>(
+      time.executor(), preferences, microphone,
+      [this](const std::string& name) {
+        names.push_back(name);
+        if (name == "nonsense") throw std::runtime_error("no such engine");
+        return engine;
+      },
+      [] {
+        return UserLocale{{"de-CH"}, "CH"};
+      });
+  std::string outcome, text;
+  Task task{time.executor()};
+};
+
+TEST_F(LiveSpeechRecognizerTest, TheEngineHearsEverythingAndItsTextComesBack) {
+  preferences.deviceEngine.set("tcp://127.0.0.1:10300");
+  preferences.style.set(TranscriptStyle::clean);
+  ASSERT_EQ(start(RecognitionLanguage::automatic), "done");
+  EXPECT_EQ(names, std::vector<std::string>{"tcp://127.0.0.1:10300"});
+  EXPECT_EQ(engine->options[0].language, "de-DE");
+  EXPECT_EQ(engine->options[0].style, TranscriptStyle::clean);
+  microphone.speak(500);
+  EXPECT_GT(recognizer->currentLevel(), 0.8F);
+  time.run();
+  microphone.speak(30);  // still between the threads when the recording ends
+  EXPECT_EQ(finish(), "done");
+  EXPECT_EQ(text, "two words");
+  EXPECT_EQ(engine->heard.size(), 530u * 16);
+  EXPECT_EQ(recognizer->currentLevel(), 0);
+}
+
+TEST_F(LiveSpeechRecognizerTest, TellsWhyItCanNot) {
+  const struct {
+    SpeechFailure failure;
+    const char* expected;
+  } cases[] = {
+      {SpeechFailure::languageUnsupported, "This language can't be dictated on this Mac."},
+      {SpeechFailure::modelNotInstalled, "Download the speech model in Quillet Settings."},
+      {SpeechFailure::unavailable, "Couldn't transcribe that. Try again."},
+  };
+  LogCapture::instance().expect("Analyzer did not start: stub");
+  LogCapture::instance().expect("Analyzer did not start: no such engine");
+  LogCapture::instance().expect("Recognition failed: stub");
+  for (const auto& [failure, expected] : cases) {
+    engine->beginFailure = failure;
+    EXPECT_EQ(start(), expected);
+    EXPECT_TRUE(microphone.asked.empty()) << "nothing is recorded that nobody understands";
+  }
+  engine->beginFailure.reset();
+  preferences.deviceEngine.set("nonsense");
+  EXPECT_EQ(start(), "Couldn't transcribe that. Try again.");
+  preferences.deviceEngine.set("embedded");
+  microphone.present = false;
+  EXPECT_EQ(start(), "The microphone isn't available.");
+  microphone.granted = false;
+  EXPECT_EQ(start(), "Allow microphone access in Quillet Settings.");
+  microphone.granted = microphone.present = true;
+  EXPECT_EQ(finish(), "Couldn't transcribe that. Try again.");
+  ASSERT_EQ(start(), "done");
+  EXPECT_EQ(start(), "The microphone isn't available.") << "one recording at a time";
+  engine->finishFailure = SpeechFailure::failed;
+  EXPECT_EQ(finish(), "Couldn't transcribe that. Try again.");
+}
+
+TEST_F(LiveSpeechRecognizerTest, MayBeCancelledWhereverItWaits) {
+  engine->hangs = microphone.hangs = true;
+  const auto cancel = [&] {
+    task.cancel();
+    recognizer->cancel();
+    time.run();
+    EXPECT_EQ(outcome, "cancelled");
+    EXPECT_EQ(microphone.recordings + engine->sessions, 0);
+  };
+  start();
+  cancel();
+  start();
+  microphone.accesses.give(true);
+  time.run();
+  ASSERT_EQ(engine->begins.size(), 1u);
+  cancel();
+  start();
+  microphone.accesses.give(true);
+  time.run();
+  engine->begins.give(true);
+  time.run();
+  ASSERT_EQ(microphone.openings.size(), 1u);
+  cancel();
+  microphone.hangs = engine->hangs = false;
+  ASSERT_EQ(start(), "done");
+  microphone.speak(100);
+  engine->hangs = true;
+  finish();
+  ASSERT_EQ(engine->finishes.size(), 1u);
+  cancel();
+}
+
+TEST_F(LiveSpeechRecognizerTest, AnInputThatGoesAwayInterruptsItsOwnRecording) {
+  int interruptions = 0;
+  recognizer->onInterrupted = [&] { ++interruptions; };
+  start();
+  microphone.unplug();
+  recognizer->cancel();
+  start();
+  time.run();
+  EXPECT_EQ(interruptions, 0);
+  microphone.unplug();
+  time.run();
+  EXPECT_EQ(interruptions, 1);
+  EXPECT_TRUE(LogCapture::instance().contains("Audio input changed while dictating"));
+}
+
+TEST(SpeechLocaleTest, FollowsTheChoiceOrElseTheUser) {
+  const struct {
+    RecognitionLanguage language;
+    UserLocale user;
+    const char* expected;
+  } cases[] = {
+      {RecognitionLanguage::automatic, {{"de-CH"}, "CH"}, "de-DE"},
+      {RecognitionLanguage::automatic, {{"nl", "en-GB"}, "NL"}, "nl-NL"},
+      {RecognitionLanguage::automatic, {{"fr-CA"}, "CA"}, "fr-FR"},
+      {RecognitionLanguage::automatic, {{"en-GB"}, "US"}, "en-GB"},
+      {RecognitionLanguage::automatic, {{"es-ES"}, "GB"}, "en-GB"},
+      {RecognitionLanguage::automatic, {{"es-ES"}, "US"}, "en-US"},
+      {RecognitionLanguage::automatic, {{"en-AU", "en-GB"}, "AU"}, "en-US"},
+      {RecognitionLanguage::automatic, {{}, ""}, "en-US"},
+      {RecognitionLanguage::en, {{"de-DE", "en-GB"}, "DE"}, "en-GB"},
+      {RecognitionLanguage::fr, {{"de-DE"}, "DE"}, "fr-FR"},
+  };
+  for (const auto& [language, user, expected] : cases) EXPECT_EQ(speechLocale(language, user), expected);
+}
+
+TEST(SpeechLocaleTest, ReadsTheEnvironment) {
+  const struct {
+    const char *language, *all, *lang;
+    std::vector<std::string> languages;
+    const char* region;
+  } cases[] = {
+      {"", "", "de_CH.UTF-8", {"de-CH"}, "CH"},
+      {"nl:en_GB", "", "de_DE.UTF-8@euro", {"nl", "en-GB", "de-DE"}, "DE"},
+      {"nl", "C.UTF-8", "de_DE", {}, ""},
+      {"", "", "", {}, ""},
+  };
+  for (const auto& [language, all, lang, languages, region] : cases) {
+    setenv("LANGUAGE", language, 1);
+    setenv("LC_ALL", all, 1);
+    setenv("LC_MESSAGES", "", 1);
+    setenv("LANG", lang, 1);
+    const UserLocale user = UserLocale::ofEnvironment();
+    EXPECT_EQ(user.languages, languages);
+    EXPECT_EQ(user.region, region);
+  }
+}
+
+}  // namespace
+}  // namespace quillet::test
