@@ -58,6 +58,17 @@ std::optional<std::string> journalTroubleText(JournalTrouble trouble) {
   return std::nullopt;
 }
 
+DictationParts dictationParts(const AppModelParts& parts) {
+  return {.mainThread = parts.mainThread,
+          .time = parts.time,
+          .store = parts.defaults,
+          .platform = parts.dictation,
+          .makeSocket = [&session = parts.session, mainThread = parts.mainThread](HTTPRequest request,
+                                                                                  std::size_t maximumMessageSize) {
+            return makeWebSocketTask(session, mainThread, std::move(request), maximumMessageSize);
+          }};
+}
+
 }  // namespace
 
 AppModel::AppModel(AppModelParts parts)
@@ -75,6 +86,7 @@ AppModel::AppModel(AppModelParts parts)
       onboarding_(parts_.defaults),
       launchAtLogin_(parts_.loginItem.isEnabled()),
       axTrusted_(parts_.provider.isTrusted()),
+      dictation_(dictationParts(parts_)),
       wordStats_(parts_.wordLedgers, parts_.defaults, macName().get(), symbolFor(parts_), std::move(parts_.calendar),
                  parts_.time.now),
       trustTask_(parts_.mainThread) {
@@ -131,6 +143,7 @@ void AppModel::start() {
       {.willSleep = weakly(&AppModel::invalidateFocus), .didWake = weakly(&AppModel::wake), .networkPath = {}});
   startTrustPolling();
   loadIdentity();
+  startDictation();
 }
 
 void AppModel::invalidateFocus() {
@@ -159,6 +172,7 @@ void AppModel::wireServices(DeviceIdentity identity) {
   const auto services = Services::make(parts_, std::move(identity), *serviceLocation_, peerStore_, localTest_,
                                        [this] { scheduleReadiness(); });
   services_ = services;
+  wireDictation(services->api);
   watchJournal(*services->journal);
   services->handler->setEvents(weak_from_this());
   listenTo(*services->connection);
@@ -244,6 +258,7 @@ void AppModel::refreshAccessibilityTrust() {
     services_->focusMonitor.detach();
     services_->focusMonitor.refresh();
   }
+  dictation_.applyShortcuts();
   scheduleReadiness();
 }
 

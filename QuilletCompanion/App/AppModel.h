@@ -20,6 +20,7 @@
 #include "QuilletCompanion/App/RegistrationLoop.h"
 #include "QuilletCompanion/App/ServiceLocation.h"
 #include "QuilletCompanion/App/Services.h"
+#include "QuilletCompanion/Dictation/DictationFeature.h"
 #include "QuilletCompanion/Relay/PeerStore.h"
 #include "QuilletCompanion/Target/LocalTestField.h"
 #include "QuilletKit/Words/WordStatsStore.h"
@@ -107,11 +108,16 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   void requestAccessibility();
   void refreshAccessibilityTrust();
   void restartApp();
+  /// This application came to the front: what the user may have changed elsewhere is looked at again.
+  void becameActive();
+  /// The process is about to end: others' sound is back when this returns.
+  void willEnd() { dictation_.willEnd(); }
   void scheduleReadiness() { readiness_.schedule(); }
   void publishReadiness(std::optional<ReadinessState> forced = std::nullopt) { readiness_.publish(forced); }
 
   const PeerStore& peerStore() const { return peerStore_; }
   LocalTestField& localTest() { return *localTest_; }
+  DictationFeature& dictation() { return dictation_; }
   WordStatsStore& wordStats() { return wordStats_; }
   const std::string& appVersion() const { return parts_.appVersion; }
   /// As it was at the start; absent where it can't be used, which `startupError` tells.
@@ -123,6 +129,8 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
 
  private:
   void observeSelf();
+  void startDictation();
+  void wireDictation(const std::shared_ptr<APIClient>& api);
   void loadIdentity();
   void wireServices(DeviceIdentity identity);
   void watchJournal(const InsertionJournal& journal);
@@ -156,6 +164,7 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   Observable<std::optional<std::string>> startupError_, deviceId_;
   Observable<ConnectionRef> connection_;
   Observable<ConnectionStatus> connectionStatus_{ConnectionStatus::offline};
+  DictationFeature dictation_;
   WordStatsStore wordStats_;
 
   std::shared_ptr<Services> services_;                   ///< Null without an identity.

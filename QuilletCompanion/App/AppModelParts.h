@@ -9,6 +9,7 @@
 
 #include "QuilletCompanion/App/LoginItem.h"
 #include "QuilletCompanion/App/UserDefaults.h"
+#include "QuilletCompanion/Dictation/DictationFeature.h"
 #include "QuilletCompanion/Relay/Backoff.h"
 #include "QuilletCompanion/Relay/SystemEvents.h"
 #include "QuilletCompanion/Target/AccessibilityProvider.h"
@@ -41,6 +42,7 @@ struct AppModelParts {
   SecretStore& secretStore;
   UserDefaults& defaults;
   HTTPSession& session;
+  DictationPlatform dictation;
   /// Where journal and peers live; in memory without one.
   std::optional<std::filesystem::path> supportFolder;
   std::string hostName;

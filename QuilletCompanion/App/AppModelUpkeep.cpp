@@ -57,6 +57,7 @@ Awaitable<AppModel::Remains> AppModel::deleteCloudData() {
 void AppModel::stopServices() {
   registration_.stop();
   refusals_ = 0;
+  dictation_.forgetService();
   upkeep_.detach();
   readiness_.detach();
   if (const auto services = std::exchange(services_, nullptr)) {

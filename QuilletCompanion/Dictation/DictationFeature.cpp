@@ -9,23 +9,24 @@ using namespace DictationPhases;
 
 DictationFeature::DictationFeature(const DictationParts& parts)
     : preferences(parts.store),
-      inputs(parts.audioDevices),
-      microphone_(parts.microphone),
-      systemAudio_(parts.systemAudio),
-      keyboard_(parts.keyboard),
-      cloudRecognizer_(parts.mainThread, preferences, cloud, parts.microphone, parts.makeSocket, parts.time),
-      deviceRecognizer_(parts.makeDeviceRecognizer ? parts.makeDeviceRecognizer(preferences) : nullptr),
+      inputs(parts.platform.audioDevices),
+      microphone_(parts.platform.microphone),
+      systemAudio_(parts.platform.systemAudio),
+      keyboard_(parts.platform.keyboard),
+      cloudRecognizer_(parts.mainThread, preferences, cloud, parts.platform.microphone, parts.makeSocket, parts.time),
+      deviceRecognizer_(parts.platform.makeDeviceRecognizer ? parts.platform.makeDeviceRecognizer(preferences)
+                                                            : nullptr),
       recognizer_([this]() -> DictationRecognizer& {
         if (usesDevice()) return *deviceRecognizer_;
         return cloudRecognizer_;
       }),
       controller_(
           parts.mainThread, recognizer_, [this] { return preferences.language.get(); }, parts.time),
-      hotkeys_(parts.keyboard),
-      muffler_(parts.mainThread, parts.time, parts.muffleRoutes),
-      pauser_(parts.mainThread, parts.otherSound, parts.mediaPlayers),
-      microphoneStatus_(parts.microphone.access()),
-      systemAudioStatus_(parts.systemAudio.status()),
+      hotkeys_(parts.platform.keyboard),
+      muffler_(parts.mainThread, parts.time, parts.platform.muffleRoutes),
+      pauser_(parts.mainThread, parts.platform.otherSound, parts.platform.mediaPlayers),
+      microphoneStatus_(parts.platform.microphone.access()),
+      systemAudioStatus_(parts.platform.systemAudio.status()),
       configurationTask_(parts.mainThread),
       accessTask_(parts.mainThread) {}
 

@@ -23,11 +23,8 @@
 
 namespace quillet {
 
-/// What dictation is built from. References outlive the feature.
-struct DictationParts {
-  Executor mainThread;
-  TimeSource time;
-  TypedPreferenceStore& store;
+/// What dictation needs of the platform.
+struct DictationPlatform {
   Microphone& microphone;
   AudioDevices& audioDevices;
   SystemKeyboard& keyboard;
@@ -35,9 +32,17 @@ struct DictationParts {
   MuffleRoutes& muffleRoutes;
   OtherSound& otherSound;
   MediaPlayers& mediaPlayers;
-  MacTranscriptionStream::MakeSocket makeSocket;
   /// Makes the recogniser that needs no service. May be empty: then the service transcribes, whatever was chosen.
   std::function<std::unique_ptr<DictationRecognizer>(const DictationPreferences&)> makeDeviceRecognizer;
+};
+
+/// What dictation is built from. References outlive the feature.
+struct DictationParts {
+  Executor mainThread;
+  TimeSource time;
+  TypedPreferenceStore& store;
+  DictationPlatform platform;
+  MacTranscriptionStream::MakeSocket makeSocket;
 };
 
 /// Dictation on this computer, as the rest of the application knows it: owns what it consists of, connects it, and

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "QuilletCompanion/App/AppModel.h"
+#include "Tests/Doubles/DictationDesk.h"
 #include "Tests/Doubles/FakeAccessibilityProvider.h"
 #include "Tests/Doubles/FakeService.h"
 #include "Tests/Doubles/FakeSystemEvents.h"
@@ -80,6 +81,7 @@ class AppModelTest : public testing::Test {
                         .secretStore = secrets,
                         .defaults = defaults,
                         .session = session,
+                        .dictation = desk.platform(),
                         .supportFolder = folder.path(),
                         .hostName = " desk ",
                         .appVersion = "1.2 (3)",
@@ -163,6 +165,7 @@ class AppModelTest : public testing::Test {
   FakeAccessibilityProvider provider;
   FakeLockMonitor lockMonitor;
   FakeSystemEvents systemEvents;
+  DictationDesk desk;
   FakeLoginItem loginItem;
   LockableSecretStore secrets;
   UserDefaults defaults{std::nullopt};

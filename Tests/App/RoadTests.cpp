@@ -26,6 +26,7 @@ class RoadTest : public testing::Test {
                                                      .secretStore = secrets,
                                                      .defaults = defaults,
                                                      .session = session,
+                                                     .dictation = desk.platform(),
                                                      .supportFolder = folder.path() / "mac",
                                                      .hostName = "Desk",
                                                      .appVersion = "1.2 (3)"});
@@ -91,6 +92,7 @@ class RoadTest : public testing::Test {
   test::FakeAccessibilityProvider provider;
   test::FakeLockMonitor lockMonitor;
   test::FakeSystemEvents systemEvents;
+  test::DictationDesk desk;
   test::FakeLoginItem loginItem;
   MemorySecretStore secrets;
   UserDefaults defaults{std::nullopt};

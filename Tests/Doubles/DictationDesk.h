@@ -41,22 +41,24 @@ struct DictationDesk {
     return {.mainThread = std::move(mainThread),
             .time = std::move(time),
             .store = store,
-            .microphone = microphone,
+            .platform = platform(),
+            .makeSocket = [](HTTPRequest, std::size_t) -> std::unique_ptr<WebSocketTask> {
+              throw std::logic_error("no stream was expected");
+            }};
+  }
+  DictationPlatform platform() {
+    return {.microphone = microphone,
             .audioDevices = devices,
             .keyboard = keyboard,
             .systemAudio = systemAudio,
             .muffleRoutes = routes,
             .otherSound = players,
             .mediaPlayers = players,
-            .makeSocket = [](HTTPRequest, std::size_t) -> std::unique_ptr<WebSocketTask> {
-              throw std::logic_error("no stream was expected");
-            },
-            .makeDeviceRecognizer =
-                [this](const DictationPreferences&) {
-                  auto made = std::make_unique<StubRecognizer>();
-                  deviceRecognizer = made.get();
-                  return made;
-                }};
+            .makeDeviceRecognizer = [this](const DictationPreferences&) {
+              auto made = std::make_unique<StubRecognizer>();
+              deviceRecognizer = made.get();
+              return made;
+            }};
   }
 };
 
