@@ -89,6 +89,7 @@ class DictationFeature {
 
   DictationController& controller() { return controller_; }
   const DictationController& controller() const { return controller_; }
+  const SystemKeyboard& keyboard() const { return keyboard_; }
   const Observable<ServiceConfig>& configuration() const { return configuration_; }
   const Observable<Microphone::Access>& microphoneStatus() const { return microphoneStatus_; }
   const Observable<SystemAudioAccess::Status>& systemAudioStatus() const { return systemAudioStatus_; }

@@ -30,7 +30,8 @@ TerminalFrontEnd::TerminalFrontEnd(AppModel& model, Executor mainThread, Style s
       output_(style, std::move(print)),
       quit_(std::move(quit)),
       events_(model_, output_),
-      pairing_(model_, output_) {}
+      pairing_(model_, output_),
+      dictation_(model_, output_) {}
 
 const std::vector<TerminalFrontEnd::Command>& TerminalFrontEnd::commands() {
   using Front = TerminalFrontEnd;
@@ -38,7 +39,7 @@ const std::vector<TerminalFrontEnd::Command>& TerminalFrontEnd::commands() {
       {"status", "", "what this Mac is doing", Argument::none, &Front::status},
       {"pair", "", "show a code for a phone", Argument::none, &Front::pair},
       {"confirm", "", "the four words agree", Argument::none, &Front::confirm},
-      {"cancel", "", "end the pairing", Argument::none, &Front::cancel},
+      {"cancel", "", "end the dictation, or the pairing", Argument::none, &Front::cancel},
       {"peers", "", "the paired phones", Argument::none, &Front::peers},
       {"revoke", "PHONE", "end a pairing; by name, id or its start", Argument::required, &Front::revoke},
       {"rename", "NAME", "the name that phones show", Argument::required, &Front::rename},
@@ -46,6 +47,17 @@ const std::vector<TerminalFrontEnd::Command>& TerminalFrontEnd::commands() {
       {"retry", "", "register or connect again now", Argument::none, &Front::retry},
       {"accessibility", "", "let this program type", Argument::none, &Front::accessibility},
       {"login", "on|off", "start when you log in", Argument::optional, &Front::login},
+      {"dictation", "on|off", "dictate on this Mac", Argument::optional, &Front::dictation},
+      {"dictate", "", "begin a dictation, or end it", Argument::none, &Front::dictate},
+      {"last", "", "the text that was dictated last", Argument::none, &Front::last},
+      {"shortcut", "hold|toggle KEYS|off", "what to press", Argument::optional, &Front::shortcut},
+      {"microphones", "", "the microphones", Argument::none, &Front::microphones},
+      {"microphone", "NAME|default", "the one to dictate into", Argument::optional, &Front::microphone},
+      {"language", "auto|en|nl|fr|de", "what you speak", Argument::optional, &Front::language},
+      {"style", "verbatim|clean", "with or without filler words", Argument::optional, &Front::style},
+      {"streaming", "on|off", "transcribe while you speak", Argument::optional, &Front::streaming},
+      {"music", "muffle|pause|keep", "what happens to other sound", Argument::optional, &Front::music},
+      {"recognizer", "cloud|device [ENGINE]", "who transcribes", Argument::optional, &Front::recognizer},
       {"words", "", "how many words were dictated", Argument::none, &Front::words},
       {"feedback", "[reply-to=ADDRESS] TEXT", "write to the developer", Argument::required, &Front::feedback},
       {"reset", "[confirm]", "forget keys and phones, begin as a new device", Argument::optional, &Front::reset},

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "QuilletCompanion/App/AppModel.h"
+#include "QuilletCompanion/Terminal/TerminalDictation.h"
 #include "QuilletCompanion/Terminal/TerminalEvents.h"
 #include "QuilletCompanion/Terminal/TerminalOutput.h"
 #include "QuilletCompanion/Terminal/TerminalPairing.h"
@@ -47,7 +48,18 @@ class TerminalFrontEnd {
   void status(const std::string&);
   void pair(const std::string&) { pairing_.pair(); }
   void confirm(const std::string&) { pairing_.confirm(); }
-  void cancel(const std::string&) { pairing_.cancel(); }
+  void cancel(const std::string&) { dictation_.isInProgress() ? dictation_.cancel() : pairing_.cancel(); }
+  void dictation(const std::string& choice) { dictation_.enable(choice); }
+  void dictate(const std::string&) { dictation_.dictate(); }
+  void microphones(const std::string&) { dictation_.microphones(); }
+  void microphone(const std::string& wanted) { dictation_.microphone(wanted); }
+  void shortcut(const std::string& words) { dictation_.shortcut(words); }
+  void language(const std::string& choice) { dictation_.language(choice); }
+  void style(const std::string& choice) { dictation_.style(choice); }
+  void streaming(const std::string& choice) { dictation_.streaming(choice); }
+  void music(const std::string& choice) { dictation_.music(choice); }
+  void recognizer(const std::string& words) { dictation_.recognizer(words); }
+  void last(const std::string&) { dictation_.last(); }
   void peers(const std::string&);
   void rename(const std::string& name);
   void revoke(const std::string& wanted);
@@ -72,6 +84,7 @@ class TerminalFrontEnd {
   std::function<void()> quit_;
   TerminalEvents events_;
   TerminalPairing pairing_;
+  TerminalDictation dictation_;
   /// What a "yes" would start.
   void (TerminalFrontEnd::*questioned_)() = nullptr;
   std::list<Task> tasks_;

@@ -63,6 +63,68 @@ class TerminalFrontEndTest : public test::AppModelTest {
   std::unique_ptr<TerminalFrontEnd> front;
 };
 
+TEST_F(TerminalFrontEndTest, DictatesAndTellsEveryPhaseAndTheLevel) {
+  defaults.setString("dictation.recognizer", "device");
+  makeModel();
+  open();
+  model->start();
+  time.run();
+  EXPECT_EQ(refusal("dictate"), "Dictation is off. Type \"dictation on\".");
+  EXPECT_EQ(ask("dictation on", "dictation")["hint"], "Hold Right ⌥ or press ⌃⌥Space");
+  EXPECT_EQ(refusal("last"), "Nothing was dictated yet.");
+  lines.clear();
+  front->handleLine("dictate");
+  time.run();
+  desk.deviceRecognizer->starts.give(true);
+  desk.deviceRecognizer->level = 0.5;
+  time.run();
+  time.advance(std::chrono::milliseconds(50));
+  front->handleLine("dictate");
+  time.run();
+  desk.deviceRecognizer->finishes.give("Hello");
+  time.advance(std::chrono::seconds(5));
+  std::vector<std::string> phases;
+  for (auto& event : events("dictation")) phases.emplace_back(event["phase"].as_string());
+  EXPECT_EQ(phases, (std::vector<std::string>{"starting", "listening", "transcribing", "inserted", "idle"}));
+  EXPECT_EQ(events("level").at(0)["level"], 0.5);
+  EXPECT_EQ(ask("last", "last")["text"], "Hello");
+  lines.clear();
+  front->handleLine("dictate");
+  EXPECT_EQ(refusal("cancel"), "");
+  EXPECT_EQ(events("dictation").back()["phase"], "idle");
+}
+
+TEST_F(TerminalFrontEndTest, ChangesWhatDictationDoes) {
+  makeModel();
+  open();
+  model->start();
+  desk.devices.tell({{{1, "usb", "Desk", true, {}}, {2, "web", "Camera", true, {}}}, 2});
+  const json::array list = ask("microphones", "microphones")["microphones"].as_array();
+  ASSERT_EQ(list.size(), 2u);
+  EXPECT_EQ(list[0].at("name"), "Camera");
+  EXPECT_EQ(list[0].at("isDefault"), true);
+  EXPECT_EQ(ask("microphone Desk", "microphone")["uid"], "usb");
+  EXPECT_EQ(ask("microphone default", "microphone")["uid"], "");
+  EXPECT_EQ(refusal("microphone other"), "No microphone is called that. \"microphones\" lists them.");
+  EXPECT_EQ(ask("shortcut toggle f5", "shortcut")["toggle"], "F5");
+  EXPECT_EQ(ask("shortcut hold off", "shortcut")["hold"], "Off");
+  EXPECT_EQ(ask("shortcut hold right ctrl", "shortcut")["hold"], "Right ⌃");
+  EXPECT_NE(refusal("shortcut toggle space"), "");
+  EXPECT_NE(refusal("shortcut toggle nonsense"), "");
+  EXPECT_NE(refusal("shortcut toggle"), "");
+  for (const char* choice : {"language nl", "style clean", "streaming off", "music pause", "recognizer device"}) {
+    const std::string line = choice;
+    const std::string name = line.substr(0, line.find(' '));
+    EXPECT_EQ(ask(line, name)["value"].as_string(), line.substr(name.size() + 1));
+    EXPECT_EQ(ask(name, name)["value"].as_string(), line.substr(name.size() + 1));
+    EXPECT_TRUE(refusal(name + " sideways").starts_with("Say one of these: ")) << name;
+  }
+  EXPECT_EQ(refusal("recognizer device tcp://localhost:1234"), "");
+  EXPECT_EQ(defaults.string("dictation.deviceEngine"), "tcp://localhost:1234");
+  EXPECT_NE(refusal("recognizer device ftp://x"), "");
+  EXPECT_NE(refusal("recognizer cloud sphinx"), "");
+}
+
 TEST_F(TerminalFrontEndTest, TellsEveryStepToTheFirstConnection) {
   makeModel();
   open();
