@@ -54,6 +54,7 @@ Program::Program(UserDefaults& defaults, std::optional<std::filesystem::path> su
       secretStore_(openSecretStore(supportFolder_)),
       loginItem_(UserFolders::config(), std::string(kBundleIdentifier), commandWith(launchOptions)) {
   provider_.enableAccessibility();
+  keyTypist_.announceTo(dictation_.typingWitness());
   if (const auto folder = FolderLedgerStorage::folderFrom(defaults_.string("wordLedgerFolder"))) shareWords(*folder);
 }
 
@@ -70,6 +71,7 @@ int Program::run(const MakeFront& makeFront) {
     if (!error) QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
   });
   const int code = serve(*model, makeFront);
+  model->willEnd();
   drain(std::move(model));
   return code;
 }
@@ -93,6 +95,7 @@ AppModelParts Program::parts() {
           .secretStore = *secretStore_,
           .defaults = defaults_,
           .session = session_,
+          .dictation = dictation_.platform(),
           .supportFolder = supportFolder_,
           .hostName = QSysInfo::machineHostName().toStdString(),
           .appVersion = QUILLET_VERSION " (0)",

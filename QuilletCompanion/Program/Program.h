@@ -19,6 +19,7 @@
 #include "QuilletCompanion/Platform/Linux/Typing/KeyTypist.h"
 #include "QuilletCompanion/Platform/Qt/MainLoopExecutor.h"
 #include "QuilletCompanion/Platform/Qt/MainLoopTimers.h"
+#include "QuilletCompanion/Program/DictationAdapters.h"
 #include "QuilletCompanion/Program/NetworkThread.h"
 #include "QuilletKit/Words/BackgroundLedgerStorage.h"
 
@@ -59,6 +60,7 @@ class Program {
   MainLoopTimers timers_{mainLoop_.executor()};
   NetworkThread network_;
   HTTPSession session_{network_.executor()};
+  DictationAdapters dictation_{mainLoop_.executor(), session_};
   LinuxScreenLockMonitor lockMonitor_;
   LinuxSystemEvents systemEvents_;
   KeyTypist keyTypist_;

@@ -274,7 +274,9 @@ TEST_F(DictationFeatureTest, TheServicesConfigurationDecidesOverStreamingAlone) 
 }
 
 TEST_F(DictationFeatureTest, WithoutItsServiceItSaysSoUnlessAnEngineIsAtHand) {
-  feature->cloud.transcribe = [](Bytes, TranscribeMeta) -> Awaitable<TranscribeResponse> { co_return TranscribeResponse{}; };
+  feature->cloud.transcribe = [](Bytes, TranscribeMeta) -> Awaitable<TranscribeResponse> {
+    co_return TranscribeResponse{};
+  };
   feature->cloud.streamingAvailable = true;
   start();
   listen();

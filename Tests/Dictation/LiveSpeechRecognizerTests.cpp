@@ -6,9 +6,9 @@
 #include <cstdlib>
 
 #include "Tests/Doubles/FakeMicrophone.h"
+#include "Tests/Doubles/HeldSpeechEngine.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/MemoryPreferences.h"
-#include "Tests/Doubles/HeldSpeechEngine.h"
 #include "Tests/Doubles/VirtualTime.h"
 
 namespace quillet::test {
