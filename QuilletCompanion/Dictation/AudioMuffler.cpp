@@ -35,7 +35,7 @@ void AudioMuffler::restore() {
   engaged_ = false;
   if (!route_) return;
   route_->setEngaged(false);
-  later_.start([this] { return tearDownAfterFade(); });
+  later_.start([this](Task::Token token) { return tearDownAfterFade(token); });
 }
 
 void AudioMuffler::restoreNow() {
@@ -44,9 +44,11 @@ void AudioMuffler::restoreNow() {
   if (const auto route = std::exchange(route_, nullptr)) route->tearDownNow();
 }
 
-Awaitable<void> AudioMuffler::tearDownAfterFade() {
+// A sleep that was over at the moment of its cancellation ends as if there had been none, so the token is asked: this
+// object may be gone then.
+Awaitable<void> AudioMuffler::tearDownAfterFade(Task::Token token) {
   co_await time_.sleep(std::chrono::duration_cast<Duration>(LowPassMuffler::fadeTime) + kExtraWait);
-  route_.reset();
+  if (!token.cancelled()) route_.reset();
 }
 
 void AudioMuffler::build() {
@@ -60,11 +62,12 @@ void AudioMuffler::routeEnded(MuffleRoute::End end, const MuffleRoute::Failure& 
   if (nextWait_ == Duration::zero()) Log::error("dictation", "Couldn't muffle audio: {}", failure.text());
   if (!again || !engaged_) return;
   nextWait_ = std::clamp(nextWait_ * 2, kFirstWait, kLongestWait);
-  later_.start([this] { return buildAgain(nextWait_); });
+  later_.start([this](Task::Token token) { return buildAgain(token, nextWait_); });
 }
 
-Awaitable<void> AudioMuffler::buildAgain(Duration wait) {
+Awaitable<void> AudioMuffler::buildAgain(Task::Token token, Duration wait) {
   co_await time_.sleep(wait);
+  if (token.cancelled()) co_return;
   build();
   route_->setEngaged(true);
 }

@@ -25,8 +25,8 @@ class AudioMuffler {
  private:
   void build();
   void routeEnded(MuffleRoute::End end, const MuffleRoute::Failure& failure);
-  Awaitable<void> tearDownAfterFade();
-  Awaitable<void> buildAgain(Duration wait);
+  Awaitable<void> tearDownAfterFade(Task::Token token);
+  Awaitable<void> buildAgain(Task::Token token, Duration wait);
 
   TimeSource time_;
   MuffleRoutes& routes_;

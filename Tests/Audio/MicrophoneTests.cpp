@@ -168,6 +168,23 @@ TEST_F(ServerLossTest, InterruptsARecordingAndRecordsAgainLater) {
   EXPECT_TRUE(eventually([&] { return count() > 1600; }));
 }
 
+TEST_F(ServerLossTest, EndsTheRecordingInEveryPhase) {
+  for (const int error :
+       {0, int{PA_ERR_CONNECTIONREFUSED}, int{PA_ERR_CONNECTIONTERMINATED}, int{PA_ERR_KILLED}, int{PA_ERR_TIMEOUT}}) {
+    for (const auto* const step : {"connect", "list", "record"}) {
+      LogCapture::instance().expect("Microphone routing failed: " + std::string(step) + " (" + std::to_string(error) +
+                                    ")");
+    }
+  }
+  for (const auto wait : {0ms, 1ms, 3ms, 10ms, 30ms}) {
+    start();
+    serve(wait);
+    kill("KILL");
+    EXPECT_TRUE(eventually([&] { return failure || interruptions == 1; }, 5s)) << wait.count() << " ms";
+    restart();
+  }
+}
+
 TEST_F(ServerLossTest, NeverWaitsForAServerThatHangs) {
   // Not connected yet, connected, and recording.
   for (const int phase : {0, 1, 2}) {

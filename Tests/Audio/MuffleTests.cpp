@@ -3,8 +3,10 @@
 #include <filesystem>
 #include <optional>
 
+#include "QuilletCompanion/Dictation/AudioMuffler.h"
 #include "QuilletCompanion/Platform/Linux/Audio/PulseMuffleRoutes.h"
 #include "Tests/Audio/SoundRig.h"
+#include "Tests/Doubles/LogCapture.h"
 
 namespace quillet {
 namespace {
@@ -21,7 +23,10 @@ class MuffleTest : public SoundTest {
   }
 
   static std::string sinks() { return outputOf("pactl list short sinks"); }
-  static int watchers() { return std::stoi("0" + outputOf("pgrep -c -f [q]uillet-muffle-watch")); }
+  static int watchers() {
+    const auto program = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "quillet-muffle-watch";
+    return std::stoi("0" + outputOf("readlink /proc/[0-9]*/exe | grep -cx " + program.string()));
+  }
   void build() {
     route = routes.build([this](End end, const MuffleRoute::Failure& failure) {
       ended = end;
@@ -32,6 +37,11 @@ class MuffleTest : public SoundTest {
   bool buildMuffled() {
     build();
     return eventually([&] { return listener.hearsMuffledMusic(); });
+  }
+  /// Not a moment of high tones in a second; a busy machine may drop some of the rest.
+  bool staysMuffled() {
+    return during(1s, [&] { return listener.levels().high < 0.1; }) &&
+           eventually([&] { return listener.hearsMuffledMusic(); });
   }
   bool hearsMusicSoon(std::chrono::milliseconds atMost = 15s) {
     return eventually([&] { return listener.hearsMusic(); }, atMost);
@@ -55,8 +65,7 @@ TEST_F(MuffleTest, TakesTheHighTonesAndGivesThemBack) {
   EXPECT_EQ(watchers(), 0);
   ASSERT_TRUE(buildMuffled()) << told << listener.levels().low << " " << listener.levels().high;
   EXPECT_EQ(watchers(), 1);
-  EXPECT_TRUE(during(1s, [&] { return listener.hearsMuffledMusic(); }))
-      << listener.levels().low << " " << listener.levels().high;
+  EXPECT_TRUE(staysMuffled());
   route->setEngaged(false);
   EXPECT_TRUE(hearsMusicSoon()) << "through the route, without its effect";
   listener.mark();
@@ -83,7 +92,7 @@ TEST_F(MuffleTest, StandsWhileTheDefaultOutputChanges) {
   const Music music;
   ASSERT_TRUE(buildMuffled());
   run("pactl set-default-sink headphones");
-  EXPECT_TRUE(during(1s, [&] { return listener.hearsMuffledMusic(); }));
+  EXPECT_TRUE(staysMuffled());
   Listener headphones("headphones");
   route.reset();
   EXPECT_TRUE(eventually([&] { return headphones.hearsMusic(); })) << "what followed the default does so again";
@@ -126,6 +135,24 @@ TEST_F(MuffleTest, TellsOfAnOutputThatWasUnplugged) {
   ASSERT_TRUE(eventually([&] { return ended == End::broke; }));
   // Where the music goes then is for the server to choose.
   run("pactl set-default-sink speakers");
+  EXPECT_TRUE(hearsMusicSoon());
+}
+
+TEST_F(MuffleTest, MovesOnToAnotherOutputWhenItsOwnIsUnplugged) {
+  LogCapture::instance().expect("Couldn't muffle audio: play (" + std::to_string(PA_ERR_KILLED) + ")");
+  LogCapture::instance().expect("Couldn't muffle audio: play (" + std::to_string(PA_ERR_NOENTITY) + ")");
+  const std::string output = outputOf("pactl load-module module-null-sink sink_name=usb norewinds=1");
+  ASSERT_TRUE(eventually([] { return sinks().find("usb") != std::string::npos; }));
+  run("pactl set-default-sink usb");
+  const Music music;
+  Listener usb("usb");
+  AudioMuffler muffler(main.get_executor(), systemTime(main.get_executor()), routes);
+  muffler.start();
+  ASSERT_TRUE(eventually([&] { return usb.hearsMuffledMusic(); }));
+  run("pactl set-default-sink speakers");
+  run("pactl unload-module " + output);
+  EXPECT_TRUE(eventually([&] { return listener.hearsMuffledMusic(); }));
+  muffler.restore();
   EXPECT_TRUE(hearsMusicSoon());
 }
 

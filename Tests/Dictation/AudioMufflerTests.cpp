@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "Tests/Doubles/FakeMuffleRoutes.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/VirtualTime.h"
@@ -12,6 +14,12 @@ namespace {
 
 using namespace std::chrono_literals;
 using End = MuffleRoute::End;
+
+/// A sleep that is over at the very moment of its cancellation.
+Awaitable<void> sleepThrough(test::VirtualTime& time, Duration duration) {
+  co_await boost::asio::this_coro::reset_cancellation_state(boost::asio::disable_cancellation());
+  co_await time.source().sleep(duration);
+}
 
 class AudioMufflerTest : public testing::Test {
  protected:
@@ -108,6 +116,29 @@ TEST_F(AudioMufflerTest, LeavesARouteThatBreaksInTheFade) {
   time.advance(1min);
   EXPECT_EQ(routes.built, 1);
   EXPECT_EQ(routes.standing, 0);
+}
+
+TEST_F(AudioMufflerTest, CancelsAlsoASleepThatIsJustOver) {
+  test::LogCapture::instance().expect("Couldn't muffle audio: play (1)");
+  TimeSource source = time.source();
+  source.sleep = [this](Duration duration) { return sleepThrough(time, duration); };
+  std::optional<AudioMuffler> sleepy(std::in_place, time.executor(), source, routes);
+  sleepy->start();
+  sleepy->restore();
+  time.run();
+  sleepy->start();
+  time.advance(350ms);
+  EXPECT_EQ(routes.standing, 1) << "the teardown was called off";
+  routes.end(End::broke, {"play", 1});
+  time.run();
+  sleepy->restore();
+  time.advance(1s);
+  EXPECT_EQ(routes.built, 1) << "so was the new route";
+  sleepy->start();
+  sleepy->restore();
+  time.run();
+  sleepy.reset();
+  time.advance(1s);
 }
 
 }  // namespace

@@ -65,11 +65,12 @@ PulseConnection::Use::~Use() {
   if (connection_.uses_.empty()) connection_.letGoLater();
 }
 
-int PulseConnection::connect() {
+int PulseConnection::connect(Start start) {
   if (isReady()) return 0;
   drop();
   context_ = pa_context_new(loop_.api(), "Quillet");
-  if (pa_context_connect(context_, nullptr, PA_CONTEXT_NOFLAGS, nullptr) >= 0) {
+  const auto flags = start == Start::never ? PA_CONTEXT_NOAUTOSPAWN : PA_CONTEXT_NOFLAGS;
+  if (pa_context_connect(context_, nullptr, flags, nullptr) >= 0) {
     loop_.waitUntil([this] { return isReady() || pa_context_get_state(context_) == PA_CONTEXT_FAILED; }, kConnecting);
   }
   if (!isReady()) {

@@ -79,8 +79,10 @@ class PulseConnection {
   /// Runs in the job that made a connection, once it stands.
   std::function<void()> onConnected;
 
+  /// Whether a server that isn't there may be started, where the user's settings say so.
+  enum class Start { never, ifMissing };
   /// Connects unless connected. 0, or the server's or the library's error (PA_ERR_...).
-  int connect();
+  int connect(Start start = Start::never);
   bool isReady() const { return context_ != nullptr && pa_context_get_state(context_) == PA_CONTEXT_READY; }
   /// Null before the first `connect` and after a loss.
   pa_context* context() { return context_; }

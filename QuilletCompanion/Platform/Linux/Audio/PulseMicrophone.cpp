@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <boost/asio/error.hpp>
 #include <mutex>
 #include <utility>
 
@@ -107,6 +108,10 @@ Awaitable<std::unique_ptr<MicrophoneRecording>> PulseMicrophone::record(std::opt
   // Whatever becomes of this coroutine ends what it began.
   std::unique_ptr<MicrophoneRecording> recording = std::make_unique<Recording>(thread_, capture);
   co_await runOn(thread_.executor(), open(std::move(capture), std::move(uid)));
+  // It may have opened at the very moment of a cancellation.
+  if (isCancelled(co_await boost::asio::this_coro::cancellation_state)) {
+    throw boost::system::system_error(boost::asio::error::operation_aborted);
+  }
   co_return recording;
 }
 
@@ -117,7 +122,8 @@ Awaitable<void> PulseMicrophone::open(std::shared_ptr<Capture> capture, std::opt
     return capture->ended;
   };
   if (givenUp()) co_return;
-  if (const int failure = connection.connect(); failure != PA_OK) fail("connect", failure);
+  if (const int failure = connection.connect(PulseConnection::Start::ifMissing); failure != PA_OK)
+    fail("connect", failure);
   capture->use.emplace(connection, PA_SUBSCRIPTION_MASK_NULL, nullptr);
   const auto devices = connection.devices();
   if (!devices) fail("list", connection.error());

@@ -12,7 +12,7 @@ constexpr auto kFlags =
 
 }  // namespace
 
-int PulseStream::record(const std::string& source, const Settings& settings, OnReady onReadable,
+int PulseStream::record(const std::string& source, const Settings& settings, OnReadable onReadable,
                         const std::function<bool()>& givenUp) {
   if (const int failure = create(settings); failure != PA_OK) return failure;
   onReadable_ = std::move(onReadable);

@@ -20,8 +20,8 @@ class PulseStream {
     pa_sample_spec format;
     pa_buffer_attr buffer;
   };
-  /// There are bytes to read, or room to write.
-  using OnReady = std::function<void(pa_stream*)>;
+  /// There is something to read.
+  using OnReadable = std::function<void(pa_stream*)>;
 
   explicit PulseStream(PulseConnection& connection) : connection_(connection) {}
   ~PulseStream() { close(); }
@@ -31,8 +31,9 @@ class PulseStream {
   /// Called once when the server ends a stream that runs, with its error.
   std::function<void(int)> onEnded;
 
-  /// Runs when this returns 0; otherwise the server's error. `given up` ends the waiting. Within jobs only.
-  int record(const std::string& source, const Settings& settings, OnReady onReadable,
+  /// The stream runs when this returns 0; otherwise it gives the server's error. The waiting ends, too, once `givenUp`
+  /// holds. Within jobs only.
+  int record(const std::string& source, const Settings& settings, OnReadable onReadable,
              const std::function<bool()>& givenUp);
   int play(const std::string& sink, const Settings& settings, const std::function<bool()>& givenUp);
   void close();
@@ -45,7 +46,7 @@ class PulseStream {
 
   PulseConnection& connection_;
   pa_stream* stream_ = nullptr;
-  OnReady onReadable_;
+  OnReadable onReadable_;
 };
 
 }  // namespace quillet

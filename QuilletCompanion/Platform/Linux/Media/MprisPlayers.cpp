@@ -92,8 +92,11 @@ struct MprisPlayers::Question {
   GVariantRef arguments;
 };
 
+// Answers may come at the moment of a cancellation, after which this object may be gone.
 Awaitable<bool> MprisPlayers::pause() {
-  paused_ = co_await inState(co_await players(), "Playing");
+  Names playing = co_await inState(co_await players(), "Playing");
+  if (isCancelled(co_await asio::this_coro::cancellation_state)) co_return false;
+  paused_ = std::move(playing);
   command(paused_, "Pause");
   co_return !paused_.empty();
 }
@@ -101,7 +104,7 @@ Awaitable<bool> MprisPlayers::pause() {
 Awaitable<void> MprisPlayers::play() {
   // Whoever was stopped or set going by its user in the meantime stays as it is.
   const Names still = co_await inState(std::exchange(paused_, {}), "Paused");
-  command(still, "Play");
+  if (!isCancelled(co_await asio::this_coro::cancellation_state)) command(still, "Play");
 }
 
 void MprisPlayers::playNow() {
