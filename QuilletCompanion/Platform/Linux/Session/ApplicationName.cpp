@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Platform/Linux/Session/ApplicationName.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+namespace quillet {
+namespace {
+
+constexpr const char* interfaceName = "org.freedesktop.Application";
+constexpr const char* description = R"(
+<node><interface name="org.freedesktop.Application">
+  <method name="Activate"><arg type="a{sv}" direction="in"/></method>
+  <method name="Open"><arg type="as" direction="in"/><arg type="a{sv}" direction="in"/></method>
+  <method name="ActivateAction"><arg type="s" direction="in"/><arg type="av" direction="in"/>
+    <arg type="a{sv}" direction="in"/></method>
+</interface></node>)";
+
+/// By the interface's own rule.
+std::string pathOf(const std::string& name) {
+  std::string path = "/" + name;
+  std::ranges::replace(path, '.', '/');
+  std::ranges::replace(path, '-', '_');
+  return path;
+}
+
+}  // namespace
+
+ApplicationName::ApplicationName(const std::string& name, std::function<void()> onActivate)
+    : onActivate_(std::move(onActivate)), connection_(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, GErrorSlot())) {
+  if (connection_ == nullptr) return;
+  g_dbus_connection_set_exit_on_close(connection_.get(), FALSE);
+  static constexpr GDBusInterfaceVTable table{called, nullptr, nullptr, {}};
+  GDBusNodeInfo* const node = g_dbus_node_info_new_for_xml(description, GErrorSlot());
+  object_ = g_dbus_connection_register_object(connection_.get(), pathOf(name).c_str(), node->interfaces[0], &table,
+                                              this, nullptr, GErrorSlot());
+  g_dbus_node_info_unref(node);
+  name_ = g_bus_own_name_on_connection(connection_.get(), name.c_str(), G_BUS_NAME_OWNER_FLAGS_DO_NOT_QUEUE, nullptr,
+                                       nullptr, nullptr, nullptr);
+}
+
+ApplicationName::~ApplicationName() {
+  if (name_ != 0) g_bus_unown_name(name_);
+  if (object_ != 0) g_dbus_connection_unregister_object(connection_.get(), object_);
+}
+
+/// There are no actions, and nothing that could be opened yet; either shows the program.
+void ApplicationName::called(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
+                             GDBusMethodInvocation* invocation, void* self) {
+  g_dbus_method_invocation_return_value(invocation, nullptr);
+  static_cast<ApplicationName*>(self)->onActivate_();
+}
+
+bool ApplicationName::activate(const std::string& name) {
+  const DBusSignals bus(G_BUS_TYPE_SESSION);
+  const auto answer =
+      bus.call(name.c_str(), pathOf(name).c_str(), interfaceName, "Activate", g_variant_new("(a{sv})", nullptr));
+  return answer != nullptr;
+}
+
+}  // namespace quillet
