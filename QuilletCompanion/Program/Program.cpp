@@ -19,10 +19,9 @@ std::unique_ptr<SecretStore> openSecretStore(const std::optional<std::filesystem
   return openSystemSecretStore(*supportFolder / "secrets", std::string(kBundleIdentifier));
 }
 
-std::vector<std::string> commandWith(const std::vector<std::string>& options) {
-  std::vector<std::string> command{QCoreApplication::applicationFilePath().toStdString()};
-  command.insert(command.end(), options.begin(), options.end());
-  return command;
+/// What shows the windows, whichever front this run has.
+std::vector<std::string> launchCommand() {
+  return {(QCoreApplication::applicationDirPath() + "/QuilletCompanion").toStdString()};
 }
 
 /// Serves the event loop until the condition holds, for a second at most.
@@ -47,12 +46,13 @@ void drain(std::shared_ptr<AppModel> model) {
 
 }  // namespace
 
-Program::Program(UserDefaults& defaults, std::optional<std::filesystem::path> supportFolder,
-                 std::vector<std::string> launchOptions)
+Program::Program(UserDefaults& defaults, std::optional<std::filesystem::path> supportFolder)
     : defaults_(defaults),
       supportFolder_(std::move(supportFolder)),
       secretStore_(openSecretStore(supportFolder_)),
-      loginItem_(UserFolders::config(), std::string(kBundleIdentifier), commandWith(launchOptions)) {
+      loginItem_(UserFolders::config(), std::string(kBundleIdentifier), launchCommand()) {
+  // An older version's entry started another front.
+  if (loginItem_.isEnabled()) loginItem_.setEnabled(true);
   provider_.enableAccessibility();
   keyTypist_.announceTo(dictation_.typingWitness());
   if (const auto folder = FolderLedgerStorage::folderFrom(defaults_.string("wordLedgerFolder"))) shareWords(*folder);

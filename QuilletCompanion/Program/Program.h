@@ -39,9 +39,8 @@ class Program {
   };
   using MakeFront = std::function<std::unique_ptr<Front>(AppModel& model, Executor mainThread)>;
 
-  /// `launchOptions`: what the desktop shall start it with at login. `defaults` outlives it.
-  Program(UserDefaults& defaults, std::optional<std::filesystem::path> supportFolder,
-          std::vector<std::string> launchOptions);
+  /// `defaults` outlives it.
+  Program(UserDefaults& defaults, std::optional<std::filesystem::path> supportFolder);
 
   /// Runs until somebody quits; gives the exit code.
   int run(const MakeFront& makeFront);

@@ -10,6 +10,7 @@
 #include <iostream>
 
 #include "QuilletCompanion/App/DefaultsCommand.h"
+#include "QuilletCompanion/Platform/Linux/Session/ApplicationName.h"
 #include "QuilletCompanion/Platform/Linux/Session/InstanceLock.h"
 #include "QuilletCompanion/Program/CommandLine.h"
 #include "QuilletCompanion/Program/Program.h"
@@ -76,9 +77,22 @@ int becomeWindows(char** argv) {
   return failure("The windows are not installed; start with --terminal.");
 }
 
+/// A front that the desktop, and a second start, can reach.
+class NamedFront final : public WindowsFront {
+ public:
+  explicit NamedFront(std::unique_ptr<WindowsFront> front) : front_(std::move(front)) {}
+  void start() override { front_->start(); }
+  void activate() override { front_->activate(); }
+
+ private:
+  std::unique_ptr<WindowsFront> front_;
+  ApplicationName name_{std::string(kBundleIdentifier), [this] { activate(); }};
+};
+
 int runWindows(Program& program, const WindowsMaker& windows) {
-  return program.run(
-      [&](AppModel& model, Executor mainThread) { return windows.front(model, std::move(mainThread), &Clock::now); });
+  return program.run([&](AppModel& model, Executor mainThread) {
+    return std::make_unique<NamedFront>(windows.front(model, std::move(mainThread), &Clock::now));
+  });
 }
 
 struct Outcome {
@@ -86,7 +100,9 @@ struct Outcome {
   bool restart = false;
 };
 
-Outcome serve(const boost::json::object& settings, const std::function<int(Program&)>& run) {
+/// `onSecondStart`: whether the program that runs already could be told.
+Outcome serve(const boost::json::object& settings, const std::function<int(Program&)>& run,
+              const std::function<bool()>& onSecondStart) {
   QCoreApplication::setApplicationName("QuilletCompanion");
   UserDefaults defaults(settingsFile(), settings);
   std::signal(SIGPIPE, SIG_IGN);
@@ -94,8 +110,10 @@ Outcome serve(const boost::json::object& settings, const std::function<int(Progr
   const auto supportFolder = UserFolders::ownData();
   std::optional<InstanceLock> lock;
   if (supportFolder) lock.emplace(*supportFolder);
-  if (lock && !lock->isHeld()) return {failure("Quillet is running already.")};
-  Program program(defaults, supportFolder, {"--terminal"});
+  if (lock && !lock->isHeld()) {
+    return {onSecondStart() ? EXIT_SUCCESS : failure("Quillet is running already.")};
+  }
+  Program program(defaults, supportFolder);
   const int code = run(program);
   return {code, program.restartWanted()};
 }
@@ -123,11 +141,13 @@ int runQuillet(int argc, char** argv, const WindowsMaker* windows) {
   Outcome outcome;
   if (const auto* terminal = std::get_if<CommandLine::Terminal>(&request)) {
     QCoreApplication app(argc, argv);
-    outcome = serve(terminal->settings, [&](Program& made) { return runInTerminal(made, terminal->style); });
+    outcome = serve(
+        terminal->settings, [&](Program& made) { return runInTerminal(made, terminal->style); }, [] { return false; });
   } else if (windows != nullptr) {
     const auto app = windows->application(argc, argv);
-    outcome = serve(std::get<CommandLine::Windows>(request).settings,
-                    [&](Program& made) { return runWindows(made, *windows); });
+    outcome = serve(
+        std::get<CommandLine::Windows>(request).settings, [&](Program& made) { return runWindows(made, *windows); },
+        [] { return ApplicationName::activate(std::string(kBundleIdentifier)); });
   } else {
     return becomeWindows(argv);
   }

@@ -3,6 +3,7 @@
 
 #include <QQuickWindow>
 
+#include "QuilletCompanion/Views/QRCodeProvider.h"
 #include "QuilletCompanion/Views/SymbolProvider.h"
 
 // Made by the build; nothing else refers to it, so that the linker would leave the types out.
@@ -20,6 +21,7 @@ void prepareViews(Look& look) {
 std::unique_ptr<QQmlEngine> makeViewEngine() {
   auto engine = std::make_unique<QQmlEngine>();
   engine->addImageProvider(QStringLiteral("symbol"), new SymbolProvider);
+  engine->addImageProvider(QStringLiteral("qr"), new QRCodeProvider);
   engine->addImportPath(QStringLiteral(":/quillet/qml"));
   return engine;
 }

@@ -4,12 +4,10 @@
 #include <boost/beast/http.hpp>
 #include <boost/beast/websocket.hpp>
 #include <boost/json.hpp>
-#include <fstream>
 
 #include "QuilletKit/Protocol/WaveFile.h"
 #include "QuilletSpeech/SphinxEngine.h"
 #include "Tests/Doubles/LogCapture.h"
-#include "Tests/Doubles/SelfSigned.h"
 #include "Tests/Doubles/StubSpeechEngine.h"
 #include "Tests/Service/ServerFixture.h"
 #include "Tests/Speech/Recordings.h"
@@ -323,39 +321,6 @@ TEST_F(TranscriptionTest, FreesTheDecoderOfAClientThatGoesAway) {
     EXPECT_TRUE(co_await happens([&] { return engine.finishing == 2; }));
     uploading.close();
   });
-  EXPECT_TRUE(heldNothing());
-}
-
-/// By the clients that desktops use.
-TEST_F(TranscriptionTest, DoesTheSameOverTLS) {
-  const SelfSigned made("IP:127.0.0.1,DNS:127.0.0.1");
-  const TLSFiles tls{folder.path() / "certificate", folder.path() / "key"};
-  std::ofstream(tls.certificate) << made.certificate;
-  std::ofstream(tls.key) << made.key;
-  session.tls().load_verify_file(tls.certificate.string());
-  ServiceSettings settings;
-  settings.engine = &engine;
-  serve({}, settings, tls);
-  play([&]() -> Awaitable<void> {
-    co_await enrol();
-    EXPECT_EQ((co_await upload({"u-1"}, samples_)).text, "go forward");
-    const auto request = co_await macAPI->transcriptionStreamRequest("u-2", RecognitionLanguage::en);
-    auto socket = makeWebSocketTask(session, context.get_executor(), request, kFrameLimit);
-    socket->resume();
-    EXPECT_EQ((co_await socket->receive()).data, R"({"type":"ready","utteranceId":"u-2"})");
-    co_await socket->send({false, std::string(textOf(bytesOfSamples(samples_)))});
-    socket->sendText(R"({"type":"finish"})", [](bool) {});
-    std::string frame = (co_await socket->receive()).data;
-    while (frame.find("partial") != frame.npos) frame = (co_await socket->receive()).data;
-    EXPECT_EQ(JSONCoding::decode<TranscribeResponse>(frame).text, "go forward");
-    socket->cancel(1000);
-  });
-  EXPECT_TRUE(heldNothing());
-  engine.finishHangs = true;
-  Task abandoned(context.get_executor());
-  abandoned.start([&]() -> Awaitable<void> { co_await upload({"u-3"}, samples_); });
-  EXPECT_TRUE(runUntil([&] { return engine.finishing == 3; }));
-  abandoned.cancel();
   EXPECT_TRUE(heldNothing());
 }
 

@@ -14,12 +14,17 @@ Rectangle {
     signal confirmed
     signal dismissed
 
+    property Item asker // what had the keyboard before
+
     function ask() {
+        asker = Window.activeFocusItem
         visible = true
         cancel.forceActiveFocus(Qt.PopupFocusReason)
     }
     function answer(yes) {
         visible = false
+        if (asker)
+            asker.forceActiveFocus(Qt.PopupFocusReason)
         if (yes)
             confirmed()
         else

@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: MIT
+import QtQuick
+import QtQuick.Window
+import Quillet
+
+// What the tray's icon shows: whether everything works, and the way to everything else.
+Window {
+    id: root
+
+    readonly property real padding: Theme.unit * 4
+
+    width: 320
+    height: Math.min(column.implicitHeight + padding * 2, Screen.desktopAvailableHeight - 20)
+    title: qsTr("Quillet")
+    color: Theme.window
+
+    Rectangle {
+        anchors.fill: parent
+        color: "transparent"
+        border.width: 1
+        border.color: Theme.border
+    }
+    Column {
+        id: column
+        x: root.padding
+        y: root.padding
+        width: root.width - root.padding * 2
+        spacing: Theme.unit * 3
+        LayoutMirroring.enabled: Qt.application.layoutDirection === Qt.RightToLeft
+        LayoutMirroring.childrenInherit: true
+
+        Column {
+            width: parent.width
+            spacing: Theme.unit / 2
+            Words {
+                width: parent.width
+                text: desk.macName
+                font.pixelSize: Theme.headline
+                font.weight: Font.DemiBold
+                elide: Text.ElideRight
+                wrapMode: Text.NoWrap
+                Accessible.role: Accessible.Heading
+            }
+            Words {
+                width: parent.width
+                quiet: true
+                text: desk.statusLine
+            }
+        }
+        Column {
+            width: parent.width
+            spacing: Theme.unit * 1.5
+            StatusRow {
+                width: parent.width
+                title: qsTr("Connection")
+                value: desk.connectionWord
+                tint: desk.connectionTint === "green" ? Theme.good : desk.connectionTint === "yellow" ? Theme.pending : Theme.bad
+            }
+            StatusRow {
+                width: parent.width
+                title: qsTr("Accessibility")
+                value: desk.axTrusted ? qsTr("Allowed") : qsTr("Not allowed")
+                tint: desk.axTrusted ? Theme.good : Theme.warning
+            }
+            StatusRow {
+                width: parent.width
+                title: qsTr("Paired iPhones")
+                value: desk.peerCount.toLocaleString(Qt.locale(), "f", 0)
+            }
+            StatusRow {
+                width: parent.width
+                visible: dictation !== null
+                title: qsTr("Dictation on this Mac")
+                value: dictation === null ? "" : dictation.status
+                tint: dictation === null || dictation.statusTint === "" ? Theme.text
+                    : dictation.statusTint === "green" ? Theme.good : Theme.warning
+            }
+        }
+        WordStatsStrip {
+            width: parent.width
+            onClicked: {
+                desk.dismissPopover()
+                desk.openWindow("statistics")
+            }
+        }
+        Words {
+            width: parent.width
+            visible: text !== ""
+            text: desk.startupError
+            color: Theme.bad
+        }
+        Words {
+            width: parent.width
+            visible: desk.revoked
+            text: qsTr("This Mac's pairing identity was removed from the service. Reset it in Settings.")
+            color: Theme.warning
+        }
+        Rectangle {
+            width: parent.width
+            height: 1
+            color: Theme.border
+        }
+        Column {
+            width: parent.width
+            MenuRow {
+                width: parent.width
+                focus: true
+                label: qsTr("Pair an iPhone…")
+                symbol: "iphone.badge.plus"
+                onClicked: {
+                    desk.dismissPopover()
+                    desk.pair()
+                }
+            }
+            MenuRow {
+                width: parent.width
+                label: qsTr("Test connection…")
+                symbol: "antenna.radiowaves.left.and.right"
+                onClicked: {
+                    desk.dismissPopover()
+                    desk.openWindow("connection-test")
+                }
+            }
+            MenuRow {
+                width: parent.width
+                visible: !desk.onboardingCompleted
+                label: qsTr("Continue setup…")
+                symbol: "list.bullet.clipboard"
+                onClicked: {
+                    desk.dismissPopover()
+                    desk.openWindow("onboarding")
+                }
+            }
+            MenuRow {
+                width: parent.width
+                visible: dictation !== null && dictation.hasLastText
+                label: qsTr("Copy last dictation")
+                symbol: "doc.on.doc"
+                onClicked: {
+                    desk.dismissPopover()
+                    dictation.copyLastText()
+                }
+            }
+            MenuRow {
+                width: parent.width
+                label: qsTr("Statistics")
+                symbol: "chart.bar.fill"
+                onClicked: {
+                    desk.dismissPopover()
+                    desk.openWindow("statistics")
+                }
+            }
+            MenuRow {
+                width: parent.width
+                label: qsTr("Settings")
+                symbol: "gearshape"
+                onClicked: {
+                    desk.dismissPopover()
+                    desk.openWindow("settings")
+                }
+            }
+        }
+        Rectangle {
+            width: parent.width
+            height: 1
+            color: Theme.border
+        }
+        MenuRow {
+            width: parent.width
+            label: qsTr("Quit Quillet")
+            symbol: "power"
+            onClicked: desk.quit()
+        }
+    }
+    Shortcut {
+        sequences: ["Esc"]
+        onActivated: desk.dismissPopover()
+    }
+}

@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Views/TrayFrontEnd.h"
+
+#include <QClipboard>
+#include <QCursor>
+#include <QGuiApplication>
+#include <QPainter>
+#include <QScreen>
+#include <utility>
+
+#include "QuilletCompanion/Views/CheckView.h"
+#include "QuilletCompanion/Views/PairingView.h"
+#include "QuilletCompanion/Views/SettingsView.h"
+#include "QuilletCompanion/Views/SymbolProvider.h"
+#include "QuilletCompanion/Views/TrayPlacement.h"
+
+namespace quillet {
+namespace {
+
+constexpr Qt::WindowFlags popoverFlags = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
+constexpr Qt::WindowFlags badgeFlags = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
+                                       Qt::WindowDoesNotAcceptFocus | Qt::WindowTransparentForInput;
+/// A click on the icon takes the focus from the popover, which closes it; it must not open it again.
+constexpr std::int64_t clickLasts = 300;
+constexpr int badgeMarginX = 16, badgeMarginY = 12;
+constexpr int iconSide = 48;
+const QColor iconGround(0x2a, 0x5b, 0xd7);
+
+/// On a ground of its own, since nobody knows the panel's colour.
+QIcon trayIcon(const QString& symbol) {
+  QImage image(iconSide, iconSide, QImage::Format_ARGB32_Premultiplied);
+  image.fill(Qt::transparent);
+  QPainter painter(&image);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(iconGround);
+  painter.drawRoundedRect(image.rect(), iconSide / 4.0, iconSide / 4.0);
+  const int side = iconSide * 3 / 4;
+  painter.drawImage(iconSide / 8, iconSide / 8, drawSymbol(symbol, Qt::white, {side, side}));
+  painter.end();
+  return QIcon(QPixmap::fromImage(image));
+}
+
+struct IconState {
+  const char *symbol, *words;
+};
+
+IconState iconState(ConnectionStatus status) {
+  switch (status) {
+    case ConnectionStatus::connected:
+      return {"mic.fill", "Quillet, connected"};
+    case ConnectionStatus::reconnecting:
+      return {"mic", "Quillet, reconnecting"};
+    case ConnectionStatus::offline:
+      break;
+  }
+  return {"mic.slash", "Quillet, offline"};
+}
+
+}  // namespace
+
+TrayFrontEnd::TrayFrontEnd(AppModel& model, Executor mainThread, Look& look, Surroundings surroundings)
+    : model_(model),
+      mainThread_(std::move(mainThread)),
+      surroundings_(std::move(surroundings)),
+      desk_(model, mainThread_,
+            {.openWindow = [this](const QString& id) { windows_.open(id); },
+             .closeWindow = [this](const QString& id) { windows_.close(id); },
+             .copy = [](const QString& text) { QGuiApplication::clipboard()->setText(text); },
+             .dismissPopover = [this] { windows_.close("popover"); },
+             .openEditor = surroundings_.openEditor,
+             .quit = surroundings_.quit}),
+      statistics_(model.wordStats(), mainThread_),
+      windows_([this](const QString& id, QQmlContext& context) { furnish(id, context); }) {
+  prepareViews(look);
+  QGuiApplication::setWindowIcon(trayIcon("mic.fill"));
+  connect(&icon_, &QSystemTrayIcon::activated, this, [this] { togglePopover(); });
+  connect(&desk_, &ViewObject::changed, this, [this] { updateIcon(); });
+  updateIcon();
+  model_.onInsertion = [this](const std::string&) { showBadge(); };
+}
+
+TrayFrontEnd::~TrayFrontEnd() {
+  model_.onInsertion = nullptr;
+}
+
+void TrayFrontEnd::start() {
+  icon_.show();
+  if (!model_.onboardingCompleted().get()) {
+    windows_.open("onboarding");
+  } else if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+    showPopover(false);
+  }
+}
+
+void TrayFrontEnd::activate() {
+  showPopover(false);
+}
+
+void TrayFrontEnd::togglePopover() {
+  auto* const window = windows_.find("popover");
+  const bool justDismissed = surroundings_.now() - dismissedAt_ < clickLasts;
+  if (window != nullptr && window->isVisible()) {
+    window->close();
+  } else if (!justDismissed) {
+    showPopover(true);
+  }
+}
+
+/// Away from its icon it is a window like others, which stays until it is closed.
+void TrayFrontEnd::showPopover(bool atIcon) {
+  statistics_.reload();
+  windows_.open("popover", [this, atIcon](QQuickWindow& window) {
+    window.setFlags(atIcon ? popoverFlags : Qt::WindowFlags(Qt::Dialog));
+    if (!atIcon) return;
+    const QRect icon = icon_.geometry();
+    const QPoint pointer = icon.isEmpty() ? QCursor::pos() : icon.center();
+    const auto* screen = QGuiApplication::screenAt(pointer);
+    if (screen == nullptr) screen = QGuiApplication::primaryScreen();
+    window.setPosition(popoverPlace(icon, pointer, window.size(), screen->availableGeometry()));
+    connect(&window, &QWindow::activeChanged, this, [this, popover = &window] {
+      if (popover->isActive() || !popover->isVisible()) return;
+      dismissedAt_ = surroundings_.now();
+      popover->close();
+    });
+  });
+}
+
+void TrayFrontEnd::showBadge() {
+  auto* const window = windows_.open("badge", [](QQuickWindow& badge) {
+    badge.setFlags(badgeFlags);
+    const QRect room = QGuiApplication::primaryScreen()->availableGeometry();
+    badge.setPosition(room.right() + 1 - badge.width() - badgeMarginX, room.top() + badgeMarginY);
+  });
+  if (window != nullptr) QMetaObject::invokeMethod(window, "appear");
+}
+
+void TrayFrontEnd::updateIcon() {
+  const auto [symbol, words] = iconState(model_.connectionStatus().get());
+  if (std::exchange(iconShown_, symbol) == symbol) return;
+  icon_.setIcon(trayIcon(symbol));
+  icon_.setToolTip(inWords(words));
+}
+
+void TrayFrontEnd::furnish(const QString& id, QQmlContext& context) {
+  context.setContextProperty("desk", &desk_);
+  context.setContextProperty("statistics", &statistics_);
+  context.setContextProperty("dictation", nullptr);
+  const auto give = [&context](const char* name, ViewObject* object) {
+    object->setParent(&context);
+    context.setContextProperty(name, object);
+  };
+  if (id == "settings") give("settings", new SettingsView(model_, mainThread_));
+  if (id == "connection-test") give("check", new CheckView(model_, mainThread_));
+  if (id == "statistics") statistics_.reload();
+  if (id == "pair" || id == "onboarding") {
+    auto* const pairing = new PairingView(model_.makePairingViewModel(), mainThread_, surroundings_.now);
+    give("thePairing", pairing);
+    if (id == "pair") pairing->start();
+  }
+}
+
+}  // namespace quillet

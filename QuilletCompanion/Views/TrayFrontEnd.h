@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QSystemTrayIcon>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "QuilletCompanion/App/AppModel.h"
+#include "QuilletCompanion/Views/DeskView.h"
+#include "QuilletCompanion/Views/StatisticsView.h"
+#include "QuilletCompanion/Views/Windows.h"
+
+namespace quillet {
+
+/// The program as an icon in the tray, whose popover leads to all windows. Where there is no tray the popover is a
+/// window of its own. Construct after QApplication, on the main thread.
+class TrayFrontEnd final : public QObject {
+ public:
+  struct Surroundings {
+    std::function<std::int64_t()> now;  ///< Milliseconds since 1970.
+    std::function<void()> quit;
+    std::function<void()> openEditor;  ///< Opens the user's editor with an empty note.
+  };
+  TrayFrontEnd(AppModel& model, Executor mainThread, Look& look, Surroundings surroundings);
+  ~TrayFrontEnd() override;
+
+  /// To be called once the model has started: opens what a first run has to show.
+  void start();
+  /// As if the icon were clicked: the user started the program again.
+  void activate();
+
+ private:
+  void furnish(const QString& id, QQmlContext& context);
+  void togglePopover();
+  void showPopover(bool atIcon);
+  void showBadge();
+  void updateIcon();
+
+  AppModel& model_;
+  Executor mainThread_;
+  Surroundings surroundings_;
+  DeskView desk_;
+  StatisticsView statistics_;
+  Windows windows_;
+  QSystemTrayIcon icon_;
+  QString iconShown_;
+  std::int64_t dismissedAt_ = 0;  ///< Milliseconds since 1970.
+};
+
+}  // namespace quillet

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#include "QuilletCompanion/Views/TrayPlacement.h"
+
+#include <algorithm>
+
+namespace quillet {
+
+QPoint popoverPlace(const QRect& icon, const QPoint& pointer, const QSize& popover, const QRect& available) {
+  const QRect anchor = icon.isEmpty() ? QRect(pointer, QSize(1, 1)) : icon;
+  const bool above = anchor.center().y() > available.center().y();
+  const int x = anchor.center().x() - popover.width() / 2;
+  const int y = above ? anchor.top() - popover.height() : anchor.bottom() + 1;
+  const auto kept = [](int wanted, int least, int most) { return std::max(least, std::min(wanted, most)); };
+  return {kept(x, available.left(), available.right() + 1 - popover.width()),
+          kept(y, available.top(), available.bottom() + 1 - popover.height())};
+}
+
+}  // namespace quillet

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QPoint>
+#include <QRect>
+#include <QSize>
+
+namespace quillet {
+
+/// Where a popover of that size stands: at the icon, where its place is known, else at the pointer, on the side of it
+/// that has the room, and whole within the part of the screen that windows may use.
+QPoint popoverPlace(const QRect& icon, const QPoint& pointer, const QSize& popover, const QRect& available);
+
+}  // namespace quillet
