@@ -83,6 +83,7 @@ class Insertion : public testing::Test {
 };
 
 const std::string kSentence = "Grüße, 3 × 4 = 12, 日本 👋🏽 and more.";
+constexpr InsertionReport kUnsupported{InsertionOutcome::refused, RefusalReason::unsupportedTarget, std::nullopt};
 const std::string kLong = "the quick brown fox jumps over the lazy dog and does it again";
 
 TEST_F(Insertion, WritesIntoFieldsOfBothToolkits) {
@@ -93,6 +94,29 @@ TEST_F(Insertion, WritesIntoFieldsOfBothToolkits) {
       EXPECT_EQ(insert(kSentence), kWritten) << program << " " << kind;
       EXPECT_EQ(value(), before + kSentence);
     }
+  }
+}
+
+TEST_F(Insertion, ASelectionGoesOnlyOnceTheNewTextIsThere) {
+  for (const auto* version : {"3", "4"}) {
+    SCOPED_TRACE(version);
+    open(QUILLET_SOURCE_DIR "/Tests/Desktop/spin.py", version);
+    ASSERT_TRUE(eventually([&] { return provider.selectedRange(field) == AXTextRange{0, 2}; }));
+    EXPECT_EQ(insert("no number"), kUnsupported);
+    EXPECT_EQ(value(), "42");
+    EXPECT_EQ(provider.selectedRange(field), (AXTextRange{0, 2}));
+    EXPECT_EQ(insert("137"), kWritten);
+    EXPECT_EQ(value(), "137");
+    EXPECT_EQ(provider.selectedRange(field), (AXTextRange{3, 0}));
+  }
+  // No room beside what is selected, and enough in its place.
+  for (const auto* program : {kGTKFields, kQtFields}) {
+    SCOPED_TRACE(program);
+    open(program, "--limit 9 --text 123456789");
+    press({"shift+Home"});
+    ASSERT_TRUE(eventually([&] { return provider.selectedRange(field) == AXTextRange{0, 9}; }));
+    EXPECT_EQ(insert("the quick"), kTyped);
+    EXPECT_EQ(value(), "the quick");
   }
 }
 

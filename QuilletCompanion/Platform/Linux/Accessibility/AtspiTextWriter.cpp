@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/AtspiBatch.h"
 #include "QuilletCompanion/Platform/Linux/Accessibility/TextUnits.h"
@@ -18,47 +19,102 @@ class Writer {
   Writer(const AtspiElement& element, AtspiToolkit toolkit, CallBudget& budget)
       : element_(element), toolkit_(toolkit), budget_(budget) {}
 
-  bool replace(const std::string& text) {
-    if (!mayCall()) return false;
+  Replacement replace(const std::string& text) {
+    if (!mayCall()) return Replacement::failed;
     AtspiBatch batch(element_.accessible(), budget_.callLimit());
-    const auto selections = batch.call("Text", "GetNSelections"), caret = batch.property("Text", "CaretOffset");
-    if (!statesOf(element_.accessible(), element_.pid(), budget_).isEditable()) return false;
+    const auto selections = batch.call("Text", "GetNSelections"), caret = batch.property("Text", "CaretOffset"),
+               count = batch.property("Text", "CharacterCount");
+    const auto summary = summarize(element_.accessible(), element_.pid(), budget_);
+    if (!summary.isEditable()) return Replacement::failed;
     batch.wait();
-    const bool selected = batch.number(selections).value_or(0) > 0;
-    const auto start = selected ? clearSelection() : batch.number(caret);
-    return start && *start >= 0 && insert(*start, text);
+    std::optional<int> start = batch.number(caret);
+    if (batch.number(selections).value_or(0) > 0) {
+      const auto selected = selection();
+      if (!selected) return Replacement::failed;
+      start = selected->first;
+      if (selected->first < selected->second) return replace(*selected, batch.number(count), text, summary.role);
+    }
+    return start && *start >= 0 && insert(*start, text) ? Replacement::claimed : Replacement::failed;
   }
 
  private:
+  /// In the toolkit's own offsets.
+  using Range = std::pair<int, int>;
+
   bool mayCall() { return budget_.mayCall(element_.pid()); }
   AtspiEditableText* editable() const { return ATSPI_EDITABLE_TEXT(element_.accessible()); }
 
-  /// Gives where to insert, in the toolkit's own offsets.
-  std::optional<int> clearSelection() {
-    GErrorSlot rangeError, deleteError;
+  std::optional<Range> selection() {
+    GErrorSlot error;
     if (!mayCall()) return std::nullopt;
-    const std::unique_ptr<AtspiRange, decltype(&g_free)> range(atspi_text_get_selection(element_.text(), 0, rangeError),
+    const std::unique_ptr<AtspiRange, decltype(&g_free)> range(atspi_text_get_selection(element_.text(), 0, error),
                                                                &g_free);
-    if (rangeError.failed() || !range || range->start_offset < 0) return std::nullopt;
-    const auto [start, end] = std::minmax(range->start_offset, range->end_offset);
-    if (start == end) return start;
+    if (error.failed() || !range || range->start_offset < 0) return std::nullopt;
+    return std::minmax(range->start_offset, range->end_offset);
+  }
+
+  /// Most fields let go of their selection when anything is written.
+  void selectAgain(Range range) {
+    GErrorSlot countError, error;
+    if (!mayCall() || atspi_text_get_n_selections(element_.text(), countError) > 0 || !mayCall()) return;
+    atspi_text_add_selection(element_.text(), range.first, range.second, error);
+  }
+
+  bool remove(Range range) {
+    GErrorSlot error;
+    if (!mayCall()) return false;
+    atspi_editable_text_delete_text(editable(), range.first, range.second, error);
+    element_.guess().characters -= range.second - range.first;
+    return !error.failed();
+  }
+
+  /// What was selected goes only once the new text is seen to be there.
+  Replacement replace(Range selected, std::optional<int> before, const std::string& text, AtspiRole role) {
+    // Each line gets an element of its own, and so this one can't tell how much has come.
+    const bool divides = role == ATSPI_ROLE_PARAGRAPH && text.find('\n') != text.npos;
+    if (divides || !before) {
+      return remove(selected) && insert(selected.first, text) ? Replacement::claimed : Replacement::failed;
+    }
+    const auto after = insertAndCount(selected.second, text);
+    if (!after) return Replacement::failed;
+    const int grown = *after - *before;
+    if (grown < TextUnits::codePoints(text)) {
+      if (grown > 0) remove({selected.second, selected.second + grown});
+      selectAgain(selected);
+      return role == ATSPI_ROLE_SPIN_BUTTON ? Replacement::rejected : Replacement::failed;
+    }
+    if (!remove(selected) || !mayCall()) return Replacement::claimed;
+    element_.guess().characters = *after - (selected.second - selected.first);
+    element_.guess().caret = selected.first + grown;
+    GErrorSlot error;
+    // Also where the caret is right, since the new text may be selected now.
+    atspi_text_set_caret_offset(element_.text(), selected.first + grown, error);
+    return Replacement::claimed;
+  }
+
+  AtspiBatch::Index sendInsert(AtspiBatch& batch, int start, const std::string& text) const {
+    const auto length = toolkit_ == AtspiToolkit::gtk ? text.size() : TextUnits::utf16Length(text);
+    return batch.call("EditableText", "InsertText", {start, text.c_str(), static_cast<int>(length)});
+  }
+
+  /// How many characters there are then.
+  std::optional<int> insertAndCount(int start, const std::string& text) {
     if (!mayCall()) return std::nullopt;
-    atspi_editable_text_delete_text(editable(), start, end, deleteError);
-    element_.guess().characters -= end - start;
-    return deleteError.failed() ? std::nullopt : std::optional(start);
+    AtspiBatch batch(element_.accessible(), budget_.callLimit());
+    const auto inserted = sendInsert(batch, start, text), count = batch.property("Text", "CharacterCount");
+    batch.wait();
+    return batch.succeeded(inserted) ? batch.number(count) : std::nullopt;
   }
 
   bool insert(int start, const std::string& text) {
     if (!mayCall()) return false;
-    const auto utf16 = static_cast<int>(TextUnits::utf16Length(text));
-    const bool gtk = toolkit_ == AtspiToolkit::gtk;
     AtspiBatch batch(element_.accessible(), budget_.callLimit());
-    const auto inserted =
-        batch.call("EditableText", "InsertText", {start, text.c_str(), gtk ? static_cast<int>(text.size()) : utf16});
+    const auto inserted = sendInsert(batch, start, text);
     const auto caret = batch.property("Text", "CaretOffset");
     batch.wait();
     if (!batch.succeeded(inserted)) return false;
-    const int length = gtk ? static_cast<int>(TextUnits::codePoints(text)) : utf16;
+    const auto length =
+        static_cast<int>(toolkit_ == AtspiToolkit::gtk ? TextUnits::codePoints(text) : TextUnits::utf16Length(text));
     element_.guess().characters += length;
     element_.guess().caret = start + length;
     if (const auto now = batch.number(caret); now && *now >= 0) placeCaret(*now, start, start + length);
@@ -80,13 +136,13 @@ class Writer {
 
 }  // namespace
 
-bool replaceSelectedText(const AtspiElement& element, std::string_view text, CallBudget& budget) {
+Replacement replaceSelectedText(const AtspiElement& element, std::string_view text, CallBudget& budget) {
   if (text.empty() || text.size() > longestText ||
       !g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr)) {
-    return false;
+    return Replacement::failed;
   }
   const auto toolkit = toolkitOf(element, budget);
-  if (toolkit != AtspiToolkit::gtk && toolkit != AtspiToolkit::qt) return false;
+  if (toolkit != AtspiToolkit::gtk && toolkit != AtspiToolkit::qt) return Replacement::failed;
   return Writer(element, toolkit, budget).replace(std::string(text));
 }
 

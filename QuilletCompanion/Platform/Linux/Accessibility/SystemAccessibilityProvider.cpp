@@ -154,7 +154,9 @@ bool SystemAccessibilityProvider::replaceSelection(const ElementRef& element, st
   const auto target = usable(element);
   if (!target) return false;
   CallBudget budget(hung_);
-  return replaceSelectedText(*target, text, budget);
+  const auto replacement = replaceSelectedText(*target, text, budget);
+  rejectedBy_ = replacement == Replacement::rejected ? element : nullptr;
+  return replacement == Replacement::claimed;
 }
 
 bool SystemAccessibilityProvider::typeUnicode(const ElementRef& wanted, std::u16string_view units) {
@@ -170,6 +172,7 @@ bool SystemAccessibilityProvider::typeUnicode(const ElementRef& wanted, std::u16
   CallBudget budget(hung_, deadline);
   const auto element = focusedText(pid, budget);
   if (!element || !element->isSame(*target)) return false;
+  if (rejectedBy_ && sameElement(element, rejectedBy_)) return false;
   typedInto_ = element;
   AtspiTextReader reader(element, budget);
   const auto progress = [&]() -> std::optional<KeyTypist::Observation> {

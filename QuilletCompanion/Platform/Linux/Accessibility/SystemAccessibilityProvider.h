@@ -72,7 +72,8 @@ class SystemAccessibilityProvider final : public AccessibilityProvider {
   std::unique_ptr<AtspiFocusTracker> tracker_;
   FocusObservers<> frontObservers_;
   std::map<std::int32_t, FocusObservers<ElementRef>> focusObservers_;
-  ElementRef typedInto_;  ///< Kept so that no other element gets its address, by which the typist tells them apart.
+  ElementRef typedInto_;   ///< Kept so that no other element gets its address, by which the typist tells them apart.
+  ElementRef rejectedBy_;  ///< The field that wanted nothing of the last text in place of its selection.
 };
 
 }  // namespace quillet
