@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <libsecret/secret.h>
+#include <signal.h>
 
 #include "QuilletCompanion/Platform/Linux/Session/GObjectRef.h"
 #include "QuilletCompanion/Platform/Linux/Storage/SystemSecretStore.h"
@@ -59,6 +60,7 @@ class Keyring {
   std::unique_ptr<SecretStore> open(const std::string& service) {
     return std::make_unique<SecretServiceStore>(service);
   }
+  void signal(int number) const { g_subprocess_send_signal(program_->get(), number); }
 
  private:
   TemporaryFolder home_;
@@ -96,6 +98,28 @@ TEST(SecretServiceLock, ALockedItemIsNoAbsentOne) {
   EXPECT_THROW(store.load("item"), SecretStoreError);
   EXPECT_THROW(store.save(Bytes{2}, "item"), SecretStoreError);
   EXPECT_THROW(store.remove("item"), SecretStoreError);
+}
+
+TEST(SecretServiceSilence, AServiceThatHangsIsAnErrorUntilItAnswersAgain) {
+  const Keyring keyring;
+  SecretServiceStore store("com.example.service");
+  store.save(Bytes{1}, "item");
+  keyring.signal(SIGSTOP);
+  EXPECT_THROW(store.load("item"), SecretStoreError);
+  keyring.signal(SIGCONT);
+  EXPECT_EQ(store.load("item"), Bytes{1});
+}
+
+TEST(SecretServiceDamage, AnItemThatIsNoneOfOursIsNoAbsentOne) {
+  const Keyring keyring;
+  SecretServiceStore store("com.example.service");
+  store.save(Bytes{1, 2, 3}, "item");
+  const auto* const schema =
+      secret_schema_new("com.fernhollow.quillet.Secret", SECRET_SCHEMA_NONE, "service", SECRET_SCHEMA_ATTRIBUTE_STRING,
+                        "key", SECRET_SCHEMA_ATTRIBUTE_STRING, nullptr);
+  ASSERT_TRUE(secret_password_store_sync(schema, SECRET_COLLECTION_DEFAULT, "Quillet", "no such text!", nullptr,
+                                         GErrorSlot(), "service", "com.example.service", "key", "item", nullptr));
+  EXPECT_THROW(store.load("item"), SecretStoreError);
 }
 
 TEST(SystemSecretStore, StaysWithTheKeyringThatItChose) {

@@ -4,6 +4,7 @@
 #include <atspi/atspi.h>
 
 #include <chrono>
+#include <utility>
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/CallBudget.h"
 #include "QuilletCompanion/Platform/Linux/Session/GObjectRef.h"
@@ -15,9 +16,11 @@ constexpr const char* busName = "org.a11y.Bus";
 constexpr const char* busPath = "/org/a11y/bus";
 constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
 constexpr const char* statusInterface = "org.a11y.Status";
-constexpr std::chrono::seconds keptFor{30}, keptUnsettledFor{1};
+constexpr std::chrono::seconds keptFor{30}, keptUnsettledFor{1}, keptUnansweredFor{5};
 /// For the bus to answer, in which it can be waited for; it usually takes some milliseconds.
 constexpr std::chrono::milliseconds answersWithin{500};
+constexpr std::chrono::milliseconds answersAtOnce{50};
+constexpr const char* registryName = "org.a11y.atspi.Registry";
 constexpr int timeout = static_cast<int>(CallBudget::limit.count());
 
 }  // namespace
@@ -46,8 +49,11 @@ void AccessibilityBus::forget() {
 
 bool AccessibilityBus::isEnabled() {
   const bool settled = present_ && enabled_ && (connected_ || !*enabled_);
-  if (!enabledKnown_.within(settled ? keptFor : keptUnsettledFor)) {
+  const bool unanswered = !enabled_ && slow_;
+  if (!enabledKnown_.within(settled ? keptFor : unanswered ? keptUnansweredFor : keptUnsettledFor)) {
+    const auto begin = std::chrono::steady_clock::now();
     enabled_ = askEnabled();
+    slow_ = std::chrono::steady_clock::now() - begin >= answersWithin;
     enabledKnown_.now();
     if (enabled_.value_or(false) && !connected_) connect();
   }
@@ -63,23 +69,30 @@ bool AccessibilityBus::enable() {
 bool AccessibilityBus::isStale() {
   if (!isEnabled()) return false;
   if (isConnectionLost()) return true;
-  if (present_ && wellKnown_.within(keptFor)) return false;
-  if (askAddress() != address_ || !doesRegistryAnswer()) return true;
-  wellKnown_.now();
-  return false;
+  if (ping_ && ping_->wait(Duration::zero())) settle(!std::exchange(ping_, nullptr)->answered());
+  if ((present_ && wellKnown_.within(keptFor)) || checked_.within(keptUnsettledFor)) return stale_;
+  check();
+  return stale_;
+}
+
+void AccessibilityBus::check() {
+  checked_.now();
+  if (ping_) return settle(true);  // it has had its time
+  if (askAddress() != address_) return settle(true);
+  ping_ = std::make_unique<BusPing>(bus_.get(), registryName);
+  if (ping_->wait(answersAtOnce)) settle(!std::exchange(ping_, nullptr)->answered());
+}
+
+void AccessibilityBus::settle(bool stale) {
+  stale_ = stale;
+  checked_.now();
+  if (!stale) wellKnown_.now();
 }
 
 bool AccessibilityBus::isConnectionLost() const {
   if (!bus_ || g_dbus_connection_is_closed(bus_.get()) != FALSE) return true;
   DBusConnection* const used = atspi_get_a11y_bus();
   return used == nullptr || dbus_connection_get_is_connected(used) == FALSE;
-}
-
-bool AccessibilityBus::doesRegistryAnswer() const {
-  atspi_set_timeout(timeout, timeout);
-  const GRef<AtspiAccessible> desktop(atspi_get_desktop(0));
-  GErrorSlot error;
-  return desktop && atspi_accessible_get_child_count(desktop.get(), error) >= 0 && !error.failed();
 }
 
 /// Starts the service where it isn't running yet.
@@ -96,7 +109,8 @@ std::optional<bool> AccessibilityBus::askEnabled() const {
          g_variant_get_boolean(value.get()) != FALSE;
 }
 
-/// libatspi waits without bound for a bus that doesn't answer, so that it is told of one only that has.
+/// libatspi waits without bound for a bus that doesn't answer, and nearly so for a registry. It is told of them only
+/// once both have answered.
 void AccessibilityBus::connect() {
   const bool begins = !attempt_;
   if (begins) {
@@ -104,10 +118,17 @@ void AccessibilityBus::connect() {
     if (address_.empty()) return;
     attempt_ = std::make_unique<BusAttempt>(address_);
   }
-  if (!attempt_->wait(begins ? answersWithin : std::chrono::milliseconds(0))) return;
-  bus_ = attempt_->take();
+  const Duration patience = begins ? answersWithin : Duration::zero();
+  if (!bus_) {
+    if (!attempt_->wait(patience)) return;
+    bus_ = attempt_->take();
+    if (!bus_) return attempt_.reset();
+    ping_ = std::make_unique<BusPing>(bus_.get(), registryName);
+  }
+  if (!ping_->wait(patience)) return;
+  const bool answered = std::exchange(ping_, nullptr)->answered();
   attempt_.reset();
-  if (!bus_) return;
+  if (!answered) return bus_.reset();
   atspi_set_timeout(timeout, timeout);
   connected_ = atspi_init() <= 1;  // 1: it was initialised before
   if (connected_) watchRegistry();
@@ -130,8 +151,8 @@ void AccessibilityBus::watchRegistry() {
   const auto vanished = [](GDBusConnection*, const char*, void* self) {
     static_cast<AccessibilityBus*>(self)->wellKnown_ = {};  // asking starts the next one
   };
-  watch_ = g_bus_watch_name_on_connection(bus_.get(), "org.a11y.atspi.Registry", G_BUS_NAME_WATCHER_FLAGS_NONE,
-                                          appeared, vanished, this, nullptr);
+  watch_ = g_bus_watch_name_on_connection(bus_.get(), registryName, G_BUS_NAME_WATCHER_FLAGS_NONE, appeared, vanished,
+                                          this, nullptr);
 }
 
 }  // namespace quillet

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "QuilletCompanion/Platform/Linux/Accessibility/BusAttempt.h"
+#include "QuilletCompanion/Platform/Linux/Session/BusAttempt.h"
 #include "QuilletCompanion/Platform/Linux/Session/DBusSignals.h"
 #include "QuilletCompanion/Platform/Linux/Session/GObjectRef.h"
 #include "QuilletKit/Async/Clock.h"
@@ -51,16 +51,20 @@ class AccessibilityBus {
   void forget();
   void connect();
   bool isConnectionLost() const;
-  bool doesRegistryAnswer() const;
+  void check();
+  void settle(bool stale);
   void watchRegistry();
 
   DBusSignals session_{G_BUS_TYPE_SESSION};
   bool present_ = false;  ///< The service is seen on the session bus: it would tell of a change, and we of its end.
   bool connected_ = false;
   std::optional<bool> enabled_;  ///< What it said, if it answered.
-  Known enabledKnown_, wellKnown_;
+  bool slow_ = false;            ///< It took its time not to answer.
+  bool stale_ = false;
+  Known enabledKnown_, wellKnown_, checked_;
   std::string address_;                  ///< Of the bus that libatspi is connected to.
   std::unique_ptr<BusAttempt> attempt_;  ///< While it isn't known whether its bus answers.
+  std::unique_ptr<BusPing> ping_;        ///< While it isn't known whether its registry answers.
   GRef<GDBusConnection> bus_;            ///< A connection of our own to it, to see its end and its registry's.
   guint watch_ = 0;
 };

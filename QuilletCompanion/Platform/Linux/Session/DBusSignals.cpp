@@ -2,13 +2,18 @@
 #include "QuilletCompanion/Platform/Linux/Session/DBusSignals.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
+
+#include "QuilletCompanion/Platform/Linux/Session/BusAttempt.h"
 
 namespace quillet {
 namespace {
 
 constexpr int callTimeoutMs = 750;
 constexpr guint longestRetrySeconds = 60;
+/// For a bus to answer, in which it can be waited for; it usually takes some milliseconds.
+constexpr std::chrono::milliseconds answersWithin{500};
 constexpr auto clientFlags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                                                G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
 
@@ -35,8 +40,12 @@ bool wasCancelled(const GError* error) {
 DBusSignals::DBusSignals(GBusType bus) : bus_(bus) {
   const auto address = addressOf(bus_);
   if (!address) return;
-  adopt(GRef<GDBusConnection>(
-      g_dbus_connection_new_for_address_sync(address->c_str(), clientFlags, nullptr, nullptr, GErrorSlot())));
+  BusAttempt attempt(*address);
+  if (attempt.wait(answersWithin)) {
+    adopt(attempt.take());
+  } else {
+    retryLater();
+  }
 }
 
 DBusSignals::~DBusSignals() {

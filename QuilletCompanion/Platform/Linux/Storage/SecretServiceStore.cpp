@@ -95,8 +95,13 @@ std::optional<Bytes> SecretServiceStore::load(const std::string& key) {
                                   nullptr),
       &secret_password_free);
   check(error);
-  if (!text && exists(service_, key, bound)) failLocked();
-  return text ? Base64URL::decode(text.get()) : std::nullopt;
+  if (text) {
+    auto value = Base64URL::decode(text.get());
+    if (!value) throw SecretStoreError(SECRET_ERROR_PROTOCOL);
+    return value;
+  }
+  if (exists(service_, key, bound)) failLocked();
+  return std::nullopt;
 }
 
 void SecretServiceStore::save(ByteView value, const std::string& key) {
