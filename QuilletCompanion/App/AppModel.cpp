@@ -2,6 +2,7 @@
 #include "QuilletCompanion/App/AppModel.h"
 
 #include "QuilletCompanion/Relay/StoredFile.h"
+#include "QuilletKit/Async/RunOn.h"
 #include "QuilletKit/Base/Log.h"
 #include "QuilletKit/Base/Unicode.h"
 
@@ -9,6 +10,7 @@ namespace quillet {
 namespace {
 
 constexpr auto kTrustPollPeriod = std::chrono::seconds(2);
+constexpr double kFirstIdentityWait = 4.0;
 
 /// Trimmed, and as long as a name may be; empty for what can't be sent to anyone.
 std::string usableName(std::string_view name) {
@@ -69,6 +71,18 @@ DictationParts dictationParts(const AppModelParts& parts) {
           }};
 }
 
+std::optional<DeviceIdentity> loaded(SecretStore& store) {
+  try {
+    return DeviceIdentity::loadOrCreate(store);
+  } catch (const std::exception&) {
+    return std::nullopt;
+  }
+}
+
+Awaitable<std::optional<DeviceIdentity>> loadedFrom(SecretStore& store) {
+  co_return loaded(store);
+}
+
 }  // namespace
 
 AppModel::AppModel(AppModelParts parts)
@@ -89,7 +103,8 @@ AppModel::AppModel(AppModelParts parts)
       dictation_(dictationParts(parts_)),
       wordStats_(parts_.wordLedgers, parts_.defaults, macName().get(), symbolFor(parts_), std::move(parts_.calendar),
                  parts_.time.now),
-      trustTask_(parts_.mainThread) {
+      trustTask_(parts_.mainThread),
+      identityTask_(parts_.mainThread) {
   observeSelf();
 }
 
@@ -152,16 +167,39 @@ void AppModel::invalidateFocus() {
 
 void AppModel::wake() {
   invalidateFocus();
+  if (awaitsIdentity_) return loadIdentity();
   if (!registration_.isRegistered() && !registration_.isRevoked()) startRegistration();
 }
 
 void AppModel::loadIdentity() {
   if (!serviceLocation_) return startupError_.set(std::string(kServiceLocationProblem));
-  std::optional<DeviceIdentity> identity;
-  try {
-    identity = DeviceIdentity::loadOrCreate(parts_.secretStore);
-  } catch (const std::exception&) {
-    Log::error("relay", "Could not load the device identity from Keychain");
+  identityTask_.start([this](Task::Token token) { return awaitIdentity(token); });
+}
+
+// A keyring may be locked, or not up yet, and open at any time.
+Awaitable<void> AppModel::awaitIdentity(Task::Token token) {
+  Backoff backoff{.base = kFirstIdentityWait};
+  for (;;) {
+    auto identity = co_await runOn(parts_.secretThread, loadedFrom(parts_.secretStore));
+    if (token.cancelled()) co_return;
+    const bool loaded = identity.has_value();
+    haveIdentity(std::move(identity));
+    if (loaded || token.cancelled()) co_return;
+    co_await parts_.time.sleep(std::chrono::milliseconds(static_cast<int>(backoff.nextDelay(parts_.jitter()) * 1000)));
+    if (token.cancelled()) co_return;
+  }
+}
+
+void AppModel::loadIdentityNow() {
+  identityTask_.cancel();
+  if (!serviceLocation_) return startupError_.set(std::string(kServiceLocationProblem));
+  haveIdentity(loaded(parts_.secretStore));
+}
+
+void AppModel::haveIdentity(std::optional<DeviceIdentity> identity) {
+  const bool failedBefore = std::exchange(awaitsIdentity_, !identity);
+  if (!identity) {
+    if (!failedBefore) Log::error("relay", "Could not load the device identity from Keychain");
     return startupError_.set("Quillet could not access its key in your Keychain.");
   }
   startupError_.set(std::nullopt);

@@ -132,6 +132,9 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   void startDictation();
   void wireDictation(const std::shared_ptr<APIClient>& api);
   void loadIdentity();
+  void loadIdentityNow();
+  Awaitable<void> awaitIdentity(Task::Token token);
+  void haveIdentity(std::optional<DeviceIdentity> identity);
   void wireServices(DeviceIdentity identity);
   void watchJournal(const InsertionJournal& journal);
   void listenTo(RelayConnection& connection);
@@ -170,7 +173,7 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   std::shared_ptr<Services> services_;                   ///< Null without an identity.
   std::vector<std::weak_ptr<Services>> formerServices_;  ///< Alive while an insertion runs that they began.
 
-  Task trustTask_;
+  Task trustTask_, identityTask_;
   std::unique_ptr<SystemEvents::Observation> systemObservation_;
   Observable<Registration>::Subscription registrationWatch_;
   Observable<ConnectionRef>::Subscription connectionWatch_;
@@ -178,6 +181,7 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   Observable<RelayConnection::State>::Subscription relayWatch_;
   int refusals_ = 0;                      ///< Refused sockets since the last proved one.
   bool provedSinceRegistration_ = false;  ///< A socket was, since the registration that runs began.
+  bool awaitsIdentity_ = false;           ///< The last attempt to load it failed.
   bool started_ = false;
   bool didPromptForAccessibility_ = false;
 };

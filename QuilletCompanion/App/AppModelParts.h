@@ -40,6 +40,8 @@ struct AppModelParts {
   SystemEvents& systemEvents;
   LoginItem& loginItem;
   SecretStore& secretStore;
+  /// Where the secret store is asked, which may take seconds: a thread of its own.
+  Executor secretThread;
   UserDefaults& defaults;
   HTTPSession& session;
   DictationPlatform dictation;

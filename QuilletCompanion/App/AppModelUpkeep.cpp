@@ -14,6 +14,7 @@ Awaitable<bool> AppModel::revoke(std::string peerDeviceId) {
 }
 
 void AppModel::retryConnection() {
+  if (awaitsIdentity_) return loadIdentity();
   if (registration_.isRevoked()) return;
   if (!registration_.isRegistered()) return startRegistration();
   if (const auto connection = connection_.get()) connection->reconnectNow();
@@ -55,6 +56,8 @@ Awaitable<AppModel::Remains> AppModel::deleteCloudData() {
 }
 
 void AppModel::stopServices() {
+  identityTask_.cancel();
+  awaitsIdentity_ = false;
   registration_.stop();
   refusals_ = 0;
   dictation_.forgetService();
@@ -94,7 +97,7 @@ AppModel::Remains AppModel::resetLocal() {
   const bool noPeers = forgetFile("peers.json"), noJournal = forgetJournal();
   for (const char* key : {"pendingRename", "pendingRevocations"}) parts_.defaults.remove(key);
   onboarding_.forget();
-  loadIdentity();
+  loadIdentityNow();
   Remains remains;
   if (!noKeys || !deviceId().get() || deviceId().get() == before) remains.emplace_back("its keys");
   if (!noPeers) remains.emplace_back("its paired iPhones");

@@ -93,6 +93,7 @@ AppModelParts Program::parts() {
           .systemEvents = systemEvents_,
           .loginItem = loginItem_,
           .secretStore = *secretStore_,
+          .secretThread = secretThread_.get_executor(),
           .defaults = defaults_,
           .session = session_,
           .dictation = dictation_.platform(),

@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <boost/asio/thread_pool.hpp>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -58,6 +59,7 @@ class Program {
   MainLoop mainLoop_;
   MainLoopTimers timers_{mainLoop_.executor()};
   NetworkThread network_;
+  boost::asio::thread_pool secretThread_{1};  ///< Ends before the main loop, which it tells of what it found.
   HTTPSession session_{network_.executor()};
   DictationAdapters dictation_{mainLoop_.executor(), session_};
   LinuxScreenLockMonitor lockMonitor_;

@@ -79,6 +79,7 @@ class AppModelTest : public testing::Test {
                         .systemEvents = systemEvents,
                         .loginItem = loginItem,
                         .secretStore = secrets,
+                        .secretThread = time.executor(),
                         .defaults = defaults,
                         .session = session,
                         .dictation = desk.platform(),

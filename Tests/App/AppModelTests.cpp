@@ -235,6 +235,29 @@ TEST_F(AppModelTest, FollowsTrustWithinTwoSeconds) {
   EXPECT_TRUE(model->axTrusted().get());
 }
 
+TEST_F(AppModelTest, ALockedKeyringIsTriedAgain) {
+  test::LogCapture::instance().expect("Could not load the device identity from Keychain");
+  const auto unlocked = [this] {
+    time.run();
+    return model->deviceId().get().has_value() && model->startupError().get() == std::nullopt;
+  };
+  for (const bool byHand : {false, true}) {
+    secrets.locked = true;
+    start();
+    time.advance(3s);
+    EXPECT_TRUE(model->startupError().get().has_value());
+    secrets.locked = false;
+    EXPECT_FALSE(unlocked());
+    byHand ? model->retryConnection() : time.advance(60s);
+    EXPECT_TRUE(unlocked());
+    ASSERT_TRUE(until([&] { return isConnected(); }));
+    model->stopServices();
+    model->retryConnection();
+    EXPECT_FALSE(unlocked());
+    time.run();
+  }
+}
+
 TEST_F(AppModelTest, WithoutItsKeysItWaitsForAReset) {
   test::LogCapture::instance().expect("Could not load the device identity from Keychain");
   secrets.locked = true;

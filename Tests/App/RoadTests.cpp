@@ -24,6 +24,7 @@ class RoadTest : public testing::Test {
                                                      .systemEvents = systemEvents,
                                                      .loginItem = loginItem,
                                                      .secretStore = secrets,
+                                                     .secretThread = mainThread.executor(),
                                                      .defaults = defaults,
                                                      .session = session,
                                                      .dictation = desk.platform(),
