@@ -77,7 +77,7 @@ class StoppedPart : public testing::Test {
     const auto begin = steady_clock::now();
     desktop.say("quit\n");
     EXPECT_EQ(desktop.exitCode(), 0);
-    EXPECT_LE(steady_clock::now() - begin, 5s);
+    EXPECT_LE(steady_clock::now() - begin, 7s);  // a question to the keyring takes 5 at most
   }
 
   QTemporaryDir folder;
