@@ -72,7 +72,7 @@ class StampingProvider final : public AccessibilityProvider {
   bool modifiersDown() override {
     return timed(Kind::other, [&] { return inner_.modifiersDown(); });
   }
-  bool typeUnicode(const ElementRef& element, std::u16string_view units) override {
+  TypedUnits typeUnicode(const ElementRef& element, std::u16string_view units) override {
     return timed(Kind::other, [&] { return inner_.typeUnicode(element, units); });
   }
   std::unique_ptr<FocusObservation> observeFrontApplication(std::function<void()> changed) override {

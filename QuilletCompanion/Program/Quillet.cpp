@@ -2,6 +2,8 @@
 #include "QuilletCompanion/Program/Quillet.h"
 
 #include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <QCoreApplication>
@@ -24,6 +26,14 @@ namespace {
 
 constexpr int kFailure = 1;
 constexpr int kUsage = 2;
+
+/// Keys and texts pass through this process: no other of the user's may read its memory, nor is it ever written to a
+/// disk as a whole.
+void keepMemoryPrivate() {
+  ::prctl(PR_SET_DUMPABLE, 0);
+  const rlimit none{0, 0};
+  ::setrlimit(RLIMIT_CORE, &none);
+}
 
 /// Who starts us may have closed the standard files. What we open then gets their numbers, and our lines.
 void fillStandardFiles() {
@@ -133,6 +143,7 @@ int startAnew(const std::filesystem::path& program, char** argv) {
 }  // namespace
 
 int runQuillet(int argc, char** argv, const WindowsMaker* windows) {
+  keepMemoryPrivate();
   fillStandardFiles();
   const std::filesystem::path program = ownPath();
   const auto request = CommandLine::parse({argv + 1, argv + argc}, std::cout, std::cerr);

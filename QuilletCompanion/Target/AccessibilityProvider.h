@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -55,6 +56,14 @@ struct TargetReading {
   std::optional<AXTextRange> selection;  ///< Absent also for a field that is secure or can't be edited.
 };
 
+/// How much of a chunk was typed.
+struct TypedUnits {
+  std::size_t count = 0;  ///< UTF-16 units that were posted, from its beginning.
+  /// The target is behind, or a key was pressed: the rest may be tried again, once the target was validated anew.
+  bool later = false;
+  explicit operator bool() const { return count > 0; }
+};
+
 struct FrontApplication {
   std::int32_t pid = 0;
   std::optional<std::string> bundleId;
@@ -70,6 +79,8 @@ class AccessibilityProvider {
   virtual bool isTrusted() = 0;
   virtual bool isLocked() = 0;
   virtual bool isSecureInputEnabled() = 0;
+  /// Another program takes all keys, whatever has the focus: a screen locker that tells nobody, a menu, a prompt.
+  virtual bool isKeyboardTaken() { return false; }
   /// Whether this application is the active one (its window has the focus).
   virtual bool isOwnApplicationActive() = 0;
   virtual std::optional<FrontApplication> frontApplication() = 0;
@@ -92,8 +103,8 @@ class AccessibilityProvider {
   /// Control, Option (Alt) or Command (Super) is held.
   virtual bool modifiersDown() = 0;
   /// Types 1 to 20 UTF-16 units as key events with no shift, layout or repeat artefact, into the element that has the
-  /// focus and into no other. True if events were posted.
-  virtual bool typeUnicode(const ElementRef& element, std::u16string_view units) = 0;
+  /// focus and into no other.
+  virtual TypedUnits typeUnicode(const ElementRef& element, std::u16string_view units) = 0;
 
   /// `changed` runs from the event loop after another application or another of its windows, or none, came to the
   /// front; also when the one in front ended. Never absent.

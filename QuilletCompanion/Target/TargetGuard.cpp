@@ -36,6 +36,8 @@ TargetGuard::TargetGuard(AccessibilityProvider& provider, std::weak_ptr<LocalTes
 
 ProbeResult TargetGuard::probe() {
   if (provider_.isLocked()) return TargetRefusal{RefusalReason::locked, std::nullopt};
+  // Behind what may be a lock, the application in front is nobody's business.
+  if (provider_.isKeyboardTaken()) return TargetRefusal{RefusalReason::noField, std::nullopt};
   const auto front = provider_.frontApplication();
   if (!front || front->name.empty()) return TargetRefusal{RefusalReason::noField, std::nullopt};
   if (front->pid == provider_.ownPID()) return probeLocalTest(*front);

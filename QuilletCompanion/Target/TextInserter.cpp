@@ -14,6 +14,8 @@ namespace quillet {
 namespace {
 
 constexpr Duration kModifierPoll = std::chrono::milliseconds(20);
+/// For a target that is behind, or doesn't answer, with nothing typed meanwhile.
+constexpr Duration kPatience = std::chrono::seconds(6);
 constexpr std::size_t kMaximumChunk = 20;  // What one key event carries.
 
 constexpr InsertionReport kUnconfirmedWrite{InsertionOutcome::uncertain, std::nullopt, InsertionMethod::accessibility};
@@ -186,20 +188,42 @@ Awaitable<InsertionReport> TextInserter::type(const Job& job) {
   const auto chunks = chunksOf(job.units, static_cast<std::size_t>(std::max(pacing_.chunkUTF16Limit, 1)));
   bool typed = false;
   for (const auto chunk : chunks) {
-    if (const auto reason = typeChunk(job, chunk, !typed)) co_return typed ? kUnconfirmedTyping : refused(*reason);
-    typed = true;
+    const bool begun = typed;
+    const auto reason = co_await typeChunk(job, chunk, typed);
+    if (reason) co_return begun || typed ? kUnconfirmedTyping : refused(*reason);
     if (pacing_.interChunkDelay > Duration::zero()) co_await pause(pacing_.interChunkDelay);
   }
-  const auto verdict = co_await awaitVerdict(job, pacing_.typingSettle);
+  const auto verdict = co_await awaitTyped(job);
   co_return verdict == WriteVerdict::applied ? inserted(InsertionMethod::typing) : kUnconfirmedTyping;
 }
 
-std::optional<RefusalReason> TextInserter::typeChunk(const Job& job, std::u16string_view chunk, bool first) {
+Awaitable<std::optional<RefusalReason>> TextInserter::typeChunk(const Job& job, std::u16string_view chunk,
+                                                                bool& typed) {
+  MonotonicTime deadline = time_.monotonic() + kPatience;
+  for (;;) {
+    const auto reason = refusalOfChunk(job, chunk, !typed);
+    if (reason && !(typed && isSilent(job, *reason))) co_return reason;
+    const auto posted = reason ? TypedUnits{.later = true} : provider_.typeUnicode(job.element, chunk);
+    chunk.remove_prefix(std::min(posted.count, chunk.size()));
+    if (chunk.empty()) {
+      typed = true;
+      co_return std::nullopt;
+    }
+    if (posted) typed = true, deadline = time_.monotonic() + kPatience;
+    if (!posted.later || time_.monotonic() >= deadline) co_return reason.value_or(RefusalReason::unsupportedTarget);
+    co_await pause(pacing_.pollInterval);
+  }
+}
+
+std::optional<RefusalReason> TextInserter::refusalOfChunk(const Job& job, std::u16string_view chunk, bool first) {
   if (const auto reason = targetGuard_.validate(job.snapshot, first)) return reason;
   if (provider_.modifiersDown()) return RefusalReason::busy;
   if (chunk.empty() || chunk.size() > kMaximumChunk) return RefusalReason::unsupportedTarget;
-  if (!provider_.typeUnicode(job.element, chunk)) return RefusalReason::unsupportedTarget;
   return std::nullopt;
+}
+
+bool TextInserter::isSilent(const Job& job, RefusalReason reason) const {
+  return reason == RefusalReason::focusChanged && targetGuard_.focusGeneration() == job.snapshot.generation;
 }
 
 Awaitable<TextInserter::WriteVerdict> TextInserter::awaitVerdict(const Job& job, Duration settle) {
@@ -208,6 +232,16 @@ Awaitable<TextInserter::WriteVerdict> TextInserter::awaitVerdict(const Job& job,
     const auto verdict = compare(job.before, look(job.element), job.units);
     if (verdict == WriteVerdict::applied || time_.monotonic() >= deadline) co_return verdict;
     co_await pause(pacing_.pollInterval);
+  }
+}
+
+Awaitable<TextInserter::WriteVerdict> TextInserter::awaitTyped(const Job& job) {
+  const MonotonicTime latest = time_.monotonic() + kPatience;
+  for (FieldState last = look(job.element);;) {
+    const auto verdict = co_await awaitVerdict(job, pacing_.typingSettle);
+    FieldState now = look(job.element);
+    if (verdict == WriteVerdict::applied || now == last || time_.monotonic() >= latest) co_return verdict;
+    last = std::move(now);
   }
 }
 

@@ -53,6 +53,7 @@ class TextInserter {
     std::optional<std::u16string> value;
     std::optional<AXTextRange> selection;
     bool observable() const { return value || selection; }
+    bool operator==(const FieldState&) const = default;
   };
   enum class WriteVerdict { applied, noEffect, changedUnexpectedly, unobservable };
   struct Job;
@@ -65,10 +66,16 @@ class TextInserter {
   /// Absent when nothing was written and typing may be tried.
   Awaitable<std::optional<InsertionReport>> write(const Job& job);
   Awaitable<WriteVerdict> awaitVerdict(const Job& job, Duration settle);
+  /// As long as the field goes on changing.
+  Awaitable<WriteVerdict> awaitTyped(const Job& job);
   Awaitable<InsertionReport> type(const Job& job);
   std::optional<RefusalReason> refusalBeforeTyping(const Job& job);
-  /// Posts one chunk. Gives why it may not go, or absent.
-  std::optional<RefusalReason> typeChunk(const Job& job, std::u16string_view chunk, bool first);
+  /// Posts one chunk, and waits for a target that is behind. Gives why it may not go, or absent. `typed` becomes true
+  /// once anything went.
+  Awaitable<std::optional<RefusalReason>> typeChunk(const Job& job, std::u16string_view chunk, bool& typed);
+  std::optional<RefusalReason> refusalOfChunk(const Job& job, std::u16string_view chunk, bool first);
+  /// The field doesn't answer, while nobody has seen the focus move.
+  bool isSilent(const Job& job, RefusalReason reason) const;
   Awaitable<bool> modifiersReleased();
   Awaitable<void> pause(Duration duration);
 

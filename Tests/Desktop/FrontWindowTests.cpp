@@ -47,6 +47,19 @@ TEST(FrontWindow, NamesAreUTF8WhateverTheWindowSays) {
   }
 }
 
+TEST(FrontWindow, TellsWhetherAnotherProgramTakesAllKeys) {
+  const X11Connection locker{""};
+  FrontWindow front;
+  EXPECT_FALSE(front.isKeyboardTaken());
+  ASSERT_EQ(
+      XGrabKeyboard(locker.get(), DefaultRootWindow(locker.get()), False, GrabModeAsync, GrabModeAsync, CurrentTime),
+      GrabSuccess);
+  EXPECT_TRUE(front.isKeyboardTaken());
+  XUngrabKeyboard(locker.get(), CurrentTime);
+  XSync(locker.get(), False);
+  EXPECT_FALSE(front.isKeyboardTaken());
+}
+
 TEST(FrontWindow, AProgramThatKeepsTheServerForItselfHoldsNobodyUp) {
   FrontWindow front;
   ModifierState modifiers;

@@ -49,7 +49,8 @@ class TypingTarget {
   /// insertion would end when a chunk is refused first; with patience, that is only counted.
   bool type(std::string_view text, std::chrono::milliseconds patience = {}) {
     patience_ = patience;
-    field_ = provider_.focusedElement(editor_.pid());
+    const auto find = [this] { return (field_ = provider_.focusedElement(editor_.pid())) != nullptr; };
+    if (!find() && patience.count() > 0) eventually(find, patience);
     const auto units = Unicode::toUTF16(text).value();
     std::u16string chunk;
     for (const auto cluster : Unicode::graphemeClusters(units)) {
@@ -75,10 +76,14 @@ class TypingTarget {
     return field && provider_.inspect(field).editable && (!terminal_ || QFile::exists(editor_.path(taken)));
   }
   bool post(std::u16string& chunk) {
-    bool posted = provider_.typeUnicode(field_, chunk);
+    const auto postRest = [&] {
+      chunk.erase(0, provider_.typeUnicode(field_, chunk).count);
+      return chunk.empty();
+    };
+    bool posted = postRest();
     if (!posted && patience_.count() > 0) {
       ++refusals_;
-      posted = eventually([&] { return provider_.typeUnicode(field_, chunk); }, patience_);
+      posted = eventually(postRest, patience_);
     }
     chunk.clear();
     std::this_thread::sleep_for(std::chrono::milliseconds(6));

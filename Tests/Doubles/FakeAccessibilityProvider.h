@@ -150,6 +150,7 @@ class FakeAccessibilityProvider final : public AccessibilityProvider {
   bool trusted = true;
   bool locked = false;
   bool secureInput = false;
+  bool keyboardTaken = false;
   bool ownApplicationActive = true;
   bool observable = true;  ///< Applications let their focus be observed.
   bool modifiersHeld = false;
@@ -160,12 +161,15 @@ class FakeAccessibilityProvider final : public AccessibilityProvider {
   std::vector<std::u16string> typed;
   /// Typing fails from this chunk on (0 is the first).
   std::optional<std::size_t> typingFailsAt;
+  std::function<bool()> behind;  ///< The target can't take more now. May be empty.
+  std::size_t mostAtOnce = 20;   ///< Units that a call types.
   /// Runs after each chunk, with how many have been typed: to move the focus at step N, or hold a key.
   std::function<void(std::size_t)> afterChunk;
 
   std::int32_t ownPID() const override { return kOwnPid; }
   bool isTrusted() override { return counted(Call::isTrusted, trusted); }
   bool isLocked() override { return counted(Call::isLocked, locked); }
+  bool isKeyboardTaken() override { return keyboardTaken; }
   bool isSecureInputEnabled() override {
     const auto* focused = focusedField();
     return counted(Call::isSecureInputEnabled, secureInput || (focused != nullptr && focused->traits.isSecure));
@@ -209,15 +213,18 @@ class FakeAccessibilityProvider final : public AccessibilityProvider {
     counted(Call::observeFocus, true);
     return observable && pid != kOwnPid ? focusObservers_[pid].add(std::move(moved)) : nullptr;
   }
-  bool typeUnicode(const ElementRef& element, std::u16string_view units) override {
+  TypedUnits typeUnicode(const ElementRef& element, std::u16string_view units) override {
     counted(Call::typeUnicode, true);
     auto* focused = focusedField();
-    if (focused == nullptr || find(element) != focused) return false;
-    if (units.empty() || units.size() > 20 || (typingFailsAt && typed.size() >= *typingFailsAt)) return false;
+    if (focused == nullptr || find(element) != focused) return {};
+    if (units.empty() || units.size() > 20 || (typingFailsAt && typed.size() >= *typingFailsAt)) return {};
+    if (behind && behind()) return {.later = true};
+    const bool inPart = units.size() > mostAtOnce;
+    units = units.substr(0, mostAtOnce);
     typed.emplace_back(units);
     if (!focused->ignoresTyping) focused->insert(units);
     if (afterChunk) afterChunk(typed.size());
-    return true;
+    return {.count = units.size(), .later = inPart};
   }
 
  private:

@@ -47,6 +47,7 @@ TEST_F(TargetGuardTest, ProbeRefusesInOrder) {
   field.traits.isSecure = true;
   field.traits.editable = false;
   desktop.focus[kPid].element = 0;
+  desktop.keyboardTaken = true;
   desktop.secureInput = true;
   desktop.trusted = false;
   desktop.locked = true;
@@ -59,7 +60,8 @@ TEST_F(TargetGuardTest, ProbeRefusesInOrder) {
   } steps[] = {
       {[] {}, RefusalReason::locked, std::nullopt},
       {[&] { desktop.locked = false; }, RefusalReason::noField, std::nullopt},
-      {[&] { desktop.front = nameless; }, RefusalReason::noField, std::nullopt},
+      {[&] { desktop.front = front; }, RefusalReason::noField, std::nullopt},
+      {[&] { desktop.keyboardTaken = false, desktop.front = nameless; }, RefusalReason::noField, std::nullopt},
       {[&] { desktop.front = front; }, RefusalReason::noAccessibility, "Editor"},
       {[&] { desktop.trusted = true; }, RefusalReason::secureField, "Editor"},
       {[&] { desktop.secureInput = false; }, RefusalReason::noField, "Editor"},

@@ -213,5 +213,47 @@ TEST_F(TextInserterTest, AnAbandonedInserterEndsWhatRunsAndWhatWaits) {
   EXPECT_EQ(desktop.typed.size(), 1U);
 }
 
+TEST_F(TextInserterTest, ATargetThatIsBehindIsWaitedForAndMissesNothing) {
+  typingOnly();
+  int refusals = 0;
+  desktop.mostAtOnce = 5;
+  desktop.behind = [&] { return ++refusals % 4 != 0; };
+  EXPECT_EQ(insert("the quick brown fox jumps over it"), kTyped);
+  EXPECT_EQ(desktop.text(), "the quick brown fox jumps over it");
+}
+
+TEST_F(TextInserterTest, ATargetThatTakesNoMoreIsGivenUp) {
+  typingOnly();
+  desktop.behind = [&] { return desktop.typed.size() == 2; };
+  EXPECT_EQ(insert("the quick brown fox jumps over the lazy dog"), kMaybeTyped);
+  EXPECT_EQ(desktop.typed.size(), 2u);
+}
+
+TEST_F(TextInserterTest, WhileItWaitsTheFieldIsCheckedEachTime) {
+  typingOnly();
+  int looks = 0;
+  desktop.behind = [&] {
+    if (desktop.typed.empty()) return false;
+    if (++looks == 3) guard.invalidateFocus();
+    return true;
+  };
+  EXPECT_EQ(insert("the quick brown fox jumps"), kMaybeTyped);
+  EXPECT_EQ(looks, 3);
+}
+
+TEST_F(TextInserterTest, AFieldThatDoesNotAnswerForAMomentIsWaitedFor) {
+  typingOnly();
+  const auto element = desktop.focus[FakeAccessibilityProvider::kPid].element;
+  desktop.afterChunk = [&](std::size_t count) {
+    if (count == 1) desktop.focus[FakeAccessibilityProvider::kPid].element = 0;
+  };
+  start("the quick brown fox jumps");
+  time.advance(1s);
+  EXPECT_EQ(desktop.typed.size(), 1u);
+  desktop.focus[FakeAccessibilityProvider::kPid].element = element;
+  time.advance(10s);
+  EXPECT_EQ(report, kTyped);
+}
+
 }  // namespace
 }  // namespace quillet::test

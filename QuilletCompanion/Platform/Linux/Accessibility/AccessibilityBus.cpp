@@ -3,6 +3,7 @@
 
 #include <atspi/atspi.h>
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -55,7 +56,7 @@ bool AccessibilityBus::isEnabled() {
     enabled_ = askEnabled();
     slow_ = std::chrono::steady_clock::now() - begin >= answersWithin;
     enabledKnown_.now();
-    if (enabled_.value_or(false) && !connected_) connect();
+    if (enabled_.value_or(false) && !connected_) connect(begin + CallBudget::limit);
   }
   return enabled_.value_or(false) && connected_;
 }
@@ -111,21 +112,26 @@ std::optional<bool> AccessibilityBus::askEnabled() const {
 
 /// libatspi waits without bound for a bus that doesn't answer, and nearly so for a registry. It is told of them only
 /// once both have answered.
-void AccessibilityBus::connect() {
+void AccessibilityBus::connect(MonotonicTime deadline) {
+  const auto left = [deadline] {
+    using std::chrono::milliseconds;
+    return std::max(milliseconds(1),
+                    std::chrono::duration_cast<milliseconds>(deadline - std::chrono::steady_clock::now()));
+  };
   const bool begins = !attempt_;
   if (begins) {
-    address_ = askAddress();
+    address_ = askAddress(left());
     if (address_.empty()) return;
     attempt_ = std::make_unique<BusAttempt>(address_);
   }
-  const Duration patience = begins ? answersWithin : Duration::zero();
+  const auto patience = [&] { return begins ? std::min<Duration>(answersWithin, left()) : Duration::zero(); };
   if (!bus_) {
-    if (!attempt_->wait(patience)) return;
+    if (!attempt_->wait(patience())) return;
     bus_ = attempt_->take();
     if (!bus_) return attempt_.reset();
     ping_ = std::make_unique<BusPing>(bus_.get(), registryName);
   }
-  if (!ping_->wait(patience)) return;
+  if (!ping_->wait(patience())) return;
   const bool answered = std::exchange(ping_, nullptr)->answered();
   attempt_.reset();
   if (!answered) return bus_.reset();
@@ -134,8 +140,9 @@ void AccessibilityBus::connect() {
   if (connected_) watchRegistry();
 }
 
-std::string AccessibilityBus::askAddress() const {
-  const auto reply = session_.call(busName, busPath, busName, "GetAddress", nullptr);
+std::string AccessibilityBus::askAddress(std::chrono::milliseconds limit) const {
+  const auto reply =
+      session_.call(busName, busPath, busName, "GetAddress", nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, limit);
   if (!reply || !g_variant_is_of_type(reply.get(), G_VARIANT_TYPE("(s)"))) return {};
   const char* address = nullptr;
   g_variant_get(reply.get(), "(&s)", &address);

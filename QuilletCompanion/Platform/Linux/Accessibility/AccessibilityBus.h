@@ -47,9 +47,9 @@ class AccessibilityBus {
 
   GVariantRef callStatus(const char* method, GVariant* arguments) const;
   std::optional<bool> askEnabled() const;
-  std::string askAddress() const;
+  std::string askAddress(std::chrono::milliseconds limit = DBusSignals::callLimit) const;
   void forget();
-  void connect();
+  void connect(MonotonicTime deadline);
   bool isConnectionLost() const;
   void check();
   void settle(bool stale);

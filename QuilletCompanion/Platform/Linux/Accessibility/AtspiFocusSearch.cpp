@@ -12,6 +12,9 @@ namespace {
 constexpr std::int32_t registry = -1;
 constexpr int mostMatches = 32;
 constexpr int mostChildren = 512;
+/// An office program has 2,000 elements, which take half a second.
+constexpr int mostLooks = 3000;
+constexpr std::chrono::milliseconds longest{700};
 
 bool isFocusedText(AtspiAccessible* accessible, std::int32_t pid, CallBudget& budget) {
   const auto summary = summarize(accessible, pid, budget);
@@ -66,6 +69,7 @@ std::int32_t processOf(AtspiAccessible* accessible) {
 }
 
 bool AtspiFocusSearch::advance(CallBudget& budget, MonotonicTime until) {
+  const auto begin = std::chrono::steady_clock::now();
   if (!std::exchange(begun_, true)) applications_ = applications(pid_, budget);
   while (!found_ && std::chrono::steady_clock::now() < until) {
     if (!queue_.empty()) {
@@ -79,7 +83,9 @@ bool AtspiFocusSearch::advance(CallBudget& budget, MonotonicTime until) {
       break;
     }
   }
-  return !found_ && !(queue_.empty() && applications_.empty());
+  spent_ += std::chrono::steady_clock::now() - begin;
+  const bool exhausted = looks_ >= mostLooks || spent_ >= longest;
+  return !found_ && !exhausted && !(queue_.empty() && applications_.empty());
 }
 
 /// Asks the toolkit to search by itself, which only some can.
@@ -93,6 +99,7 @@ void AtspiFocusSearch::query(AtspiAccessible* application, CallBudget& budget) {
 void AtspiFocusSearch::lookAtNext(CallBudget& budget) {
   auto next = std::move(queue_.front());
   queue_.pop_front();
+  ++looks_;
   const auto summary = summarize(next.get(), pid_, budget);
   if (summary.has(ATSPI_STATE_FOCUSED) && summary.isTextual()) return take(std::move(next));
   if (mayHoldFocus(summary)) appendChildren(next.get(), budget);

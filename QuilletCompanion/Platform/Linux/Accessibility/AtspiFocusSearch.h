@@ -10,7 +10,8 @@
 namespace quillet {
 
 /// Looks through an application for the text element that has the focus: tens to hundreds of milliseconds in large
-/// windows, and so in bits. For applications whose focus events we haven't seen.
+/// windows, and so in bits, and no further than a bound: what is deeper or later than that has to tell by itself. For
+/// applications whose focus events we haven't seen.
 class AtspiFocusSearch {
  public:
   explicit AtspiFocusSearch(std::int32_t pid) : pid_(pid) {}
@@ -19,6 +20,8 @@ class AtspiFocusSearch {
   bool advance(CallBudget& budget, MonotonicTime until);
   /// Absent if there is none, or the application didn't answer.
   AtspiElementRef found() const { return found_; }
+  /// How many elements were looked at.
+  int looks() const { return looks_; }
 
  private:
   void query(AtspiAccessible* application, CallBudget& budget);
@@ -28,6 +31,8 @@ class AtspiFocusSearch {
 
   std::int32_t pid_;
   bool begun_ = false;
+  int looks_ = 0;
+  Duration spent_{};                                 ///< In `advance`.
   std::vector<GRef<AtspiAccessible>> applications_;  ///< Not asked yet.
   std::deque<GRef<AtspiAccessible>> queue_;          ///< Found and not looked at yet.
   AtspiElementRef found_;

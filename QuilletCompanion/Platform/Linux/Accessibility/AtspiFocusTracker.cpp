@@ -12,7 +12,9 @@ namespace {
 using std::chrono::steady_clock;
 
 constexpr auto focusEvent = "object:state-changed:focused";
+/// Programs may not tell of the focus that they begin with, and are looked at again for a while.
 constexpr auto searchAgainAfter = std::chrono::seconds(2);
+constexpr int mostSearches = 5;
 /// How long a search may hold the main thread, and how long it then leaves it alone.
 constexpr std::chrono::milliseconds searchSlice{10}, searchPause{5};
 constexpr std::chrono::milliseconds retryDelay{100};
@@ -106,6 +108,7 @@ AtspiElementRef AtspiFocusTracker::focused(std::int32_t pid, const std::function
   const auto active = window();
   if (!shouldSearch(application, active)) return nullptr;
   application.search = std::make_unique<AtspiFocusSearch>(pid);
+  application.searches = application.searchedWindow == active ? application.searches + 1 : 1;
   application.searchedWindow = active;
   application.searchedAt = steady_clock::now();
   if (searchOn(application, budget) == Search::found && hasFocus(application.text, budget, role)) {
@@ -144,7 +147,8 @@ bool AtspiFocusTracker::hasFocus(const AtspiElementRef& element, CallBudget& bud
 
 bool AtspiFocusTracker::shouldSearch(const Application& application, unsigned long window) const {
   if (application.searchedWindow != window) return true;
-  return !application.text && steady_clock::now() - application.searchedAt >= searchAgainAfter;
+  if (application.text || application.searches >= mostSearches) return false;
+  return steady_clock::now() - application.searchedAt >= searchAgainAfter * (1 << application.searches) / 2;
 }
 
 void AtspiFocusTracker::takeArrivals(CallBudget& budget) {
@@ -170,6 +174,7 @@ bool AtspiFocusTracker::take(const Arrival& arrival, CallBudget& budget) {
   const bool textual = summary.isTextual();
   if (!focused && !textual && mayClaimFalsely(summary.role)) return true;
   forgetGone();
+  applications_[pid].searches = 0;  // something has changed there
   AtspiElementRef element;
   if (textual || !focused) element = std::make_shared<AtspiElement>(addRef(arrival.source.get()), pid);
   if (focused && textual) {

@@ -37,7 +37,8 @@ class AtspiFocusTracker {
   void restart();
   bool isListening() const { return listener_ != nullptr; }
   /// The text element of `pid` that has the focus now. `window` gives the window that is active: an application of
-  /// which no event told is searched, at most once for each of its windows and every two seconds. A search that takes
+  /// which no event told is searched: each of its windows once, and a few times again at growing distances, until an
+  /// event tells that something has changed. A search that takes
   /// longer goes on from the event loop; what it finds is then told as if an event had come. `role`, if given, is its
   /// role by the same look.
   AtspiElementRef focused(std::int32_t pid, const std::function<unsigned long()>& window, CallBudget& budget,
@@ -52,6 +53,7 @@ class AtspiFocusTracker {
   struct Application {
     AtspiElementRef text;
     unsigned long searchedWindow = 0;
+    int searches = 0;  ///< Of that window, since the last event.
     MonotonicTime searchedAt{};
     std::unique_ptr<AtspiFocusSearch> search;  ///< While it runs.
   };

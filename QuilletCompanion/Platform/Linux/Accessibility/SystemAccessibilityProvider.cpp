@@ -159,20 +159,21 @@ bool SystemAccessibilityProvider::replaceSelection(const ElementRef& element, st
   return replacement == Replacement::claimed;
 }
 
-bool SystemAccessibilityProvider::typeUnicode(const ElementRef& wanted, std::u16string_view units) {
+TypedUnits SystemAccessibilityProvider::typeUnicode(const ElementRef& wanted, std::u16string_view units) {
   const auto deadline = std::chrono::steady_clock::now() + CallBudget::limit;
   const auto target = usable(wanted);
-  if (!target || units.empty() || units.size() > mostUnits) return false;
+  if (!target || units.empty() || units.size() > mostUnits) return {};
   const std::int32_t pid = target->pid();
   const auto isInFront = [&] {
     const auto owner = front_.owner();
     return owner && owner->pid == pid;
   };
-  if (!isInFront()) return false;  // keys go to whatever is in front
+  if (!isInFront()) return {};  // keys go to whatever is in front
   CallBudget budget(hung_, deadline);
   const auto element = focusedText(pid, budget);
-  if (!element || !element->isSame(*target)) return false;
-  if (rejectedBy_ && sameElement(element, rejectedBy_)) return false;
+  if (!element) return {.later = true};  // it may only be busy
+  if (!element->isSame(*target)) return {};
+  if (rejectedBy_ && sameElement(element, rejectedBy_)) return {};
   typedInto_ = element;
   AtspiTextReader reader(element, budget);
   const auto progress = [&]() -> std::optional<KeyTypist::Observation> {

@@ -40,6 +40,7 @@ class SystemAccessibilityProvider final : public AccessibilityProvider {
   bool isLocked() override { return lockMonitor_.isLocked(); }
   /// The element with the focus in front is a password field.
   bool isSecureInputEnabled() override;
+  bool isKeyboardTaken() override { return front_.isKeyboardTaken(); }
   bool isOwnApplicationActive() override;
   std::optional<FrontApplication> frontApplication() override;
   ElementRef focusedWindow(std::int32_t pid) override;
@@ -52,7 +53,7 @@ class SystemAccessibilityProvider final : public AccessibilityProvider {
   FieldReading readField(const ElementRef& element) override;
   bool replaceSelection(const ElementRef& element, std::string_view text) override;
   bool modifiersDown() override { return modifiers_.modifiersDown(); }
-  bool typeUnicode(const ElementRef& element, std::u16string_view units) override;
+  TypedUnits typeUnicode(const ElementRef& element, std::u16string_view units) override;
   std::unique_ptr<FocusObservation> observeFrontApplication(std::function<void()> changed) override;
   std::unique_ptr<FocusObservation> observeFocus(std::int32_t pid,
                                                  std::function<void(const ElementRef&)> moved) override;

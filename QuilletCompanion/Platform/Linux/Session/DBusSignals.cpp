@@ -10,7 +10,6 @@
 namespace quillet {
 namespace {
 
-constexpr int callTimeoutMs = 750;
 constexpr guint longestRetrySeconds = 60;
 /// For a bus to answer, in which it can be waited for; it usually takes some milliseconds.
 constexpr std::chrono::milliseconds answersWithin{500};
@@ -67,11 +66,12 @@ void DBusSignals::watchName(const char* name, std::function<void()> appeared, st
 }
 
 GVariantRef DBusSignals::call(const char* service, const char* path, const char* interface, const char* method,
-                              GVariant* arguments, GDBusCallFlags flags) const {
+                              GVariant* arguments, GDBusCallFlags flags, std::chrono::milliseconds limit) const {
   const GVariantRef owned(arguments == nullptr ? nullptr : g_variant_ref_sink(arguments));
   if (!connection_) return nullptr;
   return GVariantRef(g_dbus_connection_call_sync(connection_.get(), service, path, interface, method, owned.get(),
-                                                 nullptr, flags, callTimeoutMs, nullptr, GErrorSlot()));
+                                                 nullptr, flags, static_cast<int>(limit.count()), nullptr,
+                                                 GErrorSlot()));
 }
 
 void DBusSignals::callLater(const char* service, const char* path, const char* interface, const char* method,
@@ -89,8 +89,8 @@ void DBusSignals::callLater(const char* service, const char* path, const char* i
     if (!wasCancelled(failure)) (*told)(answer.get(), descriptors.get());
   };
   g_dbus_connection_call_with_unix_fd_list(connection_.get(), service, path, interface, method, owned.get(), nullptr,
-                                           G_DBUS_CALL_FLAGS_NO_AUTO_START, callTimeoutMs, nullptr, ending_.get(),
-                                           finish, new Reply(std::move(reply)));
+                                           G_DBUS_CALL_FLAGS_NO_AUTO_START, static_cast<int>(callLimit.count()),
+                                           nullptr, ending_.get(), finish, new Reply(std::move(reply)));
 }
 
 void DBusSignals::refuseLater(Reply reply) const {

@@ -4,6 +4,7 @@
 #include <gio/gio.h>
 #include <gio/gunixfdlist.h>
 
+#include <chrono>
 #include <functional>
 #include <list>
 #include <memory>
@@ -39,9 +40,11 @@ class DBusSignals {
   /// `appeared` is called, never at once, when a program has the name, and again for each later one; `vanished` when it
   /// is gone, also with the bus.
   void watchName(const char* name, std::function<void()> appeared, std::function<void()> vanished);
-  /// The reply, or nothing on failure; waits for three quarters of a second at most. `arguments` may be floating.
+  static constexpr std::chrono::milliseconds callLimit{750};
+  /// The reply, or nothing on failure; waits for `limit` at most. `arguments` may be floating.
   GVariantRef call(const char* service, const char* path, const char* interface, const char* method,
-                   GVariant* arguments, GDBusCallFlags flags = G_DBUS_CALL_FLAGS_NO_AUTO_START) const;
+                   GVariant* arguments, GDBusCallFlags flags = G_DBUS_CALL_FLAGS_NO_AUTO_START,
+                   std::chrono::milliseconds limit = callLimit) const;
   /// The same without waiting: `reply` is called later, also without a bus, or never if this object is gone by then.
   void callLater(const char* service, const char* path, const char* interface, const char* method, GVariant* arguments,
                  Reply reply) const;

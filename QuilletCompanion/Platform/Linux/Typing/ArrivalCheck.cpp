@@ -10,8 +10,10 @@ namespace {
 using namespace std::chrono_literals;
 using Unit = KeyTypist::CountUnit;
 
-/// A target that answers and hasn't changed for so long has lost the rest.
+/// A target that has changed and then doesn't for so long has made something else of the rest.
 constexpr Duration forgottenAfter = 1500ms;
+/// One that hasn't changed at all may only be busy, but not for ever.
+constexpr Duration lostAfter = 5s;
 constexpr Duration otherElementWait = 100ms;
 /// A count that has stopped at the number of code points, in a target that might count UTF-16 units.
 constexpr Duration standstill = 60ms;
@@ -61,9 +63,18 @@ void ArrivalCheck::look(const Look& seen, MonotonicTime time) {
     if (time - lastPost_ >= otherElementWait) settle();
   } else {
     if (const auto grown = growth(*seen)) count(*grown, *seen, time);
-    if (time - std::max(lastPost_, unchangedSince_) >= forgottenAfter) settle();
+    if (!underWay_.empty()) giveUpLate(time);
   }
   if (underWay_.empty()) before_ = seen;
+}
+
+/// Blanks at the end of a line are not counted by all.
+void ArrivalCheck::giveUpLate(MonotonicTime time) {
+  const auto missing = underWay_.find_first_not_of(U' ', static_cast<std::size_t>(seenOfUnderWay_));
+  const bool silent = unchangedSince_ <= lastPost_ && missing != underWay_.npos;
+  if (time - std::max(lastPost_, unchangedSince_) < (silent ? lostAfter : forgottenAfter)) return;
+  lost_ = silent;
+  settle();
 }
 
 /// By how much the text is longer than it was without its selection; absent while the selection stands.

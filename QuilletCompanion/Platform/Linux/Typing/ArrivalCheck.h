@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "QuilletCompanion/Platform/Linux/Typing/KeyTypist.h"
 
@@ -19,6 +20,9 @@ class ArrivalCheck {
   std::uint64_t posted() const { return settled_ + underWay_.size(); }
   std::uint64_t arrived() const { return settled_ + seenOfUnderWay_; }
   std::uint64_t underWay() const { return posted() - arrived(); }
+  /// Whether the target was found to have taken nothing of the last, for so long that it has lost it; told once.
+  bool takeLost() { return std::exchange(lost_, false); }
+  bool lost() const { return lost_; }
   /// At the last look the target could not be read, or keys no longer went there.
   bool unreadable() const { return unreadable_; }
   bool elsewhere() const { return elsewhere_; }
@@ -32,6 +36,7 @@ class ArrivalCheck {
 
  private:
   bool note(const Look& seen);
+  void giveUpLate(MonotonicTime time);
   void settle();
   std::optional<std::int64_t> growth(const KeyTypist::Observation& seen) const;
   void count(std::int64_t growth, const KeyTypist::Observation& seen, MonotonicTime time);
@@ -46,6 +51,7 @@ class ArrivalCheck {
   MonotonicTime unchangedSince_;  ///< When that growth was first seen.
   bool unreadable_ = false;
   bool elsewhere_ = false;
+  bool lost_ = false;
   /// The one element whose unit we found out.
   std::uintptr_t knownElement_ = 0;
   KeyTypist::CountUnit knownUnit_ = KeyTypist::CountUnit::unknown;

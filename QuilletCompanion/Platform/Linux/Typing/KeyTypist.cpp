@@ -35,8 +35,6 @@ constexpr Duration reserve = 100ms;
 /// Before the keymap is given back, for what is still under way.
 constexpr Duration farewell = 60ms;
 constexpr Duration idleBeforeRestore = 5s;
-/// After a chunk that went out in part: longer than chunks of one text are apart.
-constexpr Duration brokenOffFor = 1500ms;
 
 /// Absent for what can't be typed.
 std::optional<std::u32string> typeable(std::u16string_view units) {
@@ -55,6 +53,7 @@ struct KeyTypist::Parts {
   }
 
   std::size_t type(std::u32string_view characters, const Progress& progress, MonotonicTime deadline);
+  std::optional<std::size_t> typeNext(std::u32string_view rest, const Progress& progress, MonotonicTime end);
   std::optional<X11Keyboard::State> readyState();
   bool assign(const std::vector<KeymapPlan::Assignment>& assignments);
   std::size_t post(const KeymapPlan::Chunk& chunk, std::u32string_view characters, const X11Keyboard::State& state,
@@ -70,7 +69,7 @@ struct KeyTypist::Parts {
   KeymapPlan keymap;
   std::optional<unsigned> group;
   ArrivalCheck arrival;
-  std::optional<MonotonicTime> brokenOff;
+  bool later = false;  ///< Whether what `type` left may be tried again.
   std::uint64_t ahead = mostAhead;
   MonotonicTime lastPost;
   QTimer idle;
@@ -82,15 +81,14 @@ KeyTypist::~KeyTypist() {
   restoreKeymap();
 }
 
-bool KeyTypist::type(std::u16string_view units, const Progress& progress, MonotonicTime deadline) {
+TypedUnits KeyTypist::type(std::u16string_view units, const Progress& progress, MonotonicTime deadline) {
   const auto characters = typeable(units);
-  if (!characters || !parts_->keyboard.usable()) return false;
-  auto& brokenOff = parts_->brokenOff;
-  if (brokenOff && steady_clock::now() < *brokenOff + brokenOffFor) return false;
+  if (!characters || !parts_->keyboard.usable()) return {};
   const auto count = parts_->type(*characters, progress, deadline);
-  brokenOff = count > 0 && count < characters->size() ? std::optional(steady_clock::now()) : std::nullopt;
   if (QCoreApplication::instance() != nullptr) parts_->idle.start(idleBeforeRestore / 1ms);
-  return count > 0;
+  TypedUnits typed{.count = 0, .later = count < characters->size() && parts_->later};
+  for (std::size_t i = 0; i < count; ++i) typed.count += (*characters)[i] > 0xffff ? 2 : 1;
+  return typed;
 }
 
 void KeyTypist::announceTo(unsigned long window) {
@@ -106,28 +104,43 @@ std::size_t KeyTypist::Parts::type(std::u32string_view characters, const Progres
   const MonotonicTime end = deadline - 2 * remapSettle;
   std::size_t count = 0;
   while (count < characters.size()) {
-    if (!mayGoOn(progress, end - reserve) || steady_clock::now() >= end) break;
-    const auto state = readyState();
-    if (!state) break;
-    const auto rest = characters.substr(count);
-    const auto chunk = keymap.plan(rest, {state->level, !state->otherHeld, state->held, arrival.posted()});
-    if (chunk.strokes.empty() || !awaitArrival(chunk.awaits, progress, end)) {
-      group.reset();
-      break;
-    }
-    // The assignments were made for the layout as it was before the wait.
-    if (!chunk.assignments.empty() && keyboard.layoutChanged()) continue;
-    if (!assign(chunk.assignments)) {
-      group.reset();
-      break;
-    }
-    // A key that was pressed or let go meanwhile asks for another plan.
-    if (!chunk.assignments.empty() && keyboard.state() != *state) continue;
-    const auto posted = post(chunk, rest, *state, progress, end - reserve);
-    if (posted == 0) break;
-    count += posted;
+    later = true;
+    const auto posted = typeNext(characters.substr(count), progress, end);
+    if (!posted) break;
+    count += *posted;
   }
+  if (arrival.takeLost()) later = false;
   return count;
+}
+
+/// Absent when nothing went out. None, where the plan must be made anew.
+std::optional<std::size_t> KeyTypist::Parts::typeNext(std::u32string_view rest, const Progress& progress,
+                                                      MonotonicTime end) {
+  if (!mayGoOn(progress, end - reserve) || steady_clock::now() >= end) {
+    later = !arrival.elsewhere();
+    return std::nullopt;
+  }
+  const auto state = readyState();
+  later = state.has_value();
+  if (!state) return std::nullopt;
+  const auto chunk = keymap.plan(rest, {state->level, !state->otherHeld, state->held, arrival.posted()});
+  if (chunk.strokes.empty() || !awaitArrival(chunk.awaits, progress, end)) {
+    later = !chunk.strokes.empty();
+    group.reset();
+    return std::nullopt;
+  }
+  // The assignments were made for the layout as it was before the wait.
+  if (!chunk.assignments.empty() && keyboard.layoutChanged()) return 0;
+  if (!assign(chunk.assignments)) {
+    later = false;
+    group.reset();
+    return std::nullopt;
+  }
+  // A key that was pressed or let go meanwhile asks for another plan.
+  if (!chunk.assignments.empty() && keyboard.state() != *state) return 0;
+  const auto posted = post(chunk, rest, *state, progress, end - reserve);
+  later = !arrival.elsewhere();
+  return posted > 0 ? std::optional(posted) : std::nullopt;
 }
 
 /// In slices that a slow target takes up soon, as long as there is time. How many characters went out; not all if the
@@ -179,7 +192,7 @@ bool KeyTypist::Parts::mayGoOn(const Progress& progress, MonotonicTime end) {
   if (arrival.underWay() == 0) return true;
   look(progress);
   const bool caughtUp = awaitRoom(progress, end);
-  return !arrival.unreadable() && (caughtUp || arrival.underWay() <= mostBehind);
+  return !arrival.unreadable() && !arrival.lost() && (caughtUp || arrival.underWay() <= mostBehind);
 }
 
 void KeyTypist::Parts::look(const Progress& progress) {
@@ -204,7 +217,7 @@ bool KeyTypist::Parts::awaitArrival(std::uint64_t characters, const Progress& pr
     if (steady_clock::now() >= end) return false;
     std::this_thread::sleep_for(pollInterval);
   }
-  return true;
+  return !arrival.lost();
 }
 
 void KeyTypist::Parts::refresh(unsigned newGroup) {

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "QuilletCompanion/Target/AccessibilityProvider.h"
 #include "QuilletKit/Async/Clock.h"
 
 namespace quillet {
@@ -43,12 +44,11 @@ class KeyTypist {
 
   /// Posts 1 to 20 units as presses and releases with no delay. Before that it waits until most of what was typed
   /// earlier has arrived, and all of it whose keys are needed anew. A target that is slow but alive may fall behind a
-  /// little. False, with nothing posted, for a count outside that, a control character, a lone surrogate, a held
-  /// Control, Alt or Super, a keyboard that another program has grabbed, slow or bounce keys, a character without a
-  /// free key, a target that has stopped answering or has fallen behind too far by `deadline`, or a connection that is
-  /// gone. Returns by `deadline`. True also if only a part could be posted: then what follows within a second or so is
-  /// refused.
-  bool type(std::u16string_view units, const Progress& progress, MonotonicTime deadline);
+  /// little. Nothing is posted for a count outside that, a control character, a lone surrogate, a held Control, Alt or
+  /// Super, a keyboard that another program has grabbed, slow or bounce keys, a character without a free key, a target
+  /// that has lost what was typed before, or a connection that is gone. By `deadline` it returns, having posted what it
+  /// could: the rest can be typed later where the target doesn't answer or has fallen behind too far.
+  TypedUnits type(std::u16string_view units, const Progress& progress, MonotonicTime deadline);
 
   /// From now on tells a window of the same display before and after our keys; see X11Keyboard::typingMessage.
   void announceTo(unsigned long window);

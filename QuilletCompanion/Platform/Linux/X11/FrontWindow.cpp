@@ -48,11 +48,21 @@ FrontWindow::FrontWindow(const std::string& display) : connection_(display) {
   windowPID_ = atom("_NET_WM_PID");
   gtkApplicationId_ = atom("_GTK_APPLICATION_ID");
   utf8String_ = atom("UTF8_STRING");
+  unmapped_ = XCreateWindow(connection_.get(), DefaultRootWindow(connection_.get()), 0, 0, 1, 1, 0, 0, InputOnly,
+                            nullptr, 0, nullptr);
   watch();
 }
 
 FrontWindow::~FrontWindow() {
   delete notifier_;
+}
+
+/// A grab to a window that isn't shown never succeeds, and the server says first if there is another one.
+bool FrontWindow::isKeyboardTaken() const {
+  if (!connection_.usable()) return false;
+  const X11ErrorTrap trap(connection_);
+  return XGrabKeyboard(connection_.get(), unmapped_, False, GrabModeAsync, GrabModeAsync, CurrentTime) ==
+         AlreadyGrabbed;
 }
 
 void FrontWindow::watch() {

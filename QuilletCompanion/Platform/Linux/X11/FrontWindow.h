@@ -46,6 +46,8 @@ class FrontWindow {
 
   /// Absent without an active window, when it went away meanwhile, and when it doesn't tell its process.
   std::optional<Owner> owner();
+  /// Whether another client gets all keys. False without a display.
+  bool isKeyboardTaken() const;
 
  private:
   std::optional<unsigned long> number(unsigned long window, unsigned long property, unsigned long type) const;
@@ -61,6 +63,7 @@ class FrontWindow {
 
   X11Connection connection_;
   unsigned long activeWindow_ = 0, windowPID_ = 0, gtkApplicationId_ = 0, utf8String_ = 0;
+  unsigned long unmapped_ = 0;  ///< A window of ours that is never shown.
   unsigned long followed_ = 0;  ///< The window whose end and properties we are told of.
   Owner last_;
   bool current_ = false;  ///< No event since `last_` was looked up.
