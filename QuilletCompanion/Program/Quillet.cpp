@@ -2,8 +2,6 @@
 #include "QuilletCompanion/Program/Quillet.h"
 
 #include <fcntl.h>
-#include <sys/prctl.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <QCoreApplication>
@@ -15,6 +13,7 @@
 #include "QuilletCompanion/Platform/Linux/Session/ApplicationName.h"
 #include "QuilletCompanion/Platform/Linux/Session/InstanceLock.h"
 #include "QuilletCompanion/Program/CommandLine.h"
+#include "QuilletCompanion/Program/PrivateMemory.h"
 #include "QuilletCompanion/Program/Program.h"
 #include "QuilletCompanion/Program/TerminalFront.h"
 #include "QuilletCompanion/Program/UserFolders.h"
@@ -26,14 +25,6 @@ namespace {
 
 constexpr int kFailure = 1;
 constexpr int kUsage = 2;
-
-/// Keys and texts pass through this process: no other of the user's may read its memory, nor is it ever written to a
-/// disk as a whole.
-void keepMemoryPrivate() {
-  ::prctl(PR_SET_DUMPABLE, 0);
-  const rlimit none{0, 0};
-  ::setrlimit(RLIMIT_CORE, &none);
-}
 
 /// Who starts us may have closed the standard files. What we open then gets their numbers, and our lines.
 void fillStandardFiles() {

@@ -153,7 +153,8 @@ void AccessibilityBus::watchRegistry() {
   const auto appeared = [](GDBusConnection*, const char*, const char*, void* self) {
     auto& bus = *static_cast<AccessibilityBus*>(self);
     bus.wellKnown_ = {};
-    if (bus.onNewRegistry) bus.onNewRegistry();
+    // The first one is that which has just answered.
+    if (std::exchange(bus.registrySeen_, true) && bus.onNewRegistry) bus.onNewRegistry();
   };
   const auto vanished = [](GDBusConnection*, const char*, void* self) {
     static_cast<AccessibilityBus*>(self)->wellKnown_ = {};  // asking starts the next one

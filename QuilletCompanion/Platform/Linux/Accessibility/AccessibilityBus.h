@@ -58,6 +58,7 @@ class AccessibilityBus {
   DBusSignals session_{G_BUS_TYPE_SESSION};
   bool present_ = false;  ///< The service is seen on the session bus: it would tell of a change, and we of its end.
   bool connected_ = false;
+  bool registrySeen_ = false;
   std::optional<bool> enabled_;  ///< What it said, if it answered.
   bool slow_ = false;            ///< It took its time not to answer.
   bool stale_ = false;

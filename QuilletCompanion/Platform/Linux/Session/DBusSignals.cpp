@@ -41,7 +41,11 @@ DBusSignals::DBusSignals(GBusType bus) : bus_(bus) {
   if (!address) return;
   BusAttempt attempt(*address);
   if (attempt.wait(answersWithin)) {
-    adopt(attempt.take());
+    // It answers. Only a connection that is made in this context tells of its end here.
+    if (attempt.take()) {
+      adopt(GRef<GDBusConnection>(
+          g_dbus_connection_new_for_address_sync(address->c_str(), clientFlags, nullptr, nullptr, GErrorSlot())));
+    }
   } else {
     retryLater();
   }
