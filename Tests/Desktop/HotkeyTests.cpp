@@ -82,6 +82,15 @@ TEST_F(Hotkeys, EveryPlaceHasOneKeyAndEveryKeyOnePlace) {
   for (const auto& [code, name] : names) EXPECT_EQ(displayText({code}, keyboard), name) << code;
 }
 
+TEST_F(Hotkeys, AModifierThatIsHeldAsLongAsASentenceIsStillLetGo) {
+  monitor.configure(DictationShortcut{kF13}, DictationShortcut{kRightOption});
+  display.press(xRightAlt);
+  EXPECT_TRUE(eventually([&] { return events == Events{holdDown}; }));
+  EXPECT_FALSE(eventually([&] { return events.size() > 1; }, 1s));
+  display.release(xRightAlt);
+  EXPECT_EQ(told(), (Events{holdDown, holdUp}));
+}
+
 TEST_F(Hotkeys, ACombinationIsOursWhateverIsLockedAndTellsItsPressOnce) {
   monitor.configure(DictationShortcut{kF13}, kControlOptionSpace);
   for (const unsigned lock : {0U, xNumLock, xCapsLock}) {

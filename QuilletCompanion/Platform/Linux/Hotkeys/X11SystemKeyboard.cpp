@@ -281,7 +281,7 @@ void X11SystemKeyboard::handleGrabbed(const XEvent& event) {
 void X11SystemKeyboard::handleKey(const Key& key) {
   if (!following_ || present_ == nullptr || isOurTyping(key.source)) return;
   KeyEvent event{.keyCode = KeyPlaces::virtualCode(key.keycode)};
-  if (key.time - std::exchange(lastKeyTime_, key.time) > longPause) forgetStale();
+  if (key.time - std::exchange(lastKeyTime_, key.time) > longPause) forgetStale(key);
   const bool changed = key.pressed ? down_.insert(key.keycode).second : down_.erase(key.keycode) != 0;
   if (!changed) return;  // a repeat, or told before
   if (modifierKey(event.keyCode) || event.keyCode == capsLock) event.kind = KeyEvent::Kind::modifiersChanged;
@@ -302,13 +302,17 @@ bool X11SystemKeyboard::isOurTyping(int source) {
 }
 
 /// Keys of a keyboard that was unplugged, or that were let go while another session had the screen. Asked only after a
-/// pause: the server's answer is later than the events that are still to be read.
-void X11SystemKeyboard::forgetStale() {
+/// pause: the server's answer is later than the events that are still to be read. So a key that is let go now, after it
+/// was held as long as that, is up already there; it isn't forgotten, or nobody would hear of its release.
+void X11SystemKeyboard::forgetStale(const Key& now) {
   if (down_.empty()) return;
   const X11ErrorTrap trap(connection_);
   std::array<char, 32> keys{};
   XQueryKeymap(connection_.get(), keys.data());
-  std::erase_if(down_, [&](Keycode keycode) { return !isDown(keys, keycode); });
+  std::erase_if(down_, [&](Keycode keycode) {
+    const bool isReleasedNow = keycode == now.keycode && !now.pressed;
+    return !isReleasedNow && !isDown(keys, keycode);
+  });
 }
 
 void X11SystemKeyboard::tell(const KeyEvent& event) {

@@ -76,7 +76,7 @@ class X11SystemKeyboard final : public SystemKeyboard {
   void handleGrabbed(const _XEvent& event);
   void handleKey(const Key& key);
   bool isOurTyping(int source);
-  void forgetStale();
+  void forgetStale(const Key& now);
   void tell(const KeyEvent& event);
   void adoptKeymap();
 
