@@ -7,7 +7,8 @@
 #include <string>
 
 #include "QuilletKit/Base/Log.h"
-#include "QuilletService/Transport/HTTPServer.h"
+#include "QuilletService/ServerLimits.h"
+#include "QuilletService/Service.h"
 #include "QuilletSpeech/SpeechEngineChoice.h"
 
 namespace quillet {

@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "QuilletService/Options.h"
+#include "QuilletService/Transport/HTTPServer.h"
 #include "QuilletService/Transport/MetricsServer.h"
 #include "QuilletSpeech/SpeechEngines.h"
 

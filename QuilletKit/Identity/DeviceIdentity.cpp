@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Identity/EnvelopeError.h"
 #include "QuilletKit/Identity/SecretStore.h"
-#include "QuilletKit/Protocol/Envelope.h"
 
 namespace quillet {
 namespace {

@@ -4,12 +4,16 @@
 #include <string>
 
 #include "QuilletKit/Base/Crypto.h"
+#include "QuilletKit/Base/RawValue.h"
 
 namespace quillet {
 
 class SecretStore;
 
 enum class DevicePlatform { ios, macos, windows };
+constexpr auto rawNames(std::type_identity<DevicePlatform>) {
+  return rawTable<3>({"ios", "macos", "windows"});
+}
 
 /// What a device knows about another device.
 struct PeerIdentity {

@@ -4,18 +4,13 @@
 #include <boost/asio/ssl/context.hpp>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 
 #include "QuilletKit/Async/Task.h"
-#include "QuilletKit/Protocol/RequestSigner.h"
+#include "QuilletKit/Network/HTTPRequest.h"
+#include "QuilletKit/Network/TransportError.h"
 
 namespace quillet {
-
-/// No usable response: name not resolved, refused, cut, timed out, not HTTP. what() says so for people.
-struct TransportError : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
 
 class WebSocketTask;
 

@@ -8,7 +8,7 @@
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/http/error.hpp>
 
-#include "QuilletKit/Network/HTTPSession.h"
+#include "QuilletKit/Network/TransportError.h"
 
 namespace quillet {
 namespace {

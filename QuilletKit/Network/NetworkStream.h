@@ -14,7 +14,7 @@
 
 #include "QuilletKit/Async/Task.h"
 #include "QuilletKit/Network/Dialer.h"
-#include "QuilletKit/Protocol/RequestSigner.h"
+#include "QuilletKit/Network/ServiceURL.h"
 
 namespace quillet {
 

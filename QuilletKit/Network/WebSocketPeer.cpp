@@ -8,6 +8,7 @@
 #include <boost/beast/core/flat_buffer.hpp>
 
 #include "QuilletKit/Network/ReadMessage.h"
+#include "QuilletKit/Network/TransportError.h"
 
 namespace quillet {
 namespace {

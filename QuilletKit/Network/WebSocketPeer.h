@@ -10,8 +10,9 @@
 #include <optional>
 #include <string>
 
+#include "QuilletKit/Network/HTTPRequest.h"
 #include "QuilletKit/Network/NetworkStream.h"
-#include "QuilletKit/Network/WebSocketTask.h"
+#include "QuilletKit/Network/WebSocketMessage.h"
 
 namespace quillet {
 

@@ -9,14 +9,9 @@
 
 #include "QuilletKit/Async/Task.h"
 #include "QuilletKit/Network/HTTPSession.h"
-#include "QuilletKit/Protocol/RequestSigner.h"
+#include "QuilletKit/Network/WebSocketMessage.h"
 
 namespace quillet {
-
-struct WebSocketMessage {
-  bool isText = true;
-  std::string data;
-};
 
 /// One outgoing WebSocket. Created unconnected; all operations are called on `callbacks`' thread and complete there.
 /// Nothing is called back after destruction. Abstract so that faults which no real service can be asked for are given

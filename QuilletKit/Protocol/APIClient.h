@@ -4,44 +4,16 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
-#include <variant>
 
 #include "QuilletKit/Async/Task.h"
 #include "QuilletKit/Network/HTTPSession.h"
+#include "QuilletKit/Protocol/APIError.h"
 #include "QuilletKit/Protocol/RequestSigner.h"
 #include "QuilletKit/Protocol/ServiceModels.h"
 
 namespace quillet {
-
-struct APIError : std::exception {
-  struct Server {
-    int status = 0;
-    APIErrorBody body;
-    bool operator==(const Server&) const = default;
-  };
-  struct Transport {
-    std::string message;
-    bool operator==(const Transport&) const = default;
-  };
-  struct Decoding {
-    std::string message;
-    bool operator==(const Decoding&) const = default;
-  };
-  using Detail = std::variant<Server, Transport, Decoding>;
-
-  explicit APIError(Detail detail);
-  const char* what() const noexcept override { return text_.c_str(); }
-  const Server* server() const { return std::get_if<Server>(&detail); }
-  bool operator==(const APIError& other) const { return detail == other.detail; }
-
-  Detail detail;
-
- private:
-  std::string text_;
-};
 
 /// What the pairing flow needs of the service. Operations throw APIError or the cancellation error.
 class PairingAPI {

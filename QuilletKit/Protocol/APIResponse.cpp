@@ -2,20 +2,13 @@
 #include "QuilletKit/Protocol/APIResponse.h"
 
 #include <boost/beast/http/status.hpp>
+#include <ostream>
 #include <string>
 
 namespace quillet {
 namespace {
 
 namespace http = boost::beast::http;
-
-struct Description {
-  std::string operator()(const APIError::Server& error) const {
-    return error.body.message.empty() ? error.body.code : error.body.message;
-  }
-  std::string operator()(const APIError::Transport& error) const { return error.message; }
-  std::string operator()(const APIError::Decoding& error) const { return error.message; }
-};
 
 std::string phraseFor(int status) {
   const auto known = http::int_to_status(static_cast<unsigned>(status));
@@ -24,8 +17,6 @@ std::string phraseFor(int status) {
 }
 
 }  // namespace
-
-APIError::APIError(Detail value) : detail(std::move(value)), text_(std::visit(Description{}, detail)) {}
 
 APIError serverError(int status, std::string_view body) {
   try {

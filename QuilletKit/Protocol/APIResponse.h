@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "QuilletKit/JSON/JSONCoding.h"
-#include "QuilletKit/Protocol/APIClient.h"
+#include "QuilletKit/Protocol/APIError.h"
 
 namespace quillet {
 

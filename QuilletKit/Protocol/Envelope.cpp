@@ -4,19 +4,12 @@
 #include <array>
 
 #include "QuilletKit/Base/Base64URL.h"
-#include "QuilletKit/Protocol/WireModels.h"
 
 namespace quillet {
 namespace {
 
 constexpr std::int64_t kVersion = 1;
 constexpr std::size_t kSaltSize = 32;
-
-const char* nameOf(EnvelopeError::Code code) {
-  constexpr std::array kNames{"badKey",       "badEncoding",        "wrongRecipient", "wrongSender",
-                              "wrongPurpose", "unsupportedVersion", "badSignature"};
-  return kNames[static_cast<std::size_t>(code)];
-}
 
 Crypto::Key boxKey(const DeviceIdentity& own, const PeerIdentity& other, ByteView salt, ByteView additionalData) {
   const Crypto::Key secret = Crypto::sharedSecret(own.agreementKey, other.agreementKey());
@@ -30,8 +23,6 @@ Bytes decoded(std::string_view text) {
 }
 
 }  // namespace
-
-EnvelopeError::EnvelopeError(Code errorCode) : std::runtime_error(nameOf(errorCode)), code(errorCode) {}
 
 std::string Envelope::additionalData(EnvelopePurpose purpose, std::string_view from, std::string_view to) {
   std::string text = "qlt-env-1|";

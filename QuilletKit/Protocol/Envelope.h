@@ -2,22 +2,21 @@
 #pragma once
 
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 
 #include "QuilletKit/Base/Bytes.h"
+#include "QuilletKit/Base/RawValue.h"
 #include "QuilletKit/Identity/DeviceIdentity.h"
+#include "QuilletKit/Identity/EnvelopeError.h"
 #include "QuilletKit/JSON/JSONCoding.h"
 
 namespace quillet {
 
 enum class EnvelopePurpose { prepare, prepareResult, delivery, result, readiness };
 
-struct EnvelopeError : std::runtime_error {
-  enum class Code { badKey, badEncoding, wrongRecipient, wrongSender, wrongPurpose, unsupportedVersion, badSignature };
-  explicit EnvelopeError(Code code);
-  Code code;
-};
+constexpr auto rawNames(std::type_identity<EnvelopePurpose>) {
+  return rawTable<5>({"prepare", "prepareResult", "delivery", "result", "readiness"});
+}
 
 /// A payload sealed for one recipient and one purpose. Only the routing fields can be read in between.
 struct Envelope {

@@ -41,12 +41,6 @@ enum class PairingState { open, claimed, paired, cancelled, expired };
 enum class RecognitionLanguage { automatic /* "auto" */, en, nl, fr, de };
 enum class TranscriptStyle { verbatim, clean };
 
-constexpr auto rawNames(std::type_identity<DevicePlatform>) {
-  return rawTable<3>({"ios", "macos", "windows"});
-}
-constexpr auto rawNames(std::type_identity<EnvelopePurpose>) {
-  return rawTable<5>({"prepare", "prepareResult", "delivery", "result", "readiness"});
-}
 constexpr auto rawNames(std::type_identity<PrepareStatus>) {
   return rawTable<2>({"ready", "refused"});
 }

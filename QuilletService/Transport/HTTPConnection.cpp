@@ -77,16 +77,16 @@ struct Ending {
 template <typename Stream>
 class HTTPConnection final : public ServerConnection {
  public:
-  HTTPConnection(HTTPServer& server, Stream stream, ConnectionOrigin origin)
-      : server_(server),
+  HTTPConnection(ConnectionHost& host, Stream stream, ConnectionOrigin origin)
+      : host_(host),
         stream_(std::move(stream)),
         origin_(std::move(origin)),
         peer_(origin_.lease.address()),
         watchdog_(stream_.get_executor(), [this] { close(); }) {
     buffer_.reserve(kUsualRequest);
-    server_.add(*this);
+    host_.add(*this);
   }
-  ~HTTPConnection() override { server_.remove(*this); }
+  ~HTTPConnection() override { host_.remove(*this); }
 
   Awaitable<void> run() {
     bool open = co_await handshake();
@@ -137,7 +137,7 @@ class HTTPConnection final : public ServerConnection {
   /// Nothing if the client went away meanwhile and the request is one of those that end so.
   Awaitable<std::optional<HTTPReply>> handle(const Request& request) {
     const SignedRequest signed_ = signedRequest(request, origin_.lease.address());
-    if (!Router::endsWithItsClient(signed_.target)) co_return co_await server_.router().handle(signed_);
+    if (!Router::endsWithItsClient(signed_.target)) co_return co_await host_.router().handle(signed_);
     std::optional<HTTPReply> answer;
     bool ended = false;
     asio::steady_timer over(stream_.get_executor(), asio::steady_timer::time_point::max());
@@ -148,14 +148,14 @@ class HTTPConnection final : public ServerConnection {
         ended = true;
         over.cancel();
       }};
-      answer = co_await server_.router().handle(signed_);
+      answer = co_await host_.router().handle(signed_);
     });
     boost::system::error_code woken;
     while (!ended) co_await over.async_wait(into(woken));
     co_return answer;
   }
 
-  HTTPReply reply(ServiceError error) { return server_.router().refusal(std::make_exception_ptr(std::move(error))); }
+  HTTPReply reply(ServiceError error) { return host_.router().refusal(std::make_exception_ptr(std::move(error))); }
 
   /// What can be refused before a body is read: one client's too many connections, and large bodies of strangers.
   std::optional<HTTPReply> refusalOfHead(const Parser& parser) {
@@ -163,20 +163,20 @@ class HTTPConnection final : public ServerConnection {
     const std::uint64_t size = parser.content_length().value_or(0);
     const bool mayBeLarge = parser.chunked() || size > kSmallBody;
     if (!mayBeLarge || size > Router::bodyLimit(view(parser.get().target()))) return std::nullopt;
-    return server_.router().refusalBeforeBody(signedRequest(parser.get(), origin_.lease.address()));
+    return host_.router().refusalBeforeBody(signedRequest(parser.get(), origin_.lease.address()));
   }
 
   bool adoptClient(const Request& request) {
     const auto client = forwardedAddress(forwardedFor(request));
     if (!client) return true;
-    auto lease = server_.addresses().take(addressKey(*client));
+    auto lease = host_.addresses().take(addressKey(*client));
     if (lease) origin_.lease = *std::move(lease);
     return lease.has_value();
   }
 
   Awaitable<boost::system::error_code> readHeader(Parser& parser) {
     boost::system::error_code error;
-    watchdog_.watch(std::exchange(first_, false) ? server_.limits().header : server_.limits().idle);
+    watchdog_.watch(std::exchange(first_, false) ? host_.limits().header : host_.limits().idle);
     waiting_ = true;
     co_await http::async_read_header(stream_, buffer_, parser, into(error));
     waiting_ = false;
@@ -189,7 +189,7 @@ class HTTPConnection final : public ServerConnection {
     if (parser.is_done()) co_return error;
     if (parser.content_length().value_or(0) > limit) co_return http::make_error_code(http::error::body_limit);
     parser.body_limit(limit);
-    watchdog_.watch(server_.limits().body);
+    watchdog_.watch(host_.limits().body);
     if (beast::iequals(parser.get()[http::field::expect], "100-continue")) {
       http::response<http::empty_body> more(http::status::continue_, 11);
       co_await http::async_write(stream_, more, into(error));
@@ -208,17 +208,17 @@ class HTTPConnection final : public ServerConnection {
     std::optional<Device> device;
     std::exception_ptr refused;
     try {
-      device = server_.router().authenticateRelay(signedRequest(request, origin_.lease.address()));
+      device = host_.router().authenticateRelay(signedRequest(request, origin_.lease.address()));
     } catch (...) {
       refused = std::current_exception();
     }
     if (refused) {
-      HTTPReply answer = server_.router().refusal(refused);
+      HTTPReply answer = host_.router().refusal(refused);
       co_return co_await write(std::move(answer), false);
     }
     if (finishing_) co_return false;
-    auto session = std::make_shared<WebSocketSession<Stream>>(std::move(stream_), server_.service(), *std::move(device),
-                                                              server_.limits());
+    auto session = std::make_shared<WebSocketSession<Stream>>(std::move(stream_), host_.service(), *std::move(device),
+                                                              host_.limits());
     upgraded_ = true;
     session_ = session;
     co_await session->run(request);
@@ -232,13 +232,13 @@ class HTTPConnection final : public ServerConnection {
       if (!beast::websocket::is_upgrade(request)) {
         throw ServiceError(426, "upgrade_required", "This path is a WebSocket.");
       }
-      entry.emplace(server_.router().authenticateStream(signedRequest(request, origin_.lease.address())));
+      entry.emplace(host_.router().authenticateStream(signedRequest(request, origin_.lease.address())));
     } catch (...) {
       refused = std::current_exception();
     }
-    if (refused) co_return co_await write(server_.router().refusal(refused), false);
+    if (refused) co_return co_await write(host_.router().refusal(refused), false);
     if (finishing_) co_return false;
-    TranscriptionSession<Stream> session(std::move(stream_), server_.router(), *std::move(entry), server_.limits());
+    TranscriptionSession<Stream> session(std::move(stream_), host_.router(), *std::move(entry), host_.limits());
     upgraded_ = true;
     transcription_ = &session;
     co_await session.run(request);
@@ -253,7 +253,7 @@ class HTTPConnection final : public ServerConnection {
     response.body() = std::move(answer.body);
     response.prepare_payload();
     boost::system::error_code error;
-    watchdog_.watch(server_.limits().body);
+    watchdog_.watch(host_.limits().body);
     co_await http::async_write(stream_, response, into(error));
     watchdog_.rest();
     co_return keepAlive && !error;
@@ -274,7 +274,7 @@ class HTTPConnection final : public ServerConnection {
   Awaitable<bool> handshake() {
     boost::system::error_code error;
     if constexpr (std::is_same_v<Stream, TLSStream>) {
-      watchdog_.watch(server_.limits().header);
+      watchdog_.watch(host_.limits().header);
       waiting_ = true;
       co_await stream_.async_handshake(asio::ssl::stream_base::server, into(error));
       waiting_ = false;
@@ -297,7 +297,7 @@ class HTTPConnection final : public ServerConnection {
     beast::get_lowest_layer(stream_).close(ignored);
   }
 
-  HTTPServer& server_;
+  ConnectionHost& host_;
   Stream stream_;
   ConnectionOrigin origin_;
   std::string peer_;
@@ -314,9 +314,9 @@ Awaitable<void> drive(std::unique_ptr<HTTPConnection<Stream>> connection) {
 }
 
 template <typename Stream>
-void start(HTTPServer& server, Stream stream, ConnectionOrigin origin) {
+void start(ConnectionHost& host, Stream stream, ConnectionOrigin origin) {
   const auto executor = stream.get_executor();
-  auto connection = std::make_unique<HTTPConnection<Stream>>(server, std::move(stream), std::move(origin));
+  auto connection = std::make_unique<HTTPConnection<Stream>>(host, std::move(stream), std::move(origin));
   asio::co_spawn(executor, drive(std::move(connection)), [](std::exception_ptr error) {
     if (error && !isCancellation(error)) Log::error("service", "A connection ended in an unexpected exception");
   });
@@ -324,9 +324,9 @@ void start(HTTPServer& server, Stream stream, ConnectionOrigin origin) {
 
 }  // namespace
 
-void startConnection(HTTPServer& server, ServerSocket socket, ConnectionOrigin origin, asio::ssl::context* tls) {
-  if (tls == nullptr) return start(server, std::move(socket), std::move(origin));
-  start(server, TLSStream(std::move(socket), *tls), std::move(origin));
+void startConnection(ConnectionHost& host, ServerSocket socket, ConnectionOrigin origin, asio::ssl::context* tls) {
+  if (tls == nullptr) return start(host, std::move(socket), std::move(origin));
+  start(host, TLSStream(std::move(socket), *tls), std::move(origin));
 }
 
 }  // namespace quillet

@@ -3,7 +3,7 @@
 
 #include <boost/asio/ssl/context.hpp>
 
-#include "QuilletService/Transport/HTTPServer.h"
+#include "QuilletService/Transport/ConnectionHost.h"
 
 namespace quillet {
 
@@ -14,8 +14,9 @@ struct ConnectionOrigin {
 };
 
 /// Serves one accepted socket until it ends: requests one after the other, or a relay socket after an upgrade. With
-/// `tls`, over TLS. The connection owns itself and is known to the server meanwhile; server and context must outlive
+/// `tls`, over TLS. The connection owns itself and is known to the host meanwhile; host and context must outlive
 /// it.
-void startConnection(HTTPServer& server, ServerSocket socket, ConnectionOrigin origin, boost::asio::ssl::context* tls);
+void startConnection(ConnectionHost& host, ServerSocket socket, ConnectionOrigin origin,
+                     boost::asio::ssl::context* tls);
 
 }  // namespace quillet

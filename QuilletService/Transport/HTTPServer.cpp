@@ -37,10 +37,7 @@ asio::ssl::context makeTLS(const TLSFiles& files) {
 HTTPServer::HTTPServer(asio::io_context& context, Service& service, const std::string& host, std::uint16_t port,
                        const std::optional<TLSFiles>& tls, ServerLimits limits)
     : context_(context),
-      service_(service),
-      router_(service),
-      limits_(std::move(limits)),
-      addresses_(limits_.connectionsPerAddress),
+      host_(service, std::move(limits)),
       acceptor_(context, resolve(context, host, port)),
       accepting_(context.get_executor()) {
   if (tls) tls_ = makeTLS(*tls);
@@ -77,48 +74,41 @@ void HTTPServer::admit(ServerSocket socket) {
   boost::system::error_code error;
   const auto peer = socket.remote_endpoint(error);
   if (error) return;  // gone already
-  Metrics& metrics = service_.metrics;
-  if (limits_.connections != 0 && connections_.size() >= limits_.connections) {
+  Metrics& metrics = host_.service().metrics;
+  const std::size_t limit = host_.limits().connections;
+  if (limit != 0 && host_.count() >= limit) {
     ++metrics.connectionsRefused;
     return;
   }
   const bool proxied = isTrustedProxy(peer.address());
   std::string address = addressKey(peer.address());
-  auto lease = proxied ? AddressLimiter::unlimited(std::move(address)) : addresses_.take(std::move(address));
+  auto lease = proxied ? AddressLimiter::unlimited(std::move(address)) : host_.addresses().take(std::move(address));
   if (!lease) {
     ++metrics.connectionsRefused;
     return;
   }
   ++metrics.connectionsAccepted;
   socket.set_option(tcp::no_delay(true), error);
-  startConnection(*this, std::move(socket), {*std::move(lease), proxied}, tls_ ? &*tls_ : nullptr);
+  startConnection(host_, std::move(socket), {*std::move(lease), proxied}, tls_ ? &*tls_ : nullptr);
 }
 
 bool HTTPServer::isTrustedProxy(const asio::ip::address& address) const {
-  const auto& trusted = limits_.trustedProxies;
+  const auto& trusted = host_.limits().trustedProxies;
   return std::any_of(trusted.begin(), trusted.end(),
                      [peer = unmapped(address)](const auto& proxy) { return unmapped(proxy) == peer; });
 }
 
 void HTTPServer::stop(std::function<void()> done) {
   stopping_ = true;
-  done_ = std::move(done);
   boost::system::error_code ignored;
   acceptor_.close(ignored);
-  const auto open = connections_;
-  for (ServerConnection* connection : open) connection->finish();
-  service_.hub.shutDown();  // who waited there is answered, and is to know that it is the last answer
-  if (connections_.empty() && done_) std::exchange(done_, nullptr)();
+  host_.finishAll();
+  host_.service().hub.shutDown();  // who waited there is answered, and is to know that it is the last answer
+  host_.whenEmpty(std::move(done));
 }
 
 void HTTPServer::abort() {
-  const auto open = connections_;
-  for (ServerConnection* connection : open) connection->abort();
-}
-
-void HTTPServer::remove(ServerConnection& connection) {
-  connections_.erase(&connection);
-  if (stopping_ && connections_.empty() && done_) std::exchange(done_, nullptr)();
+  host_.abortAll();
 }
 
 }  // namespace quillet

@@ -17,7 +17,7 @@
 #include "QuilletKit/Base/Log.h"
 #include "QuilletKit/Network/ReadMessage.h"
 #include "QuilletService/Transcription/StreamFrames.h"
-#include "QuilletService/Transport/HTTPServer.h"
+#include "QuilletService/Transport/ConnectionHost.h"
 #include "QuilletService/Transport/Watchdog.h"
 
 namespace quillet {

@@ -15,7 +15,7 @@
 
 #include "QuilletKit/Base/Log.h"
 #include "QuilletKit/Network/ReadMessage.h"
-#include "QuilletService/Transport/HTTPServer.h"
+#include "QuilletService/Transport/ConnectionHost.h"
 #include "QuilletService/Transport/Watchdog.h"
 
 namespace quillet {

@@ -7,8 +7,8 @@ namespace quillet {
 namespace {
 
 using namespace std::chrono_literals;
-using Look = KeyTypist::Observation;
-using Unit = KeyTypist::CountUnit;
+using Look = TypingObservation;
+using Unit = TypingObservation::CountUnit;
 
 const std::u32string emoji = U"\U0001F600\U0001F601";
 

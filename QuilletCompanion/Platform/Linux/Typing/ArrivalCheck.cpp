@@ -8,7 +8,7 @@ namespace quillet {
 namespace {
 
 using namespace std::chrono_literals;
-using Unit = KeyTypist::CountUnit;
+using Unit = TypingObservation::CountUnit;
 
 /// A target that has changed and then doesn't for so long has made something else of the rest.
 constexpr Duration forgottenAfter = 1500ms;
@@ -78,14 +78,14 @@ void ArrivalCheck::giveUpLate(MonotonicTime time) {
 }
 
 /// By how much the text is longer than it was without its selection; absent while the selection stands.
-std::optional<std::int64_t> ArrivalCheck::growth(const KeyTypist::Observation& seen) const {
+std::optional<std::int64_t> ArrivalCheck::growth(const TypingObservation& seen) const {
   if (before_->selected > 0 && seen.selected > 0) return std::nullopt;
   const std::int64_t counted = seen.characters - (before_->characters - before_->selected);
   if (before_->selected > 0 || !before_->caret || !seen.caret) return counted;
   return std::max(counted, *seen.caret - *before_->caret);
 }
 
-void ArrivalCheck::count(std::int64_t growth, const KeyTypist::Observation& seen, MonotonicTime time) {
+void ArrivalCheck::count(std::int64_t growth, const TypingObservation& seen, MonotonicTime time) {
   // Somebody has taken text away since: there is nothing left to count.
   if (growth < 0) return settle();
   if (growth != lastGrowth_) unchangedSince_ = time;
@@ -103,7 +103,7 @@ void ArrivalCheck::count(std::int64_t growth, const KeyTypist::Observation& seen
   if (seenOfUnderWay_ == underWay_.size()) settle();
 }
 
-KeyTypist::CountUnit ArrivalCheck::unitOf(const KeyTypist::Observation& seen) const {
+TypingObservation::CountUnit ArrivalCheck::unitOf(const TypingObservation& seen) const {
   return seen.unit == Unit::unknown && seen.element != 0 && seen.element == knownElement_ ? knownUnit_ : seen.unit;
 }
 

@@ -7,14 +7,15 @@
 #include <string_view>
 #include <utility>
 
-#include "QuilletCompanion/Platform/Linux/Typing/KeyTypist.h"
+#include "QuilletCompanion/Platform/Linux/Typing/TypingObservation.h"
+#include "QuilletKit/Async/Clock.h"
 
 namespace quillet {
 
 /// Tells from looks at the target how many of the typed characters have arrived there.
 class ArrivalCheck {
  public:
-  using Look = std::optional<KeyTypist::Observation>;
+  using Look = std::optional<TypingObservation>;
 
   /// All that has been posted, and all that has surely arrived or will never be seen to, since the beginning.
   std::uint64_t posted() const { return settled_ + underWay_.size(); }
@@ -38,9 +39,9 @@ class ArrivalCheck {
   bool note(const Look& seen);
   void giveUpLate(MonotonicTime time);
   void settle();
-  std::optional<std::int64_t> growth(const KeyTypist::Observation& seen) const;
-  void count(std::int64_t growth, const KeyTypist::Observation& seen, MonotonicTime time);
-  KeyTypist::CountUnit unitOf(const KeyTypist::Observation& seen) const;
+  std::optional<std::int64_t> growth(const TypingObservation& seen) const;
+  void count(std::int64_t growth, const TypingObservation& seen, MonotonicTime time);
+  TypingObservation::CountUnit unitOf(const TypingObservation& seen) const;
 
   std::uint64_t settled_ = 0;
   std::u32string underWay_;  ///< Posted since `before_`.
@@ -54,7 +55,7 @@ class ArrivalCheck {
   bool lost_ = false;
   /// The one element whose unit we found out.
   std::uintptr_t knownElement_ = 0;
-  KeyTypist::CountUnit knownUnit_ = KeyTypist::CountUnit::unknown;
+  TypingObservation::CountUnit knownUnit_ = TypingObservation::CountUnit::unknown;
 };
 
 }  // namespace quillet

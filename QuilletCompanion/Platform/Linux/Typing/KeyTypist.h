@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "QuilletCompanion/Target/AccessibilityProvider.h"
+#include "QuilletCompanion/Platform/Linux/Typing/TypingObservation.h"
 #include "QuilletKit/Async/Clock.h"
 
 namespace quillet {
@@ -19,18 +20,8 @@ namespace quillet {
 /// taken up what was typed with the old one. Main thread only.
 class KeyTypist {
  public:
-  /// What the target's text offsets count.
-  enum class CountUnit { unknown, codePoints, utf16 };
-
-  /// The focused element as it is now.
-  struct Observation {
-    std::int64_t characters = 0;        ///< All characters, in the target's own unit.
-    std::optional<std::int64_t> caret;  ///< In the same unit.
-    std::int64_t selected = 0;          ///< Length of the selection that the next key replaces.
-    std::uintptr_t element = 0;         ///< Tells elements apart; 0 if the caller can't.
-    CountUnit unit = CountUnit::unknown;
-    bool elsewhere = false;  ///< It answers, but keys no longer go there; the rest then doesn't matter.
-  };
+  using Observation = TypingObservation;
+  using CountUnit = Observation::CountUnit;
   /// Looks at the target; absent when it can't be read, which stops the typing. Called every 2 ms or so while waiting.
   using Progress = std::function<std::optional<Observation>()>;
 
