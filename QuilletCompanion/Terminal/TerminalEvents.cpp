@@ -32,16 +32,13 @@ TerminalEvents::TerminalEvents(AppModel& model, const TerminalOutput& output)
 }
 
 TerminalEvents::~TerminalEvents() {
-  for (const auto& end : ends_) end();
   model_.onInsertion = nullptr;
   model_.onShowAccessibilityHelp = nullptr;
 }
 
 template <typename T>
 void TerminalEvents::watch(const Observable<T>& observable, std::function<void()> show) {
-  auto subscription =
-      std::make_shared<typename Observable<T>::Subscription>(observable.observe([show](const T&) { show(); }));
-  ends_.push_back([subscription] { subscription->reset(); });
+  watched_.push_back(observable.observe([show = std::move(show)](const T&) { show(); }));
 }
 
 void TerminalEvents::watchSetUp() {

@@ -27,7 +27,7 @@ class TerminalEvents {
   AppModel& model_;
   const TerminalOutput& output_;
   boost::json::array shownPeers_;
-  std::list<std::function<void()>> ends_;
+  std::list<Subscription> watched_;
 };
 
 }  // namespace quillet

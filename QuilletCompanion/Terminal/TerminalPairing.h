@@ -27,8 +27,8 @@ class TerminalPairing {
   AppModel& model_;
   const TerminalOutput& output_;
   std::unique_ptr<PairingViewModel> pairing_;
-  Observable<PairingViewModel::Phase>::Subscription phase_;
-  Observable<bool>::Subscription networkTrouble_;
+  Subscription phase_;
+  Subscription networkTrouble_;
 };
 
 }  // namespace quillet

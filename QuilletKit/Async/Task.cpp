@@ -39,15 +39,21 @@ bool isCancellation(const std::exception_ptr& error) noexcept {
 }
 
 void Task::cancel() {
-  if (auto state = std::exchange(state_, nullptr); state && !state->finished) {
-    state->cancelled = true;
+  // A copy: what is cancelled may destroy this task.
+  if (const auto state = state_; state && !state->finished && !std::exchange(state->cancelled, true)) {
     // Before the first step there is nobody to catch what a cancelled suspension throws.
     if (state->begun) state->signal.emit(boost::asio::cancellation_type::terminal);
   }
 }
 
+Awaitable<void> Task::Token::wait(std::shared_ptr<State> state) {
+  for (; state; state = state->before) {
+    while (!state->finished) co_await state->ended.wait();
+  }
+}
+
 void Task::Completion::operator()(std::exception_ptr error) const {
-  state->finished = true;
+  state->finish();
   if (error && !isCancellation(error)) fatal(error);
 }
 

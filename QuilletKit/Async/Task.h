@@ -15,6 +15,8 @@
 #include <type_traits>
 #include <utility>
 
+#include "QuilletKit/Async/Event.h"
+
 namespace quillet {
 
 using Executor = boost::asio::any_io_executor;
@@ -71,21 +73,37 @@ class Task {
  private:
   struct State {
     boost::asio::cancellation_signal signal;
+    Event ended;
+    std::shared_ptr<State> before;  ///< What the same task started earlier, if it hasn't ended yet.
     bool begun = false;
     bool cancelled = false;
     bool finished = false;
+
+    void finish() {
+      finished = true;
+      ended.wake();
+    }
   };
 
  public:
-  /// Tells a body that its task was cancelled or replaced.
+  /// One piece of work, as others see it: the one "am I still wanted?", and the way to wait for its end. A copy of it
+  /// may outlive everything.
   class Token {
    public:
-    bool cancelled() const { return state_->cancelled; }
+    /// Of nothing: cancelled, and ended.
+    Token() = default;
+    /// The task was cancelled, replaced or destroyed.
+    bool cancelled() const { return !state_ || state_->cancelled; }
+    /// Resumes when the body and all that the task started before it have ended, whether cancelled or done. Not for
+    /// the body itself.
+    Awaitable<void> ended() const { return wait(state_); }
 
    private:
     friend class Task;
-    explicit Token(std::shared_ptr<const State> state) : state_(std::move(state)) {}
-    std::shared_ptr<const State> state_;
+    friend class Lifetime;
+    explicit Token(std::shared_ptr<State> state) : state_(std::move(state)) {}
+    static Awaitable<void> wait(std::shared_ptr<State> state);
+    std::shared_ptr<State> state_;
   };
 
   explicit Task(Executor executor) : executor_(std::move(executor)) {}
@@ -99,14 +117,22 @@ class Task {
   template <typename Body>
   void start(Body body) {
     cancel();
-    state_ = std::make_shared<State>();
+    auto before = std::exchange(state_, std::make_shared<State>());
+    while (before && before->finished) before = before->before;
+    state_->before = std::move(before);
     boost::asio::co_spawn(executor_, run(state_, std::move(body)), Completion{state_});
   }
 
   void cancel();
-  bool running() const { return state_ && !state_->finished; }
+  bool running() const { return state_ && !state_->finished && !state_->cancelled; }
+  /// The work that was started last, cancelled or not. Taken before a `start`, the new work can wait for the old one:
+  ///
+  ///     task.start([before = task.token(), this]() -> Awaitable<void> {
+  ///       co_await before.ended();
+  Token token() const { return Token(state_); }
 
  private:
+  friend class Lifetime;
   // Names its slot itself: for a handler wrapped by bind_cancellation_slot, co_spawn carries a cancellation to the
   // executor by a pointer that may dangle when it gets there; for this form it passes it on at once.
   struct Completion {
@@ -128,6 +154,23 @@ class Task {
 
   Executor executor_;
   std::shared_ptr<State> state_;
+};
+
+/// Gives tokens that are cancelled when it is destroyed: for operations on an object that others run and that the
+/// object may not outlive.
+class Lifetime {
+ public:
+  Lifetime() : state_(std::make_shared<Task::State>()) {}
+  ~Lifetime() {
+    state_->cancelled = true;
+    state_->finish();
+  }
+  Lifetime(const Lifetime&) = delete;
+  Lifetime& operator=(const Lifetime&) = delete;
+  Task::Token token() const { return Task::Token(state_); }
+
+ private:
+  std::shared_ptr<Task::State> state_;
 };
 
 /// Work that may outlive its starter on purpose. Errors other than cancellations are treated as Task does.

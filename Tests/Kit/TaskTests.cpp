@@ -57,6 +57,107 @@ TEST(TaskTest, ABodyThatEndsWithoutASuspensionMayBeCancelledByItself) {
   }
 }
 
+TEST(TaskTest, OneStartWaitsForTheEndOfTheOneBefore) {
+  VirtualTime time;
+  const TimeSource source = time.source();
+  Task task(time.executor());
+  std::string heard;
+  const auto start = [&](std::string name) {
+    task.start([&, name, before = task.token()](const Task::Token& own) -> Awaitable<void> {
+      co_await before.ended();
+      if (own.cancelled()) co_return;
+      heard += name;
+      try {
+        co_await source.sleep(1s);
+      } catch (const std::exception&) {
+        heard += "!";
+      }
+      co_await boost::asio::this_coro::reset_cancellation_state();
+      co_await source.sleep(1s);  // an end that takes its time
+      heard += ".";
+    });
+  };
+  start("a");
+  time.run();
+  start("b");
+  time.run();
+  EXPECT_EQ(heard, "a!");
+  start("c");  // before b has begun
+  EXPECT_TRUE(task.running());
+  bool ended = false;
+  Task watcher(time.executor());
+  watcher.start([&, last = task.token()]() -> Awaitable<void> {
+    co_await last.ended();
+    ended = true;
+  });
+  time.advance(1s);
+  EXPECT_EQ(heard, "a!.c");
+  task.cancel();
+  EXPECT_FALSE(task.running());
+  EXPECT_TRUE(task.token().cancelled());
+  time.run();
+  EXPECT_FALSE(ended) << "cancelled isn't ended";
+  time.advance(1s);
+  EXPECT_TRUE(ended);
+  EXPECT_EQ(heard, "a!.c!.");
+}
+
+TEST(TaskTest, AWaitIsWokenCancelledBoundedOrEndedWithItsEvent) {
+  VirtualTime time;
+  auto event = std::make_unique<Event>();
+  std::string heard;
+  const auto wait = [&](std::string name) -> Awaitable<void> {
+    struct Gone {
+      std::string& heard;
+      ~Gone() { heard += "~"; }
+    } const gone{heard};
+    co_await event->wait();
+    heard += name;
+  };
+  Task first(time.executor()), second(time.executor());
+  first.start([&] { return wait("a"); });
+  second.start([&] { return wait("b"); });
+  time.run();
+  event->wake();
+  EXPECT_EQ(heard, "") << "not before the writer is done";
+  time.run();
+  EXPECT_EQ(heard, "a~b~");
+  heard.clear();
+  first.start([&] { return wait("a"); });
+  second.start([&] { return wait("b"); });
+  time.run();
+  event->wake();
+  first.cancel();  // woken already
+  second.cancel();
+  time.run();
+  EXPECT_EQ(heard, "a~b~");
+  heard.clear();
+  first.start([&] { return wait("a"); });
+  time.run();
+  first.cancel();
+  event->wake();  // cancelled already
+  time.run();
+  EXPECT_EQ(heard, "~");
+  heard.clear();
+  first.start([&] { return wait("a"); });
+  time.run();
+  event.reset();
+  first.cancel();
+  time.run();
+  EXPECT_EQ(heard, "~");
+  event = std::make_unique<Event>();
+  std::optional<bool> woken;
+  first.start([&]() -> Awaitable<void> { woken = co_await event->waitFor(1ms); });
+  time.context.restart();
+  time.context.run();
+  EXPECT_EQ(woken, false);
+  first.start([&]() -> Awaitable<void> { woken = co_await event->waitFor(1h); });
+  time.run();
+  event->wake();
+  time.run();
+  EXPECT_EQ(woken, true);
+}
+
 TEST(TaskTest, AHopIsCancelledBeforeBetweenAndAfterItsSteps) {
   VirtualTime home, away;
   const TimeSource source = away.source();
@@ -92,7 +193,7 @@ TEST(TaskTest, AHopIsCancelledBeforeBetweenAndAfterItsSteps) {
 TEST(ObservableTest, ObserversMayChangeTheListTheValueOrDestroyIt) {
   auto value = std::make_unique<Observable<int>>(0);
   std::vector<std::string> heard;
-  Observable<int>::Subscription second, third;
+  Subscription second, third;
   const auto first = value->observe([&](int now) {
     heard.push_back("first " + std::to_string(now));
     if (now == 1) second.reset();
