@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "QuilletKit/Async/Clock.h"
+#include "QuilletKit/Async/Event.h"
 #include "QuilletKit/Protocol/WireModels.h"
 #include "QuilletService/Storage/DeliveryStore.h"
 
@@ -59,7 +60,6 @@ class RelayHub {
 
  private:
   struct Waiter;
-  class Woken;
   struct PendingPrepare;
   struct PendingDelivery;
   /// A connected desktop, and who waits for its answers; never more than a few.
@@ -68,8 +68,6 @@ class RelayHub {
     std::vector<PendingPrepare*> prepares{};
   };
   using Deadlines = std::multimap<MonotonicTime, Waiter*>;
-  Awaitable<void> wait(Waiter& waiter);
-  void cancel(Waiter& waiter);
   Deadlines::iterator addDeadline(MonotonicTime deadline, Waiter& waiter);
   Awaitable<void> keepTime();
 

@@ -10,16 +10,19 @@
 namespace quillet {
 
 /// Wakes whoever waits. Keeps nothing: who comes after a `wake` waits for the next one, so state that says what
-/// happened stands beside it. Whoever still waits when it is destroyed never goes on; its coroutine is destroyed. One
-/// thread.
+/// happened stands beside it. Whoever still waits when it is destroyed, or its executor's context, never goes on; its
+/// coroutine is destroyed. One thread.
 class Event {
  public:
   Event();
+  ~Event();
   Event(const Event&) = delete;
   Event& operator=(const Event&) = delete;
 
   /// All that wait now go on, each by way of its own executor's queue.
   void wake();
+  /// Those that wait never go on.
+  void abandon();
   /// Throws boost::system::system_error(operation_aborted) when cancelled.
   boost::asio::awaitable<void> wait();
   /// Waits no longer than `limit` on the real clock; false once that is over. For threads that run sockets: what must

@@ -3,8 +3,6 @@
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
-#include <boost/asio/redirect_error.hpp>
-#include <boost/asio/use_awaitable.hpp>
 #include <charconv>
 #include <chrono>
 #include <list>
@@ -17,7 +15,6 @@ namespace quillet {
 namespace {
 
 namespace asio = boost::asio;
-using asio::steady_timer;
 using boost::system::error_code;
 using boost::system::system_error;
 
@@ -36,7 +33,7 @@ std::optional<Dialer::TCP::endpoint> literal(const std::string& host, const std:
 
 /// Where a lookup leaves what it found, whether anyone still waits for it or not.
 struct Dialer::Answer : std::enable_shared_from_this<Answer> {
-  Answer(Executor network, steady_timer& wakes) : home(std::move(network)), arrival(&wakes) {}
+  Answer(Executor network, Event& wakes) : home(std::move(network)), arrival(&wakes) {}
 
   /// On the lookup's thread.
   void give(Endpoints found, error_code failure) {
@@ -46,7 +43,7 @@ struct Dialer::Answer : std::enable_shared_from_this<Answer> {
     error = failure;
     asio::post(*home, [self = shared_from_this()] {
       self->arrived = true;
-      if (self->arrival != nullptr) self->arrival->cancel();
+      if (self->arrival != nullptr) self->arrival->wake();
     });
   }
   /// The network may be gone after this.
@@ -58,7 +55,7 @@ struct Dialer::Answer : std::enable_shared_from_this<Answer> {
 
   std::mutex lock;
   std::optional<Executor> home;
-  steady_timer* arrival;  ///< Of the network thread, as the rest.
+  Event* arrival;  ///< Of the network thread, as the rest.
   bool arrived = false;
   Endpoints endpoints;
   error_code error;
@@ -66,7 +63,7 @@ struct Dialer::Answer : std::enable_shared_from_this<Answer> {
 
 /// The attempts on one host's addresses.
 struct Dialer::Race : std::enable_shared_from_this<Race> {
-  explicit Race(const Executor& network) : executor(network), news(network) {}
+  explicit Race(const Executor& network) : executor(network) {}
 
   void begin(const TCP::endpoint& endpoint) {
     ++running;
@@ -78,12 +75,13 @@ struct Dialer::Race : std::enable_shared_from_this<Race> {
       } else if (!self->winner) {
         self->winner = std::move(socket);
       }
-      self->news.cancel();
+      self->news.wake();
     });
   }
   void close() {
     error_code ignored;
     for (Socket& socket : sockets) socket.close(ignored);
+    news.wake();
   }
 
   Executor executor;
@@ -91,7 +89,7 @@ struct Dialer::Race : std::enable_shared_from_this<Race> {
   std::size_t running = 0;
   std::optional<Socket> winner;
   error_code error;
-  steady_timer news;
+  Event news;  ///< An attempt has ended, or nobody wants them any more.
 };
 
 Dialer::Dialer(Executor network, Lookup lookup) : network_(std::move(network)), lookup_(std::move(lookup)) {}
@@ -112,13 +110,12 @@ Awaitable<Dialer::Socket> Dialer::dial(std::string host, std::string port) {
 
 void Dialer::cancel() {
   cancelled_ = true;
-  if (waiting_ != nullptr) waiting_->cancel();
+  found_.wake();
   if (race_) race_->close();
 }
 
 Awaitable<Dialer::Endpoints> Dialer::find(std::string host, std::string port) {
-  steady_timer arrival(network_, steady_timer::time_point::max());
-  const auto answer = std::make_shared<Answer>(network_, arrival);
+  const auto answer = std::make_shared<Answer>(network_, found_);
   const std::shared_ptr<void> untilHere(answer.get(), [answer](void*) { answer->leave(); });
   try {
     std::thread([answer, lookup = lookup_, host = std::move(host), port = std::move(port)] {
@@ -131,7 +128,7 @@ Awaitable<Dialer::Endpoints> Dialer::find(std::string host, std::string port) {
   } catch (const std::system_error&) {
     throw system_error(asio::error::host_not_found_try_again);  // no thread to be had
   }
-  while (!answer->arrived && !cancelled_) co_await wait(arrival);
+  while (!answer->arrived && !cancelled_) co_await found_.wait();
   requireWanted();
   if (answer->endpoints.empty()) throw system_error(answer->error);
   co_return std::move(answer->endpoints);
@@ -142,27 +139,18 @@ Awaitable<Dialer::Socket> Dialer::connect(Endpoints endpoints) {
   for (auto next = endpoints.begin(); !race->winner && !cancelled_;) {
     if (next != endpoints.end()) race->begin(*next++);
     if (next != endpoints.end()) {
-      race->news.expires_after(kHeadStart);
+      co_await race->news.waitFor(kHeadStart);
     } else if (race->running > 0) {
-      race->news.expires_at(steady_timer::time_point::max());
+      co_await race->news.wait();
     } else {
       break;
     }
-    co_await wait(race->news);
   }
   race->close();
   race_.reset();
   requireWanted();
   if (!race->winner) throw system_error(race->error);
   co_return *std::move(race->winner);
-}
-
-/// Until the timer runs out or is cancelled.
-Awaitable<void> Dialer::wait(steady_timer& timer) {
-  waiting_ = &timer;
-  error_code ignored;
-  co_await timer.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
-  waiting_ = nullptr;
 }
 
 void Dialer::requireWanted() const {

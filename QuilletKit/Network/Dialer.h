@@ -2,12 +2,12 @@
 #pragma once
 
 #include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "QuilletKit/Async/Event.h"
 #include "QuilletKit/Async/Task.h"
 
 namespace quillet {
@@ -39,13 +39,12 @@ class Dialer {
   struct Race;
   Awaitable<Endpoints> find(std::string host, std::string port);
   Awaitable<Socket> connect(Endpoints endpoints);
-  Awaitable<void> wait(boost::asio::steady_timer& timer);
   void requireWanted() const;
 
   Executor network_;
   Lookup lookup_;
   std::shared_ptr<Race> race_;
-  boost::asio::steady_timer* waiting_ = nullptr;
+  Event found_;  ///< A lookup gave its answer, or nobody wants it any more.
   bool cancelled_ = false;
 };
 

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletKit/Network/HTTPSession.h"
 
-#include <boost/asio/redirect_error.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http.hpp>
@@ -10,6 +8,7 @@
 #include <map>
 #include <vector>
 
+#include "QuilletKit/Async/Event.h"
 #include "QuilletKit/Async/RunOn.h"
 #include "QuilletKit/Network/NetworkStream.h"
 
@@ -86,22 +85,20 @@ class HTTPSession::Exchange : public std::enable_shared_from_this<Exchange> {
       : network_(network),
         tls_(std::move(tls)),
         pool_(std::move(pool)),
-        end_(network),
         timeout_(request.timeout),
         url_(request.url),
         wire_(wireRequest(request)) {}
 
   static Awaitable<HTTPResponse> perform(std::shared_ptr<Exchange> self) {
     self->launch();
-    if (!self->finished_) {
-      self->end_.expires_after(self->timeout_);
-      error_code ignored;
-      co_await self->end_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
+    try {
+      if (!self->finished_) co_await self->end_.waitFor(self->timeout_);
+    } catch (const system_error&) {
+      self->abandon();
+      throw;
     }
     if (!self->finished_) {
       self->abandon();
-      const auto state = co_await asio::this_coro::cancellation_state;
-      if (isCancelled(state)) throw system_error(asio::error::operation_aborted);
       throw TransportError("The request timed out.");
     }
     if (self->error_) std::rethrow_exception(self->error_);
@@ -149,7 +146,7 @@ class HTTPSession::Exchange : public std::enable_shared_from_this<Exchange> {
     } catch (...) {
       error_ = std::current_exception();
     }
-    end_.cancel();
+    end_.wake();
   }
 
   void abandon() {
@@ -160,7 +157,7 @@ class HTTPSession::Exchange : public std::enable_shared_from_this<Exchange> {
   Executor network_;
   std::shared_ptr<asio::ssl::context> tls_;
   std::shared_ptr<Pool> pool_;
-  asio::steady_timer end_;
+  Event end_;
   std::chrono::milliseconds timeout_;
   ServiceURL url_;
   http::request<http::string_body> wire_;

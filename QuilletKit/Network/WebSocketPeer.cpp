@@ -31,9 +31,7 @@ WebSocketPeer::WebSocketPeer(const Executor& network, std::shared_ptr<asio::ssl:
       tls_(std::move(tls)),
       request_(std::move(request)),
       stream_(network, *tls_, request_.url.isTLS()),
-      deadline_(network),
-      arrival_(network, asio::steady_timer::time_point::max()),
-      room_(network, asio::steady_timer::time_point::max()) {
+      deadline_(network) {
   stream_.read_message_max(maximumMessageSize);
 }
 
@@ -78,17 +76,14 @@ Awaitable<void> WebSocketPeer::upgrade() {
 
 Awaitable<void> WebSocketPeer::read() {
   while (!failure_) {
-    while (incoming_.size() >= kReadAhead && !failure_ && !closeCode_) {
-      error_code ignored;
-      co_await room_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
-    }
+    while (incoming_.size() >= kReadAhead && !failure_ && !closeCode_) co_await room_.wait();
     beast::flat_buffer buffer;
     const error_code error = co_await readMessage(stream_, buffer);
     if (error == websocket::error::closed) co_return;
     if (error) throw system_error(error);
     if (closeCode_) continue;
     incoming_.push_back({stream_.got_text(), beast::buffers_to_string(buffer.data())});
-    arrival_.cancel();
+    arrival_.wake();
   }
 }
 
@@ -138,16 +133,13 @@ Awaitable<void> WebSocketPeer::write() {
 
 Awaitable<WebSocketMessage> WebSocketPeer::next(std::shared_ptr<WebSocketPeer> self) {
   while (self->incoming_.empty() && !self->failure_ && !self->closeCode_) {
-    error_code ignored;
-    co_await self->arrival_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
-    if (self->abandoned_ || isCancelled(co_await asio::this_coro::cancellation_state)) {
-      throw system_error(asio::error::operation_aborted);
-    }
+    co_await self->arrival_.wait();
+    if (self->abandoned_) throw system_error(asio::error::operation_aborted);
   }
   if (self->incoming_.empty()) throw TransportError(self->failure_.value_or("The connection was closed."));
   WebSocketMessage message = std::move(self->incoming_.front());
   self->incoming_.pop_front();
-  self->room_.cancel();
+  self->room_.wake();
   co_return message;
 }
 
@@ -157,15 +149,15 @@ void WebSocketPeer::close(int code, std::shared_ptr<void> untilClosed) {
   closeCode_ = code;
   untilClosed_ = std::move(untilClosed);
   incoming_.clear();
-  arrival_.cancel();
-  room_.cancel();
+  arrival_.wake();
+  room_.wake();
   limit(kCloseBound, "The connection was closed.");
   startWriting();
 }
 
 void WebSocketPeer::abandon() {
   abandoned_ = true;
-  arrival_.cancel();
+  arrival_.wake();
   if (!closeCode_) fail("The connection was closed.");
 }
 
@@ -182,8 +174,8 @@ void WebSocketPeer::fail(std::string failure) {
   if (failure_) return;
   failure_ = std::move(failure);
   deadline_.cancel();
-  arrival_.cancel();
-  room_.cancel();
+  arrival_.wake();
+  room_.wake();
   stream_.next_layer().close();
   untilClosed_.reset();
   for (auto& lost : std::exchange(outgoing_, {})) lost.written(false);

@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 
+#include "QuilletKit/Async/Event.h"
 #include "QuilletKit/Network/HTTPRequest.h"
 #include "QuilletKit/Network/NetworkStream.h"
 #include "QuilletKit/Network/WebSocketMessage.h"
@@ -56,8 +57,8 @@ class WebSocketPeer : public std::enable_shared_from_this<WebSocketPeer> {
   HTTPRequest request_;
   boost::beast::websocket::stream<NetworkStream> stream_;
   boost::asio::steady_timer deadline_;
-  boost::asio::steady_timer arrival_;
-  boost::asio::steady_timer room_;
+  Event arrival_;  ///< Of a message, or of the end.
+  Event room_;     ///< For another message.
   std::deque<Outgoing> outgoing_;
   std::deque<WebSocketMessage> incoming_;
   std::optional<std::string> failure_;

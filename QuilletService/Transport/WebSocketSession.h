@@ -3,7 +3,6 @@
 
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/ssl/stream.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
@@ -13,6 +12,7 @@
 #include <memory>
 #include <string>
 
+#include "QuilletKit/Async/Event.h"
 #include "QuilletKit/Base/Log.h"
 #include "QuilletKit/Network/ReadMessage.h"
 #include "QuilletService/Transport/ConnectionHost.h"
@@ -31,8 +31,7 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
         service_(service),
         device_(std::move(device)),
         limits_(limits),
-        idle_(socket_.get_executor(), [this] { abort(); }),
-        news_(socket_.get_executor(), boost::asio::steady_timer::time_point::max()) {}
+        idle_(socket_.get_executor(), [this] { abort(); }) {}
 
   /// Answers the upgrade and serves the socket until it ends. The caller holds the session until then.
   Awaitable<void> run(Upgrade upgrade) {
@@ -42,7 +41,7 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
     if (error) co_return;
     guarded([this] { service_.relay.connected(device_, *this); });
     readNext();
-    co_await news_.async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, error));
+    while (!over_) co_await news_.wait();
     closing_ = true;
     guarded([this] { service_.relay.disconnected(device_, *this); });
     co_await settle();
@@ -103,16 +102,15 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
     };
   }
 
-  /// `run` looks, now or when it next waits.
-  void over() { news_.expires_at(boost::asio::steady_timer::time_point::min()); }
+  void over() {
+    over_ = true;
+    news_.wake();
+  }
 
   /// Waits for the operations under way, since TLS's refer to the stream until they end. Not for long: a close that
   /// meets a frame that is no UTF-8 leaves the stream waiting for itself, and its handlers are let go with it.
   Awaitable<void> settle() {
-    if (operations_ == 0) co_return;
-    boost::system::error_code ignored;
-    news_.expires_after(kSettleLimit);
-    co_await news_.async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, ignored));
+    if (operations_ > 0) co_await news_.waitFor(kSettleLimit);
   }
 
   void readNext() {
@@ -184,7 +182,8 @@ class WebSocketSession final : public RelaySocket, public std::enable_shared_fro
   bool closing_ = false;
   Watchdog idle_;
   int operations_ = 0;
-  boost::asio::steady_timer news_;  ///< Runs out when there is something for `run` to look at.
+  bool over_ = false;
+  Event news_;  ///< There is something for `run` to look at.
 };
 
 }  // namespace quillet

@@ -3,7 +3,6 @@
 
 #include <atomic>
 #include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/core/buffers_to_string.hpp>
@@ -15,7 +14,8 @@
 #include <string>
 #include <vector>
 
-#include "QuilletKit/Protocol/RequestSigner.h"
+#include "QuilletKit/Async/Event.h"
+#include "QuilletKit/Network/ServiceURL.h"
 #include "Tests/Doubles/NetworkThread.h"
 
 namespace quillet::test {
@@ -75,9 +75,8 @@ class LoopbackServer {
     co_return boost::beast::buffers_to_string(buffer.data());
   }
   static Awaitable<void> stall() {
-    boost::asio::steady_timer never(co_await boost::asio::this_coro::executor,
-                                    boost::asio::steady_timer::time_point::max());
-    co_await never.async_wait(boost::asio::use_awaitable);
+    Event never;
+    co_await never.wait();
   }
 
  private:
