@@ -130,7 +130,7 @@ ServiceURL Phone::serviceURL(const std::string& text) {
 }
 
 DeviceIdentity Phone::loadIdentity(const std::filesystem::path& folder) {
-  const FolderLock lock(folder);
+  const File turn = takeTurn(folder);
   FileSecretStore secrets = keyStore(folder);
   try {
     return DeviceIdentity::loadOrCreate(secrets);
@@ -366,7 +366,7 @@ Awaitable<void> Phone::deleteCloudData() {
 
 void Phone::reset(const std::filesystem::path& folder) {
   if (std::error_code unclear; !std::filesystem::exists(folder, unclear) && !unclear) return;
-  const FolderLock lock(folder);
+  const File turn = takeTurn(folder);
   FileSecretStore secrets = keyStore(folder);
   try {
     DeviceIdentity::remove(secrets);

@@ -40,7 +40,7 @@ void PhoneState::save(const std::filesystem::path& folder) const {
 
 PhoneState PhoneState::change(const std::filesystem::path& folder, const std::function<void(PhoneState&)>& apply,
                               std::optional<PhoneState> first) {
-  const FolderLock lock(folder);
+  const File turn = takeTurn(folder);
   auto state = load(folder);
   if (!state) state = std::move(first);
   if (!state) throw std::runtime_error("This phone isn't set up any more.");

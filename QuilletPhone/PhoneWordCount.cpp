@@ -47,7 +47,7 @@ class FilePreferences final : public PreferenceStore {
 };
 
 void withStats(const PhoneState& state, const std::filesystem::path& folder, std::ostream& notes, const auto& use) {
-  const FolderLock lock(folder);
+  const File turn = takeTurn(folder);
   FilePreferences local(folder / "words.json", notes);
   std::optional<FolderLedgerStorage> shared;
   if (auto found = FolderLedgerStorage::folderFrom(state.wordLedgerFolder)) shared.emplace(*std::move(found));

@@ -2,18 +2,16 @@
 #include "QuilletCompanion/App/UserDefaults.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
 
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
-#include <cerrno>
 #include <chrono>
 #include <thread>
 
 #include "QuilletCompanion/Relay/StoredFile.h"
 #include "QuilletKit/Async/Clock.h"
 #include "QuilletKit/Base/AtomicFile.h"
+#include "QuilletKit/Base/File.h"
 #include "QuilletKit/Base/Log.h"
 
 namespace quillet {
@@ -25,40 +23,27 @@ bool isKeyArgument(std::string_view argument) {
 
 /// Keeps other processes off the settings for as long as it lives. A lock that isn't to be had in time, or at all, is
 /// done without: the file is replaced as a whole in any case.
-class FolderLock {
- public:
-  explicit FolderLock(const std::filesystem::path& folder)
-      : folder_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    constexpr int kAttempts = 100;
-    constexpr auto kPause = std::chrono::milliseconds(5);
-    for (int i = 0; i < kAttempts && ::flock(folder_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK; ++i) {
-      std::this_thread::sleep_for(kPause);
-    }
-  }
-  ~FolderLock() {
-    if (folder_ >= 0) ::close(folder_);
-  }
-  FolderLock(const FolderLock&) = delete;
-  FolderLock& operator=(const FolderLock&) = delete;
+File lockedFolder(const std::filesystem::path& path) {
+  constexpr int kAttempts = 100;
+  constexpr auto kPause = std::chrono::milliseconds(5);
+  File folder(path, O_RDONLY | O_DIRECTORY);
+  for (int i = 0; i < kAttempts && folder.tryLock() == File::Lock::elsewhere; ++i) std::this_thread::sleep_for(kPause);
+  return folder;
+}
 
- private:
-  int folder_;
-};
+std::optional<boost::json::object> parsed(const std::string& text) {
+  if (text.empty()) return boost::json::object();
+  boost::system::error_code error;
+  auto value = boost::json::parse(text, error);
+  if (error || !value.is_object()) return std::nullopt;
+  return std::move(value.get_object());
+}
 
 /// What the file holds, nothing if there is none; absent for what can't be read.
 std::optional<boost::json::object> readSettings(const std::filesystem::path& file) {
-  try {
-    const std::string text = readFile(file);
-    if (text.empty()) return boost::json::object();
-    boost::system::error_code error;
-    auto parsed = boost::json::parse(text, error);
-    if (!error && parsed.is_object()) return std::move(parsed.get_object());
-  } catch (const std::system_error& error) {
-    if (error.code() == std::errc::no_such_file_or_directory) return boost::json::object();
-  } catch (const std::exception&) {
-    return std::nullopt;  // larger than the memory
-  }
-  return std::nullopt;
+  auto reading = File::read(file, parsed);
+  if (reading.condition == File::Condition::absent) return boost::json::object();
+  return std::move(reading.value);
 }
 
 /// As above; what can't be read is moved aside, and where even that fails there is no value.
@@ -104,6 +89,7 @@ boost::json::object UserDefaults::takeArgumentDomain(std::vector<std::string>& a
 
 UserDefaults::UserDefaults(std::optional<std::filesystem::path> file, boost::json::object arguments)
     : file_(std::move(file)), arguments_(std::move(arguments)) {
+  if (file_) AtomicFile::removeLeftovers(file_->parent_path());
   if (file_) lasting_ = settingsIn(*file_).value_or(boost::json::object());
 }
 
@@ -200,7 +186,7 @@ void UserDefaults::applyTo(boost::json::object& settings) const {
 void UserDefaults::save() {
   try {
     AtomicFile::createFolders(file_->parent_path());
-    const FolderLock lock(file_->parent_path());
+    const File lock = lockedFolder(file_->parent_path());
     auto settings = settingsIn(*file_);
     if (!settings) return;
     applyTo(*settings);

@@ -1,14 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Relay/JournalReading.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <array>
-#include <cerrno>
 #include <string_view>
 
+#include "QuilletKit/Base/File.h"
 #include "QuilletKit/JSON/JSONFields.h"
 #include "QuilletKit/Protocol/WireCoding.h"
 
@@ -38,44 +33,6 @@ struct EntryIds {
 constexpr auto jsonFields(std::type_identity<EntryIds>) {
   using namespace JSONCoding;
   return fields(field("peerId", &EntryIds::peerId), field("utteranceId", &EntryIds::utteranceId));
-}
-
-struct Contents {
-  std::string text;
-  std::int64_t modifiedAt = 0;  ///< Milliseconds since 1970.
-};
-
-class Descriptor {
- public:
-  explicit Descriptor(const std::filesystem::path& path) : number_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
-  ~Descriptor() {
-    if (number_ >= 0) ::close(number_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int get() const { return number_; }
-
- private:
-  int number_;
-};
-
-/// 0, or the errno of what failed.
-int readInto(Contents& contents, const std::filesystem::path& path) {
-  const Descriptor file(path);
-  struct stat status {};
-  if (file.get() < 0 || ::fstat(file.get(), &status) != 0) return errno;
-  contents = {{}, static_cast<std::int64_t>(status.st_mtim.tv_sec) * 1000};
-  contents.text.reserve(static_cast<std::size_t>(status.st_size));
-  std::array<char, 65'536> piece;
-  for (;;) {
-    const ssize_t count = ::read(file.get(), piece.data(), piece.size());
-    if (count == 0) return 0;
-    if (count > 0) {
-      contents.text.append(piece.data(), static_cast<std::size_t>(count));
-    } else if (errno != EINTR) {
-      return errno;
-    }
-  }
 }
 
 template <typename T>
@@ -119,13 +76,13 @@ std::optional<JournalEntry> entryFrom(std::string_view object, std::int64_t modi
 }
 
 /// Every object in the text that is an entry, wherever it stands.
-std::vector<JournalEntry> salvage(const Contents& contents) {
+std::vector<JournalEntry> salvage(std::string_view text, std::int64_t modifiedAt) {
   std::vector<JournalEntry> entries;
-  std::string_view rest = contents.text;
+  std::string_view rest = text;
   for (auto brace = rest.find('{'); brace != rest.npos; brace = rest.find('{')) {
     rest.remove_prefix(brace);
     const auto object = objectAt(rest);
-    auto entry = object.empty() ? std::nullopt : entryFrom(object, contents.modifiedAt);
+    auto entry = object.empty() ? std::nullopt : entryFrom(object, modifiedAt);
     rest.remove_prefix(entry ? object.size() : 1);
     if (entry) entries.push_back(std::move(*entry));
   }
@@ -152,17 +109,15 @@ constexpr auto jsonFields(std::type_identity<JournalEntry>) {
 }
 
 JournalReading readJournal(const std::filesystem::path& path) {
-  Contents contents;
-  int error = 0;
-  for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    error = readInto(contents, path);
-    if (error == 0 || error == ENOENT || error == ENOTDIR) break;
+  auto file = File::read(path);
+  for (int attempt = 1; attempt < kAttempts && file.condition == File::Condition::unreadable; ++attempt) {
+    file = File::read(path);
   }
-  if (error == ENOENT || error == ENOTDIR) return {};
-  if (error != 0) return {Condition::unreadable, {}};
-  if (contents.text.empty()) return {Condition::intact, {}};
-  if (auto file = decoded<FileFormat>(contents.text)) return {Condition::intact, std::move(file->entries)};
-  return {Condition::damaged, salvage(contents)};
+  if (file.condition == File::Condition::absent) return {};
+  if (!file.value) return {Condition::unreadable, {}};
+  if (file.value->empty()) return {Condition::intact, {}};
+  if (auto journal = decoded<FileFormat>(*file.value)) return {Condition::intact, std::move(journal->entries)};
+  return {Condition::damaged, salvage(*file.value, file.modifiedAt)};
 }
 
 }  // namespace quillet

@@ -5,8 +5,8 @@
 #include <stdexcept>
 #include <utility>
 
-#include "QuilletCompanion/Relay/StoredFile.h"
 #include "QuilletKit/Base/AtomicFile.h"
+#include "QuilletKit/Base/File.h"
 #include "QuilletKit/Base/Log.h"
 #include "QuilletKit/JSON/JSONFields.h"
 #include "QuilletKit/Protocol/WireCoding.h"
@@ -29,21 +29,25 @@ std::vector<StoredPeer> without(std::vector<StoredPeer> peers, const std::string
   return peers;
 }
 
-/// The file's bytes; empty when there are none to be had.
-std::string contents(const std::filesystem::path& path) {
-  try {
-    return readFile(path);
-  } catch (const std::exception&) {
-    return {};
-  }
-}
-
 }  // namespace
 
 constexpr auto jsonFields(std::type_identity<StoredPeer>) {
   using namespace JSONCoding;
   return fields(field("identity", &StoredPeer::identity), field("pairedAt", &StoredPeer::pairedAt));
 }
+
+namespace {
+
+/// A file without anything in it has no peers.
+std::optional<FileFormat> decoded(const std::string& text) {
+  try {
+    return text.empty() ? FileFormat() : JSONCoding::decode<FileFormat>(text);
+  } catch (const JSONCoding::DecodingError&) {
+    return std::nullopt;
+  }
+}
+
+}  // namespace
 
 PeerStore::PeerStore(std::optional<std::filesystem::path> fileURL) : fileURL_(std::move(fileURL)) {
   if (fileURL_) load();
@@ -74,19 +78,18 @@ void PeerStore::removeAll() {
 }
 
 void PeerStore::load() {
-  const std::string text = contents(*fileURL_);
-  if (text.empty()) return;
-  try {
-    std::vector<StoredPeer> peers;
-    for (auto& stored : JSONCoding::decode<FileFormat>(text).peers) {
-      if (!stored.identity.isConsistent()) continue;
-      peers = without(std::move(peers), stored.identity.deviceId);
-      peers.push_back(std::move(stored));
-    }
-    peers_.set(std::move(peers));
-  } catch (const JSONCoding::DecodingError&) {
+  const auto file = File::read(*fileURL_, decoded);
+  if (file.condition == File::Condition::damaged || file.condition == File::Condition::unreadable) {
     Log::error("relay", "Could not read paired devices; keeping the file untouched");
   }
+  if (!file.value) return;
+  std::vector<StoredPeer> peers;
+  for (const auto& stored : file.value->peers) {
+    if (!stored.identity.isConsistent()) continue;
+    peers = without(std::move(peers), stored.identity.deviceId);
+    peers.push_back(stored);
+  }
+  peers_.set(std::move(peers));
 }
 
 void PeerStore::store(std::vector<StoredPeer> peers) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <stdexcept>
@@ -24,5 +25,12 @@ void write(ByteView data, const std::filesystem::path& path);
 
 /// Creates the folder (0700) and those above it, where they are missing. Throws std::filesystem::filesystem_error.
 void createFolders(const std::filesystem::path& folder);
+
+/// Lets what was renamed or removed in a folder survive a power cut. Some file systems can't, so a failure isn't told.
+void syncFolder(const std::filesystem::path& folder);
+
+/// Removes the temporary files that a crash has left in `folder`, at least `age` old: what a write that is under way
+/// has locked stays, whichever program it belongs to. Where files can't be locked nothing is removed.
+void removeLeftovers(const std::filesystem::path& folder, std::chrono::seconds age = std::chrono::seconds(0));
 
 }  // namespace quillet::AtomicFile

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletKit/Identity/SecretStore.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <system_error>
 
 #include "QuilletKit/Base/AtomicFile.h"
+#include "QuilletKit/Base/File.h"
 
 namespace quillet {
 namespace {
@@ -31,34 +30,6 @@ std::string safeFileName(std::string_view text) {
     }
   }
   return name;
-}
-
-class Descriptor {
- public:
-  Descriptor(const std::filesystem::path& path, int flags) : value_(::open(path.c_str(), flags | O_CLOEXEC)) {}
-  ~Descriptor() {
-    if (value_ >= 0) ::close(value_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int get() const { return value_; }
-
- private:
-  int value_;
-};
-
-Bytes readAll(int descriptor) {
-  Bytes bytes;
-  std::array<std::uint8_t, 4096> block;
-  while (true) {
-    const ssize_t count = ::read(descriptor, block.data(), block.size());
-    if (count == 0) return bytes;
-    if (count > 0) {
-      bytes.insert(bytes.end(), block.begin(), block.begin() + count);
-    } else if (errno != EINTR) {
-      throw SecretStoreError(errno);
-    }
-  }
 }
 
 }  // namespace
@@ -84,17 +55,20 @@ void MemorySecretStore::remove(const std::string& key) {
 }
 
 FileSecretStore::FileSecretStore(std::filesystem::path folder, const std::string& service)
-    : folder_(std::move(folder) / safeFileName(service)) {}
+    : folder_(std::move(folder) / safeFileName(service)) {
+  AtomicFile::removeLeftovers(folder_);
+}
 
 std::filesystem::path FileSecretStore::pathOf(const std::string& key) const {
   return folder_ / safeFileName(key);
 }
 
 std::optional<Bytes> FileSecretStore::load(const std::string& key) {
-  const Descriptor file(pathOf(key), O_RDONLY);
-  if (file.get() >= 0) return readAll(file.get());
-  if (errno == ENOENT) return std::nullopt;
-  throw SecretStoreError(errno);
+  const auto reading = File::read(pathOf(key));
+  if (reading.error == ENOENT) return std::nullopt;
+  if (!reading.value) throw SecretStoreError(reading.error);
+  const ByteView bytes = bytesOf(*reading.value);
+  return Bytes(bytes.begin(), bytes.end());
 }
 
 void FileSecretStore::save(ByteView value, const std::string& key) {
@@ -112,8 +86,7 @@ void FileSecretStore::remove(const std::string& key) {
     if (errno == ENOENT) return;
     throw SecretStoreError(errno);
   }
-  const Descriptor folder(folder_, O_RDONLY | O_DIRECTORY);
-  if (folder.get() >= 0) ::fsync(folder.get());
+  AtomicFile::syncFolder(folder_);
 }
 
 }  // namespace quillet

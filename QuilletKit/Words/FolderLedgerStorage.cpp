@@ -2,16 +2,14 @@
 #include "QuilletKit/Words/FolderLedgerStorage.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
 #include <cstdlib>
 #include <system_error>
 
 #include "QuilletKit/Base/AtomicFile.h"
+#include "QuilletKit/Base/File.h"
 #include "QuilletKit/Base/Log.h"
 
 namespace quillet {
@@ -25,40 +23,6 @@ constexpr std::size_t kLargestFile = std::size_t{256} * 1024;
 bool standsForItself(char c) {
   return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-';
 }
-
-class OpenFile {
- public:
-  /// Never waits for a writer, as opening a pipe would.
-  explicit OpenFile(const fs::path& path)
-      : descriptor_(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)) {}
-  ~OpenFile() {
-    if (descriptor_ >= 0) ::close(descriptor_);
-  }
-  OpenFile(const OpenFile&) = delete;
-  OpenFile& operator=(const OpenFile&) = delete;
-
-  bool isPlainFile() const {
-    struct stat status {};
-    return descriptor_ >= 0 && ::fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
-  }
-  /// At most that many bytes; absent on an error.
-  std::optional<Bytes> read(std::size_t most) const {
-    Bytes bytes(most);
-    std::size_t size = 0;
-    while (size < most) {
-      const ssize_t count = ::read(descriptor_, bytes.data() + size, most - size);
-      if (count < 0 && errno == EINTR) continue;
-      if (count < 0) return std::nullopt;
-      if (count == 0) break;
-      size += static_cast<std::size_t>(count);
-    }
-    bytes.resize(size);
-    return bytes;
-  }
-
- private:
-  int descriptor_;
-};
 
 }  // namespace
 
@@ -109,11 +73,13 @@ std::optional<std::string> FolderLedgerStorage::keyOf(std::string_view fileName)
 std::optional<Bytes> FolderLedgerStorage::read(const std::string& key) {
   const auto name = fileName(key);
   if (!name) return std::nullopt;
-  const OpenFile file(folder_ / *name);
-  if (!file.isPlainFile()) return std::nullopt;
-  auto bytes = file.read(kLargestFile + 1);
-  if (bytes && bytes->size() > kLargestFile) return std::nullopt;
-  return bytes;
+  // Never waits for a writer, as opening a pipe would.
+  const File file(folder_ / *name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+  if (!file.isPlain()) return std::nullopt;
+  const auto reading = file.read(kLargestFile);
+  if (!reading.value) return std::nullopt;
+  const ByteView bytes = bytesOf(*reading.value);
+  return Bytes(bytes.begin(), bytes.end());
 }
 
 void FolderLedgerStorage::write(const std::string& key, std::optional<ByteView> value) {
@@ -132,6 +98,8 @@ void FolderLedgerStorage::write(const std::string& key, std::optional<ByteView> 
 }
 
 std::vector<std::string> FolderLedgerStorage::allKeys() {
+  // Other machines' may be under way: a folder that is synchronised shows them here, too.
+  AtomicFile::removeLeftovers(folder_, std::chrono::hours(24));
   std::vector<std::string> keys;
   std::error_code error;
   for (fs::directory_iterator entry(folder_, error), end; !error && entry != end; entry.increment(error)) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletKit/Base/AtomicFile.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -9,6 +10,7 @@
 #include <cerrno>
 #include <fstream>
 
+#include "QuilletKit/Base/File.h"
 #include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
@@ -50,6 +52,39 @@ TEST(AtomicFile, OnlyTheOwnerCanReadWhatIsNew) {
   EXPECT_EQ(modeOf(folder.path() / "a"), 0700u);
   EXPECT_EQ(modeOf(folder.path() / "a" / "b"), 0700u);
   EXPECT_EQ(modeOf(path), 0600u);
+}
+
+TEST(AtomicFile, RemovesWhatACrashHasLeftAndNothingElse) {
+  const TemporaryFolder folder;
+  const std::string uuid = "0A1B2C3D-0000-4000-8000-00000000000F";
+  const auto put = [&](const std::string& name) { std::ofstream(folder.path() / name) << "text"; };
+  for (const char* name : {"file", ".file.tmp", ".file.0a1b.tmp", "file.tmp"}) put(name);
+  put(".file." + uuid + ".tmp");
+  put(".other.json." + uuid + ".tmp");
+  AtomicFile::removeLeftovers(folder.path(), std::chrono::hours(1));
+  EXPECT_EQ(entriesIn(folder.path()), 6) << "too young";
+  const File writing(folder.path() / (".other.json." + uuid + ".tmp"), O_RDONLY);
+  EXPECT_TRUE(writing.lock());
+  AtomicFile::removeLeftovers(folder.path());
+  EXPECT_EQ(entriesIn(folder.path()), 5);
+  EXPECT_TRUE(writing.isLinked());
+  AtomicFile::removeLeftovers(folder.path() / "missing");
+}
+
+TEST(File, KeepsAbsentUnreadableDamagedAndGoodApart) {
+  using Condition = File::Condition;
+  const TemporaryFolder folder;
+  const auto decode = [](const std::string& text) { return text == "bad" ? std::nullopt : std::optional(text + "!"); };
+  std::ofstream(folder.path() / "bad") << "bad";
+  std::ofstream(folder.path() / "good") << std::string(100'000, 'x');
+  EXPECT_EQ(File::read(folder.path() / "none", decode).condition, Condition::absent);
+  EXPECT_EQ(File::read(folder.path() / "bad" / "below", decode).condition, Condition::absent);
+  EXPECT_EQ(File::read(folder.path(), decode).condition, Condition::unreadable);
+  EXPECT_EQ(File::read(folder.path(), decode).error, EISDIR);
+  EXPECT_EQ(File::read(folder.path() / "bad", decode).condition, Condition::damaged);
+  EXPECT_EQ(File::read(folder.path() / "good", decode).value, std::string(100'000, 'x') + "!");
+  const File tooLong(folder.path() / "good", O_RDONLY);
+  EXPECT_EQ(tooLong.read(99'999).error, EFBIG);
 }
 
 TEST(AtomicFile, ReplacesALinkAndNotItsTarget) {

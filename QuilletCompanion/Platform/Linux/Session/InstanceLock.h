@@ -3,6 +3,8 @@
 
 #include <filesystem>
 
+#include "QuilletKit/Base/File.h"
+
 namespace quillet {
 
 /// Keeps a second copy of the program off the same journal and peers. The kernel gives the lock back however the
@@ -11,15 +13,12 @@ class InstanceLock {
  public:
   /// Makes the folder if need be.
   explicit InstanceLock(const std::filesystem::path& folder);
-  ~InstanceLock();
-  InstanceLock(const InstanceLock&) = delete;
-  InstanceLock& operator=(const InstanceLock&) = delete;
 
   /// False while another process holds it; true also where nothing can be locked.
   bool isHeld() const { return held_; }
 
  private:
-  int file_ = -1;
+  File file_;
   bool held_ = true;
 };
 
