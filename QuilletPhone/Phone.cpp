@@ -5,6 +5,7 @@
 
 #include "QuilletKit/Base/Base64URL.h"
 #include "QuilletKit/Identity/SecretStore.h"
+#include "QuilletKit/Protocol/Identifier.h"
 #include "QuilletPhone/PhoneFolder.h"
 
 namespace quillet {
@@ -74,10 +75,14 @@ Payload opened(const Envelope& envelope, EnvelopePurpose purpose, const DeviceId
   }
 }
 
+PhoneError noValidKey() {
+  return {PhoneExit::verificationFailed, "The pairing session has no valid key."};
+}
+
 Crypto::Key macKeyOf(const ClaimPairingResponse& response, const std::optional<PairingInvitation>& invitation) {
   const auto raw = Base64URL::decode(response.macEphemeralPublicKey);
   if (!raw || raw->size() != Crypto::kKeySize) {
-    throw PhoneError(PhoneExit::verificationFailed, "The pairing session has no valid key.");
+    throw noValidKey();
   }
   const auto key = Crypto::keyFrom(*raw);
   if (invitation && invitation->macEphemeralPublicKey != key) {
@@ -125,7 +130,9 @@ Phone::Phone(PhoneState state, std::filesystem::path folder, DeviceIdentity iden
 
 ServiceURL Phone::serviceURL(const std::string& text) {
   auto url = ServiceURL::parse(text);
-  if (!url) throw PhoneError(PhoneExit::usage, "The service's address \"" + text + "\" is not an http or https URL.");
+  const bool isService = url && (url->scheme == "http" || url->scheme == "https");
+  if (!isService)
+    throw PhoneError(PhoneExit::usage, "The service's address \"" + text + "\" is not an http or https URL.");
   return *url;
 }
 
@@ -160,13 +167,22 @@ Awaitable<Phone::Claim> Phone::claim(std::string invitationOrCode) {
     request.code = PairingCode::normalise(invitationOrCode);
   }
   const ClaimPairingResponse response = co_await asked(api_.claimPairing(request));
+  if (!Identifier::canStandInPath(response.sessionId)) {
+    throw PhoneError(PhoneExit::serviceRefused, "The service gave a pairing session whose id can't be used.");
+  }
+  std::optional<PhoneError> failure;
   try {
     const auto macKey = macKeyOf(response, invitation);
     PairingCrypto crypto(response.sessionId, macKey, publicKey, response.macDeviceId, identity_.deviceId(), privateKey);
     co_return Claim{response.sessionId, response.macDeviceId, response.macName, response.expiresAt, std::move(crypto)};
+  } catch (const PhoneError& error) {
+    failure = error;
   } catch (const Crypto::KeyError&) {
-    throw PhoneError(PhoneExit::verificationFailed, "The pairing session has no valid key.");
+    failure = noValidKey();
   }
+  // Else the Mac would go on to show words.
+  co_await cancelQuietly(response.sessionId);
+  throw *failure;
 }
 
 Awaitable<void> Phone::cancelQuietly(std::string sessionId) {

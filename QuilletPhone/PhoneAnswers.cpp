@@ -120,7 +120,7 @@ PhoneAnswer answerOf(const PrepareResultPayload& prepared) {
   if (prepared.expiresAt) object["expiresAt"] = *prepared.expiresAt;
   if (prepared.token) {
     object["token"] = *prepared.token;
-    text += "\nToken: " + *prepared.token + "\nUtterance: " + prepared.utteranceId;
+    text += "\nToken: " + plainText(*prepared.token) + "\nUtterance: " + plainText(prepared.utteranceId);
   }
   return {std::move(object), text,
           prepared.status == PrepareStatus::ready ? PhoneExit::done : PhoneExit::targetRefused};

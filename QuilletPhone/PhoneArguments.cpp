@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <charconv>
 
 #include "QuilletKit/Base/Unicode.h"
+#include "QuilletKit/Protocol/Identifier.h"
 #include "QuilletKit/Words/FolderLedgerStorage.h"
 #include "QuilletPhone/PhoneCommands.h"
 
@@ -19,13 +21,16 @@ A phone for Quillet, as a command-line program.
   pair CODE-OR-INVITATION [--yes]      pair with a Mac; shows four words to compare
   macs                                 the paired Macs
   presence                             which of them are there, and whether text can go in
-  say TEXT [--mac MAC]                 prepare, deliver, wait, and verify the result
+  say TEXT [--mac MAC] [--utterance ID]
+                                       prepare, deliver, wait, and verify the result
   unpair [MAC]                         end a pairing (also: revoke); the whole id of a Mac that
                                        only the service knows of will do
   rename NAME                          the name that Macs show
   words                                how many words went in
   delete [--yes] [--service URL]       delete this phone at the service, then here
   reset [--yes]                        forget keys and pairs here only, also damaged ones
+
+A TEXT of "-" is read from standard input, where other users of this machine can't see it.
 
 The steps of "say", one by one:
   prepare [--utterance ID]             ask for a target; prints its token
@@ -55,91 +60,98 @@ After 7 and 10, "wait" with the utterance's id tells more.
 
 namespace {
 
-constexpr std::array<std::string_view, 7> kValued{"state", "service", "name", "mac", "utterance", "seconds", "words"};
-constexpr std::array<std::string_view, 3> kFlags{"yes", "help", "version"};
+constexpr std::array kValued{"state", "service", "name", "mac", "utterance", "seconds", "words"};
+constexpr std::array kFlags{"yes", "help", "version"};
 constexpr std::size_t kLongestName = 64;
 
 struct Command {
   std::string_view name;
   std::size_t fewest, most;  ///< Operands.
   std::string_view operands;
+  std::string_view options;  ///< Besides --json and --state.
 };
-constexpr std::array<Command, 15> kCommands{{{"init", 0, 0, ""},
-                                             {"pair", 1, 1, "code or invitation"},
-                                             {"macs", 0, 0, ""},
-                                             {"presence", 0, 0, ""},
-                                             {"say", 1, 1, "text"},
-                                             {"unpair", 0, 1, ""},
-                                             {"revoke", 0, 1, ""},
-                                             {"rename", 1, 1, "name"},
-                                             {"words", 0, 0, ""},
-                                             {"delete", 0, 0, ""},
-                                             {"reset", 0, 0, ""},
-                                             {"prepare", 0, 0, ""},
-                                             {"deliver", 2, 2, "token or text"},
-                                             {"wait", 1, 1, "utterance's id"},
-                                             {"cancel", 1, 1, "utterance's id"}}};
-
-bool isOneOf(const auto& list, std::string_view name) {
-  return std::find(list.begin(), list.end(), name) != list.end();
-}
+constexpr std::array<Command, 15> kCommands{{{"init", 0, 0, "", "service name words"},
+                                             {"pair", 1, 1, "code or invitation", "yes"},
+                                             {"macs", 0, 0, "", ""},
+                                             {"presence", 0, 0, "", ""},
+                                             {"say", 1, 1, "text", "mac utterance seconds"},
+                                             {"unpair", 0, 1, "", "mac"},
+                                             {"revoke", 0, 1, "", "mac"},
+                                             {"rename", 1, 1, "name", ""},
+                                             {"words", 0, 0, "", ""},
+                                             {"delete", 0, 0, "", "service yes"},
+                                             {"reset", 0, 0, "", "yes"},
+                                             {"prepare", 0, 0, "", "mac utterance"},
+                                             {"deliver", 2, 2, "token or text", "mac utterance"},
+                                             {"wait", 1, 1, "utterance's id", "mac seconds"},
+                                             {"cancel", 1, 1, "utterance's id", "mac"}}};
 
 PhoneError wrongUsage(const std::string& message) {
   return {PhoneExit::usage, message};
 }
 
-void checkOperands(const PhoneArguments& given) {
+const Command& commandOf(const PhoneArguments& given) {
   const auto command =
       std::find_if(kCommands.begin(), kCommands.end(), [&](const Command& each) { return each.name == given.command; });
   if (given.command.empty()) throw wrongUsage("No command. Try \"quillet-phone --help\".");
   if (command == kCommands.end()) {
     throw wrongUsage("Unknown command \"" + given.command + "\". Try \"quillet-phone --help\".");
   }
+  return *command;
+}
+
+void checkOptions(const PhoneArguments& given, const Command& command) {
+  for (const auto& [name, value] : given.options) {
+    const bool fits =
+        name == "state" || (" " + std::string(command.options) + " ").find(" " + name + " ") != std::string::npos;
+    if (!fits) throw wrongUsage("\"" + given.command + "\" has no use for \"--" + name + "\".");
+  }
+}
+
+void checkOperands(const PhoneArguments& given, const Command& command) {
   const std::size_t count = given.operands.size();
-  if (count < command->fewest) throw wrongUsage("The " + std::string(command->operands) + " is missing.");
-  if (count > command->most) {
-    throw wrongUsage("\"" + given.operands[command->most] + "\" is too much for \"" + given.command +
+  if (count < command.fewest) throw wrongUsage("The " + std::string(command.operands) + " is missing.");
+  if (count > command.most) {
+    throw wrongUsage("\"" + given.operands[command.most] + "\" is too much for \"" + given.command +
                      "\". A text of several words needs quotation marks.");
   }
 }
 
 /// An utterance's id goes into a path.
 void checkId(const std::string& id) {
-  const bool fits =
-      !id.empty() && Unicode::isValidUTF8(id) && id.find_first_of(" ?#%/|") == id.npos && !Unicode::containsControl(id);
-  if (!fits) throw wrongUsage("\"" + id + "\" can't be an utterance's id.");
+  if (!Identifier::canStandInPath(id)) throw wrongUsage("\"" + id + "\" can't be an utterance's id.");
 }
 
 }  // namespace
 
 PhoneArguments PhoneArguments::parse(const std::vector<std::string>& arguments) {
   PhoneArguments parsed;
-  bool onlyOperands = false;
-  for (std::size_t i = 0; i < arguments.size(); ++i) {
-    const std::string& argument = arguments[i];
-    if (onlyOperands || !argument.starts_with("--")) {
-      (parsed.command.empty() ? parsed.command : parsed.operands.emplace_back()) = argument;
-      continue;
-    }
-    const std::string name = argument.substr(2);
-    if (name.empty()) {
-      onlyOperands = true;
-    } else if (name == "json") {
-      parsed.json = true;
-    } else if (isOneOf(kFlags, name)) {
-      parsed.options[name] = "";
-    } else if (isOneOf(kValued, name)) {
-      if (++i == arguments.size()) throw wrongUsage("\"" + argument + "\" needs a value.");
-      parsed.options[name] = arguments[i];
-    } else {
-      throw wrongUsage("Unknown option \"" + argument + "\".");
-    }
+  CLI::App app;
+  app.set_help_flag();  // ours is a flag like the others
+  app.add_option("command", parsed.command);
+  app.add_option("operands", parsed.operands);
+  app.add_flag("--json", parsed.json);
+  for (const std::string name : kFlags) app.add_flag(name == "help" ? "-h,--help" : "--" + name);
+  for (const std::string name : kValued) app.add_option("--" + name);
+  try {
+    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+  } catch (const CLI::ParseError& error) {
+    throw wrongUsage(error.what());
+  }
+  for (const std::string name : kFlags) {
+    if (app.count("--" + name) > 0) parsed.options[name] = "";
+  }
+  for (const std::string name : kValued) {
+    const auto* option = app.get_option("--" + name);
+    if (option->count() > 0) parsed.options[name] = option->results().back();
   }
   return parsed;
 }
 
 void PhoneArguments::check() const {
-  checkOperands(*this);
+  const Command& known = commandOf(*this);
+  checkOptions(*this, known);
+  checkOperands(*this, known);
   waitLimit();
   if (has("name")) deviceName(option("name"));
   if (command == "rename") deviceName(operands[0]);
@@ -156,9 +168,17 @@ void PhoneArguments::check() const {
   if ((has("mac") && option("mac").empty()) || (namesMac && operands[0].empty())) {
     throw wrongUsage("The Mac's name is empty.");
   }
+  if (command == "say") checkText(operands[0]);
+  if (command == "deliver") checkText(operands[1]);
   for (const auto& each : operands) {
     if (!Unicode::isValidUTF8(each)) throw wrongUsage("What is given is not UTF-8.");
   }
+}
+
+void PhoneArguments::checkText(const std::string& text) {
+  constexpr std::string_view kNever("\0\x1B", 2);
+  if (!Unicode::isValidUTF8(text)) throw wrongUsage("The text is not UTF-8.");
+  if (text.find_first_of(kNever) != text.npos) throw wrongUsage("The text has NUL or escape characters.");
 }
 
 std::string PhoneArguments::option(const std::string& name, const std::string& fallback) const {
@@ -167,7 +187,7 @@ std::string PhoneArguments::option(const std::string& name, const std::string& f
 }
 
 bool PhoneArguments::wantsHelp() const {
-  return has("help") || command == "help" || command == "-h";
+  return has("help") || command == "help";
 }
 
 Duration PhoneArguments::waitLimit() const {

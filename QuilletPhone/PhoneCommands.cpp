@@ -6,11 +6,13 @@
 #include <boost/json/array.hpp>
 #include <boost/json/serialize.hpp>
 #include <istream>
+#include <iterator>
 #include <ostream>
 
 #include "QuilletKit/Base/PlainText.h"
 #include "QuilletKit/Base/Unicode.h"
 #include "QuilletKit/Network/HTTPSession.h"
+#include "QuilletKit/Protocol/Identifier.h"
 #include "QuilletKit/Words/FolderLedgerStorage.h"
 #include "QuilletPhone/PhoneAnswers.h"
 #include "QuilletPhone/PhoneWordCount.h"
@@ -19,11 +21,6 @@ namespace quillet {
 namespace {
 
 namespace json = boost::json;
-
-bool isDeviceId(const std::string& text) {
-  constexpr std::size_t kLength = 32;
-  return text.size() == kLength && text.find_first_not_of("0123456789abcdef") == text.npos;
-}
 
 /// One run of the program: what a command needs to do its work and to say how it went.
 class PhoneRun {
@@ -162,22 +159,41 @@ class PhoneRun {
     if (command == "prepare") return say(answerOf(await(phone_->prepare(target, id))));
     if (command == "say") return sayText(target, id);
     if (command == "deliver") {
-      return say(answerOf(await(phone_->deliver(target, id, operand(0), operand(1))), id, DeliveryWish::submitted));
+      const std::string text = textFrom(operand(1));
+      noteSentWords(folder_, id, text, err_);
+      return tell(await(phone_->deliver(target, id, operand(0), text)), id, DeliveryWish::submitted);
     }
-    if (command == "cancel") {
-      return say(answerOf(await(phone_->cancelDelivery(target, id)), id, DeliveryWish::cancelled));
-    }
-    return say(answerOf(await(phone_->wait(target, id, arguments_.waitLimit())), id, DeliveryWish::result));
+    if (command == "cancel") return tell(await(phone_->cancelDelivery(target, id)), id, DeliveryWish::cancelled);
+    return tell(await(phone_->wait(target, id, arguments_.waitLimit())), id, DeliveryWish::result);
   }
 
   PhoneExit sayText(const PeerIdentity& target, const std::string& id) {
+    const std::string text = textFrom(operand(0));
     const auto prepared = await(phone_->prepare(target, id));
     if (prepared.status != PrepareStatus::ready || !prepared.token) return say(answerOf(prepared));
-    const auto report = await(phone_->deliverAndWait(target, id, *prepared.token, operand(0), arguments_.waitLimit()));
+    noteSentWords(folder_, id, text, err_);
+    const auto report = await(phone_->deliverAndWait(target, id, *prepared.token, text, arguments_.waitLimit()));
+    return tell(report, id, DeliveryWish::result);
+  }
+
+  /// What becomes of a delivery; its words count as soon as it is known that they went in.
+  PhoneExit tell(const Phone::DeliveryReport& report, const std::string& id, DeliveryWish wish) {
     if (report.result && report.result->outcome == InsertionOutcome::inserted) {
-      recordInsertedWords(state_, folder_, operand(0), err_);
+      countSentWords(state_, folder_, id, err_);
     }
-    return say(answerOf(report, id, DeliveryWish::result));
+    return say(answerOf(report, id, wish));
+  }
+
+  /// The operand, or with "-" standard input without the line end that closes it.
+  std::string textFrom(const std::string& given) {
+    std::string text = given;
+    if (given == "-") {
+      text.assign(std::istreambuf_iterator<char>(in_), {});
+      if (text.ends_with('\n')) text.pop_back();
+      if (text.ends_with('\r')) text.pop_back();
+    }
+    PhoneArguments::checkText(text);
+    return text;
   }
 
   PhoneExit rename() {
@@ -228,10 +244,10 @@ class PhoneRun {
 
   PhoneExit unpair() {
     const std::string wanted = arguments_.operands.empty() ? arguments_.option("mac") : operand(0);
-    const bool isOnlyAtTheService = isDeviceId(wanted) && state_.mac(wanted) == nullptr;
+    const bool isOnlyAtTheService = Identifier::isDevice(wanted) && state_.mac(wanted) == nullptr;
     const PeerIdentity target = isOnlyAtTheService ? PeerIdentity{.deviceId = wanted, .name = wanted} : mac(wanted);
     await(phone_->unpair(target.deviceId));
-    return say({{"unpaired", target.deviceId}}, "No longer paired with " + target.name);
+    return say({{"unpaired", target.deviceId}}, "No longer paired with " + plainText(target.name));
   }
 
   const PhoneArguments& arguments_;

@@ -28,6 +28,8 @@ struct PhoneArguments {
   Duration waitLimit() const;
   /// As it is sent: trimmed and cut. Throws PhoneError(usage) for what is no name.
   static std::string deviceName(const std::string& given);
+  /// Throws PhoneError(usage) for a text that no field should get: not UTF-8, with NUL or escape characters.
+  static void checkText(const std::string& text);
 };
 
 extern const char* const kPhoneHelp;

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/Authenticator.h"
 
-#include <algorithm>
 #include <charconv>
 
 #include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Protocol/Identifier.h"
 #include "QuilletKit/Protocol/RequestSigner.h"
 #include "QuilletService/ServiceError.h"
 
@@ -14,7 +14,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t kNoncesPerDevice = 10'000;
-constexpr std::size_t kDeviceIdLength = 32;
 constexpr std::size_t kLongestNonce = 64;
 // 64 bytes, with or without padding.
 constexpr std::size_t kShortestSignature = 86, kLongestSignature = 88;
@@ -27,14 +26,10 @@ std::int64_t parseTimestamp(std::string_view text) {
   return value;
 }
 
-bool isDeviceId(std::string_view id) {
-  return id.size() == kDeviceIdLength &&
-         std::all_of(id.begin(), id.end(), [](char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); });
-}
-
 void requireForm(const SignedRequest& request) {
-  const bool fits = isDeviceId(request.deviceId) && !request.nonce.empty() && request.nonce.size() <= kLongestNonce &&
-                    request.signature.size() >= kShortestSignature && request.signature.size() <= kLongestSignature;
+  const bool fits = Identifier::isDevice(request.deviceId) && !request.nonce.empty() &&
+                    request.nonce.size() <= kLongestNonce && request.signature.size() >= kShortestSignature &&
+                    request.signature.size() <= kLongestSignature;
   if (!fits) throw Refusal::badSignature();
 }
 

@@ -3,6 +3,7 @@
 
 #include "QuilletKit/Base/Base64URL.h"
 #include "QuilletKit/Base/Unicode.h"
+#include "QuilletKit/Protocol/Identifier.h"
 #include "QuilletService/ServiceError.h"
 
 namespace quillet::Validation {
@@ -10,7 +11,6 @@ namespace {
 
 constexpr std::size_t kLongestName = 256;
 constexpr std::size_t kLongestNameInBytes = 4096;
-constexpr std::size_t kLongestId = 128;
 
 }  // namespace
 
@@ -32,9 +32,7 @@ void requireNameSize(std::string_view name) {
 }
 
 void requireId(std::string_view id, std::string_view what) {
-  const bool fits =
-      !id.empty() && id.size() <= kLongestId && id.find_first_of(" ?#%/|") == id.npos && !Unicode::containsControl(id);
-  if (!fits) throw Refusal::badRequest(std::string(what) + " can't be used as an id.");
+  if (!Identifier::canStandInPath(id)) throw Refusal::badRequest(std::string(what) + " can't be used as an id.");
 }
 
 bool fitsRoute(const Envelope& envelope, EnvelopePurpose purpose, std::string_view from, std::string_view to) {

@@ -17,7 +17,7 @@ Crypto::Key publicKey(std::string_view text, std::string_view what);
 void requireName(std::string_view name);
 /// A name that the other side tidies up before it shows it: any text of at most 256 characters.
 void requireNameSize(std::string_view name);
-/// An id that a client chose: 1 to 128 bytes that can stand in a path.
+/// An id that a client chose.
 void requireId(std::string_view id, std::string_view what);
 /// The routing fields of an envelope are those of the request that carries it.
 void requireRoute(const Envelope& envelope, EnvelopePurpose purpose, std::string_view from, std::string_view to);

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletKit/Protocol/APIClient.h"
 
-#include <algorithm>
 #include <string_view>
 
 #include "QuilletKit/Async/Clock.h"
 #include "QuilletKit/Base/Base64URL.h"
 #include "QuilletKit/JSON/JSONCoding.h"
 #include "QuilletKit/Protocol/APIResponse.h"
+#include "QuilletKit/Protocol/Identifier.h"
 #include "QuilletKit/Protocol/PairingCrypto.h"
 
 namespace quillet {
@@ -25,14 +25,9 @@ std::chrono::milliseconds seconds(int count) {
   return std::chrono::seconds(count);
 }
 
-bool staysInPath(unsigned char c) {
-  return c > 0x20 && c < 0x7f && c != '?' && c != '#' && c != '%' && c != '/' && c != '\\';
-}
-
 /// The id, if it can be one segment of a path.
 const std::string& segment(const std::string& id) {
-  const bool fits = !id.empty() && id != "." && id != ".." && std::all_of(id.begin(), id.end(), staysInPath);
-  if (!fits) throw APIError(APIError::Transport{"The id can't be part of an address."});
+  if (!Identifier::canStandInPath(id)) throw APIError(APIError::Transport{"The id can't be part of an address."});
   return id;
 }
 

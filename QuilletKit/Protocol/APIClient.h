@@ -26,8 +26,8 @@ class PairingAPI {
 };
 
 /// The HTTP client of the cloud service. Immutable; safe from any thread; operations may overlap and resume on the
-/// awaiting executor. Nothing is retried here. Ids that can't stand in a path (blank, control character, "?", "#",
-/// "%", "/") fail the call with APIError::Transport.
+/// awaiting executor. Nothing is retried here. Ids that can't stand in a path (see Identifier) fail the
+/// call with APIError::Transport.
 class APIClient final : public PairingAPI {
  public:
   using DeviceCheckToken = std::function<Awaitable<std::optional<std::string>>()>;

@@ -3,8 +3,11 @@
 
 #include <mutex>
 #include <set>
+#include <sstream>
 
-#include "QuilletPhone/Phone.h"
+#include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Identity/SecretStore.h"
+#include "QuilletPhone/PhoneCommands.h"
 #include "Tests/Doubles/LoopbackServer.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
@@ -123,6 +126,43 @@ TEST_F(LostAnswers, OfASingleStepAreToldAsWhatTheyMean) {
   EXPECT_EQ(exitOf(phone.wait(mac, "u", std::chrono::seconds(60))), PhoneExit::unreachable);
   play({status(DeliveryTransportState::received), kLost, status(DeliveryTransportState::result)});
   EXPECT_EQ(exitOf(phone.wait(mac, "u", std::chrono::seconds(60))), PhoneExit::done);
+}
+
+TEST_F(LostAnswers, CountTheWordsOnceTheirEndIsTold) {
+  PhoneState{.name = "P", .service = server.url().text(), .macs = {{mac, 1}}}.save(folder.path());
+  FileSecretStore secrets(folder.path() / "keys", "quillet-phone");
+  secrets.save(keys.signingKey, "device.signing.v1");
+  secrets.save(keys.agreementKey, "device.agreement.v1");
+  std::ostringstream output;
+  const auto run = [&](const std::vector<std::string>& arguments) {
+    std::istringstream in("three small words\n");
+    output.str("");
+    return runPhone(arguments, folder.path(), in, output, output);
+  };
+  play({kLost});
+  EXPECT_EQ(run({"deliver", "token", "-", "--utterance", "u"}), PhoneExit::uncertain) << output.str();
+  for (int i = 0; i < 2; ++i) {
+    play({status(DeliveryTransportState::result)});
+    EXPECT_EQ(run({"wait", "u"}), PhoneExit::done) << output.str();
+    EXPECT_EQ(run({"--json", "words"}), PhoneExit::done);
+    EXPECT_NE(output.str().find("\"total\":3"), std::string::npos) << output.str();
+  }
+}
+
+TEST_F(LostAnswers, APairingThatCantGoOnEndsAtOnceAndForTheMacToo) {
+  const auto claimed = [&](const std::string& sessionId, const Crypto::Key& key) {
+    return LoopbackServer::answer(
+        200, JSONCoding::encode(ClaimPairingResponse{sessionId, mac.deviceId, "Desk", Base64URL::encode(key), 1}));
+  };
+  const auto other = Crypto::x25519PublicKey(Crypto::generatePrivateKey());
+  play({claimed("a b", other)});
+  auto phone = this->phone();
+  EXPECT_EQ(exitOf(phone.claim("ABCD2345")), PhoneExit::serviceRefused);
+  EXPECT_EQ(requested(), "P") << "nothing more is asked";
+  const auto invited = Crypto::x25519PublicKey(Crypto::generatePrivateKey());
+  play({claimed("s", other), refusal(404)});
+  EXPECT_EQ(exitOf(phone.claim(PairingInvitation{"s", invited}.text())), PhoneExit::verificationFailed);
+  EXPECT_EQ(server.requests().back().target(), "/v1/pairing/sessions/s/cancel");
 }
 
 }  // namespace

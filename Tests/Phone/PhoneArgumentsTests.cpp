@@ -27,6 +27,15 @@ class PhoneCommands : public testing::Test {
   std::ostringstream out_, err_;
 };
 
+TEST_F(PhoneCommands, ReadATextFromStandardInputAndCheckItAsAnyOther) {
+  PhoneState{.name = "P", .service = "http://127.0.0.1:1", .macs = {{{.deviceId = "ab", .name = "M"}, 1}}}.save(
+      folder_);
+  EXPECT_EQ(run({"say", "-"}, "words\n"), PhoneExit::unreachable) << err_.str();
+  EXPECT_EQ(run({"--mac", "M", "say", "-"}, std::string("a\0b", 3)), PhoneExit::usage);
+  EXPECT_EQ(run({"deliver", "token", "-", "--utterance", "u"}, "\xFF"), PhoneExit::usage);
+  EXPECT_EQ(err_.str(), "quillet-phone: The text is not UTF-8.\nUtterance: u\n");
+}
+
 TEST(PhoneArguments, KeepsTextsThatLookLikeOptionsBehindTheDoubleDash) {
   const auto parsed = PhoneArguments::parse({"say", "--mac", "Desk", "--json", "--", "--not-an-option"});
   EXPECT_EQ(parsed.command, "say");
@@ -72,6 +81,14 @@ TEST_F(PhoneCommands, RefuseWrongUsageBeforeAnythingElse) {
       {"init", "--name", " "},
       {"init", "--words", "relative"},
       {"init", "--service", "ftp://x"},
+      {"init", "--service", "ws://x"},
+      {"init", "--service", "http://user@x"},
+      {"say", "text", "--utterance", "\u00E9"},
+      {"say", "text", "--utterance", ".."},
+      {"say", "text", "--service", "http://x"},
+      {"say", "text", "--yes"},
+      {"macs", "--mac", "Desk"},
+      {"say", "bell \x1B[2J"},
   };
   for (const bool isSetUp : {false, true}) {
     const PhoneState state{
@@ -107,8 +124,9 @@ TEST_F(PhoneCommands, NameWhatIsDamagedAndForgetItWhenTold) {
     Phone::loadIdentity(folder_);
     std::filesystem::remove(folder_ / name);
     damage(folder_ / name);
-    for (const auto& command : {"presence", "init", "delete"}) {
-      EXPECT_EQ(run({command, "--yes"}), PhoneExit::failure) << name << command;
+    const std::vector<std::vector<std::string>> commands = {{"presence"}, {"init"}, {"delete", "--yes"}};
+    for (const auto& command : commands) {
+      EXPECT_EQ(run(command), PhoneExit::failure) << name << command[0];
       EXPECT_NE(err_.str().find(folder_.string()), std::string::npos) << err_.str();
       EXPECT_NE(err_.str().find("quillet-phone reset"), std::string::npos) << err_.str();
     }
@@ -149,7 +167,8 @@ TEST_F(PhoneCommands, ForgetOnlyWhenTold) {
 TEST_F(PhoneCommands, TellHowManyWordsWentIn) {
   const PhoneState state{.name = "P", .service = "http://127.0.0.1:1"};
   state.save(folder_);
-  recordInsertedWords(state, folder_, "three small words", err_);
+  noteSentWords(folder_, "u", "three small words", err_);
+  countSentWords(state, folder_, "u", err_);
   EXPECT_EQ(run({"--json", "words"}), PhoneExit::done);
   EXPECT_NE(out_.str().find("\"total\":3"), std::string::npos);
 }

@@ -23,20 +23,46 @@ WordStatsSummary summaryOf(const std::filesystem::path& shared) {
   return WordStatsStore(&storage, local, "Desk", "macmini", WordCalendar::current(), &Clock::now).summary();
 }
 
+/// A text of its own that went in.
+void sendAndCount(const PhoneState& state, const std::filesystem::path& folder, std::string_view text,
+                  std::ostream& notes) {
+  static int last = 0;
+  const std::string id = "u" + std::to_string(++last);
+  noteSentWords(folder, id, text, notes);
+  countSentWords(state, folder, id, notes);
+}
+
+TEST(PhoneWordCount, CountsAnUtteranceOnceHoweverOftenItIsSentAndTold) {
+  const test::TemporaryFolder root;
+  std::ostringstream notes;
+  const PhoneState state{.name = "P", .service = "", .macs = {}};
+  countSentWords(state, root.path(), "unknown", notes);
+  for (int i = 0; i < 2; ++i) {
+    noteSentWords(root.path(), "u", "two words", notes);
+    noteSentWords(root.path(), "never told", "three more words", notes);
+    EXPECT_EQ(wordSummary(state, root.path(), notes).total, i * 2);
+    countSentWords(state, root.path(), "u", notes);
+    countSentWords(state, root.path(), "u", notes);
+  }
+  EXPECT_EQ(wordSummary(state, root.path(), notes).total, 2);
+  EXPECT_EQ(notes.str(), "");
+  EXPECT_EQ(test::readText(root.path() / "words.json").find("more"), std::string::npos) << "no text is kept";
+}
+
 TEST(PhoneWordCount, ReachesTheDesktopThroughTheFolder) {
   const test::TemporaryFolder root;
   std::ostringstream notes;
   const auto phone = root.path() / "phone", shared = root.path() / "shared";
   PhoneState state{.name = "My phone", .service = "http://127.0.0.1:1", .macs = {}};
-  recordInsertedWords(state, phone, "two words", notes);
+  sendAndCount(state, phone, "two words", notes);
   state.wordLedgerFolder = shared;
   state.save(phone);
   EXPECT_EQ(PhoneState::load(phone)->wordLedgerFolder, shared);
-  recordInsertedWords(state, phone, "-", notes);
+  sendAndCount(state, phone, "-", notes);
   EXPECT_EQ(summaryOf(shared).total, 0);
 
   std::filesystem::create_directory(shared);
-  recordInsertedWords(state, phone, "and three more", notes);
+  sendAndCount(state, phone, "and three more", notes);
   const auto summary = summaryOf(shared);
   EXPECT_EQ(summary.total, 5) << "what was counted before the folder was there comes along";
   ASSERT_EQ(summary.devices.size(), 1U);
@@ -51,7 +77,7 @@ TEST(PhoneWordCount, LosesNoCountsThatItCannotRead) {
   for (const char* damaged : {"{", ""}) {
     test::writeText(file, damaged);
     std::ostringstream notes;
-    recordInsertedWords(state, root.path(), "two words", notes);
+    sendAndCount(state, root.path(), "two words", notes);
     EXPECT_NE(notes.str().find("words.json.damaged"), std::string::npos);
     EXPECT_EQ(test::readText(root.path() / "words.json.damaged"), damaged);
     EXPECT_EQ(wordSummary(state, root.path(), notes).total, 2) << "counting goes on";
@@ -60,7 +86,7 @@ TEST(PhoneWordCount, LosesNoCountsThatItCannotRead) {
   std::filesystem::remove(file);
   std::filesystem::create_directory(file);  // can't be read, not even by root
   std::ostringstream notes;
-  recordInsertedWords(state, root.path(), "one", notes);
+  sendAndCount(state, root.path(), "one", notes);
   EXPECT_NE(notes.str().find("not counted"), std::string::npos);
   EXPECT_NE(notes.str().find(file.string()), std::string::npos);
   EXPECT_THROW(wordSummary(state, root.path(), notes), std::runtime_error);
@@ -71,9 +97,9 @@ TEST(PhoneWordCount, NeverFails) {
   const test::TemporaryFolder root;
   std::ostringstream notes;
   const PhoneState state{.name = "\xFF", .service = "", .macs = {}, .wordLedgerFolder = "relative"};
-  recordInsertedWords(state, root.path(), "words that can't be encoded", notes);
+  sendAndCount(state, root.path(), "words that can't be encoded", notes);
   test::writeText(root.path() / "file", "");
-  recordInsertedWords(state, root.path() / "file", "one", notes);
+  sendAndCount(state, root.path() / "file", "one", notes);
   EXPECT_FALSE(notes.str().empty());
 }
 
