@@ -12,6 +12,16 @@ if(QUILLET_SANITIZE)
   target_link_options(quillet_options INTERFACE -fsanitize=${QUILLET_SANITIZE})
 endif()
 
+# What ships ends rather than goes on with a damaged stack, buffer or return address. Debug builds and the sanitizers'
+# do without.
+set(hardened $<AND:$<NOT:$<CONFIG:Debug>>,$<NOT:$<BOOL:${QUILLET_SANITIZE}>>>)
+set(branch_protection $<IF:$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>,-fcf-protection=full,-mbranch-protection=standard>)
+target_compile_options(quillet_options INTERFACE
+  $<${hardened}:-fstack-protector-strong> $<${hardened}:-U_FORTIFY_SOURCE> $<${hardened}:-D_FORTIFY_SOURCE=2>
+  $<${hardened}:${branch_protection}> $<${hardened}:-fPIE>)
+target_link_options(quillet_options INTERFACE $<${hardened}:-pie> $<${hardened}:LINKER:-z,relro,-z,now>
+  $<${hardened}:LINKER:-z,noexecstack>)
+
 # quillet_library(NAME FOLDER...): all sources of the folders and of the rooms in them, but main.cpp.
 function(quillet_library name)
   set(sources)
