@@ -33,6 +33,13 @@ void requireForm(const SignedRequest& request) {
   if (!fits) throw Refusal::badSignature();
 }
 
+ServiceError clockSkew() {
+  return {401, "clock_skew", "The request's time is too far from the service's."};
+}
+ServiceError replayed() {
+  return {401, "replayed", "The request was seen before."};
+}
+
 std::string forger(const SignedRequest& request) {
   return std::string(request.deviceId).append("|").append(request.address);
 }
@@ -49,7 +56,7 @@ Authenticator::Authenticator(DeviceStore& devices, TimeSource time, std::chrono:
     : devices_(devices),
       time_(std::move(time)),
       maximumAge_(maximumAge),
-      nonces_(kNoncesPerDevice, nonceFile, time_.now()),
+      nonces_({kNoncesPerDevice, maximumAge}, nonceFile, moment()),
       forgeries_(kForgeriesPerMinute, 1min, time_) {}
 
 Device Authenticator::authenticate(const SignedRequest& request) {
@@ -78,7 +85,7 @@ Authenticator::Claim Authenticator::claimOf(const SignedRequest& request) const 
   const Claim claim{parseTimestamp(request.timestamp), time_.now(), NonceGuard::key(request.deviceId, request.nonce)};
   const std::int64_t age = maximumAge_.count();
   if (claim.timestamp < claim.now - age || claim.timestamp > claim.now + age) {
-    throw ServiceError(401, "clock_skew", "The request's time is too far from the service's.");
+    throw clockSkew();
   }
   return claim;
 }
@@ -90,7 +97,8 @@ Device Authenticator::deviceOf(const SignedRequest& request) {
 }
 
 void Authenticator::requireFresh(const SignedRequest& request, const Claim& claim) const {
-  if (nonces_.contains(claim.nonce)) throw ServiceError(401, "replayed", "The request was seen before.");
+  if (nonces_.mayHaveForgotten(claim.timestamp)) throw clockSkew();
+  if (nonces_.contains(claim.nonce)) throw replayed();
   if (!forgeries_.empty() && forgeries_.spent(forger(request))) throw Refusal::tooManyRequests();
 }
 
@@ -103,13 +111,29 @@ void Authenticator::verify(const SignedRequest& request, const Claim& claim, con
     forgeries_.admit(forger(request));
     throw Refusal::badSignature();
   }
-  if (!nonces_.add(request.deviceId, claim.nonce, claim.timestamp + maximumAge_.count(), claim.now)) {
-    throw Refusal::tooManyRequests();
+  remember(request, claim);
+}
+
+void Authenticator::remember(const SignedRequest& request, const Claim& claim) {
+  switch (nonces_.add(request.deviceId, claim.nonce, claim.timestamp, moment())) {
+    case NonceGuard::Outcome::taken:
+      return;
+    case NonceGuard::Outcome::repeated:
+      throw replayed();
+    case NonceGuard::Outcome::full:
+      throw Refusal::tooManyRequests();
+    case NonceGuard::Outcome::unkept:  // what only reads may be repeated
+      if (request.method == "GET") return;
+      throw ServiceError(503, "storage_failing", "The request can't be protected against a repetition now.", true);
   }
 }
 
+NonceGuard::Moment Authenticator::moment() const {
+  return {time_.now(), time_.monotonic()};
+}
+
 void Authenticator::sweep() {
-  nonces_.sweep(time_.now());
+  nonces_.sweep(moment());
   forgeries_.sweep();
 }
 

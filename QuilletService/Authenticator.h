@@ -21,7 +21,8 @@ struct SignedRequest {
 
 /// Tells who sent a request, by its signature, its age and its nonce. The signature is checked last, and once, so that
 /// most forgeries cost a look-up. Whoever keeps sending bad signatures in one device's name isn't listened to for a
-/// while, in that device's name and from that address: the device itself is heard from anywhere else.
+/// while, in that device's name and from that address: the device itself is heard from anywhere else. Where a nonce
+/// can't be kept for the next start, requests that change something are refused.
 class Authenticator {
  public:
   /// A timestamp may differ from the service's clock by `maximumAge` in both directions. `nonceFile` may be empty.
@@ -37,6 +38,7 @@ class Authenticator {
   void precheck(const SignedRequest& request);
 
   void sweep();
+  bool keepsNonces() const { return nonces_.isKept(); }
   std::size_t noncesRemembered() const { return nonces_.size(); }
 
  private:
@@ -45,6 +47,9 @@ class Authenticator {
   Device deviceOf(const SignedRequest& request);
   void requireFresh(const SignedRequest& request, const Claim& claim) const;
   void verify(const SignedRequest& request, const Claim& claim, const Crypto::Key& signingKey);
+
+  void remember(const SignedRequest& request, const Claim& claim);
+  NonceGuard::Moment moment() const;
 
   DeviceStore& devices_;
   TimeSource time_;

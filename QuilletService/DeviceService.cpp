@@ -106,12 +106,15 @@ OK DeviceService::removePair(const Device& device, const std::string& peerDevice
 }
 
 OK DeviceService::deleteDevice(const Device& device) {
-  for (const Pair& pair : store_.devices.pairsOf(device.id)) {
-    pairs_.remove(pair.macId, pair.phoneId, !device.isDesktop());
-  }
+  const std::vector<Pair> pairs = store_.devices.pairsOf(device.id);
+  Transaction transaction(store_.database);
+  for (const Pair& pair : pairs) pairs_.erase(pair);
   store_.pairings.removeOfDevice(device.id);
+  store_.devices.removeFeedbackOf(device.id);
   store_.devices.revoke(device.id, time_.now());
-  store_.database.makeDurable();
+  transaction.commit();
+  store_.database.makeDurableAndForget();
+  for (const Pair& pair : pairs) pairs_.tellEnd(pair, !device.isDesktop());
   hub_.disconnect(device.id, kDeletedCloseCode);
   Log::info("service", "Deleted {}", device.shortId());
   return {true};
@@ -137,7 +140,7 @@ OK DeviceService::sendFeedback(const Device& device, const FeedbackRequest& requ
 void DeviceService::noteSeen(const Device& device) {
   const std::int64_t now = time_.now();
   if (device.lastSeenAt && now - *device.lastSeenAt < kSeenInterval && now >= *device.lastSeenAt) return;
-  store_.devices.markSeen(device.id, now);
+  store_.noteSeen(device.id, now);
 }
 
 }  // namespace quillet

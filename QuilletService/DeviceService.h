@@ -21,7 +21,7 @@ class DeviceService {
   OK rename(const Device& device, const RenameRequest& request);
   PairsResponse pairs(const Device& device);
   OK removePair(const Device& device, const std::string& peerDeviceId);
-  /// Deletes all that is stored about the device, and refuses its identity from now on.
+  /// Deletes all that is stored about the device, or nothing, and refuses its identity from now on.
   OK deleteDevice(const Device& device);
   OK sendFeedback(const Device& device, const FeedbackRequest& request);
   /// Notes that the device was here, at most once a minute.

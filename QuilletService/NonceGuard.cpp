@@ -18,11 +18,13 @@ std::uint64_t deviceNumber(std::string_view deviceId) {
 
 }  // namespace
 
-NonceGuard::NonceGuard(std::size_t capacity, const std::filesystem::path& file, std::int64_t now)
-    : capacity_(capacity), file_(file) {
-  for (const Record& record : file_.load()) {
-    if (record.expiry >= now) remember(record);
-  }
+NonceGuard::NonceGuard(Bounds bounds, const std::filesystem::path& file, Moment now)
+    : bounds_(bounds), forgotten_(2 * bounds.maximumAge.count()), file_(file) {
+  const NonceFile::Contents found = file_.load();
+  for (const Record& record : found.records) remember(record, now.monotonic);
+  for (const auto& span : found.forgotten) forgotten_.add(span);
+  // Of what was lost nothing is known but that it was signed before now.
+  if (!found.complete) forgotten_.add({0, expiryOf(now.wall) - 1});
   shortenFile();
 }
 
@@ -42,40 +44,44 @@ std::size_t NonceGuard::Hash::operator()(const Key& key) const {
   return value;
 }
 
-bool NonceGuard::add(std::string_view deviceId, const Key& key, std::int64_t expiry, std::int64_t now) {
+NonceGuard::Outcome NonceGuard::add(std::string_view deviceId, const Key& key, std::int64_t timestamp, Moment now) {
   forget(now);
-  const Record record{key, expiry, deviceNumber(deviceId)};
+  if (known_.contains(key)) return Outcome::repeated;
+  const Record record{key, expiryOf(timestamp), deviceNumber(deviceId)};
   const auto count = counts_.find(record.device);
-  if (count != counts_.end() && count->second >= capacity_) return false;
-  remember(record);
-  file_.append(record);
-  return true;
+  if (count != counts_.end() && count->second >= bounds_.perDevice) return Outcome::full;
+  remember(record, now.monotonic);
+  return file_.append(record) ? Outcome::taken : Outcome::unkept;
 }
 
-void NonceGuard::remember(const Record& record) {
+void NonceGuard::remember(const Record& record, MonotonicTime now) {
   if (!known_.insert(record.key).second) return;
   ++counts_[record.device];
-  byExpiry_.push_back(record);
+  byExpiry_.push_back({record, now + 2 * bounds_.maximumAge});
   std::push_heap(byExpiry_.begin(), byExpiry_.end(), Later{});
 }
 
-void NonceGuard::forget(std::int64_t now) {
-  while (!byExpiry_.empty() && byExpiry_.front().expiry < now) {
+void NonceGuard::forget(Moment now) {
+  while (!byExpiry_.empty() && byExpiry_.front().record.expiry < now.wall && byExpiry_.front().until < now.monotonic) {
     std::pop_heap(byExpiry_.begin(), byExpiry_.end(), Later{});
-    const Record over = byExpiry_.back();
+    const Record over = byExpiry_.back().record;
     byExpiry_.pop_back();
     known_.erase(over.key);
+    forgotten_.add({over.expiry, over.expiry});
     if (const auto count = counts_.find(over.device); --count->second == 0) counts_.erase(count);
   }
 }
 
-void NonceGuard::sweep(std::int64_t now) {
+void NonceGuard::sweep(Moment now) {
   forget(now);
-  if (file_.records() > 2 * byExpiry_.size() + kSpareRecords) shortenFile();
+  if (!file_.healthy() || file_.records() > 2 * byExpiry_.size() + kSpareRecords) shortenFile();
 }
 
 void NonceGuard::shortenFile() {
-  file_.replace(byExpiry_);
+  std::vector<Record> records;
+  records.reserve(byExpiry_.size());
+  for (const Held& held : byExpiry_) records.push_back(held.record);
+  file_.replace({std::move(records), forgotten_.all()});
 }
 
 }  // namespace quillet

@@ -22,6 +22,9 @@ class PairDirectory {
   /// False, and nothing is stored, if they weren't paired. The desktop is told unless it asked for this itself.
   bool remove(
       const std::string& macId, const std::string& phoneId, bool tellDesktop, const Writes& alongside = [] {});
+  /// For those who store more than this in a transaction of their own: the writes alone, and what is told afterwards.
+  void erase(const Pair& pair);
+  void tellEnd(const Pair& pair, bool tellDesktop);
   bool arePaired(const std::string& macId, const std::string& phoneId) {
     return store_.devices.arePaired(macId, phoneId);
   }

@@ -9,6 +9,9 @@
 namespace quillet {
 namespace {
 
+/// "Internal error" of the WebSocket protocol: the desktop comes again.
+constexpr int kTroubleCloseCode = 1011;
+
 bool isPending(DeliveryTransportState state) {
   return state == DeliveryTransportState::queued || state == DeliveryTransportState::received;
 }
@@ -90,11 +93,25 @@ PresenceResponse RelayService::presence(const Device& phone) {
   return response;
 }
 
+template <typename Work>
+void RelayService::orComeAgain(const std::string& macId, Work work) {
+  try {
+    work();
+  } catch (const DatabaseError& e) {
+    store_.health.failed(e.code);
+    hub_.disconnect(macId, kTroubleCloseCode);
+  }
+}
+
 void RelayService::connected(const Device& desktop, RelaySocket& socket) {
   hub_.attach(desktop.id, socket);
-  store_.devices.markSeen(desktop.id, time_.now());
+  store_.noteSeen(desktop.id, time_.now());
   Log::info("relay", "{} connected", desktop.shortId());
-  for (PendingDelivery& waiting : store_.deliveries.pending(desktop.id)) {
+  orComeAgain(desktop.id, [&] { forwardPending(desktop.id); });
+}
+
+void RelayService::forwardPending(const std::string& macId) {
+  for (PendingDelivery& waiting : store_.deliveries.pending(macId)) {
     if (!forward(waiting.key, JSONCoding::decode<Envelope>(waiting.envelope))) return;
     store_.deliveries.markSent(waiting.key);
   }
@@ -102,7 +119,7 @@ void RelayService::connected(const Device& desktop, RelaySocket& socket) {
 
 void RelayService::disconnected(const Device& desktop, RelaySocket& socket) {
   if (!hub_.detach(desktop.id, socket)) return;
-  store_.devices.markSeen(desktop.id, time_.now());
+  store_.noteSeen(desktop.id, time_.now());
   Log::info("relay", "{} disconnected", desktop.shortId());
 }
 
@@ -112,6 +129,8 @@ void RelayService::handleFrame(const std::string& macId, std::string_view frame)
     std::visit([&](auto& content) { handle(macId, std::move(content)); }, message);
   } catch (const JSONCoding::DecodingError&) {
     Log::standard("relay", "Ignoring an undecodable frame of {}", shortened(macId));
+  } catch (const DatabaseError& e) {
+    store_.health.failed(e.code);
   }
 }
 
@@ -127,13 +146,18 @@ void RelayService::handle(const std::string& macId, RelayClient::Received receiv
 
 void RelayService::handle(const std::string& macId, RelayClient::Result result) {
   if (!Validation::fitsRoute(result.envelope, EnvelopePurpose::result, macId, result.to)) return;
+  // A result that isn't kept must come again, which it does with the delivery on the desktop's next socket.
+  orComeAgain(macId, [&] { keepResult(macId, result); });
+}
+
+void RelayService::keepResult(const std::string& macId, const RelayClient::Result& result) {
   const DeliveryKey key{macId, result.to, result.utteranceId};
   auto delivery = store_.deliveries.delivery(key);
   if (!delivery) return;
   delivery->state = DeliveryTransportState::result;
   delivery->result = JSONCoding::encode(result.envelope);
-  ++metrics_.resultsReturned;
   store_.deliveries.save(key, *delivery, time_.now());
+  ++metrics_.resultsReturned;
   hub_.deliveryChanged(key);
 }
 
@@ -145,8 +169,8 @@ void RelayService::handle(const std::string& macId, RelayClient::Presence presen
     if (!fits || !pairs_.arePaired(macId, update.to)) continue;
     store_.deliveries.savePresence(macId, update.to, {JSONCoding::encode(update.envelope), now});
   }
-  store_.devices.markSeen(macId, now);
   transaction.commit();
+  store_.noteSeen(macId, now);
 }
 
 void RelayService::sweep() {

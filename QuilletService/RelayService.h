@@ -38,7 +38,7 @@ class RelayService {
   /// A desktop's socket is open: what waits for it goes out.
   void connected(const Device& desktop, RelaySocket& socket);
   void disconnected(const Device& desktop, RelaySocket& socket);
-  /// One text frame of a desktop. What can't be used is dropped.
+  /// One text frame of a desktop. What can't be used is dropped. A desktop whose result can't be kept is disconnected.
   void handleFrame(const std::string& macId, std::string_view frame);
   void sweep();
 
@@ -47,6 +47,11 @@ class RelayService {
   void handle(const std::string& macId, RelayClient::Received received);
   void handle(const std::string& macId, RelayClient::Result result);
   void handle(const std::string& macId, RelayClient::Presence presence);
+  void keepResult(const std::string& macId, const RelayClient::Result& result);
+  void forwardPending(const std::string& macId);
+  /// Does it, or has the desktop come again.
+  template <typename Work>
+  void orComeAgain(const std::string& macId, Work work);
   void requirePair(const Device& phone, const std::string& macId);
   /// `known` is the delivery in whose place `added` would stand, if there is one.
   void requireRoom(const std::string& macId, const Delivery& added, const std::optional<Delivery>& known);

@@ -53,10 +53,13 @@ std::string encoded(const Response& response) {
 }
 
 enum class Access { open, ownKey, signedByDevice };
+/// Whether what an endpoint changed must be on the disk before it is answered.
+enum class Change { none, kept };
 
 struct Route {
   std::string_view method, pattern;
   Access access;
+  Change change;
   Reply (*run)(Call&);
 };
 
@@ -101,51 +104,51 @@ RegisterRequest checkedRegistration(Call& call) {
 }
 
 const Route kRoutes[] = {
-    {"POST", "/v1/macs/{}/prepare", Access::signedByDevice,
+    {"POST", "/v1/macs/{}/prepare", Access::signedByDevice, Change::none,
      [](Call& c) -> Reply {
        co_return encoded(co_await c.service.relay.prepare(c.device, c.ids[0], c.body<PrepareRelayRequest>()));
      }},
-    {"POST", "/v1/macs/{}/deliveries", Access::signedByDevice,
+    {"POST", "/v1/macs/{}/deliveries", Access::signedByDevice, Change::kept,
      [](Call& c) -> Reply {
        co_return encoded(c.service.relay.submit(c.device, c.ids[0], c.body<DeliveryRequest>()));
      }},
-    {"GET", "/v1/macs/{}/deliveries/{}", Access::signedByDevice,
+    {"GET", "/v1/macs/{}/deliveries/{}", Access::signedByDevice, Change::none,
      [](Call& c) -> Reply {
        co_return encoded(co_await c.service.relay.status(c.device, c.ids[0], c.ids[1], parseWait(c.query)));
      }},
-    {"DELETE", "/v1/macs/{}/deliveries/{}", Access::signedByDevice,
+    {"DELETE", "/v1/macs/{}/deliveries/{}", Access::signedByDevice, Change::kept,
      [](Call& c) -> Reply { co_return encoded(c.service.relay.cancel(c.device, c.ids[0], c.ids[1])); }},
-    {"GET", "/v1/presence", Access::signedByDevice,
+    {"GET", "/v1/presence", Access::signedByDevice, Change::none,
      [](Call& c) -> Reply { co_return encoded(c.service.relay.presence(c.device)); }},
-    {"GET", "/v1/config", Access::open, [](Call& c) -> Reply { co_return encoded(c.service.config()); }},
-    {"GET", "/v1/health", Access::open, [](Call&) -> Reply { co_return encoded(OK{true}); }},
-    {"POST", kRegisterPath, Access::ownKey,
+    {"GET", "/v1/config", Access::open, Change::none, [](Call& c) -> Reply { co_return encoded(c.service.config()); }},
+    {"GET", "/v1/health", Access::open, Change::none, [](Call& c) -> Reply { co_return encoded(c.service.health()); }},
+    {"POST", kRegisterPath, Access::ownKey, Change::kept,
      [](Call& c) -> Reply {
        co_return encoded(c.service.devices.registerDevice(checkedRegistration(c), c.request.address));
      }},
-    {"PATCH", "/v1/devices/me", Access::signedByDevice,
+    {"PATCH", "/v1/devices/me", Access::signedByDevice, Change::kept,
      [](Call& c) -> Reply { co_return encoded(c.service.devices.rename(c.device, c.body<RenameRequest>())); }},
-    {"POST", "/v1/devices/me/delete", Access::signedByDevice,
+    {"POST", "/v1/devices/me/delete", Access::signedByDevice, Change::none,
      [](Call& c) -> Reply { co_return encoded(c.service.devices.deleteDevice(c.device)); }},
-    {"GET", "/v1/pairs", Access::signedByDevice,
+    {"GET", "/v1/pairs", Access::signedByDevice, Change::none,
      [](Call& c) -> Reply { co_return encoded(c.service.devices.pairs(c.device)); }},
-    {"DELETE", "/v1/pairs/{}", Access::signedByDevice,
+    {"DELETE", "/v1/pairs/{}", Access::signedByDevice, Change::kept,
      [](Call& c) -> Reply { co_return encoded(c.service.devices.removePair(c.device, c.ids[0])); }},
-    {"POST", "/v1/feedback", Access::signedByDevice,
+    {"POST", "/v1/feedback", Access::signedByDevice, Change::kept,
      [](Call& c) -> Reply { co_return encoded(c.service.devices.sendFeedback(c.device, c.body<FeedbackRequest>())); }},
-    {"POST", "/v1/pairing/sessions", Access::signedByDevice,
+    {"POST", "/v1/pairing/sessions", Access::signedByDevice, Change::kept,
      [](Call& c) -> Reply { co_return encoded(c.service.pairing.create(c.device, c.body<CreatePairingRequest>())); }},
-    {"POST", "/v1/pairing/claim", Access::signedByDevice,
+    {"POST", "/v1/pairing/claim", Access::signedByDevice, Change::kept,
      [](Call& c) -> Reply { co_return encoded(c.service.pairing.claim(c.device, c.body<ClaimPairingRequest>())); }},
-    {"GET", "/v1/pairing/sessions/{}", Access::signedByDevice,
+    {"GET", "/v1/pairing/sessions/{}", Access::signedByDevice, Change::none,
      [](Call& c) -> Reply { co_return encoded(c.service.pairing.status(c.device, c.ids[0])); }},
-    {"POST", "/v1/pairing/sessions/{}/confirm", Access::signedByDevice,
+    {"POST", "/v1/pairing/sessions/{}/confirm", Access::signedByDevice, Change::kept,
      [](Call& c) -> Reply {
        co_return encoded(c.service.pairing.confirm(c.device, c.ids[0], c.body<ConfirmPairingRequest>()));
      }},
-    {"POST", "/v1/pairing/sessions/{}/cancel", Access::signedByDevice,
+    {"POST", "/v1/pairing/sessions/{}/cancel", Access::signedByDevice, Change::kept,
      [](Call& c) -> Reply { co_return encoded(c.service.pairing.cancel(c.device, c.ids[0])); }},
-    {"POST", kTranscribePath, Access::signedByDevice,
+    {"POST", kTranscribePath, Access::signedByDevice, Change::none,
      [](Call& c) -> Reply {
        co_return encoded(co_await c.service.transcription.transcribe(c.device, bytesOf(c.request.body)));
      }},
@@ -189,6 +192,7 @@ Awaitable<HTTPReply> Router::dispatch(SignedRequest request) {
     service_.devices.noteSeen(call.device);
   }
   std::string body = co_await route->run(call);
+  if (route->change == Change::kept) co_await service_.durable();
   service_.metrics.countRequest(200, {});
   co_return HTTPReply{200, std::move(body), {}};
 }
@@ -240,7 +244,7 @@ HTTPReply Router::replyFor(const std::exception_ptr& error) {
   } catch (const JSONCoding::DecodingError&) {
     return asReply(Refusal::badRequest("The body isn't what this path takes."));
   } catch (const DatabaseError& e) {
-    Log::error("service", "A request failed with database code {}", e.code);
+    service_.storageHealth().failed(e.code);
   } catch (const std::exception& e) {
     Log::error("service", "A request failed with an exception of type {}", typeid(e).name());
   }

@@ -53,7 +53,7 @@ class Router {
 
  private:
   Awaitable<HTTPReply> dispatch(SignedRequest request);
-  static HTTPReply replyFor(const std::exception_ptr& error);
+  HTTPReply replyFor(const std::exception_ptr& error);
 
   Service& service_;
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/Service.h"
 
-#include "QuilletKit/Base/Log.h"
+#include "QuilletService/ServiceError.h"
 
 namespace quillet {
 namespace {
@@ -18,7 +18,7 @@ std::filesystem::path nonceFile(const std::filesystem::path& database) {
 Service::Service(const Executor& executor, const TimeSource& time, const ServiceSettings& settings)
     : settings_(settings),
       time_(time),
-      store_(settings.database),
+      store_(executor, settings.database),
       hub(executor, time),
       authenticator(store_.devices, time, settings.maximumAge, nonceFile(settings.database)),
       pairDirectory(store_, hub),
@@ -54,12 +54,21 @@ Awaitable<void> Service::keepHouse() {
     try {
       sweep();
     } catch (const DatabaseError& e) {
-      Log::error("service", "Housekeeping failed with database code {}", e.code);
+      store_.health.failed(e.code);
     }
   }
 }
 
+OK Service::health() const {
+  std::string problem;
+  if (!authenticator.keepsNonces()) problem = "The file of nonces can't be written.";
+  if (store_.health.failing()) problem = "The database can't be used: " + std::string(store_.health.problem()) + ".";
+  if (!problem.empty()) throw ServiceError(503, "storage_failing", std::move(problem), true);
+  return {true};
+}
+
 void Service::sweep() {
+  store_.probe();
   authenticator.sweep();
   devices.sweep();
   pairing.sweep();

@@ -29,6 +29,11 @@ class Service {
   Service(const Executor& executor, const TimeSource& time, const ServiceSettings& settings);
 
   ServiceConfig config() const;
+  /// Throws ServiceError 503 that says what is wrong, while something is.
+  OK health() const;
+  /// See Store.
+  StorageHealth& storageHealth() { return store_.health; }
+  Awaitable<void> durable() { return store_.durable(); }
   /// Forgets what is over, now and every half minute until cancelled.
   Awaitable<void> keepHouse();
   void sweep();

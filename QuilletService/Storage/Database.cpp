@@ -11,6 +11,8 @@
 namespace quillet {
 namespace {
 
+constexpr int kBusyTimeout = 2000;  // milliseconds
+
 // Each entry lifts the schema by one version. Entries are never changed, only added.
 constexpr std::array kMigrations = {
     R"sql(
@@ -44,6 +46,14 @@ void check(int code) {
   if (code != SQLITE_OK) throw DatabaseError(code);
 }
 
+/// So that the name of a new file survives a power failure, too.
+void syncFolder(const std::filesystem::path& folder) {
+  const int opened = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (opened < 0) return;
+  ::fsync(opened);
+  ::close(opened);
+}
+
 sqlite3* openConnection(const std::filesystem::path& path) {
   if (path != ":memory:") {
     if (path.has_parent_path() && !std::filesystem::exists(path.parent_path())) {
@@ -53,6 +63,7 @@ sqlite3* openConnection(const std::filesystem::path& path) {
     // The library gives its side files the mode of the main file.
     const int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (file >= 0) ::close(file);
+    syncFolder(path.parent_path());
   }
   sqlite3* connection = nullptr;
   const int code = sqlite3_open_v2(path.c_str(), &connection, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
@@ -127,10 +138,10 @@ Database::Database(const std::filesystem::path& path) : connection_(openConnecti
 }
 
 void Database::open() {
-  sqlite3_busy_timeout(connection_.get(), 2000);
+  sqlite3_busy_timeout(connection_.get(), kBusyTimeout);
   execute("PRAGMA journal_mode=WAL");
   execute("PRAGMA synchronous=NORMAL");
-  execute("PRAGMA secure_delete=FAST");
+  execute("PRAGMA secure_delete=ON");
   requireWhole();
   migrate();
 }
@@ -158,9 +169,34 @@ void Database::execute(const std::string& sql) {
   check(sqlite3_exec(connection_.get(), sql.c_str(), nullptr, nullptr, nullptr));
 }
 
-void Database::makeDurable() {
+bool WriteAheadLog::sync() const {
+  // The library locks other files than this one, so closing it here lets none of its locks go.
+  const int file = ::open(path_.c_str(), O_RDWR | O_CLOEXEC);
+  const bool done = file >= 0 && ::fdatasync(file) == 0;
+  if (file >= 0) ::close(file);
+  return done;
+}
+
+WriteAheadLog Database::log() const {
+  const std::string_view file = sqlite3_db_filename(connection_.get(), "main");
+  return WriteAheadLog(file.empty() ? std::filesystem::path() : std::filesystem::path(std::string(file) + "-wal"));
+}
+
+bool Database::makeDurable() {
   const int code = sqlite3_wal_checkpoint_v2(connection_.get(), nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
   if (code != SQLITE_OK) Log::error("service", "A checkpoint failed with database code {}", code);
+  return code == SQLITE_OK;
+}
+
+void Database::makeDurableAndForget() {
+  if (!makeDurable()) return;
+  sqlite3_busy_timeout(connection_.get(), 0);
+  sqlite3_wal_checkpoint_v2(connection_.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+  sqlite3_busy_timeout(connection_.get(), kBusyTimeout);
+}
+
+void Database::rewriteVersion() {
+  execute("PRAGMA user_version=" + std::to_string(kMigrations.size()));
 }
 
 void Database::migrate() {
@@ -180,7 +216,7 @@ void Database::migrate() {
 }
 
 Transaction::~Transaction() {
-  if (done_) return;
+  if (done_ || !database_.inTransaction()) return;  // some failures roll back by themselves
   try {
     database_.execute("ROLLBACK");
   } catch (const DatabaseError& e) {

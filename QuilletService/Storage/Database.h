@@ -84,8 +84,21 @@ class Statement {
   std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement_;
 };
 
+/// The write-ahead log as a file, to be brought onto the disk from any thread. Empty for a database in memory.
+class WriteAheadLog {
+ public:
+  explicit WriteAheadLog(std::filesystem::path path) : path_(std::move(path)) {}
+  bool inMemory() const { return path_.empty(); }
+  /// What is committed before survives a power failure afterwards. False when that failed.
+  bool sync() const;
+
+ private:
+  std::filesystem::path path_;
+};
+
 /// One SQLite connection with the current schema: write-ahead log, readable by the owner alone. A committed change
-/// survives a crash of the process at once, and a power failure after `makeDurable` or the next checkpoint. One thread.
+/// survives a crash of the process at once, and a power failure after a sync of its log, `makeDurable` or the next
+/// checkpoint. One thread.
 class Database {
  public:
   /// Opens and checks, or creates; ":memory:" for none on disk. Throws DatabaseUnusable, DatabaseError or
@@ -96,8 +109,16 @@ class Database {
   void execute(const std::string& sql);
   /// The rows that the last statement changed.
   int changes() const { return sqlite3_changes(connection_.get()); }
+  /// Those since the opening, in any table.
+  std::int64_t changesInAll() const { return sqlite3_total_changes64(connection_.get()); }
+  bool inTransaction() const { return sqlite3_get_autocommit(connection_.get()) == 0; }
+  WriteAheadLog log() const;
   /// For a change that is committed already, so a failure is logged: the next checkpoint makes up for it.
-  void makeDurable();
+  bool makeDurable();
+  /// As `makeDurable`, and drops the log if nobody reads it, so that what was deleted stands nowhere in the files.
+  void makeDurableAndForget();
+  /// Writes what stands there already, to see whether writing works.
+  void rewriteVersion();
 
  private:
   void open();

@@ -43,7 +43,7 @@ DeviceStore::DeviceStore(Database& database)
           "agreement_key=excluded.agreement_key, platform=excluded.platform, name=excluded.name, "
           "app_version=excluded.app_version")),
       renameDevice_(database.prepare("UPDATE devices SET name=? WHERE id=?")),
-      seeDevice_(database.prepare("UPDATE devices SET last_seen_at=? WHERE id=?")),
+      seeDevice_(database.prepare("UPDATE devices SET last_seen_at=? WHERE id=? AND revoked_at IS NULL")),
       revokeDevice_(
           database.prepare("UPDATE devices SET revoked_at=?, name='', app_version='', last_seen_at=NULL WHERE id=?")),
       insertPair_(database.prepare("INSERT INTO pairs VALUES(?,?,?) ON CONFLICT DO UPDATE SET "
@@ -53,6 +53,7 @@ DeviceStore::DeviceStore(Database& database)
       selectPairs_(database.prepare("SELECT mac_id, phone_id, paired_at FROM pairs WHERE mac_id=?1 OR phone_id=?1 "
                                     "ORDER BY paired_at, mac_id, phone_id")),
       insertFeedback_(database.prepare("INSERT INTO feedback(device_id, at, body) VALUES(?,?,?)")),
+      deleteFeedback_(database.prepare("DELETE FROM feedback WHERE device_id=?")),
       countDevices_(database.prepare("SELECT count(*) FROM devices WHERE revoked_at IS NULL")),
       countPairs_(database.prepare("SELECT count(*) FROM pairs")) {}
 
@@ -109,6 +110,10 @@ std::vector<Pair> DeviceStore::pairsOf(const std::string& deviceId) {
   auto row = selectPairs_.query(deviceId);
   while (row.next()) pairs.push_back({row.text(0), row.text(1), row.integer(2)});
   return pairs;
+}
+
+void DeviceStore::removeFeedbackOf(const std::string& deviceId) {
+  deleteFeedback_.run(deviceId);
 }
 
 void DeviceStore::addFeedback(const std::string& deviceId, std::int64_t at, const std::string& body) {

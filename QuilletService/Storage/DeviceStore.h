@@ -43,6 +43,7 @@ class DeviceStore {
   /// Inserts, or replaces all but `registeredAt` and `lastSeenAt`.
   void save(const Device& device);
   void rename(const std::string& id, const std::string& name);
+  /// Does nothing for a revoked device.
   void markSeen(const std::string& id, std::int64_t at);
   /// Keeps only the id and the keys, so that the identity stays refused.
   void revoke(const std::string& id, std::int64_t at);
@@ -54,6 +55,8 @@ class DeviceStore {
   /// Those of a device of either kind, the oldest first.
   std::vector<Pair> pairsOf(const std::string& deviceId);
 
+  /// Of the device and everything that it said.
+  void removeFeedbackOf(const std::string& deviceId);
   void addFeedback(const std::string& deviceId, std::int64_t at, const std::string& body);
   /// Those that aren't revoked.
   std::int64_t count() { return number(countDevices_); }
@@ -66,7 +69,8 @@ class DeviceStore {
   std::unordered_map<std::string, Device> recent_;
   std::unordered_set<std::string> recentPairs_;
   Statement selectDevice_, saveDevice_, renameDevice_, seeDevice_, revokeDevice_;
-  Statement insertPair_, deletePair_, selectPair_, selectPairs_, insertFeedback_, countDevices_, countPairs_;
+  Statement insertPair_, deletePair_, selectPair_, selectPairs_, insertFeedback_, deleteFeedback_, countDevices_,
+      countPairs_;
 };
 
 }  // namespace quillet

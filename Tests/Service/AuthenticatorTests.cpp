@@ -119,21 +119,48 @@ TEST_F(AuthenticatorTest, ThePrecheckFindsAllButTheSignature) {
   EXPECT_EQ(precheck(seen), "401 replayed");
 }
 
-bool add(NonceGuard& guard, const char* device, const char* nonce, std::int64_t expiry, std::int64_t now) {
-  return guard.add(device, NonceGuard::key(device, nonce), expiry, now);
+TEST_F(AuthenticatorTest, AClockThatIsSetAheadAndBackLetsNothingInAgain) {
+  const Wire old = signedBy(phone);
+  EXPECT_EQ(outcome(old), "");
+  time.wall += 3'600'000;
+  service.sweep();
+  EXPECT_EQ(outcome(signedBy(phone)), "");
+  time.wall -= 3'600'000;
+  EXPECT_EQ(outcome(old), "401 replayed");
+
+  time.wall += 3'600'000;
+  time.advance(601s);  // longer than a good clock would allow it
+  service.sweep();
+  time.wall -= 3'600'000 + 601'000;
+  EXPECT_EQ(outcome(old), "401 clock_skew") << "nobody knows it any more";
+  EXPECT_EQ(outcome(signedBy(phone, 1)), "") << "the wrong hour's requests are no reason to refuse this hour's";
+}
+
+constexpr NonceGuard::Bounds kBounds{2, 100ms};
+const std::filesystem::path kNoFile;
+
+NonceGuard::Moment moment(std::int64_t milliseconds) {
+  return {milliseconds, MonotonicTime(std::chrono::milliseconds(milliseconds))};
+}
+
+bool add(NonceGuard& guard, const char* device, const std::string& nonce, std::int64_t timestamp, std::int64_t now) {
+  return guard.add(device, NonceGuard::key(device, nonce), timestamp, moment(now)) == NonceGuard::Outcome::taken;
 }
 
 TEST(NonceGuardTest, IsBoundedPerDeviceAndForgetsWhatIsOver) {
-  NonceGuard guard(2);
-  EXPECT_TRUE(add(guard, "a", "1", 100, 0));
-  EXPECT_TRUE(add(guard, "a", "2", 200, 0));
-  EXPECT_FALSE(add(guard, "a", "3", 300, 100));
-  EXPECT_TRUE(add(guard, "b", "3", 300, 100));
-  EXPECT_TRUE(add(guard, "a", "3", 300, 101)) << "the first one is over";
+  NonceGuard guard(kBounds, kNoFile, moment(0));
+  EXPECT_TRUE(add(guard, "a", "1", 0, 0));
+  EXPECT_FALSE(add(guard, "a", "1", 0, 0)) << "the same";
+  EXPECT_TRUE(add(guard, "a", "2", 200, 200));
+  EXPECT_FALSE(add(guard, "a", "3", 200, 200));
+  EXPECT_TRUE(add(guard, "b", "3", 200, 200));
+  EXPECT_TRUE(add(guard, "a", "3", 201, 201)) << "the first one is over";
   EXPECT_FALSE(guard.contains(NonceGuard::key("a", "1")));
+  EXPECT_TRUE(guard.mayHaveForgotten(0));
+  EXPECT_FALSE(guard.mayHaveForgotten(1));
   EXPECT_TRUE(guard.contains(NonceGuard::key("a", "2")));
   EXPECT_FALSE(guard.contains(NonceGuard::key("b", "2")));
-  guard.sweep(301);
+  guard.sweep(moment(402));
   EXPECT_EQ(guard.size(), 0U);
 }
 
@@ -141,23 +168,35 @@ TEST(NonceGuardTest, AFileKeepsWhatIsNotOver) {
   const TemporaryFolder folder;
   const auto file = folder.path() / "nonces";
   {
-    NonceGuard guard(10, file, 0);
-    EXPECT_TRUE(add(guard, "a", "1", 100, 0));
-    EXPECT_TRUE(add(guard, "a", "2", 200, 0));
-    EXPECT_THROW(NonceGuard(10, file, 0), NonceFile::InUse);
+    NonceGuard guard(kBounds, file, moment(0));
+    EXPECT_TRUE(add(guard, "a", "1", 0, 0));
+    EXPECT_TRUE(add(guard, "a", "2", 0, 0));
+    EXPECT_THROW(NonceGuard(kBounds, file, moment(0)), NonceFile::InUse);
   }
   std::ofstream(file, std::ios::app) << "a torn record";
   for (int round = 0; round < 2; ++round) {
-    NonceGuard guard(10, file, 150);
-    EXPECT_EQ(guard.size(), 1U);
+    const NonceGuard guard(kBounds, file, moment(0));
     EXPECT_TRUE(guard.contains(NonceGuard::key("a", "2")));
+    EXPECT_FALSE(guard.mayHaveForgotten(0));
   }
-  NonceGuard guard(10'000, file, 201);
-  for (int i = 0; i < 9000; ++i) EXPECT_TRUE(add(guard, "b", std::to_string(i).c_str(), 300, 250));
-  guard.sweep(301);
-  EXPECT_EQ(std::filesystem::file_size(file), 0U) << "what is over doesn't fill the disk";
-  EXPECT_TRUE(add(guard, "b", "again", 400, 301));
-  EXPECT_EQ(std::filesystem::file_size(file), sizeof(NonceFile::Record));
+  NonceGuard guard({10'000, 100ms}, file, moment(0));
+  for (int i = 0; i < 9000; ++i) EXPECT_TRUE(add(guard, "b", std::to_string(i), 250, 250));
+  guard.sweep(moment(451));
+  EXPECT_EQ(std::filesystem::file_size(file), 3 * sizeof(NonceFile::Record)) << "what is over doesn't fill the disk";
+  EXPECT_TRUE(add(guard, "b", "again", 451, 451));
+  EXPECT_EQ(std::filesystem::file_size(file), 4 * sizeof(NonceFile::Record));
+}
+
+TEST(NonceGuardTest, AfterAnotherBootNothingThatWasSignedBeforeIsTaken) {
+  const TemporaryFolder folder;
+  const auto file = folder.path() / "nonces";
+  { const NonceGuard guard(kBounds, file, moment(0)); }
+  std::fstream(file, std::ios::in | std::ios::out | std::ios::binary) << "the other boot";
+  for (int round = 0; round < 2; ++round) {
+    const NonceGuard guard(kBounds, file, moment(500));
+    EXPECT_TRUE(guard.mayHaveForgotten(499)) << "also at the start after that";
+    EXPECT_FALSE(guard.mayHaveForgotten(500));
+  }
 }
 
 TEST(RateLimiterTest, AWindowStartsWithItsFirstUse) {

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/Service/ServiceFixture.h"
@@ -28,7 +29,7 @@ struct DatabaseFolder {
   TemporaryFolder folder;
 };
 
-class DurabilityTest : DatabaseFolder, public ServiceTest {
+class DurabilityTest : protected DatabaseFolder, public ServiceTest {
  protected:
   DurabilityTest() : ServiceTest({.database = database()}), intruder(database()) {
     service.relay.connected(macDevice, socket);
@@ -106,6 +107,56 @@ TEST_F(DurabilityTest, ASessionIsPairedIfAndOnlyIfItsPairStands) {
   EXPECT_EQ(service.pairing.cancel(phoneDevice, session).state, PairingState::cancelled);
   EXPECT_FALSE(paired());
   EXPECT_EQ(told<RelayServer::PairRevoked>(), 1U);
+}
+
+TEST_F(DurabilityTest, AResultThatCannotBeKeptHasTheDesktopComeAgain) {
+  LogCapture::instance().expect("The database fails with code 19");
+  service.pairDirectory.add({mac.id(), phone.id(), time.wall});
+  service.relay.submit(phoneDevice, mac.id(), {"u", sealed(EnvelopePurpose::delivery, phone, mac)});
+  const RelayClient::Result result{"u", phone.id(), sealed(EnvelopePurpose::result, mac, phone)};
+  intruder.run("CREATE TRIGGER full BEFORE UPDATE ON deliveries BEGIN SELECT RAISE(ABORT, 'full'); END");
+  frameFromDesktop(RelayClient::Received{"u"});
+  EXPECT_FALSE(socket.closedWith) << "nobody would tell it again because of that";
+  frameFromDesktop(result);
+  EXPECT_EQ(socket.closedWith, 1011);
+  intruder.run("DROP TRIGGER full");
+
+  FakeRelaySocket next;
+  service.relay.connected(macDevice, next);
+  EXPECT_EQ(next.all<RelayServer::Deliver>().size(), 1U);
+  frameFromDesktop(result);
+  const auto status = start(service.relay.status(phoneDevice, mac.id(), "u", std::chrono::seconds(0)));
+  EXPECT_EQ(status->response.value().state, DeliveryTransportState::result);
+  service.relay.disconnected(macDevice, next);
+}
+
+TEST_F(DurabilityTest, OfADeletedDeviceNothingIsLeftOrNothingIsDeleted) {
+  const auto rows = [&](const std::string& table) {
+    sqlite3_stmt* query = nullptr;
+    sqlite3_prepare_v2(intruder.connection, ("SELECT count(*) FROM " + table).c_str(), -1, &query, nullptr);
+    sqlite3_step(query);
+    const int found = sqlite3_column_int(query, 0);
+    sqlite3_finalize(query);
+    return found;
+  };
+  const std::string leftovers[] = {"pairs", "deliveries", "feedback", "pairing_sessions"};
+  confirm(halfConfirmed());
+  service.relay.submit(phoneDevice, mac.id(), {"u", sealed(EnvelopePurpose::delivery, phone, mac)});
+  service.devices.sendFeedback(macDevice, {"Hello.", "reply@address.example", "1.0", "Linux", "PC"});
+  intruder.run("CREATE TRIGGER full BEFORE UPDATE ON devices BEGIN SELECT RAISE(ABORT, 'full'); END");
+  EXPECT_THROW(service.devices.deleteDevice(macDevice), DatabaseError);
+  for (const std::string& table : leftovers) EXPECT_EQ(rows(table), 1) << table;
+  EXPECT_TRUE(paired());
+  EXPECT_FALSE(socket.closedWith);
+  intruder.run("DROP TRIGGER full");
+
+  EXPECT_TRUE(service.devices.deleteDevice(macDevice).ok);
+  service.relay.disconnected(macDevice, socket);
+  for (const std::string& table : leftovers) EXPECT_EQ(rows(table), 0) << table;
+  EXPECT_EQ(rows("devices WHERE revoked_at NOT NULL AND last_seen_at NOT NULL"), 0) << "it was seen, but is forgotten";
+  for (const auto& file : std::filesystem::directory_iterator(database().parent_path())) {
+    EXPECT_EQ(readText(file.path()).find("reply@address.example"), std::string::npos) << file.path();
+  }
 }
 
 }  // namespace

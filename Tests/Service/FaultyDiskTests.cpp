@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: MIT
+#include <fstream>
+
+#include "Tests/Service/ServiceProgram.h"
+
+namespace quillet::test {
+namespace {
+
+/// The service as a program, on a disk that fills up or loses what wasn't synced.
+class FaultyDiskTest : public ProgramTest {
+ protected:
+  void SetUp() override {
+#ifndef QUILLET_FAULTY_DISK_LIBRARY
+    GTEST_SKIP() << "no library can be preloaded into this build";
+#endif
+    ProgramTest::SetUp();
+    std::filesystem::create_directories(image);
+  }
+  ServiceProgram startOnFaultyDisk() {
+#ifdef QUILLET_FAULTY_DISK_LIBRARY
+    return {folder.path(),
+            arguments(),
+            { "LD_PRELOAD=" QUILLET_FAULTY_DISK_LIBRARY,
+              "QUILLET_DISK_IMAGE=" + image.string(),
+              "QUILLET_DISK_FULL=" + full.string() }};
+#else
+    return {folder.path(), arguments()};
+#endif
+  }
+  /// What a power cut leaves, as another database's folder.
+  std::filesystem::path afterPowerCut() {
+    const auto left = folder.path() / "left";
+    std::filesystem::remove_all(left);
+    std::filesystem::copy(image, left);
+    return left;
+  }
+  static std::int64_t count(const std::filesystem::path& file, const std::string& sql) {
+    Database left(file);
+    auto statement = left.prepare(sql);
+    auto row = statement.query();
+    return row.next() ? row.integer(0) : 0;
+  }
+  template <typename Response>
+  std::string refusal(Awaitable<Response> call) {
+    try {
+      main.await(std::move(call));
+      return {};
+    } catch (const APIError& e) {
+      return e.server() ? std::to_string(e.server()->status) + " " + e.server()->body.code : e.what();
+    }
+  }
+  HTTPResponse get(const ServiceProgram& program, const std::string& target, const Party* by = nullptr) {
+    HTTPRequest request;
+    request.url = ServiceURL::parse(program.lineAfter("listening on ")).value().resolve(target);
+    if (by != nullptr) RequestSigner(by->identity).sign(request, Clock::now());
+    last = request;
+    return main.await(session.send(request));
+  }
+  /// The request that was sent last, once more.
+  HTTPResponse again(const ServiceProgram& program) {
+    last.url = ServiceURL::parse(program.lineAfter("listening on ")).value().resolve(last.url.target);
+    return main.await(session.send(last));
+  }
+
+  std::filesystem::path image = folder.path() / "image", full = folder.path() / "full";
+  HTTPRequest last;
+};
+
+TEST_F(FaultyDiskTest, WhatIsAcknowledgedSurvivesAPowerCut) {
+  const ServiceProgram program = startOnFaultyDisk();
+  APIClient macAPI = client(program, mac), phoneAPI = client(program, phone);
+  pairThem(macAPI, phoneAPI);
+  EXPECT_EQ(count(afterPowerCut() / "service.sqlite", "SELECT count(*) FROM pairs"), 1);
+  constexpr int kDeliveries = 20;
+  for (int i = 0; i < kDeliveries; ++i) {
+    main.await(phoneAPI.submitDelivery(mac.id(), delivery("u" + std::to_string(i))));
+    EXPECT_EQ(count(afterPowerCut() / "service.sqlite", "SELECT count(*) FROM deliveries"), i + 1);
+  }
+  EXPECT_EQ(main.await(phoneAPI.cancelDelivery(mac.id(), "u0")).state, DeliveryTransportState::cancelled);
+  database = afterPowerCut() / "service.sqlite";
+  const ServiceProgram after(folder.path(), arguments());
+  APIClient phoneAfter = client(after, phone);
+  EXPECT_EQ(main.await(phoneAfter.waitForDelivery(mac.id(), "u0", 0)).state, DeliveryTransportState::cancelled);
+  EXPECT_EQ(main.await(phoneAfter.waitForDelivery(mac.id(), "u19", 0)).state, DeliveryTransportState::queued);
+}
+
+TEST_F(FaultyDiskTest, AFullDiskStopsOnlyWhatMustBeWritten) {
+  ServiceProgram program = startOnFaultyDisk();
+  APIClient macAPI = client(program, mac), phoneAPI = client(program, phone);
+  main.await(macAPI.registerDevice(DevicePlatform::macos, mac.name, "1"));
+  main.await(phoneAPI.registerDevice(DevicePlatform::ios, phone.name, "1"));
+  EXPECT_EQ(get(program, "/v1/health").status, 200);
+  std::ofstream(full).close();
+  EXPECT_EQ(refusal(phoneAPI.pairs()), "") << "though it wasn't seen before";
+  EXPECT_EQ(refusal(phoneAPI.presence()), "");
+  EXPECT_EQ(refusal(phoneAPI.rename("Other")), "500 internal");
+  const HTTPResponse health = get(program, "/v1/health");
+  EXPECT_EQ(health.status, 503);
+  EXPECT_NE(health.body.find("disk is full"), std::string::npos) << health.body;
+  std::filesystem::remove(full);
+  EXPECT_EQ(refusal(phoneAPI.rename("Other")), "");
+  EXPECT_EQ(get(program, "/v1/health").status, 200);
+}
+
+TEST_F(FaultyDiskTest, ARequestWhoseNonceCouldNotBeWrittenIsNotTakenAgain) {
+  ServiceProgram program = startOnFaultyDisk();
+  APIClient phoneAPI = client(program, phone);
+  main.await(phoneAPI.registerDevice(DevicePlatform::ios, phone.name, "1"));
+  std::ofstream(full).close();
+  EXPECT_EQ(get(program, "/v1/pairs", &phone).status, 200);
+  program.signal(SIGKILL);
+  program.wait();
+  const ServiceProgram next(folder.path(), arguments());
+  const HTTPResponse repeated = again(next);
+  EXPECT_EQ(repeated.status, 401) << repeated.body;
+  EXPECT_EQ(refusal(client(next, phone).pairs()), "") << "what is signed from now on";
+}
+
+}  // namespace
+}  // namespace quillet::test
