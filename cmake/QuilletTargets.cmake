@@ -20,7 +20,8 @@ target_compile_options(quillet_options INTERFACE
   $<${hardened}:-fstack-protector-strong> $<${hardened}:-U_FORTIFY_SOURCE> $<${hardened}:-D_FORTIFY_SOURCE=2>
   $<${hardened}:${branch_protection}> $<${hardened}:-fPIE>)
 target_link_options(quillet_options INTERFACE $<${hardened}:-pie> $<${hardened}:LINKER:-z,relro,-z,now>
-  $<${hardened}:LINKER:-z,noexecstack>)
+  $<${hardened}:LINKER:-z,noexecstack>
+  $<$<AND:${hardened},$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>>:LINKER:-z,shstk>)
 
 # quillet_library(NAME FOLDER...): all sources of the folders and of the rooms in them, but main.cpp.
 function(quillet_library name)
