@@ -123,6 +123,27 @@ Digest sha256(ByteView data) {
   return digest;
 }
 
+struct Hasher::State {
+  DigestContext context{required(EVP_MD_CTX_new(), "digest context")};
+};
+
+Hasher::Hasher() : state_(std::make_unique<State>()) {
+  require(EVP_DigestInit_ex2(state_->context.get(), sha256Algorithm(), nullptr) == 1, "SHA-256");
+}
+Hasher::~Hasher() = default;
+Hasher::Hasher(Hasher&&) noexcept = default;
+Hasher& Hasher::operator=(Hasher&&) noexcept = default;
+
+void Hasher::add(ByteView piece) {
+  require(EVP_DigestUpdate(state_->context.get(), piece.data(), piece.size()) == 1, "SHA-256");
+}
+
+Digest Hasher::finish() {
+  Digest digest;
+  require(EVP_DigestFinal_ex(state_->context.get(), digest.data(), nullptr) == 1, "SHA-256");
+  return digest;
+}
+
 std::string hexLower(ByteView data) {
   constexpr std::string_view kDigits = "0123456789abcdef";
   std::string text;

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstddef>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -42,6 +43,21 @@ void fillRandom(std::span<std::uint8_t> out);
 Bytes randomBytes(std::size_t count);
 
 Digest sha256(ByteView data);
+/// SHA-256 of what comes piece by piece.
+class Hasher {
+ public:
+  Hasher();
+  ~Hasher();
+  Hasher(Hasher&&) noexcept;
+  Hasher& operator=(Hasher&&) noexcept;
+  void add(ByteView piece);
+  /// Of all pieces. Nothing can be added afterwards.
+  Digest finish();
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
 std::string hexLower(ByteView data);
 
 /// 32 random bytes; any 32 bytes are a valid private key of either kind (RFC 8032 seed, RFC 7748 scalar).

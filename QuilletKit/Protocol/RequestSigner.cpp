@@ -45,12 +45,18 @@ void RequestSigner::sign(HTTPRequest& request, std::int64_t timestamp, std::stri
 
 std::string RequestSigner::canonicalString(std::string_view method, std::string_view pathWithQuery,
                                            std::int64_t timestamp, std::string_view nonce, ByteView body) {
+  return canonicalString(method, pathWithQuery, timestamp, nonce, Crypto::sha256(body));
+}
+
+std::string RequestSigner::canonicalString(std::string_view method, std::string_view pathWithQuery,
+                                           std::int64_t timestamp, std::string_view nonce,
+                                           const Crypto::Digest& bodyHash) {
   std::string text = "QLT1\n";
   std::transform(method.begin(), method.end(), std::back_inserter(text), upperOf);
   if (method.empty()) text += "GET";
   text.append("\n").append(pathWithQuery.empty() ? "/" : pathWithQuery).append("\n");
   text.append(std::to_string(timestamp)).append("\n").append(nonce).append("\n");
-  return text += Crypto::hexLower(Crypto::sha256(body));
+  return text += Crypto::hexLower(bodyHash);
 }
 
 }  // namespace quillet

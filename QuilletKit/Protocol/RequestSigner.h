@@ -22,6 +22,9 @@ class RequestSigner {
   /// Six lines: "QLT1", method, path with query, timestamp, nonce, lowercase hexadecimal SHA-256 of the body.
   static std::string canonicalString(std::string_view method, std::string_view pathWithQuery, std::int64_t timestamp,
                                      std::string_view nonce, ByteView body);
+  /// The same of a body's SHA-256.
+  static std::string canonicalString(std::string_view method, std::string_view pathWithQuery, std::int64_t timestamp,
+                                     std::string_view nonce, const Crypto::Digest& bodyHash);
 
  private:
   DeviceIdentity identity_;
