@@ -70,7 +70,7 @@ void socketLeg(Table& table) {
         loop.context,
         [&]() -> Awaitable<void> {
           for (int i = 0; i < kCallsPerRound; ++i) {
-            PrepareRelayRequest request = exchange.request;
+            PassedPrepare request{exchange.request.requestId, exchange.request.envelope};
             const auto start = SteadyClock::now();
             co_await call(request);
             samples.push_back(microsecondsSince(start));
@@ -83,13 +83,13 @@ void socketLeg(Table& table) {
   for (int round = 0; round < kRounds; ++round) {
     batch(
         ours.loop,
-        [&](PrepareRelayRequest& request) -> Awaitable<void> {
+        [&](PassedPrepare& request) -> Awaitable<void> {
           co_await ours.service->relay.prepare(sender, mac.peer.deviceId, std::move(request));
         },
         times);
     batch(
         bare,
-        [&](PrepareRelayRequest&) -> Awaitable<void> {
+        [&](PassedPrepare&) -> Awaitable<void> {
           co_await floor->async_write(asio::buffer(exchange.frame), kAwait);
           co_await floor->async_read(buffer, kAwait);
           buffer.consume(buffer.size());

@@ -113,7 +113,7 @@ class Server {
     if (reply && reply->status != 200) return true;
     if (request.target.starts_with("/v1/config") || request.target.starts_with("/v1/health")) return true;
     try {
-      service_.authenticator.authenticate(request);
+      service_.authenticator.check(request);
     } catch (const ServiceError& error) {
       return true;
     }

@@ -46,11 +46,6 @@ std::string forger(const SignedRequest& request) {
 
 }  // namespace
 
-struct Authenticator::Claim {
-  std::int64_t timestamp = 0, now = 0;
-  NonceGuard::Key nonce{};
-};
-
 Authenticator::Authenticator(DeviceStore& devices, TimeSource time, std::chrono::milliseconds maximumAge,
                              const std::filesystem::path& nonceFile)
     : devices_(devices),
@@ -59,35 +54,58 @@ Authenticator::Authenticator(DeviceStore& devices, TimeSource time, std::chrono:
       nonces_({kNoncesPerDevice, maximumAge}, nonceFile, moment()),
       forgeries_(kForgeriesPerMinute, 1min, time_) {}
 
-Device Authenticator::authenticate(const SignedRequest& request) {
-  const Claim claim = claimOf(request);
+Authenticator::Check Authenticator::check(const SignedRequest& request) {
+  Check check = claimOf(request);
+  complete(check, request, deviceOf(request).signingKey);
+  return check;
+}
+
+Authenticator::Check Authenticator::check(const SignedRequest& request, const Crypto::Key& signingKey) const {
+  Check check = claimOf(request);
+  complete(check, request, signingKey);
+  return check;
+}
+
+void Authenticator::complete(Check& check, const SignedRequest& request, const Crypto::Key& signingKey) const {
+  requireFresh(request, check);
+  auto signature = Base64URL::decode(request.signature);
+  if (!signature) throw Refusal::badSignature();
+  const Crypto::Digest hash = request.bodyHash ? *request.bodyHash : Crypto::sha256(bytesOf(request.body));
+  check.key_ = signingKey;
+  check.message_ =
+      RequestSigner::canonicalString(request.method, request.target, check.timestamp_, request.nonce, hash);
+  check.signature_ = *std::move(signature);
+}
+
+void Authenticator::accept(const SignedRequest& request, const Check& check, bool holds) {
+  requireFresh(request, check);  // another one like it may have come meanwhile
+  if (!holds) {
+    forgeries_.admit(forger(request));
+    throw Refusal::badSignature();
+  }
+  remember(request, check);
+}
+
+Device Authenticator::sender(const SignedRequest& request) {
   Device device = deviceOf(request);
-  requireFresh(request, claim);
-  verify(request, claim, device.signingKey);
   if (device.revoked) throw Refusal::deviceRevoked();
   return device;
 }
 
-void Authenticator::authenticate(const SignedRequest& request, const Crypto::Key& signingKey) {
-  const Claim claim = claimOf(request);
-  requireFresh(request, claim);
-  verify(request, claim, signingKey);
-}
-
 void Authenticator::precheck(const SignedRequest& request) {
-  const Claim claim = claimOf(request);
+  const Check check = claimOf(request);
   deviceOf(request);
-  requireFresh(request, claim);
+  requireFresh(request, check);
 }
 
-Authenticator::Claim Authenticator::claimOf(const SignedRequest& request) const {
+Authenticator::Check Authenticator::claimOf(const SignedRequest& request) const {
   requireForm(request);
-  const Claim claim{parseTimestamp(request.timestamp), time_.now(), NonceGuard::key(request.deviceId, request.nonce)};
-  const std::int64_t age = maximumAge_.count();
-  if (claim.timestamp < claim.now - age || claim.timestamp > claim.now + age) {
-    throw clockSkew();
-  }
-  return claim;
+  Check check;
+  check.timestamp_ = parseTimestamp(request.timestamp);
+  check.nonce_ = NonceGuard::key(request.deviceId, request.nonce);
+  const std::int64_t now = time_.now(), age = maximumAge_.count();
+  if (check.timestamp_ < now - age || check.timestamp_ > now + age) throw clockSkew();
+  return check;
 }
 
 Device Authenticator::deviceOf(const SignedRequest& request) {
@@ -96,26 +114,14 @@ Device Authenticator::deviceOf(const SignedRequest& request) {
   return *std::move(device);
 }
 
-void Authenticator::requireFresh(const SignedRequest& request, const Claim& claim) const {
-  if (nonces_.mayHaveForgotten(claim.timestamp)) throw clockSkew();
-  if (nonces_.contains(claim.nonce)) throw replayed();
+void Authenticator::requireFresh(const SignedRequest& request, const Check& check) const {
+  if (nonces_.mayHaveForgotten(check.timestamp_)) throw clockSkew();
+  if (nonces_.contains(check.nonce_)) throw replayed();
   if (!forgeries_.empty() && forgeries_.spent(forger(request))) throw Refusal::tooManyRequests();
 }
 
-void Authenticator::verify(const SignedRequest& request, const Claim& claim, const Crypto::Key& signingKey) {
-  const auto signature = Base64URL::decode(request.signature);
-  if (!signature) throw Refusal::badSignature();
-  const std::string canonical = RequestSigner::canonicalString(request.method, request.target, claim.timestamp,
-                                                               request.nonce, bytesOf(request.body));
-  if (!Crypto::verify(signingKey, bytesOf(canonical), *signature)) {
-    forgeries_.admit(forger(request));
-    throw Refusal::badSignature();
-  }
-  remember(request, claim);
-}
-
-void Authenticator::remember(const SignedRequest& request, const Claim& claim) {
-  switch (nonces_.add(request.deviceId, claim.nonce, claim.timestamp, moment())) {
+void Authenticator::remember(const SignedRequest& request, const Check& check) {
+  switch (nonces_.add(request.deviceId, check.nonce_, check.timestamp_, moment())) {
     case NonceGuard::Outcome::taken:
       return;
     case NonceGuard::Outcome::repeated:
@@ -123,7 +129,7 @@ void Authenticator::remember(const SignedRequest& request, const Claim& claim) {
     case NonceGuard::Outcome::full:
       throw Refusal::tooManyRequests();
     case NonceGuard::Outcome::unkept:  // what only reads may be repeated
-      if (request.method == "GET") return;
+      if (request.method == "GET" || request.method == "HEAD") return;
       throw ServiceError(503, "storage_failing", "The request can't be protected against a repetition now.", true);
   }
 }

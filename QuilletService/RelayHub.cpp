@@ -41,17 +41,17 @@ struct RelayHub::Waiter {
 
 /// Stands in its desktop's list as long as it lives, or until the desktop is gone.
 struct RelayHub::PendingPrepare : Waiter {
-  PendingPrepare(RelayHub& owner, Duration limit, const std::string& mac, const RelayServer::Prepare& message)
-      : Waiter(owner, limit), macId(mac), sent(message) {
+  PendingPrepare(RelayHub& owner, Duration limit, const std::string& mac, const std::string& phone,
+                 const std::string& request)
+      : Waiter(owner, limit), macId(mac), phoneId(phone), requestId(request) {
     hub.desks_.find(macId)->second.prepares.push_back(this);
   }
   ~PendingPrepare() {
     if (!orphaned && !offline) std::erase(hub.desks_.find(macId)->second.prepares, this);
   }
 
-  const std::string& macId;
-  const RelayServer::Prepare& sent;
-  std::optional<Envelope> envelope{};
+  const std::string &macId, &phoneId, &requestId;
+  std::optional<std::string> envelope{};
   bool offline = false;
   bool unpaired = false;
 };
@@ -90,9 +90,13 @@ bool RelayHub::detach(const std::string& macId, RelaySocket& socket) {
 }
 
 bool RelayHub::send(const std::string& macId, const RelayServerMessage& message) {
+  return isOnline(macId) && send(macId, JSONCoding::encode(message));
+}
+
+bool RelayHub::send(const std::string& macId, std::string frame) {
   const auto found = desks_.find(macId);
   if (found == desks_.end()) return false;
-  found->second.socket->send(JSONCoding::encode(message));
+  found->second.socket->send(std::move(frame));
   return true;
 }
 
@@ -108,34 +112,33 @@ void RelayHub::shutDown() {
   for (auto& [deadline, waiter] : deadlines_) waiter->news.wake();
 }
 
-Awaitable<EnvelopeResponse> RelayHub::prepare(std::string macId, std::string phoneId, PrepareRelayRequest request,
-                                              Duration limit) {
+Awaitable<std::string> RelayHub::prepare(std::string macId, std::string phoneId, PassedPrepare request,
+                                         Duration limit) {
   const auto found = desks_.find(macId);
   if (found == desks_.end() || shutDown_) throw offline();
   const Desk& desk = found->second;
   if (desk.prepares.size() >= kPreparesPerDesktop) throw Refusal::tooManyRequests();
-  const RelayServerMessage message =
-      RelayServer::Prepare{std::move(request.requestId), std::move(phoneId), std::move(request.envelope)};
-  PendingPrepare pending(*this, limit, macId, std::get<RelayServer::Prepare>(message));
-  desk.socket->send(JSONCoding::encode(message));
+  PendingPrepare pending(*this, limit, macId, phoneId, request.requestId);
+  desk.socket->send(RelayText::prepare(request.requestId, phoneId, request.envelope.text));
   co_await pending.news.wait();
   if (pending.unpaired) throw Refusal::notPaired(403);
-  if (pending.envelope) co_return EnvelopeResponse{*std::move(pending.envelope)};
+  if (pending.envelope) co_return *std::move(pending.envelope);
   if (pending.offline || pending.orphaned || shutDown_) throw offline();
   throw ServiceError(504, "mac_timeout", "The computer didn't answer in time.", true);
 }
 
-void RelayHub::answerPrepare(const std::string& macId, RelayClient::PrepareResult answer) {
+void RelayHub::answerPrepare(const std::string& macId, const std::string& phoneId, const std::string& requestId,
+                             std::string envelope) {
   const auto desk = desks_.find(macId);
   if (desk == desks_.end()) return;
   PendingPrepare* last = nullptr;
   for (PendingPrepare* pending : desk->second.prepares) {
-    if (pending->sent.requestId != answer.requestId || pending->sent.from != answer.to) continue;
-    if (last != nullptr) last->envelope = answer.envelope;
+    if (pending->requestId != requestId || pending->phoneId != phoneId) continue;
+    if (last != nullptr) last->envelope = envelope;
     last = pending;
     pending->news.wake();
   }
-  if (last != nullptr) last->envelope = std::move(answer.envelope);
+  if (last != nullptr) last->envelope = std::move(envelope);
 }
 
 Awaitable<void> RelayHub::waitForDelivery(DeliveryKey key, Duration limit) {
@@ -152,7 +155,7 @@ void RelayHub::deliveryChanged(const DeliveryKey& key) {
 void RelayHub::pairEnded(const std::string& macId, const std::string& phoneId) {
   if (const auto desk = desks_.find(macId); desk != desks_.end()) {
     for (PendingPrepare* pending : desk->second.prepares) {
-      if (pending->sent.from != phoneId) continue;
+      if (pending->phoneId != phoneId) continue;
       pending->unpaired = true;
       pending->news.wake();
     }

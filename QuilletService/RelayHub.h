@@ -10,6 +10,7 @@
 #include "QuilletKit/Async/Clock.h"
 #include "QuilletKit/Async/Event.h"
 #include "QuilletKit/Protocol/WireModels.h"
+#include "QuilletService/RelayBodies.h"
 #include "QuilletService/Storage/DeliveryStore.h"
 
 namespace quillet {
@@ -40,15 +41,17 @@ class RelayHub {
   bool isOnline(const std::string& macId) const { return desks_.contains(macId); }
   /// False if the desktop isn't connected.
   bool send(const std::string& macId, const RelayServerMessage& message);
+  bool send(const std::string& macId, std::string frame);
   void disconnect(const std::string& macId, int closeCode);
   /// Closes all sockets and ends all waits.
   void shutDown();
 
-  /// Passes a prepare to the desktop and waits for its answer. Throws ServiceError when none comes.
-  Awaitable<EnvelopeResponse> prepare(std::string macId, std::string phoneId, PrepareRelayRequest request,
-                                      Duration limit);
+  /// Passes a prepare to the desktop and waits for its answer, whose envelope it gives as text. Throws ServiceError
+  /// when none comes.
+  Awaitable<std::string> prepare(std::string macId, std::string phoneId, PassedPrepare request, Duration limit);
   /// The desktop's answer; goes to whoever waits for it, if anyone still does.
-  void answerPrepare(const std::string& macId, RelayClient::PrepareResult answer);
+  void answerPrepare(const std::string& macId, const std::string& phoneId, const std::string& requestId,
+                     std::string envelope);
 
   /// Returns when `deliveryChanged` is called for the key, or after the limit.
   Awaitable<void> waitForDelivery(DeliveryKey key, Duration limit);

@@ -26,35 +26,34 @@ RelayService::RelayService(Store& store, RelayHub& hub, PairDirectory& pairs, Me
                            RelayLimits limits)
     : store_(store), hub_(hub), pairs_(pairs), metrics_(metrics), time_(time), limits_(limits) {}
 
-Awaitable<EnvelopeResponse> RelayService::prepare(const Device& phone, const std::string& macId,
-                                                  PrepareRelayRequest request) {
+Awaitable<std::string> RelayService::prepare(const Device& phone, const std::string& macId, PassedPrepare request) {
   requirePair(phone, macId);
   Validation::requireId(request.requestId, "requestId");
-  Validation::requireRoute(request.envelope, EnvelopePurpose::prepare, phone.id, macId);
+  Validation::requireRoute(request.envelope.envelope, EnvelopePurpose::prepare, phone.id, macId);
   ++metrics_.preparesSent;
   return hub_.prepare(macId, phone.id, std::move(request), limits_.prepare);
 }
 
-DeliveryStatus RelayService::submit(const Device& phone, const std::string& macId, const DeliveryRequest& request) {
+PassedStatus RelayService::submit(const Device& phone, const std::string& macId, const PassedDelivery& request) {
   requirePair(phone, macId);
   Validation::requireId(request.utteranceId, "utteranceId");
-  Validation::requireRoute(request.envelope, EnvelopePurpose::delivery, phone.id, macId);
+  Validation::requireRoute(request.envelope.envelope, EnvelopePurpose::delivery, phone.id, macId);
   const DeliveryKey key{macId, phone.id, request.utteranceId};
   auto known = store_.deliveries.delivery(key);
   if (known && known->state == DeliveryTransportState::cancelled) return statusOf(key, known);
 
-  Delivery delivery{.envelope = JSONCoding::encode(request.envelope)};
+  Delivery delivery{.envelope = request.envelope.text};
   if (known && known->envelope == delivery.envelope) return statusOf(key, known);
   requireRoom(macId, delivery, known);
   delivery.sent = hub_.isOnline(macId) || (known && known->sent);
   store_.deliveries.save(key, delivery, time_.now());
   ++metrics_.deliveriesSubmitted;
-  forward(key, request.envelope);
+  forward(key, delivery.envelope);
   return statusOf(key, delivery);
 }
 
-Awaitable<DeliveryStatus> RelayService::status(const Device& phone, std::string macId, std::string utteranceId,
-                                               std::chrono::milliseconds wait) {
+Awaitable<PassedStatus> RelayService::status(const Device& phone, std::string macId, std::string utteranceId,
+                                             std::chrono::milliseconds wait) {
   requirePair(phone, macId);
   const DeliveryKey key{macId, phone.id, utteranceId};
   auto delivery = store_.deliveries.delivery(key);
@@ -66,7 +65,7 @@ Awaitable<DeliveryStatus> RelayService::status(const Device& phone, std::string 
   co_return statusOf(key, delivery);
 }
 
-DeliveryStatus RelayService::cancel(const Device& phone, const std::string& macId, const std::string& utteranceId) {
+PassedStatus RelayService::cancel(const Device& phone, const std::string& macId, const std::string& utteranceId) {
   requirePair(phone, macId);
   const DeliveryKey key{macId, phone.id, utteranceId};
   auto delivery = store_.deliveries.delivery(key);
@@ -79,14 +78,14 @@ DeliveryStatus RelayService::cancel(const Device& phone, const std::string& macI
   return statusOf(key, delivery);
 }
 
-PresenceResponse RelayService::presence(const Device& phone) {
+PassedPresence RelayService::presence(const Device& phone) {
   if (phone.isDesktop()) throw Refusal::wrongPlatform("Only a phone can read presence.");
-  PresenceResponse response;
+  PassedPresence response;
   for (const Pair& pair : store_.devices.pairsOf(phone.id)) {
-    PresenceResponse::Mac mac{.macId = pair.macId, .online = hub_.isOnline(pair.macId)};
+    PassedPresence::Mac mac{.macId = pair.macId, .online = hub_.isOnline(pair.macId)};
     if (const auto device = store_.devices.device(pair.macId)) mac.lastSeenAt = device->lastSeenAt;
-    if (const auto stored = store_.deliveries.presence(pair.macId, phone.id)) {
-      mac.readiness = {JSONCoding::decode<Envelope>(stored->envelope), stored->at};
+    if (auto stored = store_.deliveries.presence(pair.macId, phone.id)) {
+      mac.readiness = {std::move(stored->envelope), stored->at};
     }
     response.macs.push_back(std::move(mac));
   }
@@ -112,7 +111,7 @@ void RelayService::connected(const Device& desktop, RelaySocket& socket) {
 
 void RelayService::forwardPending(const std::string& macId) {
   for (PendingDelivery& waiting : store_.deliveries.pending(macId)) {
-    if (!forward(waiting.key, JSONCoding::decode<Envelope>(waiting.envelope))) return;
+    if (!forward(waiting.key, waiting.envelope)) return;
     store_.deliveries.markSent(waiting.key);
   }
 }
@@ -125,8 +124,8 @@ void RelayService::disconnected(const Device& desktop, RelaySocket& socket) {
 
 void RelayService::handleFrame(const std::string& macId, std::string_view frame) {
   try {
-    auto message = JSONCoding::decode<RelayClientMessage>(frame);
-    std::visit([&](auto& content) { handle(macId, std::move(content)); }, message);
+    auto parsed = DesktopFrame::parse(frame);
+    std::visit([&](const auto& content) { handle(macId, content, parsed.envelopes); }, parsed.message);
   } catch (const JSONCoding::DecodingError&) {
     Log::standard("relay", "Ignoring an undecodable frame of {}", shortened(macId));
   } catch (const DatabaseError& e) {
@@ -134,40 +133,40 @@ void RelayService::handleFrame(const std::string& macId, std::string_view frame)
   }
 }
 
-void RelayService::handle(const std::string& macId, RelayClient::PrepareResult answer) {
+void RelayService::handle(const std::string& macId, const RelayClient::PrepareResult& answer, Envelopes& texts) {
   if (!Validation::fitsRoute(answer.envelope, EnvelopePurpose::prepareResult, macId, answer.to)) return;
-  hub_.answerPrepare(macId, std::move(answer));
+  hub_.answerPrepare(macId, answer.to, answer.requestId, std::move(texts.front()));
 }
 
-void RelayService::handle(const std::string& macId, RelayClient::Received received) {
+void RelayService::handle(const std::string& macId, const RelayClient::Received& received, Envelopes&) {
   // Waiting calls are for results; they go on waiting.
   store_.deliveries.markReceived(macId, received.utteranceId, time_.now());
 }
 
-void RelayService::handle(const std::string& macId, RelayClient::Result result) {
+void RelayService::handle(const std::string& macId, const RelayClient::Result& result, Envelopes& texts) {
   if (!Validation::fitsRoute(result.envelope, EnvelopePurpose::result, macId, result.to)) return;
   // A result that isn't kept must come again, which it does with the delivery on the desktop's next socket.
-  orComeAgain(macId, [&] { keepResult(macId, result); });
+  orComeAgain(macId, [&] { keepResult({macId, result.to, result.utteranceId}, std::move(texts.front())); });
 }
 
-void RelayService::keepResult(const std::string& macId, const RelayClient::Result& result) {
-  const DeliveryKey key{macId, result.to, result.utteranceId};
+void RelayService::keepResult(const DeliveryKey& key, std::string envelope) {
   auto delivery = store_.deliveries.delivery(key);
   if (!delivery) return;
   delivery->state = DeliveryTransportState::result;
-  delivery->result = JSONCoding::encode(result.envelope);
+  delivery->result = std::move(envelope);
   store_.deliveries.save(key, *delivery, time_.now());
   ++metrics_.resultsReturned;
   hub_.deliveryChanged(key);
 }
 
-void RelayService::handle(const std::string& macId, RelayClient::Presence presence) {
+void RelayService::handle(const std::string& macId, const RelayClient::Presence& presence, Envelopes& texts) {
   const std::int64_t now = time_.now();
   Transaction transaction(store_.database);
-  for (const PresenceUpdate& update : presence.updates) {
+  for (std::size_t i = 0; i < presence.updates.size(); ++i) {
+    const PresenceUpdate& update = presence.updates[i];
     const bool fits = Validation::fitsRoute(update.envelope, EnvelopePurpose::readiness, macId, update.to);
     if (!fits || !pairs_.arePaired(macId, update.to)) continue;
-    store_.deliveries.savePresence(macId, update.to, {JSONCoding::encode(update.envelope), now});
+    store_.deliveries.savePresence(macId, update.to, {std::move(texts.at(i)), now});
   }
   transaction.commit();
   store_.noteSeen(macId, now);
@@ -197,15 +196,15 @@ void RelayService::requireRoom(const std::string& macId, const Delivery& added, 
   }
 }
 
-bool RelayService::forward(const DeliveryKey& key, Envelope envelope) {
-  return hub_.send(key.macId, RelayServer::Deliver{key.utteranceId, key.phoneId, std::move(envelope)});
+bool RelayService::forward(const DeliveryKey& key, const std::string& envelope) {
+  return hub_.isOnline(key.macId) && hub_.send(key.macId, RelayText::deliver(key.utteranceId, key.phoneId, envelope));
 }
 
-DeliveryStatus RelayService::statusOf(const DeliveryKey& key, const std::optional<Delivery>& delivery) const {
-  DeliveryStatus status{.utteranceId = key.utteranceId, .macOnline = hub_.isOnline(key.macId)};
+PassedStatus RelayService::statusOf(const DeliveryKey& key, const std::optional<Delivery>& delivery) const {
+  PassedStatus status{.utteranceId = key.utteranceId, .macOnline = hub_.isOnline(key.macId)};
   if (!delivery) return status;
   status.state = delivery->state;
-  if (delivery->result) status.resultEnvelope = JSONCoding::decode<Envelope>(*delivery->result);
+  status.resultEnvelope = delivery->result;
   return status;
 }
 

@@ -25,15 +25,17 @@ class RelayService {
   RelayService(Store& store, RelayHub& hub, PairDirectory& pairs, Metrics& metrics, const TimeSource& time,
                RelayLimits limits);
 
-  /// What is wrong with the request is thrown at once.
-  Awaitable<EnvelopeResponse> prepare(const Device& phone, const std::string& macId, PrepareRelayRequest request);
-  DeliveryStatus submit(const Device& phone, const std::string& macId, const DeliveryRequest& request);
+  /// The text of the answer's envelope. What is wrong with the request is thrown at once.
+  Awaitable<std::string> prepare(const Device& phone, const std::string& macId, PassedPrepare request);
+  PassedStatus submit(const Device& phone, const std::string& macId, const PassedDelivery& request);
   /// Returns at once for a finished delivery; otherwise when it finishes, or after `wait`.
-  Awaitable<DeliveryStatus> status(const Device& phone, std::string macId, std::string utteranceId,
-                                   std::chrono::milliseconds wait);
+  Awaitable<PassedStatus> status(const Device& phone, std::string macId, std::string utteranceId,
+                                 std::chrono::milliseconds wait);
   /// Only what never left for the desktop can be cancelled; otherwise the status tells how far it got.
-  DeliveryStatus cancel(const Device& phone, const std::string& macId, const std::string& utteranceId);
-  PresenceResponse presence(const Device& phone);
+  PassedStatus cancel(const Device& phone, const std::string& macId, const std::string& utteranceId);
+  PassedPresence presence(const Device& phone);
+  /// All of a phone's endpoints for a computer ask this first.
+  void requirePair(const Device& phone, const std::string& macId);
 
   /// A desktop's socket is open: what waits for it goes out.
   void connected(const Device& desktop, RelaySocket& socket);
@@ -43,20 +45,20 @@ class RelayService {
   void sweep();
 
  private:
-  void handle(const std::string& macId, RelayClient::PrepareResult answer);
-  void handle(const std::string& macId, RelayClient::Received received);
-  void handle(const std::string& macId, RelayClient::Result result);
-  void handle(const std::string& macId, RelayClient::Presence presence);
-  void keepResult(const std::string& macId, const RelayClient::Result& result);
+  using Envelopes = std::vector<std::string>;
+  void handle(const std::string& macId, const RelayClient::PrepareResult& answer, Envelopes& texts);
+  void handle(const std::string& macId, const RelayClient::Received& received, Envelopes& texts);
+  void handle(const std::string& macId, const RelayClient::Result& result, Envelopes& texts);
+  void handle(const std::string& macId, const RelayClient::Presence& presence, Envelopes& texts);
+  void keepResult(const DeliveryKey& key, std::string envelope);
   void forwardPending(const std::string& macId);
   /// Does it, or has the desktop come again.
   template <typename Work>
   void orComeAgain(const std::string& macId, Work work);
-  void requirePair(const Device& phone, const std::string& macId);
   /// `known` is the delivery in whose place `added` would stand, if there is one.
   void requireRoom(const std::string& macId, const Delivery& added, const std::optional<Delivery>& known);
-  bool forward(const DeliveryKey& key, Envelope envelope);
-  DeliveryStatus statusOf(const DeliveryKey& key, const std::optional<Delivery>& delivery) const;
+  bool forward(const DeliveryKey& key, const std::string& envelope);
+  PassedStatus statusOf(const DeliveryKey& key, const std::optional<Delivery>& delivery) const;
 
   Store& store_;
   RelayHub& hub_;

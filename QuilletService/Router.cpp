@@ -15,11 +15,17 @@ constexpr std::string_view kRelayPath = "/v1/mac/connect";
 constexpr std::string_view kTranscribePath = "/v1/transcribe";
 constexpr std::string_view kStreamPath = "/v1/transcribe/stream";
 constexpr std::string_view kRegisterPath = "/v1/devices/register";
-constexpr std::string_view kPairingPaths = "/v1/pairing/";
-constexpr std::size_t kSmallBodyLimit = 64 * 1024;  // All that takes no envelope and no feedback.
+
+// Each route takes as much as its longest honest body needs.
+constexpr std::size_t kNoBody = 1024;
+constexpr std::size_t kNameBody = 4096 + 256;
+constexpr std::size_t kPairingBody = 16 * 1024;
+constexpr std::size_t kRegistrationBody = 32 * 1024;
+constexpr std::size_t kPrepareBody = 32 * 1024;
+constexpr std::size_t kFeedbackBody = 256 * 1024;
 // An envelope goes on in a frame that names its sender, and a desktop takes no frame beyond 1 MB.
-constexpr std::size_t kBodyLimit = (1 << 20) - 4096;
-constexpr std::size_t kUploadLimit = 16'000'000;
+constexpr std::size_t kDeliveryBody = (1 << 20) - 4096;
+constexpr std::size_t kUploadBody = 16'000'000;
 
 struct Path {
   std::string_view path, query;
@@ -37,7 +43,8 @@ struct Call {
   SignedRequest request;
   std::string_view query;
   std::array<std::string, 2> ids;
-  Device device;
+  Device device;                 ///< The sender of a request that a registered device signed.
+  RegisterRequest registration;  ///< What a request with a key of its own asks for.
 
   template <typename Body>
   Body body() const {
@@ -60,6 +67,7 @@ struct Route {
   std::string_view method, pattern;
   Access access;
   Change change;
+  std::size_t bodyLimit;
   Reply (*run)(Call&);
 };
 
@@ -94,75 +102,83 @@ std::chrono::seconds parseWait(std::string_view query) {
   return std::chrono::seconds(seconds);
 }
 
-RegisterRequest checkedRegistration(Call& call) {
-  auto request = call.body<RegisterRequest>();
-  const Crypto::Key key = Validation::publicKey(request.signingPublicKey, "signingPublicKey");
-  if (DeviceIdentity::fingerprint(key) != call.request.deviceId) throw Refusal::badSignature();
-  call.service.devices.precheckRegistration(request, call.request.address);
-  call.service.authenticator.authenticate(call.request, key);
-  return request;
-}
-
 const Route kRoutes[] = {
-    {"POST", "/v1/macs/{}/prepare", Access::signedByDevice, Change::none,
+    {"POST", "/v1/macs/{}/prepare", Access::signedByDevice, Change::none, kPrepareBody,
      [](Call& c) -> Reply {
-       co_return encoded(co_await c.service.relay.prepare(c.device, c.ids[0], c.body<PrepareRelayRequest>()));
+       c.service.relay.requirePair(c.device, c.ids[0]);  // before the work of reading it
+       co_return RelayText::envelopeResponse(
+           co_await c.service.relay.prepare(c.device, c.ids[0], PassedPrepare::parse(c.request.body)));
      }},
-    {"POST", "/v1/macs/{}/deliveries", Access::signedByDevice, Change::kept,
+    {"POST", "/v1/macs/{}/deliveries", Access::signedByDevice, Change::kept, kDeliveryBody,
      [](Call& c) -> Reply {
-       co_return encoded(c.service.relay.submit(c.device, c.ids[0], c.body<DeliveryRequest>()));
+       c.service.relay.requirePair(c.device, c.ids[0]);
+       co_return c.service.relay.submit(c.device, c.ids[0], PassedDelivery::parse(c.request.body)).json();
      }},
-    {"GET", "/v1/macs/{}/deliveries/{}", Access::signedByDevice, Change::none,
+    {"GET", "/v1/macs/{}/deliveries/{}", Access::signedByDevice, Change::none, kNoBody,
      [](Call& c) -> Reply {
-       co_return encoded(co_await c.service.relay.status(c.device, c.ids[0], c.ids[1], parseWait(c.query)));
+       const auto status = co_await c.service.relay.status(c.device, c.ids[0], c.ids[1], parseWait(c.query));
+       co_return status.json();
      }},
-    {"DELETE", "/v1/macs/{}/deliveries/{}", Access::signedByDevice, Change::kept,
-     [](Call& c) -> Reply { co_return encoded(c.service.relay.cancel(c.device, c.ids[0], c.ids[1])); }},
-    {"GET", "/v1/presence", Access::signedByDevice, Change::none,
-     [](Call& c) -> Reply { co_return encoded(c.service.relay.presence(c.device)); }},
-    {"GET", "/v1/config", Access::open, Change::none, [](Call& c) -> Reply { co_return encoded(c.service.config()); }},
-    {"GET", "/v1/health", Access::open, Change::none, [](Call& c) -> Reply { co_return encoded(c.service.health()); }},
-    {"POST", kRegisterPath, Access::ownKey, Change::kept,
-     [](Call& c) -> Reply {
-       co_return encoded(c.service.devices.registerDevice(checkedRegistration(c), c.request.address));
-     }},
-    {"PATCH", "/v1/devices/me", Access::signedByDevice, Change::kept,
+    {"DELETE", "/v1/macs/{}/deliveries/{}", Access::signedByDevice, Change::kept, kNoBody,
+     [](Call& c) -> Reply { co_return c.service.relay.cancel(c.device, c.ids[0], c.ids[1]).json(); }},
+    {"GET", "/v1/presence", Access::signedByDevice, Change::none, kNoBody,
+     [](Call& c) -> Reply { co_return c.service.relay.presence(c.device).json(); }},
+    {"GET", "/v1/config", Access::open, Change::none, kNoBody,
+     [](Call& c) -> Reply { co_return encoded(c.service.config()); }},
+    {"GET", "/v1/health", Access::open, Change::none, kNoBody,
+     [](Call& c) -> Reply { co_return encoded(c.service.health()); }},
+    {"POST", kRegisterPath, Access::ownKey, Change::kept, kRegistrationBody,
+     [](Call& c) -> Reply { co_return encoded(c.service.devices.registerDevice(c.registration, c.request.address)); }},
+    {"PATCH", "/v1/devices/me", Access::signedByDevice, Change::kept, kNameBody,
      [](Call& c) -> Reply { co_return encoded(c.service.devices.rename(c.device, c.body<RenameRequest>())); }},
-    {"POST", "/v1/devices/me/delete", Access::signedByDevice, Change::none,
+    {"POST", "/v1/devices/me/delete", Access::signedByDevice, Change::none, kNoBody,
      [](Call& c) -> Reply { co_return encoded(c.service.devices.deleteDevice(c.device)); }},
-    {"GET", "/v1/pairs", Access::signedByDevice, Change::none,
+    {"GET", "/v1/pairs", Access::signedByDevice, Change::none, kNoBody,
      [](Call& c) -> Reply { co_return encoded(c.service.devices.pairs(c.device)); }},
-    {"DELETE", "/v1/pairs/{}", Access::signedByDevice, Change::kept,
+    {"DELETE", "/v1/pairs/{}", Access::signedByDevice, Change::kept, kNoBody,
      [](Call& c) -> Reply { co_return encoded(c.service.devices.removePair(c.device, c.ids[0])); }},
-    {"POST", "/v1/feedback", Access::signedByDevice, Change::kept,
+    {"POST", "/v1/feedback", Access::signedByDevice, Change::kept, kFeedbackBody,
      [](Call& c) -> Reply { co_return encoded(c.service.devices.sendFeedback(c.device, c.body<FeedbackRequest>())); }},
-    {"POST", "/v1/pairing/sessions", Access::signedByDevice, Change::kept,
+    {"POST", "/v1/pairing/sessions", Access::signedByDevice, Change::kept, kPairingBody,
      [](Call& c) -> Reply { co_return encoded(c.service.pairing.create(c.device, c.body<CreatePairingRequest>())); }},
-    {"POST", "/v1/pairing/claim", Access::signedByDevice, Change::kept,
+    {"POST", "/v1/pairing/claim", Access::signedByDevice, Change::kept, kPairingBody,
      [](Call& c) -> Reply { co_return encoded(c.service.pairing.claim(c.device, c.body<ClaimPairingRequest>())); }},
-    {"GET", "/v1/pairing/sessions/{}", Access::signedByDevice, Change::none,
+    {"GET", "/v1/pairing/sessions/{}", Access::signedByDevice, Change::none, kNoBody,
      [](Call& c) -> Reply { co_return encoded(c.service.pairing.status(c.device, c.ids[0])); }},
-    {"POST", "/v1/pairing/sessions/{}/confirm", Access::signedByDevice, Change::kept,
+    {"POST", "/v1/pairing/sessions/{}/confirm", Access::signedByDevice, Change::kept, kPairingBody,
      [](Call& c) -> Reply {
        co_return encoded(c.service.pairing.confirm(c.device, c.ids[0], c.body<ConfirmPairingRequest>()));
      }},
-    {"POST", "/v1/pairing/sessions/{}/cancel", Access::signedByDevice, Change::kept,
+    {"POST", "/v1/pairing/sessions/{}/cancel", Access::signedByDevice, Change::kept, kNoBody,
      [](Call& c) -> Reply { co_return encoded(c.service.pairing.cancel(c.device, c.ids[0])); }},
-    {"POST", kTranscribePath, Access::signedByDevice, Change::none,
+    {"POST", kTranscribePath, Access::signedByDevice, Change::none, kUploadBody,
      [](Call& c) -> Reply {
        co_return encoded(co_await c.service.transcription.transcribe(c.device, bytesOf(c.request.body)));
      }},
 };
 
-const Route* findRoute(const SignedRequest& request, std::string_view path, std::array<std::string, 2>& ids) {
-  bool pathKnown = false;
+/// What is got can be asked for without its body, too.
+bool takes(const Route& route, std::string_view method) {
+  return route.method == method || (route.method == "GET" && method == "HEAD");
+}
+
+const Route& findRoute(std::string_view method, std::string_view path, std::array<std::string, 2>& ids) {
+  std::string allow;
   for (const Route& route : kRoutes) {
     if (!matches(route.pattern, path, ids)) continue;
-    if (route.method == request.method) return &route;
-    pathKnown = true;
+    if (takes(route, method)) return route;
+    allow.append(allow.empty() ? "" : ", ").append(route.method).append(route.method == "GET" ? ", HEAD" : "");
   }
-  if (pathKnown) throw ServiceError(405, "method_not_allowed", "This path doesn't take that method.");
-  return nullptr;
+  if (!allow.empty()) throw MethodNotAllowed(std::move(allow));
+  throw Refusal::notFound("There is nothing at this path.");
+}
+
+/// A new device signs with the key that it registers.
+Authenticator::Check checkRegistration(const Call& call) {
+  const Crypto::Key key = Validation::publicKey(call.registration.signingPublicKey, "signingPublicKey");
+  if (DeviceIdentity::fingerprint(key) != call.request.deviceId) throw Refusal::badSignature();
+  call.service.devices.precheckRegistration(call.registration, call.request.address);
+  return call.service.authenticator.check(call.request, key);
 }
 
 HTTPReply asReply(const ServiceError& error) {
@@ -184,25 +200,32 @@ Awaitable<HTTPReply> Router::handle(SignedRequest request) {
 
 Awaitable<HTTPReply> Router::dispatch(SignedRequest request) {
   const auto [path, query] = split(request.target);
-  Call call{service_, request, query, {}, {}};
-  const Route* route = findRoute(request, path, call.ids);
-  if (route == nullptr) throw Refusal::notFound("There is nothing at this path.");
-  if (route->access == Access::signedByDevice) {
-    call.device = service_.authenticator.authenticate(request);
+  Call call{service_, request, query, {}, {}, {}};
+  const Route& route = findRoute(request.method, path, call.ids);
+  if (route.access == Access::signedByDevice) {
+    co_await verify(request, service_.authenticator.check(request));
+    call.device = service_.authenticator.sender(request);
     service_.devices.noteSeen(call.device);
+  } else if (route.access == Access::ownKey) {
+    call.registration = call.body<RegisterRequest>();
+    co_await verify(request, checkRegistration(call));
   }
-  std::string body = co_await route->run(call);
-  if (route->change == Change::kept) co_await service_.durable();
+  std::string body = co_await route.run(call);
+  if (route.change == Change::kept) co_await service_.durable();
   service_.metrics.countRequest(200, {});
-  co_return HTTPReply{200, std::move(body), {}};
+  co_return HTTPReply{200, std::move(body)};
+}
+
+Awaitable<void> Router::verify(const SignedRequest& request, Authenticator::Check check) {
+  const bool holds = co_await service_.verifier.holds(check);
+  service_.authenticator.accept(request, check, holds);
 }
 
 std::optional<HTTPReply> Router::refusalBeforeBody(const SignedRequest& head) {
   try {
     std::array<std::string, 2> ids;
-    const Route* route = findRoute(head, split(head.target).path, ids);
-    if (route == nullptr) throw Refusal::notFound("There is nothing at this path.");
-    if (route->access == Access::signedByDevice) service_.authenticator.precheck(head);
+    const Route& route = findRoute(head.method, split(head.target).path, ids);
+    if (route.access == Access::signedByDevice) service_.authenticator.precheck(head);
     return std::nullopt;
   } catch (...) {
     return refusal(std::current_exception());
@@ -215,17 +238,19 @@ HTTPReply Router::refusal(const std::exception_ptr& error) {
   return reply;
 }
 
-Device Router::authenticateRelay(const SignedRequest& request) {
-  Device device = service_.authenticator.authenticate(request);
+Awaitable<Device> Router::authenticateRelay(SignedRequest request) {
+  co_await verify(request, service_.authenticator.check(request));
+  Device device = service_.authenticator.sender(request);
   if (!device.isDesktop()) throw Refusal::wrongPlatform("Only a desktop can open a relay socket.");
-  return device;
+  co_return device;
 }
 
-Router::StreamEntry Router::authenticateStream(const SignedRequest& request) {
-  const Device device = service_.authenticator.authenticate(request);
+Awaitable<Router::StreamEntry> Router::authenticateStream(SignedRequest request) {
+  co_await verify(request, service_.authenticator.check(request));
+  const Device device = service_.authenticator.sender(request);
   service_.devices.noteSeen(device);
   auto wanted = StreamFrames::Request::parse(split(request.target).query);
-  return {service_.transcription.enter(device), device.id, std::move(wanted)};
+  co_return StreamEntry{service_.transcription.enter(device), device.id, std::move(wanted)};
 }
 
 Awaitable<std::unique_ptr<Transcription>> Router::beginStream(const StreamEntry& entry) {
@@ -239,6 +264,10 @@ APIErrorBody Router::streamFailure(const std::exception_ptr& error) {
 HTTPReply Router::replyFor(const std::exception_ptr& error) {
   try {
     std::rethrow_exception(error);
+  } catch (const MethodNotAllowed& e) {
+    HTTPReply reply = asReply(e);
+    reply.allow = e.allow;
+    return reply;
   } catch (const ServiceError& e) {
     return asReply(e);
   } catch (const JSONCoding::DecodingError&) {
@@ -263,10 +292,13 @@ bool Router::endsWithItsClient(std::string_view target) {
   return split(target).path == kTranscribePath;
 }
 
-std::size_t Router::bodyLimit(std::string_view target) {
-  const std::string_view path = split(target).path;
-  if (path == kRegisterPath || path.starts_with(kPairingPaths)) return kSmallBodyLimit;
-  return path == kTranscribePath ? kUploadLimit : kBodyLimit;
+std::size_t Router::bodyLimit(std::string_view method, std::string_view target) {
+  std::array<std::string, 2> ids;
+  try {
+    return findRoute(method, split(target).path, ids).bodyLimit;
+  } catch (const ServiceError&) {
+    return kDeliveryBody;  // it is refused anyway, and for what is really wrong
+  }
 }
 
 }  // namespace quillet

@@ -13,7 +13,8 @@ namespace quillet {
 struct HTTPReply {
   int status = 200;
   std::string body;
-  std::string code;  ///< The refusal's; empty for none.
+  std::string code{};   ///< The refusal's; empty for none.
+  std::string allow{};  ///< The methods that the path takes instead; empty for none.
 };
 
 /// From a request as it stood on the wire to the endpoint and back: path, signature, JSON, errors. Knows no socket.
@@ -24,7 +25,7 @@ class Router {
   /// Never throws but for cancellation. The views in `request` must live until this is done.
   Awaitable<HTTPReply> handle(SignedRequest request);
   /// The desktop that asks for a relay socket. Throws what `refusal` turns into a reply.
-  Device authenticateRelay(const SignedRequest& request);
+  Awaitable<Device> authenticateRelay(SignedRequest request);
 
   /// What a device that asks for a transcription stream has asked for, and its right to it.
   struct StreamEntry {
@@ -33,7 +34,7 @@ class Router {
     StreamFrames::Request request;
   };
   /// Throws what `refusal` turns into a reply.
-  StreamEntry authenticateStream(const SignedRequest& request);
+  Awaitable<StreamEntry> authenticateStream(SignedRequest request);
   /// Throws what `streamFailure` says for the client, or the cancellation.
   Awaitable<std::unique_ptr<Transcription>> beginStream(const StreamEntry& entry);
   APIErrorBody streamFailure(const std::exception_ptr& error);
@@ -48,11 +49,12 @@ class Router {
   static bool isStreamPath(std::string_view target);
   /// True for requests whose work is to end when their client goes.
   static bool endsWithItsClient(std::string_view target);
-  /// The largest body that this target takes.
-  static std::size_t bodyLimit(std::string_view target);
+  /// The largest body that this request's route takes.
+  static std::size_t bodyLimit(std::string_view method, std::string_view target);
 
  private:
   Awaitable<HTTPReply> dispatch(SignedRequest request);
+  Awaitable<void> verify(const SignedRequest& request, Authenticator::Check check);
   HTTPReply replyFor(const std::exception_ptr& error);
 
   Service& service_;

@@ -21,6 +21,7 @@ Service::Service(const Executor& executor, const TimeSource& time, const Service
       store_(executor, settings.database),
       hub(executor, time),
       authenticator(store_.devices, time, settings.maximumAge, nonceFile(settings.database)),
+      verifier(executor, settings.verifierThreads),
       pairDirectory(store_, hub),
       devices(store_, hub, pairDirectory, time, settings.registrationsPerHour),
       pairing(store_, pairDirectory, time, settings.pairingTimeToLive),

@@ -9,6 +9,7 @@
 #include "QuilletService/PairingService.h"
 #include "QuilletService/RelayService.h"
 #include "QuilletService/Transcription/TranscriptionService.h"
+#include "QuilletService/Verifier.h"
 
 namespace quillet {
 
@@ -20,9 +21,11 @@ struct ServiceSettings {
   RelayLimits relay;
   SpeechEngine* engine = nullptr;  ///< Must outlive the service. Without one it doesn't transcribe.
   TranscriptionLimits transcription;
+  unsigned verifierThreads = Verifier::spareCores();
 };
 
-/// The whole service without its sockets: state, rules and endpoints. One thread, which `executor` runs on.
+/// The whole service without its sockets: state, rules and endpoints. One thread, which `executor` runs on; others only
+/// verify signatures and wait for the disk.
 class Service {
  public:
   /// Throws DatabaseError when the database can't be opened.
@@ -49,6 +52,7 @@ class Service {
   Metrics metrics;
   RelayHub hub;
   Authenticator authenticator;
+  Verifier verifier;
   PairDirectory pairDirectory;
   DeviceService devices;
   PairingService pairing;

@@ -18,6 +18,13 @@ struct ServiceError : std::exception {
   APIErrorBody body;
 };
 
+/// A path that knows other methods only, which `allow` names.
+struct MethodNotAllowed : ServiceError {
+  explicit MethodNotAllowed(std::string methods)
+      : ServiceError(405, "method_not_allowed", "This path doesn't take that method."), allow(std::move(methods)) {}
+  std::string allow;
+};
+
 /// The refusals that more than one endpoint gives.
 namespace Refusal {
 ServiceError badRequest(std::string message);

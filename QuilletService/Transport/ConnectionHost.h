@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <malloc.h>
+
+#include <algorithm>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <cstddef>
@@ -10,6 +13,7 @@
 #include "QuilletService/AddressLimiter.h"
 #include "QuilletService/Router.h"
 #include "QuilletService/ServerLimits.h"
+#include "QuilletService/Transport/HTTPDate.h"
 
 namespace quillet {
 
@@ -37,9 +41,15 @@ class ConnectionHost {
   const ServerLimits& limits() const { return limits_; }
   AddressLimiter& addresses() { return addresses_; }
 
-  void add(ServerConnection& connection) { connections_.insert(&connection); }
+  std::string_view date() { return date_.now(); }
+
+  void add(ServerConnection& connection) {
+    connections_.insert(&connection);
+    most_ = std::max(most_, connections_.size());
+  }
   void remove(ServerConnection& connection) {
     connections_.erase(&connection);
+    giveBackMemory();
     if (connections_.empty() && whenEmpty_) std::exchange(whenEmpty_, nullptr)();
   }
   std::size_t count() const { return connections_.size(); }
@@ -56,11 +66,23 @@ class ConnectionHost {
   }
 
  private:
+  /// When half of many connections are gone: the allocator keeps what they took for itself otherwise.
+  void giveBackMemory() {
+    constexpr std::size_t kMany = 256;
+    if (most_ < kMany || connections_.size() > most_ / 2) return;
+    most_ = connections_.size();
+#ifdef __GLIBC__
+    ::malloc_trim(0);
+#endif
+  }
+
   Service& service_;
   Router router_;
   ServerLimits limits_;
   AddressLimiter addresses_;
+  HTTPDate date_;
   std::set<ServerConnection*> connections_;
+  std::size_t most_ = 0;  ///< At a time, since memory was given back.
   std::function<void()> whenEmpty_;
 };
 

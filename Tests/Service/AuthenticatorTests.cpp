@@ -34,7 +34,7 @@ class AuthenticatorTest : public ServiceTest {
     return wire;
   }
   std::string outcome(const Wire& wire) {
-    return refusalOf([&] { service.authenticator.authenticate(wire.view()); });
+    return refusalOf([&] { authenticate(service.authenticator, wire.view()); });
   }
 };
 
@@ -55,7 +55,7 @@ TEST_F(AuthenticatorTest, EverySignedPartIsBound) {
     tamper(wire);
     SignedRequest request = wire.view();
     request.address = name;
-    EXPECT_EQ(refusalOf([&] { service.authenticator.authenticate(request); }), "401 bad_signature") << name;
+    EXPECT_EQ(refusalOf([&] { authenticate(service.authenticator, request); }), "401 bad_signature") << name;
   }
   Wire stranger = signedBy(Party("Stranger", DevicePlatform::ios));
   EXPECT_EQ(outcome(stranger), "401 unknown_device");
@@ -80,6 +80,13 @@ TEST_F(AuthenticatorTest, ARequestCountsOnceForAsLongAsItsTimeIsGood) {
   EXPECT_EQ(outcome(early), "401 clock_skew");
 }
 
+TEST_F(AuthenticatorTest, OfTwoAlikeThatAreVerifiedAtATimeOneIsTaken) {
+  const Wire wire = signedBy(phone);
+  const auto first = service.authenticator.check(wire.view()), second = service.authenticator.check(wire.view());
+  service.authenticator.accept(wire.view(), second, second.holds());
+  EXPECT_EQ(refusalOf([&] { service.authenticator.accept(wire.view(), first, first.holds()); }), "401 replayed");
+}
+
 TEST_F(AuthenticatorTest, AForgeryDoesNotUseUpANonce) {
   Wire wire = signedBy(phone);
   Wire forged = wire;
@@ -94,7 +101,7 @@ TEST_F(AuthenticatorTest, AForgerIsCutOffForAWhileFromWhereItIs) {
     if (forged) wire.body = "{ }";
     SignedRequest request = wire.view();
     request.address = address;
-    return refusalOf([&] { service.authenticator.authenticate(request); });
+    return refusalOf([&] { authenticate(service.authenticator, request); });
   };
   for (int i = 0; i < 5; ++i) EXPECT_EQ(from("here", true), "401 bad_signature");
   EXPECT_EQ(from("here", true), "429 too_many_requests");

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include <deque>
+
 #include "QuilletKit/Base/Log.h"
 #include "Tests/Doubles/FileText.h"
 #include "Tests/Service/ServerFixture.h"
@@ -116,6 +118,113 @@ TEST_F(HTTPServerTest, WhatIsNoGoodRequestGetsAStatus) {
   }
 }
 
+/// What a proxy before the service could take for something else than the service does.
+TEST_F(HTTPServerTest, WhatCouldBeReadInTwoWaysIsRefusedAndTheConnectionClosed) {
+  const std::string get = "GET /v1/health HTTP/1.1\r\n", post = "POST /v1/feedback HTTP/1.1\r\nHost: a\r\n";
+  const std::string signature = "X-QLT-Device: ", next = "\r\n" + get + "Host: a\r\n\r\n";
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {post + "Transfer-Encoding: gzip\r\n" + next, "400"},
+      {post + "Transfer-Encoding: chunked, identity\r\n" + next, "400"},
+      {post + "Transfer-Encoding: chunked\r\nTransfer-Encoding: x\r\n" + next, "400"},
+      {post + "Transfer-Encoding: chunked, chunked\r\n" + next, "501"},
+      {post + "Transfer-Encoding: gzip, chunked\r\n" + next, "501"},
+      {post + "Transfer-Encoding: chunked\r\nContent-Length: 5\r\n" + next, "400"},
+      {"POST /v1/feedback HTTP/1.0\r\nHost: a\r\nTransfer-Encoding: chunked\r\n" + next, "400"},
+      {post + "Content-Length: 5\r\nContent-Length: 6\r\n" + next, "400"},
+      {post + "Content-Length: -1\r\n" + next, "400"},
+      {post + "Content-Length: +5\r\n" + next, "400"},
+      {post + "Content-Length : 5\r\n" + next, "400"},
+      {"POST /v1/devices/register HTTP/1.1\r\nHost: a\r\nTransfer-Encoding: chunked\r\n\r\nx\r\n", "400"},
+      {get + "Host: a\r\nX: b\r\n c\r\n" + next, "400"},
+      {get + "Host: a\r\nX: b\r\n\tc\r\n" + next, "400"},
+      {get + " Host: a\r\n" + next, "400"},
+      {get + next, "400"},
+      {get + "Host: a\r\nHost: a\r\n" + next, "400"},
+      {get + "Host: a b\r\n" + next, "400"},
+      {get + "Host: a/b\r\n" + next, "400"},
+      {get + "Host: a\nX: b\r\n" + next, "400"},
+      {get + "Host: a\r\nX\r\n" + next, "400"},
+      {get + "Host: a\r\n: b\r\n" + next, "400"},
+      {get + "Host: a\r\nX: b\rc\r\n" + next, "400"},
+      {get + "Host: a\r\nX: b" + std::string(1, '\0') + "\r\n" + next, "400"},
+      {get + "Host: a\r\n" + signature + "a\r\n" + signature + "b\r\n" + next, "400"},
+      {"GET  /v1/health HTTP/1.1\r\nHost: a\r\n" + next, "400"},
+      {"GET /v1/health HTTP/2.0\r\nHost: a\r\n" + next, "505"},
+      {"GET /v1/health\r\n" + next, "400"},
+      {"\x16\x03\x01\x02", "400"},
+  };
+  for (const auto& [request, status] : cases) {
+    std::string answer;
+    play([&]() -> Awaitable<void> { answer = co_await raw(request); });
+    EXPECT_EQ(statusIn(answer), status) << request;
+    EXPECT_NE(answer.find("Connection: close\r\n"), answer.npos) << answer;
+    EXPECT_EQ(answer.find("HTTP/1.1", 8), answer.npos) << "the rest was read as another request: " << request;
+  }
+}
+
+TEST_F(HTTPServerTest, WhatTheStandardAllowsIsTaken) {
+  const std::string end = "Host: a\r\nConnection: close\r\n\r\n";
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"\r\n\r\nGET /v1/health HTTP/1.1\r\n" + end, "200"},
+      {"GET http://a:80/v1/health HTTP/1.1\r\n" + end, "200"},
+      {"GET HTTPS://a/v1/health?x HTTP/1.1\r\n" + end, "200"},
+      {"GET http://a HTTP/1.1\r\n" + end, "404"},
+      {"GET /v1/health HTTP/1.0\r\n\r\n", "200"},
+      {"GET /v1/health HTTP/1.1\r\nhOsT:a\r\nX:\t b \r\nConnection: Close\r\n\r\n", "200"},
+      {"POST /v1/feedback HTTP/1.1\r\nTransfer-Encoding: Chunked\r\n" + end + "2;a=\"b\"\r\n{}\r\n0\r\nX: y\r\n\r\n",
+       "401"},
+  };
+  for (const auto& [request, status] : cases) {
+    std::string answer;
+    play([&]() -> Awaitable<void> { answer = co_await raw(request); });
+    EXPECT_EQ(statusIn(answer), status) << request;
+  }
+}
+
+TEST_F(HTTPServerTest, AnswersSayWhatClientsAndProxiesRelyOn) {
+  const auto answerTo = [&](const std::string& request) {
+    std::string answer;
+    play([&]() -> Awaitable<void> { answer = co_await raw(request); });
+    return answer;
+  };
+  const std::string end = " HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n";
+  const std::string got = answerTo("GET /v1/health" + end), head = answerTo("HEAD /v1/health" + end);
+  EXPECT_NE(got.find(" GMT\r\n"), got.npos) << got;
+  EXPECT_EQ(head, got.substr(0, got.find("\r\n\r\n") + 4)) << "all but the body";
+  EXPECT_NE(answerTo("DELETE /v1/health" + end).find("\r\nAllow: GET, HEAD\r\n"), std::string::npos);
+  EXPECT_NE(answerTo("PUT /v1/devices/me" + end).find("\r\nAllow: PATCH\r\n"), std::string::npos);
+  EXPECT_NE(answerTo("POST /v1/mac/connect" + end).find("\r\nAllow: GET\r\n"), std::string::npos);
+  const std::string upgrade = answerTo("GET /v1/mac/connect" + end);
+  EXPECT_NE(upgrade.find("\r\nUpgrade: websocket\r\n"), upgrade.npos) << upgrade;
+  const std::string old =
+      answerTo("GET /v1/health HTTP/1.0\r\nConnection: keep-alive\r\n\r\nGET /v1/config HTTP/1.0\r\n\r\n");
+  EXPECT_NE(old.find("Connection: keep-alive"), old.npos) << old;
+  EXPECT_NE(old.find("pairingTtlSeconds"), old.npos) << "the second request on the same connection";
+}
+
+TEST_F(HTTPServerTest, AnOpeningHandshakeNeedsAKeyAndTheRightVersion) {
+  play([&]() -> Awaitable<void> { co_await enrol(); });
+  const auto upgrading = [&](const std::string& key, const std::string& version) {
+    std::string answer;
+    const std::string more =
+        "Upgrade: websocket\r\nConnection: upgrade\r\nSec-WebSocket-Version: " + version + "\r\n" + key;
+    play([&]() -> Awaitable<void> {
+      Socket socket = co_await dial();
+      co_await write(socket, wire(mac, "GET", "/v1/mac/connect", {}, more));
+      answer.resize(12);
+      co_await boost::asio::async_read(socket, boost::asio::buffer(answer), boost::asio::use_awaitable);
+    });
+    return statusIn(answer);
+  };
+  const std::string key = "Sec-WebSocket-Key: ", good = key + "dGhlIHNhbXBsZSBub25jZQ==\r\n";
+  EXPECT_EQ(upgrading(good, "13"), "101");
+  EXPECT_EQ(upgrading(good, "8"), "426");
+  for (const std::string& bad :
+       {std::string(), key + "\r\n", key + "c2hvcnQ=\r\n", key + "dGhlIHNhbXBsZSBub25jZ!==\r\n", good + good}) {
+    EXPECT_EQ(upgrading(bad, "13"), "400") << bad;
+  }
+}
+
 TEST_F(HTTPServerTest, OneConnectionServesManyRequests) {
   std::string answer;
   play([&]() -> Awaitable<void> {
@@ -126,6 +235,46 @@ TEST_F(HTTPServerTest, OneConnectionServesManyRequests) {
   const auto first = answer.find(R"({"ok":true})");
   ASSERT_NE(first, answer.npos);
   EXPECT_NE(answer.find(R"({"ok":true})", first + 1), answer.npos);
+}
+
+/// So many at once that threads beside the service's own verify some of them.
+TEST_F(HTTPServerTest, RequestsThatComeTogetherAreEachAnsweredForThemselves) {
+  play([&]() -> Awaitable<void> {
+    co_await enrol();
+    std::deque<Socket> sockets;
+    constexpr int kCalls = 40;
+    for (int i = 0; i < kCalls; ++i) {
+      sockets.push_back(co_await dial());
+      const Party& sender = i % 4 == 0 ? mac : phone;
+      std::string request = wire(sender, "GET",
+                                 i % 10 == 9  ? "/v1/nothing"
+                                 : i % 4 == 1 ? "/v1/presence"
+                                              : "/v1/pairs");
+      if (i % 10 == 8) request.replace(request.find("X-QLT-Nonce: ") + 13, 4, "AAAA");
+      co_await write(sockets.back(), request);
+    }
+    for (int i = 0; i < kCalls; ++i) {
+      const std::string answer = co_await readToEnd(sockets[static_cast<std::size_t>(i)]);
+      const std::string expected = i % 10 == 9 ? "404" : i % 10 == 8 ? "401" : "200";
+      EXPECT_EQ(statusIn(answer), expected) << i << answer;
+      if (expected == "200") EXPECT_NE(answer.find(i % 4 == 1 ? "macs" : "pairs"), answer.npos) << i;
+    }
+  });
+}
+
+TEST_F(HTTPServerTest, ABodyInPiecesIsSignedAsAWhole) {
+  play([&]() -> Awaitable<void> {
+    co_await enrolAndPair();
+    const DeliveryRequest request = delivery("u", std::string(700'000, 'x'));
+    const std::string whole = wire(phone, "POST", "/v1/macs/" + mac.id() + "/deliveries", JSONCoding::encode(request));
+    for (const bool changed : {true, false}) {
+      std::string bytes = whole;
+      if (changed) bytes[bytes.size() - 300'000] ^= 1;
+      Socket socket = co_await dial();
+      for (std::size_t at = 0; at < bytes.size(); at += 100'001) co_await write(socket, bytes.substr(at, 100'001));
+      EXPECT_EQ(statusIn(co_await readToEnd(socket)), changed ? "401" : "200");
+    }
+  });
 }
 
 }  // namespace

@@ -18,14 +18,14 @@ class RelayServiceTest : public ServiceTest {
     connected_ = true;
     service.relay.connected(macDevice, socket);
   }
-  DeliveryStatus submit(const std::string& utterance, const Envelope& envelope) {
+  PassedStatus submit(const std::string& utterance, const Envelope& envelope) {
     return service.relay.submit(phoneDevice, mac.id(), {utterance, envelope});
   }
-  DeliveryStatus submit(const std::string& utterance) {
+  PassedStatus submit(const std::string& utterance) {
     return submit(utterance, sealed(EnvelopePurpose::delivery, phone, mac));
   }
   State stateOf(const std::string& utterance) { return start(wait(utterance, 0s))->response.value().state; }
-  Awaitable<DeliveryStatus> wait(const std::string& utterance, std::chrono::seconds seconds) {
+  Awaitable<PassedStatus> wait(const std::string& utterance, std::chrono::seconds seconds) {
     return service.relay.status(phoneDevice, mac.id(), utterance, seconds);
   }
   void answer(const std::string& utterance, const Envelope& result) {
@@ -54,7 +54,7 @@ TEST_F(RelayServiceTest, APrepareReturnsWithTheDesktopsAnswer) {
   frameFromDesktop(RelayClient::PrepareResult{"r1", phone.id(), result});
   time.run();
   ASSERT_TRUE(call->response);
-  EXPECT_EQ(call->response->envelope, result);
+  EXPECT_EQ(*call->response, JSONCoding::encode(result));
   EXPECT_EQ(service.hub.waiting(), 0U);
 }
 
@@ -148,7 +148,7 @@ TEST_F(RelayServiceTest, TheSameEnvelopeIsOneAttemptAndANewOneIsAnother) {
   answer("u", result);
   const auto repeated = submit("u", first);
   EXPECT_EQ(repeated.state, State::result);
-  EXPECT_EQ(repeated.resultEnvelope, result);
+  EXPECT_EQ(repeated.resultEnvelope, JSONCoding::encode(result));
   EXPECT_EQ(submit("u").state, State::queued);
   EXPECT_EQ(socket.all<RelayServer::Deliver>().size(), 2U);
 }
@@ -170,7 +170,7 @@ TEST_F(RelayServiceTest, AWaitEndsWithTheResultOrItsLimit) {
   time.run();
   ASSERT_TRUE(call->response && patient->response);
   EXPECT_EQ(call->response->state, State::result);
-  EXPECT_EQ(call->response->resultEnvelope, result);
+  EXPECT_EQ(call->response->resultEnvelope, JSONCoding::encode(result));
   EXPECT_TRUE(start(wait("u", 20s))->ended()) << "there is nothing to wait for";
 
   submit("v");
@@ -248,9 +248,42 @@ TEST_F(RelayServiceTest, PresenceIsStoredForPairedPhonesOnly) {
   EXPECT_TRUE(macs[0].online);
   EXPECT_EQ(macs[0].lastSeenAt, time.wall + 5000);
   ASSERT_TRUE(macs[0].readiness);
-  EXPECT_EQ(macs[0].readiness->envelope, readiness);
+  EXPECT_EQ(macs[0].readiness->envelope, JSONCoding::encode(readiness));
   EXPECT_EQ(macs[0].readiness->at, time.wall + 5000);
   EXPECT_FALSE(service.relay.presence(otherDevice).macs.at(0).readiness) << "it wasn't paired when that was sent";
+}
+
+TEST_F(RelayServiceTest, AnEnvelopeIsPassedOnAsItsBytesCame) {
+  connect();
+  const auto odd = [&](EnvelopePurpose purpose, const Party& from, const Party& to) {
+    const std::string text = JSONCoding::encode(sealed(purpose, from, to));
+    return "{\"new\" : [1.50, \"\\u00e9 \\\" } \"],\t" + text.substr(1);
+  };
+  const std::string prepare = odd(EnvelopePurpose::prepare, phone, mac);
+  const auto call = start(service.relay.prepare(
+      phoneDevice, mac.id(),
+      PassedPrepare::parse(R"({"envelope":{"v":0}, "requestId" : "r", "env\u0065lope" : )" + prepare + " }")));
+  EXPECT_NE(socket.frames.back().find("\"envelope\":" + prepare + ","), std::string::npos) << socket.frames.back();
+  const std::string prepared = odd(EnvelopePurpose::prepareResult, mac, phone);
+  service.relay.handleFrame(mac.id(), R"({"type":"prepareResult","requestId":"r","to":")" + phone.id() +
+                                          R"(","envelope": )" + prepared + "}");
+  time.run();
+  EXPECT_EQ(call->response, prepared);
+
+  const std::string delivered = odd(EnvelopePurpose::delivery, phone, mac);
+  service.relay.submit(phoneDevice, mac.id(),
+                       PassedDelivery::parse(R"({"utteranceId":"u","envelope":)" + delivered + "}"));
+  EXPECT_NE(socket.frames.back().find("\"envelope\":" + delivered + ","), std::string::npos);
+  const std::string result = odd(EnvelopePurpose::result, mac, phone);
+  service.relay.handleFrame(
+      mac.id(), R"({"envelope":)" + result + R"(,"type":"result","utteranceId":"u","to":")" + phone.id() + "\"}");
+  EXPECT_NE(start(wait("u", 0s))->response->json().find("\"resultEnvelope\":" + result + ","), std::string::npos);
+
+  const std::string readiness = odd(EnvelopePurpose::readiness, mac, phone);
+  const std::string foreign = JSONCoding::encode(sealed(EnvelopePurpose::readiness, mac, other));
+  service.relay.handleFrame(mac.id(), R"({"type":"presence","updates":[ {"to":"x","envelope":)" + foreign +
+                                          R"(} , {"to":")" + phone.id() + R"(","envelope":)" + readiness + "}]}");
+  EXPECT_NE(service.relay.presence(phoneDevice).json().find(readiness), std::string::npos);
 }
 
 TEST_F(RelayServiceTest, UndecodableFramesAreDropped) {

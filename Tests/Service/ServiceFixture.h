@@ -42,6 +42,13 @@ std::string refusalOf(Work work) {
   }
 }
 
+/// All of a request's steps at once. Gives who sent it, or throws.
+inline Device authenticate(Authenticator& authenticator, const SignedRequest& request) {
+  const Authenticator::Check check = authenticator.check(request);
+  authenticator.accept(request, check, check.holds());
+  return authenticator.sender(request);
+}
+
 /// The service without sockets, in virtual time, with one desktop and one phone that aren't paired yet.
 class ServiceTest : public testing::Test {
  protected:
