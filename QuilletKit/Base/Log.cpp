@@ -7,9 +7,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <mutex>
+#include <string>
+
+#include "QuilletKit/Base/LogLimiter.h"
 
 namespace quillet::Log {
 namespace {
@@ -17,6 +21,7 @@ namespace {
 std::mutex mutex;
 Sink customSink;
 std::shared_ptr<spdlog::logger> logger;
+LogLimiter limiter;
 
 spdlog::level::level_enum spdLevel(Level level) {
   switch (level) {
@@ -54,10 +59,22 @@ std::shared_ptr<spdlog::logger> makeLogger(std::string_view program) {
   return made;
 }
 
+/// Whoever can have a line written again and again must not fill the disk with it.
+void writeSummaries(LogLimiter::Time now) {
+  limiter.summarise(
+      now, [](const std::string& line, std::size_t heldBack) { logger->warn("{} ({} times more)", line, heldBack); });
+}
+
 }  // namespace
 
 void configure(Level minimum, std::string_view program) {
   const std::lock_guard lock(mutex);
+  if (!logger) {
+    std::atexit([] {
+      const std::lock_guard guard(mutex);
+      writeSummaries(LogLimiter::Time::max());
+    });
+  }
   logger = makeLogger(program);
   logger->set_level(spdLevel(minimum));
 }
@@ -71,7 +88,11 @@ void write(Level level, std::string_view category, std::string_view message) {
   const std::lock_guard lock(mutex);
   if (customSink) return customSink({level, category, message});
   if (!logger) logger = makeLogger("quillet");
-  logger->log(spdLevel(level), "com.fernhollow.quillet.mac {}: {}", category, message);
+  if (!logger->should_log(spdLevel(level))) return;
+  const std::string line = fmt::format("com.fernhollow.quillet.mac {}: {}", category, message);
+  const auto now = std::chrono::steady_clock::now();
+  writeSummaries(now);
+  if (limiter.admits(line, now)) logger->log(spdLevel(level), line);
 }
 
 }  // namespace quillet::Log

@@ -21,7 +21,8 @@ struct Line {
 };
 
 /// Where lines go. Writes to the systemd journal when standard error is connected to it, to standard error otherwise.
-/// Call once, before other threads start. Lines under `minimum` are dropped.
+/// Call once, before other threads start. Lines under `minimum` are dropped. A line that is repeated is written ten
+/// times in a minute; how often it came beyond that stands in a line of its own.
 void configure(Level minimum, std::string_view program);
 
 /// Replaces the destination (tests); an empty function restores the default. Returns the previous one.

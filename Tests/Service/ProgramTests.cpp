@@ -39,6 +39,22 @@ TEST_F(ProgramTest, ASignalEndsItInOrderAndTheNextStartKnowsTheState) {
   EXPECT_EQ(last.wait(), 0);
 }
 
+TEST_F(ProgramTest, ADesktopCannotFillTheLog) {
+  ServiceProgram program(folder.path(), arguments());
+  APIClient macAPI = client(program, mac);
+  main.await(macAPI.registerDevice(DevicePlatform::macos, mac.name, "1"));
+  const auto socket = makeWebSocketTask(session, main.executor(), macAPI.relayRequest(), 1 << 20);
+  socket->resume();
+  constexpr int kFrames = 20'000;
+  for (int i = 0; i < kFrames; ++i) socket->sendText("{", [](bool) {});
+  socket->sendText("ping", [](bool) {});
+  EXPECT_EQ(main.await(socket->receive()).data, "pong");
+  program.signal(SIGTERM);
+  EXPECT_EQ(program.wait(), 0);
+  EXPECT_LT(program.output().size(), 10'000U);
+  EXPECT_NE(program.output().find("(19990 times more)"), std::string::npos) << program.output();
+}
+
 TEST_F(ProgramTest, ADatabaseThatItCannotUseIsRefusedAndLeftAlone) {
   makeDatabase("CREATE TABLE devices(id TEXT); PRAGMA user_version=99");
   expectEnd(arguments(), 3, "newer version");
