@@ -12,7 +12,6 @@
 
 #include "QuilletKit/Async/Clock.h"
 #include "QuilletService/Storage/NonceFile.h"
-#include "QuilletService/TimeSpans.h"
 
 namespace quillet {
 

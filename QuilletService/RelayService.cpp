@@ -111,8 +111,8 @@ void RelayService::connected(const Device& desktop, RelaySocket& socket) {
 
 void RelayService::forwardPending(const std::string& macId) {
   for (PendingDelivery& waiting : store_.deliveries.pending(macId)) {
+    store_.deliveries.markSent(waiting.key);  // first, since what has left can't be cancelled any more
     if (!forward(waiting.key, waiting.envelope)) return;
-    store_.deliveries.markSent(waiting.key);
   }
 }
 

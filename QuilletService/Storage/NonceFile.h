@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "QuilletService/TimeSpans.h"
+#include "QuilletService/Storage/TimeSpans.h"
 
 namespace quillet {
 
