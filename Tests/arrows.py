@@ -27,7 +27,7 @@ MAY = {
     COMPANION + "Platform/Qt": KIT + CORE,
     COMPANION + "Platform/Linux": KIT + CORE + ["QuilletSpeech", COMPANION + "Platform/Qt"],
     COMPANION + "Terminal": KIT + CORE,
-    COMPANION + "Views": CORE[3:],
+    COMPANION + "Views": KIT + CORE[3:],
     "QuilletService/Storage": KIT,
     "QuilletService/Transcription": KIT + ["QuilletSpeech"],
     "QuilletService": KIT + ["QuilletSpeech", "QuilletService/Storage", "QuilletService/Transcription"],
