@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "QuilletKit/Async/Event.h"
+#include "QuilletKit/Network/HTTPRequest.h"
 #include "QuilletKit/Network/ServiceURL.h"
 #include "Tests/Doubles/NetworkThread.h"
 
