@@ -20,7 +20,7 @@ namespace http = boost::beast::http;
 using boost::system::error_code;
 using boost::system::system_error;
 
-constexpr std::uint64_t kBodyLimit = 16 * 1024 * 1024;
+constexpr std::uint64_t kBodyLimit = 1024 * 1024;
 constexpr std::uint32_t kHeaderLimit = 64 * 1024;
 constexpr std::size_t kKeptPerService = 4;
 constexpr std::chrono::seconds kKeptFor{10};
@@ -121,9 +121,31 @@ class HTTPSession::Exchange : public std::enable_shared_from_this<Exchange> {
     co_await converse();
   }
 
+  /// The answer counts from its first byte on, also when it comes while the body is still being sent, or after which
+  /// the service takes no more of it.
   Awaitable<void> converse() {
     if (abandoned_) throw system_error(asio::error::operation_aborted);
-    co_await http::async_write(*connection_, wire_, asio::use_awaitable);
+    asio::co_spawn(network_, send(), [self = shared_from_this()](const std::exception_ptr& error) {
+      self->sending_ = error ? Sending::failed : Sending::done;
+      self->sent_.wake();
+    });
+    std::exception_ptr failure;
+    bool keepAlive = false;
+    try {
+      keepAlive = co_await receive();
+    } catch (const system_error&) {
+      failure = std::current_exception();
+    }
+    if (sending_ == Sending::underWay) connection_->close();
+    while (sending_ == Sending::underWay) co_await sent_.wait();
+    if (failure) std::rethrow_exception(failure);
+    if (keepAlive && sending_ == Sending::done) pool_->keep(serviceKey(url_), std::move(connection_));
+  }
+
+  Awaitable<void> send() { co_await http::async_write(*connection_, wire_, asio::use_awaitable); }
+
+  /// True if the connection may be used again.
+  Awaitable<bool> receive() {
     boost::beast::flat_buffer buffer;
     std::optional<Parser> parser;
     do {
@@ -133,7 +155,7 @@ class HTTPSession::Exchange : public std::enable_shared_from_this<Exchange> {
       co_await http::async_read(*connection_, buffer, *parser, asio::use_awaitable);
     } while (parser->get().result_int() < 200);
     response_ = {static_cast<int>(parser->get().result_int()), std::move(parser->get().body())};
-    if (parser->keep_alive() && buffer.size() == 0) pool_->keep(serviceKey(url_), std::move(connection_));
+    co_return parser->keep_alive() && buffer.size() == 0;
   }
 
   void finish(const std::exception_ptr& error) {
@@ -162,6 +184,8 @@ class HTTPSession::Exchange : public std::enable_shared_from_this<Exchange> {
   ServiceURL url_;
   http::request<http::string_body> wire_;
   Connection connection_;
+  enum class Sending { underWay, done, failed } sending_ = Sending::underWay;
+  Event sent_;
   HTTPResponse response_;
   std::exception_ptr error_;
   bool finished_ = false;

@@ -29,7 +29,8 @@ class HTTPSession {
   ~HTTPSession();
 
   /// Throws TransportError, or the cancellation error when cancelled. The whole exchange is bounded by the request's
-  /// timeout; response bodies are limited to 16 MiB.
+  /// timeout; response bodies are limited to 1 MiB. An answer that comes while the body is
+  /// still being sent ends the sending, and counts.
   Awaitable<HTTPResponse> send(HTTPRequest request);
 
   const Executor& network() const { return network_; }

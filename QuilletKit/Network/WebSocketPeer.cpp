@@ -72,6 +72,9 @@ Awaitable<void> WebSocketPeer::upgrade() {
     throw TransportError("The service refused the connection.");
   }
   if (error) throw system_error(error);
+  for (const auto field : {beast::http::field::sec_websocket_extensions, beast::http::field::sec_websocket_protocol}) {
+    if (response.find(field) != response.end()) throw TransportError("The service chose what wasn't offered.");
+  }
 }
 
 Awaitable<void> WebSocketPeer::read() {

@@ -154,7 +154,7 @@ TEST_F(HTTPSessionTest, TellsAnswersFromWhatIsNoneAndEndsThoseThatNeverWould) {
       {"cut in a body", answering("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\ncut"), kLost, 80s},
       {"closed", answering(""), kLost, 80s},
       {"no HTTP", answering("SSH-2.0-Other\r\n\r\n"), "No HTTP response", 80s},
-      {"too long", answering("HTTP/1.1 200 OK\r\nContent-Length: 99999999\r\n\r\n"), "The answer was too long.", 80s},
+      {"too long", answering("HTTP/1.1 200 OK\r\nContent-Length: 1048577\r\n\r\n"), "The answer was too long.", 80s},
       {"a redirection", answering("HTTP/1.1 302 Found\r\nLocation: /x\r\nContent-Length: 0\r\n\r\n"), "answered 302",
        80s},
       {"after an interim answer", answering("HTTP/1.1 100 Continue\r\n\r\n" + LoopbackServer::answer(200, "")),
@@ -168,6 +168,21 @@ TEST_F(HTTPSessionTest, TellsAnswersFromWhatIsNoneAndEndsThoseThatNeverWould) {
     request.timeout = timeout;
     EXPECT_EQ(failureOf(std::move(request)), expected) << what;
     EXPECT_LE(server.connections(), 1) << what << ", tried again";
+  }
+}
+
+TEST_F(HTTPSessionTest, HearsAnAnswerThatComesWhileTheBodyIsStillBeingSent) {
+  for (const bool stays : {false, true}) {
+    LoopbackServer server([stays](LoopbackServer&, LoopbackServer::Socket socket) -> Awaitable<void> {
+      std::array<char, 500> head;
+      co_await socket.async_read_some(boost::asio::buffer(head), boost::asio::use_awaitable);
+      co_await LoopbackServer::write(socket, LoopbackServer::answer(413, "too much"));
+      if (stays) co_await LoopbackServer::stall();  // and takes no more of it; otherwise resets the connection
+    });
+    HTTPRequest request = server.request("/");
+    request.method = "POST";
+    request.body.assign(12'000'000, 'x');
+    EXPECT_EQ(failureOf(std::move(request)), "answered 413") << stays;
   }
 }
 

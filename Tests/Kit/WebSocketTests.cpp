@@ -127,6 +127,22 @@ TEST_F(WebSocketTest, AMessageOverTheLimitFailsForGood) {
   }
 }
 
+TEST_F(WebSocketTest, FailsAnUpgradeThatChoosesWhatWasNotOffered) {
+  for (const char* field : {"Sec-WebSocket-Extensions", "Sec-WebSocket-Protocol", "X-Other"}) {
+    LoopbackServer server([field](LoopbackServer& self, Socket socket) -> Awaitable<void> {
+      const auto request = co_await self.readRequest(socket);
+      LoopbackServer::WebSocket stream(std::move(socket));
+      stream.set_option(websocket::stream_base::decorator(
+          [field](websocket::response_type& response) { response.set(field, "mbstream"); }));
+      co_await stream.async_accept(request, boost::asio::use_awaitable);
+      co_await stream.async_write(boost::asio::buffer("hello", 5), boost::asio::use_awaitable);
+    });
+    const auto task = makeWebSocketTask(session, main.executor(), server.request("/"), 1000);
+    task->resume();
+    EXPECT_EQ(receive(*task), std::string(field) == "X-Other" ? "text hello" : "failed") << field;
+  }
+}
+
 TEST_F(WebSocketTest, BoundsTheUpgrade) {
   LoopbackServer server([](LoopbackServer& self, Socket socket) -> Awaitable<void> {
     co_await self.readRequest(socket);

@@ -8,6 +8,7 @@ namespace quillet {
 MainLoop::~MainLoop() {
   QCoreApplication::removePostedEvents(&receiver_);
   context_.shutdown();
+  QCoreApplication::removePostedEvents(&receiver_);  // what waited for an event, while the context is still there
   context_.destroy();
 }
 
