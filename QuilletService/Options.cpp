@@ -1,12 +1,38 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/Options.h"
 
+#include <CLI/CLI.hpp>
+#include <array>
 #include <charconv>
-#include <cstdlib>
 #include <map>
+#include <vector>
+
+#include "QuilletKit/Base/BaseFolder.h"
 
 namespace quillet {
 namespace {
+
+constexpr std::array kValued{"--listen",
+                             "--database",
+                             "--max-age",
+                             "--pairing-ttl",
+                             "--certificate",
+                             "--key",
+                             "--trust-proxy",
+                             "--max-connections",
+                             "--max-connections-per-address",
+                             "--max-registrations-per-hour",
+                             "--max-queue",
+                             "--metrics-port",
+                             "--log",
+                             "--engine",
+                             "--engine-model",
+                             "--engine-region",
+                             "--engine-key",
+                             "--max-streams",
+                             "--max-uploads",
+                             "--max-uploads-waiting",
+                             "--max-sound-per-hour"};
 
 template <typename Number>
 Number parseNumber(std::string_view option, std::string_view text, Number least, Number most) {
@@ -137,8 +163,6 @@ void apply(Options& options, TLSFiles& tls, std::string_view name, std::string_v
     tls.key = value;
   } else if (name == "--log") {
     options.logLevel = parseLevel(value);
-  } else {
-    throw Options::UsageError("Unknown option " + std::string(name));
   }
 }
 
@@ -149,16 +173,21 @@ Options Options::parse(std::span<const char* const> arguments) {
   TLSFiles tls;
   EngineDetails engine;
   options.settings.database = defaultDatabase();
-  for (std::size_t i = 0; i < arguments.size(); ++i) {
-    const std::string_view name = arguments[i];
-    if (name == "--help") {
-      options.help = true;
-    } else if (name == "--version") {
-      options.version = true;
-    } else if (i + 1 == arguments.size() || std::string_view(arguments[i + 1]).empty()) {
-      throw UsageError(std::string(name) + (name.starts_with("--") ? " needs a value" : " isn't an option"));
-    } else if (const std::string_view value = arguments[++i]; !applyEngine(options, engine, name, value)) {
-      apply(options, tls, name, value);
+  CLI::App app;
+  app.set_help_flag();  // ours is a flag like the others
+  app.add_flag("--help", options.help);
+  app.add_flag("--version", options.version);
+  std::vector<CLI::Option*> valued;
+  for (const std::string name : kValued) valued.push_back(app.add_option(name));
+  try {
+    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+  } catch (const CLI::ParseError& error) {
+    throw UsageError(error.what());
+  }
+  for (const CLI::Option* option : valued) {
+    for (const auto& value : option->results()) {
+      if (value.empty()) throw UsageError(option->get_name() + " needs a value");
+      if (!applyEngine(options, engine, option->get_name(), value)) apply(options, tls, option->get_name(), value);
     }
   }
   fillIn(options, engine);
@@ -204,11 +233,7 @@ std::string_view Options::usage() {
 }
 
 std::filesystem::path Options::defaultDatabase() {
-  const char* const state = std::getenv("XDG_STATE_HOME");
-  const char* const home = std::getenv("HOME");
-  const std::filesystem::path base = state != nullptr && *state == '/'
-                                         ? std::filesystem::path(state)
-                                         : std::filesystem::path(home != nullptr ? home : ".") / ".local/state";
+  const auto base = baseFolder("XDG_STATE_HOME", ".local/state").value_or(".local/state");
   return base / "quillet" / "service.sqlite";
 }
 

@@ -1,22 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Program/UserFolders.h"
 
-#include <cstdlib>
-
 #include "QuilletCompanion/App/AppModelParts.h"
+#include "QuilletKit/Base/BaseFolder.h"
 
 namespace quillet::UserFolders {
 namespace {
 
 using Folder = std::optional<std::filesystem::path>;
-
-Folder baseFolder(const char* variable, const char* underHome) {
-  const char* set = std::getenv(variable);
-  if (set != nullptr && *set == '/') return std::filesystem::path(set);
-  const char* home = std::getenv("HOME");
-  if (home == nullptr || *home != '/') return std::nullopt;
-  return std::filesystem::path(home) / underHome;
-}
 
 Folder ofOurs(Folder base) {
   if (base) *base /= kBundleIdentifier;

@@ -8,6 +8,7 @@
 
 #include "QuilletKit/Base/AtomicFile.h"
 #include "QuilletKit/Base/File.h"
+#include "QuilletKit/Base/PercentCoding.h"
 
 namespace quillet {
 namespace {
@@ -18,15 +19,13 @@ bool isPlain(char c) {
 
 /// A file name that stands for exactly one text: never empty, never hidden, never a path.
 std::string safeFileName(std::string_view text) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
   if (text.empty()) return "%";
   std::string name;
   for (const char c : text) {
     if (isPlain(c) && !(c == '.' && name.empty())) {
       name += c;
     } else {
-      const auto byte = static_cast<std::uint8_t>(c);
-      name.append({'%', kDigits[byte >> 4], kDigits[byte & 15]});
+      PercentCoding::append(name, c);
     }
   }
   return name;

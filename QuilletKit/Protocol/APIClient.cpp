@@ -5,6 +5,7 @@
 
 #include "QuilletKit/Async/Clock.h"
 #include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Base/PercentCoding.h"
 #include "QuilletKit/JSON/JSONCoding.h"
 #include "QuilletKit/Protocol/APIResponse.h"
 #include "QuilletKit/Protocol/Identifier.h"
@@ -39,21 +40,6 @@ std::string mac(const std::string& id) {
 }
 std::string delivery(const std::string& macId, const std::string& utteranceId) {
   return mac(macId) + "/deliveries/" + segment(utteranceId);
-}
-
-/// A query's value: all but RFC 3986's unreserved characters are escaped.
-std::string queryValue(std::string_view text) {
-  constexpr std::string_view kUnreserved = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
-  std::string escaped;
-  for (const unsigned char c : text) {
-    if (kUnreserved.find(static_cast<char>(c)) != std::string_view::npos) {
-      escaped += static_cast<char>(c);
-    } else {
-      escaped += {'%', kDigits[c >> 4], kDigits[c & 15]};
-    }
-  }
-  return escaped;
 }
 
 std::string textKey(const Crypto::Key& key) {
@@ -123,9 +109,7 @@ Awaitable<RegisterResponse> APIClient::registerDevice(DevicePlatform platform, s
 }
 
 Awaitable<OK> APIClient::rename(std::string name) {
-  // A named body: GCC 12 relocates an aggregate temporary of a co_await expression byte by byte.
-  const RenameRequest body{std::move(name)};
-  co_return co_await exchange<OK>(withJSON("PATCH", "/v1/devices/me", body));
+  co_return co_await exchange<OK>(withJSON("PATCH", "/v1/devices/me", RenameRequest{std::move(name)}));
 }
 
 Awaitable<OK> APIClient::sendFeedback(FeedbackRequest feedback) {
@@ -145,8 +129,9 @@ Awaitable<OK> APIClient::deleteDevice() {
 }
 
 Awaitable<TranscribeResponse> APIClient::transcribe(TranscribeMeta meta, Bytes audio) {
-  const Bytes upload = TranscribeBody::build(meta, audio);
-  HTTPRequest request = makeRequest("POST", "/v1/transcribe", std::string(textOf(upload)), kUpload, kTranscribe);
+  // From here on the request has the only copy.
+  std::string upload(textOf(TranscribeBody::build(meta, std::exchange(audio, {}))));
+  HTTPRequest request = makeRequest("POST", "/v1/transcribe", std::move(upload), kUpload, kTranscribe);
   co_await addDeviceCheck(request);
   co_return co_await exchange<TranscribeResponse>(std::move(request));
 }
@@ -202,8 +187,8 @@ HTTPRequest APIClient::relayRequest() const {
 }
 
 Awaitable<HTTPRequest> APIClient::transcriptionStreamRequest(std::string utteranceId, RecognitionLanguage language) {
-  const std::string path =
-      "/v1/transcribe/stream?utteranceId=" + queryValue(utteranceId) + "&language=" + queryValue(rawValue(language));
+  const std::string path = "/v1/transcribe/stream?utteranceId=" + PercentCoding::encode(utteranceId) +
+                           "&language=" + PercentCoding::encode(rawValue(language));
   HTTPRequest request = makeRequest("GET", path, {}, {}, kStream);
   co_await addDeviceCheck(request);
   request.url = request.url.webSocket();

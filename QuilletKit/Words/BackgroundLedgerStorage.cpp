@@ -101,9 +101,9 @@ void BackgroundLedgerStorage::refresh() {
   lookAgain_ = looking_;  // a look that has begun may have passed what changed
   if (std::exchange(looking_, true)) return;
   boost::asio::post(worker_->jobs,
-                    [worker = worker_.get(), home = mainThread_, writes = writes_, self = std::weak_ptr(self_)] {
-                      worker->tell(home, [self, writes, found = look(*worker->storage)] {
-                        if (const auto alive = self.lock()) (*alive)->looked(found, writes);
+                    [this, worker = worker_.get(), home = mainThread_, writes = writes_, token = lifetime_.token()] {
+                      worker->tell(home, [this, token, writes, found = look(*worker->storage)] {
+                        if (!token.cancelled()) looked(found, writes);
                       });
                     });
 }

@@ -47,8 +47,7 @@ class BackgroundLedgerStorage final : public WordLedgerStorage {
   std::shared_ptr<Worker> worker_;
   std::thread thread_;
   std::future<void> ended_;
-  /// Expires with this object, and is touched on the main thread only.
-  std::shared_ptr<BackgroundLedgerStorage*> self_ = std::make_shared<BackgroundLedgerStorage*>(this);
+  Lifetime lifetime_;
   Contents seen_;
   int writes_ = 0;
   std::map<std::string, Value> written_;  ///< Since the last look.

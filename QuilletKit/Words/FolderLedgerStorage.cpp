@@ -4,13 +4,13 @@
 #include <fcntl.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdlib>
 #include <system_error>
 
 #include "QuilletKit/Base/AtomicFile.h"
 #include "QuilletKit/Base/File.h"
 #include "QuilletKit/Base/Log.h"
+#include "QuilletKit/Base/PercentCoding.h"
 
 namespace quillet {
 namespace {
@@ -36,7 +36,6 @@ std::optional<fs::path> FolderLedgerStorage::folderFrom(const std::optional<std:
 }
 
 std::optional<std::string> FolderLedgerStorage::fileName(std::string_view key) {
-  constexpr std::string_view kHex = "0123456789ABCDEF";
   std::string name;
   bool dotSeen = false;
   for (const char c : key) {
@@ -45,8 +44,7 @@ std::optional<std::string> FolderLedgerStorage::fileName(std::string_view key) {
     if (standsForItself(c) || firstDot) {
       name += c;
     } else {
-      const auto byte = static_cast<unsigned char>(c);
-      name.append({'%', kHex[byte >> 4], kHex[byte & 0xF]});
+      PercentCoding::append(name, c);
     }
   }
   if (name.empty() || name.size() + kExtension.size() > kLongestName) return std::nullopt;
@@ -55,18 +53,8 @@ std::optional<std::string> FolderLedgerStorage::fileName(std::string_view key) {
 
 std::optional<std::string> FolderLedgerStorage::keyOf(std::string_view fileName) {
   if (!fileName.ends_with(kExtension)) return std::nullopt;
-  const std::string_view name = fileName.substr(0, fileName.size() - kExtension.size());
-  std::string key;
-  for (std::size_t at = 0; at < name.size(); ++at) {
-    unsigned char byte = static_cast<unsigned char>(name[at]);
-    if (byte == '%') {
-      const std::string_view digits = name.substr(at + 1, 2);
-      std::from_chars(digits.data(), digits.data() + digits.size(), byte, 16);
-      at += 2;
-    }
-    key += static_cast<char>(byte);
-  }
-  if (FolderLedgerStorage::fileName(key) != fileName) return std::nullopt;
+  auto key = PercentCoding::decode(fileName.substr(0, fileName.size() - kExtension.size()));
+  if (!key || FolderLedgerStorage::fileName(*key) != fileName) return std::nullopt;
   return key;
 }
 
