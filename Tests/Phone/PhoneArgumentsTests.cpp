@@ -28,8 +28,8 @@ class PhoneCommands : public testing::Test {
 };
 
 TEST_F(PhoneCommands, ReadATextFromStandardInputAndCheckItAsAnyOther) {
-  PhoneState{.name = "P", .service = "http://127.0.0.1:1", .macs = {{{.deviceId = "ab", .name = "M"}, 1}}}.save(
-      folder_);
+  const PeerIdentity mac = DeviceIdentity::generate().peerIdentity("M", DevicePlatform::macos);
+  PhoneState{.name = "P", .service = "http://127.0.0.1:1", .macs = {{mac, 1}}}.save(folder_);
   EXPECT_EQ(run({"say", "-"}, "words\n"), PhoneExit::unreachable) << err_.str();
   EXPECT_EQ(run({"--mac", "M", "say", "-"}, std::string("a\0b", 3)), PhoneExit::usage);
   EXPECT_EQ(run({"deliver", "token", "-", "--utterance", "u"}, "\xFF"), PhoneExit::usage);
