@@ -178,7 +178,10 @@ Options Options::parse(std::span<const char* const> arguments) {
   app.add_flag("--help", options.help);
   app.add_flag("--version", options.version);
   std::vector<CLI::Option*> valued;
-  for (const std::string name : kValued) valued.push_back(app.add_option(name));
+  // Each takes one value a time, and may be told again: addresses of proxies add up, of the others the last one counts.
+  for (const std::string name : kValued) {
+    valued.push_back(app.add_option(name)->expected(1, CLI::detail::expected_max_vector_size)->allow_extra_args(false));
+  }
   try {
     app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
   } catch (const CLI::ParseError& error) {

@@ -15,7 +15,11 @@ void prepareViews(Look& look) {
   // A virtual driver of a graphics card takes eight times the memory for windows that hardly ever move.
   QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
   qml_register_types_Quillet();
-  qmlRegisterSingletonInstance("Quillet", 1, 0, "Look", &look);
+  // Each engine asks anew; a registered instance would be the first one's alone.
+  qmlRegisterSingletonType<Look>("Quillet", 1, 0, "Look", [&look](QQmlEngine*, QJSEngine*) -> QObject* {
+    QJSEngine::setObjectOwnership(&look, QJSEngine::CppOwnership);
+    return &look;
+  });
 }
 
 std::unique_ptr<QQmlEngine> makeViewEngine() {
