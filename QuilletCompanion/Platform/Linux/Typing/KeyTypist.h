@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
-#include "QuilletCompanion/Target/AccessibilityProvider.h"
 #include "QuilletCompanion/Platform/Linux/Typing/TypingObservation.h"
+#include "QuilletCompanion/Target/AccessibilityProvider.h"
 #include "QuilletKit/Async/Clock.h"
 
 namespace quillet {
