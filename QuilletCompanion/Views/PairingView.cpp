@@ -11,13 +11,11 @@ namespace quillet {
 
 using Model = PairingViewModel;
 
-PairingView::PairingView(std::unique_ptr<PairingViewModel> pairing, Executor mainThread,
-                         std::function<std::int64_t()> now)
-    : ViewObject(std::move(mainThread)), pairing_(std::move(pairing)), now_(std::move(now)) {
-  if (pairing_ == nullptr) return;
-  follow(pairing_->phase);
-  follow(pairing_->networkTrouble);
-  follow(pairing_->showCode);
+PairingView::PairingView(AppModel& model, Executor mainThread, std::function<std::int64_t()> now)
+    : ViewObject(std::move(mainThread)), model_(model), now_(std::move(now)) {
+  keep(model_.deviceId().observe([this](const auto&) {
+    if (wanted_) begin();
+  }));
   second_.setInterval(std::chrono::seconds(1));
   connect(&second_, &QTimer::timeout, this, &PairingView::ticked);
   connect(this, &ViewObject::changed, this, [this] {
@@ -92,7 +90,22 @@ QString PairingView::failureButton() const {
 }
 
 void PairingView::start() {
-  if (pairing_ != nullptr) pairing_->start();
+  wanted_ = true;
+  if (pairing_ != nullptr) {
+    pairing_->start();
+  } else {
+    begin();
+  }
+}
+
+void PairingView::begin() {
+  if (pairing_ != nullptr) return;
+  pairing_ = model_.makePairingViewModel();
+  if (pairing_ == nullptr) return;
+  follow(pairing_->phase);
+  follow(pairing_->networkTrouble);
+  follow(pairing_->showCode);
+  pairing_->start();
 }
 
 void PairingView::confirm() {

@@ -6,6 +6,7 @@
 #include <QTimer>
 #include <memory>
 
+#include "QuilletCompanion/App/AppModel.h"
 #include "QuilletCompanion/App/PairingViewModel.h"
 #include "QuilletCompanion/Views/ViewObject.h"
 
@@ -29,8 +30,8 @@ class PairingView final : public ViewObject {
   Q_PROPERTY(bool retrying READ retrying NOTIFY changed)
 
  public:
-  /// `pairing` may be null, while there are no services. `now` gives milliseconds since 1970.
-  PairingView(std::unique_ptr<PairingViewModel> pairing, Executor mainThread, std::function<std::int64_t()> now);
+  /// `now` gives milliseconds since 1970.
+  PairingView(AppModel& model, Executor mainThread, std::function<std::int64_t()> now);
   ~PairingView() override;
 
   /// "starting", "invitation", "verify", "confirming", "paired" or "failed".
@@ -51,6 +52,7 @@ class PairingView final : public ViewObject {
   QString failureButton() const;
   bool retrying() const { return pairing_ != nullptr && pairing_->isRetrying(); }
 
+  /// Begins as soon as this device has its identity, which may be a moment after the window opened.
   Q_INVOKABLE void start();
   Q_INVOKABLE void confirm();
   Q_INVOKABLE void cancel();
@@ -65,7 +67,11 @@ class PairingView final : public ViewObject {
   }
   const PairingViewModel::Failure* failure() const { return in<PairingViewModel::Failure>(); }
 
-  std::unique_ptr<PairingViewModel> pairing_;
+  void begin();
+
+  AppModel& model_;
+  std::unique_ptr<PairingViewModel> pairing_;  ///< Null until it has begun.
+  bool wanted_ = false;
   std::function<std::int64_t()> now_;
   QTimer second_;  ///< Runs only while a code is shown.
 };

@@ -154,7 +154,7 @@ void TrayFrontEnd::furnish(const QString& id, QQmlContext& context) {
   if (id == "connection-test") give("check", new CheckView(model_, mainThread_));
   if (id == "statistics") statistics_.reload();
   if (id == "pair" || id == "onboarding") {
-    auto* const pairing = new PairingView(model_.makePairingViewModel(), mainThread_, surroundings_.now);
+    auto* const pairing = new PairingView(model_, mainThread_, surroundings_.now);
     give("thePairing", pairing);
     if (id == "pair") pairing->start();
   }
