@@ -122,6 +122,31 @@ void checkId(const std::string& id) {
   if (!Identifier::canStandInPath(id)) throw wrongUsage("\"" + id + "\" can't be an utterance's id.");
 }
 
+/// What stands before a word that is no option, so that the library takes it as it is. No argument of a program can
+/// hold it.
+constexpr char kPlain = '\0';
+
+/// Whether a word is an operand in spite of its dash: a text as "-5", or a token, of which every 64th begins with one.
+bool isOperand(std::string_view word) {
+  constexpr std::size_t kTokenLength = 22;
+  constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
+  if (word.size() < 2 || word[0] != '-' || word == "--" || word == "-h") return false;
+  return word[1] != '-' || (word.size() == kTokenLength && word.find_first_not_of(kAlphabet) == word.npos);
+}
+
+/// The last word first, as the library wants them.
+std::vector<std::string> forLibrary(const std::vector<std::string>& arguments) {
+  std::vector<std::string> words(arguments.rbegin(), arguments.rend());
+  for (auto& word : words) {
+    if (isOperand(word)) word.insert(0, 1, kPlain);
+  }
+  return words;
+}
+
+std::string asGiven(const std::string& word) {
+  return !word.empty() && word[0] == kPlain ? word.substr(1) : word;
+}
+
 }  // namespace
 
 PhoneArguments PhoneArguments::parse(const std::vector<std::string>& arguments) {
@@ -134,16 +159,18 @@ PhoneArguments PhoneArguments::parse(const std::vector<std::string>& arguments) 
   for (const std::string name : kFlags) app.add_flag(name == "help" ? "-h,--help" : "--" + name);
   for (const std::string name : kValued) app.add_option("--" + name);
   try {
-    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    app.parse(forLibrary(arguments));
   } catch (const CLI::ParseError& error) {
     throw wrongUsage(error.what());
   }
+  parsed.command = asGiven(parsed.command);
+  std::transform(parsed.operands.begin(), parsed.operands.end(), parsed.operands.begin(), asGiven);
   for (const std::string name : kFlags) {
     if (app.count("--" + name) > 0) parsed.options[name] = "";
   }
   for (const std::string name : kValued) {
     const auto* option = app.get_option("--" + name);
-    if (option->count() > 0) parsed.options[name] = option->results().back();
+    if (option->count() > 0) parsed.options[name] = asGiven(option->results().back());
   }
   return parsed;
 }

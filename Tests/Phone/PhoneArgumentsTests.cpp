@@ -40,6 +40,12 @@ TEST(PhoneArguments, KeepsTextsThatLookLikeOptionsBehindTheDoubleDash) {
   const auto parsed = PhoneArguments::parse({"say", "--mac", "Desk", "--json", "--", "--not-an-option"});
   EXPECT_EQ(parsed.command, "say");
   EXPECT_EQ(parsed.operands, std::vector<std::string>{"--not-an-option"});
+  // Neither a text nor a token of a Mac is an option because of its first character.
+  for (const std::string token : {"-h58CIfFeSD4ED-LUdc-gQ", "--8CIfFeSD4ED-LUdc-gQA"}) {
+    const auto delivery = PhoneArguments::parse({"deliver", token, "-5 degrees", "--utterance", "u", "--mac", "-M"});
+    EXPECT_EQ(delivery.operands, (std::vector<std::string>{token, "-5 degrees"}));
+    EXPECT_EQ(delivery.option("mac"), "-M");
+  }
   EXPECT_EQ(parsed.option("mac"), "Desk");
   EXPECT_TRUE(parsed.json);
 }
