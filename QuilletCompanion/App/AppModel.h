@@ -148,9 +148,6 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   void storePeer(const PeerIdentity& identity);
   void upkeepAll();
   void updateConnectionStatus();
-  bool forgetIdentity();
-  bool forgetFile(const char* name) const;
-  bool forgetJournal() const;
   template <typename... Arguments>
   std::function<void(Arguments...)> weakly(void (AppModel::*operation)(Arguments...));
 

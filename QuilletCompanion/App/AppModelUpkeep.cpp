@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "QuilletKit/Base/Log.h"
+#include "QuilletCompanion/App/LocalReset.h"
 
 namespace quillet {
 
@@ -88,44 +88,15 @@ AppModel::Remains AppModel::resetLocal() {
   const auto before = deviceId().get();
   stopServices();
   abandonInsertions();  // or one would write its outcome into the new device's journal
-  const bool noKeys = forgetIdentity();
-  try {
-    peerStore_.removeAll();
-  } catch (const std::exception&) {
-    Log::standard("relay", "Could not remove the paired devices' file");
-  }
-  const bool noPeers = forgetFile("peers.json"), noJournal = forgetJournal();
-  for (const char* key : {"pendingRename", "pendingRevocations"}) parts_.defaults.remove(key);
-  onboarding_.forget();
+  const auto forgotten =
+      LocalReset(parts_.secretStore, parts_.defaults, parts_.supportFolder).run(peerStore_, onboarding_);
   loadIdentityNow();
   Remains remains;
-  if (!noKeys || !deviceId().get() || deviceId().get() == before) remains.emplace_back("its keys");
-  if (!noPeers) remains.emplace_back("its paired iPhones");
-  if (!noJournal) remains.emplace_back("what it inserted");
+  const bool isNewDevice = !serviceLocation_ || (deviceId().get() && deviceId().get() != before);
+  if (!forgotten.keys || !isNewDevice) remains.emplace_back("its keys");
+  if (!forgotten.peers) remains.emplace_back("its paired iPhones");
+  if (!forgotten.journal) remains.emplace_back("what it inserted");
   return remains;
-}
-
-bool AppModel::forgetIdentity() {
-  try {
-    DeviceIdentity::remove(parts_.secretStore);
-    return true;
-  } catch (const std::exception&) {
-    Log::standard("relay", "Could not remove the device identity");
-    return false;
-  }
-}
-
-/// Looks whether it is gone, too.
-bool AppModel::forgetFile(const char* name) const {
-  if (!parts_.supportFolder) return true;
-  std::error_code ignored;
-  std::filesystem::remove(*parts_.supportFolder / name, ignored);
-  return std::filesystem::symlink_status(*parts_.supportFolder / name, ignored).type() ==
-         std::filesystem::file_type::not_found;
-}
-
-bool AppModel::forgetJournal() const {
-  return !parts_.supportFolder || InsertionJournal::forget(*parts_.supportFolder);
 }
 
 }  // namespace quillet

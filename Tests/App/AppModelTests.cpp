@@ -355,7 +355,7 @@ TEST_F(AppModelTest, AnAddressWithAUserInItIsAnErrorAndNotTheDefault) {
     start();
     EXPECT_EQ(model->startupError().get(), kServiceLocationProblem);
     EXPECT_EQ(model->deviceId().get(), std::nullopt) << address;
-    model->resetLocal();
+    EXPECT_TRUE(model->resetLocal().empty());
     await(model->checkHealth());
     EXPECT_EQ(model->startupError().get(), kServiceLocationProblem);
   }

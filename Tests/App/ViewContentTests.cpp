@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include "QuilletCompanion/App/PillContent.h"
+#include "QuilletCompanion/App/StatusRows.h"
+
+namespace quillet {
+namespace {
+
+using namespace DictationPhases;
+using Tint = StatusRow::Tint;
+
+StatusRow dictationRow(const DictationStatus& dictation) {
+  return statusRows(ConnectionStatus::offline, true, 0, dictation).back();
+}
+
+TEST(StatusRowsTest, SayHowItStandsInWordsAndColours) {
+  const auto rows = statusRows(ConnectionStatus::reconnecting, false, 2, {});
+  const std::vector<StatusRow> expected{{"Connection", "Reconnecting", Tint::yellow},
+                                        {"Accessibility", "Not allowed", Tint::orange},
+                                        {"Paired iPhones", "2", Tint::none},
+                                        {"Dictation on this Mac", "Off", Tint::none}};
+  EXPECT_EQ(rows, expected);
+  const std::string title = "Dictation on this Mac";
+  EXPECT_EQ(dictationRow({true, true, Idle{}}), (StatusRow{title, "On", Tint::green}));
+  EXPECT_EQ(dictationRow({true, false, Inserted{}}), (StatusRow{title, "Needs setup", Tint::orange}));
+  EXPECT_EQ(dictationRow({true, true, Transcribing{}}).value, "Listening");
+  EXPECT_EQ(dictationRow({false, true, Listening{}}).value, "Off");
+}
+
+TEST(StatusRowsTest, TheIconShowsADictationBeforeTheConnection) {
+  EXPECT_EQ(menuIcon(ConnectionStatus::offline, true).symbol, "waveform");
+  EXPECT_EQ(menuIcon(ConnectionStatus::offline, false), (MenuIcon{"mic.slash", "Quillet, offline"}));
+  EXPECT_EQ(menuIcon(ConnectionStatus::reconnecting, false).symbol, "mic");
+}
+
+TEST(PillContentTest, BarsAreAHistoryThatBeginsAnewWithWhatLooksDifferent) {
+  PillContent::Levels levels;
+  EXPECT_TRUE(levels.show(Starting{}));
+  for (int i = 1; i <= 17; ++i) levels.add(static_cast<float>(i));
+  EXPECT_FALSE(levels.show(Listening{7}));
+  EXPECT_EQ(levels.values().front(), 2);
+  EXPECT_EQ(levels.values().back(), 17);
+  EXPECT_TRUE(levels.show(Transcribing{}));
+  EXPECT_EQ(levels.values().back(), 0);
+  EXPECT_EQ(PillContent::Levels::barHeight(0), 4);
+  EXPECT_EQ(PillContent::Levels::barHeight(1), 22);
+}
+
+TEST(PillContentTest, DotsAreAWaveOverAPeriod) {
+  EXPECT_DOUBLE_EQ(PillContent::dotOpacity(0, 0.3, true), 1);
+  EXPECT_DOUBLE_EQ(PillContent::dotOpacity(0, 0.9, true), 0.35);
+  EXPECT_NEAR(PillContent::dotOpacity(1, 0.3 + 0.7 * 1.2 / 6.2831853, true), 1, 1e-6);
+  EXPECT_DOUBLE_EQ(PillContent::dotOpacity(2, 0.3, false), 0.8);
+}
+
+TEST(PillContentTest, DoesNotTellTheChangesOfATargetApart) {
+  for (const auto reason : {RefusalReason::appChanged, RefusalReason::selectionChanged, RefusalReason::focusChanged}) {
+    EXPECT_EQ(PillContent::refusalText(reason), PillContent::refusalText(RefusalReason::noField));
+  }
+  EXPECT_EQ(PillContent::refusalText(RefusalReason::asleep), "This Mac is locked");
+  EXPECT_EQ(PillContent::refusalText(RefusalReason::tokenExpired), "Couldn't type here");
+}
+
+}  // namespace
+}  // namespace quillet
