@@ -76,6 +76,9 @@ TrayFrontEnd::TrayFrontEnd(AppModel& model, Executor mainThread, Look& look, Sur
   QGuiApplication::setWindowIcon(trayIcon("mic.fill"));
   connect(&icon_, &QSystemTrayIcon::activated, this, [this] { togglePopover(); });
   connect(&desk_, &ViewObject::changed, this, [this] { updateIcon(); });
+  connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
+    if (state == Qt::ApplicationActive) model_.becameActive();
+  });
   updateIcon();
   model_.onInsertion = [this](const std::string&) { showBadge(); };
 }
