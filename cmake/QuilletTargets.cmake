@@ -14,7 +14,10 @@ endif()
 
 # What ships ends rather than goes on with a damaged stack, buffer or return address. Debug builds and the sanitizers'
 # do without.
-set(hardened $<AND:$<NOT:$<CONFIG:Debug>>,$<NOT:$<BOOL:${QUILLET_SANITIZE}>>>)
+set(hardened $<NOT:$<CONFIG:Debug>>)
+if(QUILLET_SANITIZE)
+  set(hardened 0)
+endif()
 set(branch_protection $<IF:$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>,-fcf-protection=full,-mbranch-protection=standard>)
 target_compile_options(quillet_options INTERFACE
   $<${hardened}:-fstack-protector-strong> $<${hardened}:-U_FORTIFY_SOURCE> $<${hardened}:-D_FORTIFY_SOURCE=2>
