@@ -22,8 +22,10 @@ inline std::string_view textOf(const std::uint8_t* data, std::size_t size) {
 /// The same keys in every run.
 inline DeviceIdentity identityOf(std::uint8_t fill) {
   DeviceIdentity identity;
-  identity.signingKey.fill(fill);
-  identity.agreementKey.fill(fill);
+  Crypto::Key key;
+  key.fill(fill);
+  identity.signingKey = key;
+  identity.agreementKey = key;
   return identity;
 }
 

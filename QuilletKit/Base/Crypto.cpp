@@ -71,8 +71,18 @@ struct SigningPair {
   bool filled = false;
 };
 
+/// In guarded memory, zero to begin with.
+template <typename T>
+std::unique_ptr<T, Freer<sodium_free>> guarded() {
+  prepareSodium();
+  void* const memory = sodium_malloc(sizeof(T));
+  if (memory == nullptr) throw std::bad_alloc();
+  return std::unique_ptr<T, Freer<sodium_free>>(new (memory) T{});
+}
+
 const SigningPair& signingPair(const Key& seed) {
-  thread_local SigningPair pair;
+  thread_local const auto held = guarded<SigningPair>();
+  SigningPair& pair = *held;
   if (!pair.filled || sodium_memcmp(pair.secret.data(), seed.data(), seed.size()) != 0) {
     prepareSodium();
     require(crypto_sign_seed_keypair(pair.publicKey.data(), pair.secret.data(), seed.data()) == 0, "signing key");
@@ -155,8 +165,28 @@ std::string hexLower(ByteView data) {
   return text;
 }
 
-Key generatePrivateKey() {
+void wipe(std::span<std::uint8_t> bytes) {
+  sodium_memzero(bytes.data(), bytes.size());
+}
+
+void wipe(std::string& text) {
+  sodium_memzero(text.data(), text.size());
+}
+
+PrivateKey::PrivateKey(const Key& key) {
+  auto held = guarded<Key>();
+  *held = key;
+  sodium_mprotect_readonly(held.get());
+  key_ = std::move(held);
+}
+
+bool PrivateKey::operator==(const PrivateKey& other) const {
+  return sodium_memcmp(key_->data(), other.key_->data(), kKeySize) == 0;
+}
+
+PrivateKey generatePrivateKey() {
   Key key;
+  const Wiper wiper(key);
   fillRandom(key);
   return key;
 }

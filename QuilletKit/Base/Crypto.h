@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <stdexcept>
 #include <string>
 
@@ -35,6 +36,40 @@ struct AuthenticationError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// Overwrites what must not stay in memory.
+void wipe(std::span<std::uint8_t> bytes);
+void wipe(std::string& text);
+
+/// Wipes a buffer at the end of its scope.
+template <typename Buffer>
+class Wiper {
+ public:
+  explicit Wiper(Buffer& buffer) : buffer_(buffer) {}
+  ~Wiper() { wipe(buffer_); }
+  Wiper(const Wiper&) = delete;
+  Wiper& operator=(const Wiper&) = delete;
+
+ private:
+  Buffer& buffer_;
+};
+
+/// A private key or a shared secret in one place, however often it is copied: in memory that isn't paged out where the
+/// system allows that, isn't in core dumps, lies between pages that can't be touched, and is wiped at the end. Copies
+/// may be used on any thread.
+class PrivateKey {
+ public:
+  /// All zero.
+  PrivateKey() : PrivateKey(Key{}) {}
+  /// The given array is the caller's to wipe.
+  PrivateKey(const Key& key);  // NOLINT(google-explicit-constructor): any 32 bytes are one
+  operator const Key&() const { return *key_; }
+  operator ByteView() const { return *key_; }
+  bool operator==(const PrivateKey& other) const;
+
+ private:
+  std::shared_ptr<const Key> key_;
+};
+
 /// Throws KeyError unless there are exactly 32 bytes.
 Key keyFrom(ByteView raw);
 
@@ -61,7 +96,7 @@ class Hasher {
 std::string hexLower(ByteView data);
 
 /// 32 random bytes; any 32 bytes are a valid private key of either kind (RFC 8032 seed, RFC 7748 scalar).
-Key generatePrivateKey();
+PrivateKey generatePrivateKey();
 Key ed25519PublicKey(const Key& privateKey);
 Key x25519PublicKey(const Key& privateKey);
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletKit/Identity/DeviceIdentity.h"
 
+#include <optional>
 #include <utility>
 
 #include "QuilletKit/Base/Base64URL.h"
@@ -13,6 +14,15 @@ namespace {
 const std::string kSigningItem = "device.signing.v1";
 const std::string kAgreementItem = "device.agreement.v1";
 constexpr std::size_t kFingerprintBytes = 16;
+
+std::optional<Crypto::PrivateKey> loadKey(SecretStore& store, const std::string& item) {
+  auto bytes = store.load(item);
+  if (!bytes) return std::nullopt;
+  const Crypto::Wiper stored(*bytes);
+  Crypto::Key key = Crypto::keyFrom(*bytes);
+  const Crypto::Wiper wiper(key);
+  return key;
+}
 
 Crypto::Key decodedKey(std::string_view text) {
   const auto raw = Base64URL::decode(text);
@@ -42,11 +52,9 @@ DeviceIdentity DeviceIdentity::generate() {
 }
 
 DeviceIdentity DeviceIdentity::loadOrCreate(SecretStore& store) {
-  if (const auto signing = store.load(kSigningItem)) {
-    if (const auto agreement = store.load(kAgreementItem)) {
-      return {Crypto::keyFrom(*signing), Crypto::keyFrom(*agreement)};
-    }
-  }
+  auto signing = loadKey(store, kSigningItem);
+  auto agreement = signing ? loadKey(store, kAgreementItem) : std::nullopt;
+  if (agreement) return {*std::move(signing), *std::move(agreement)};
   const DeviceIdentity created = generate();
   store.save(created.signingKey, kSigningItem);
   store.save(created.agreementKey, kAgreementItem);

@@ -34,8 +34,8 @@ struct PeerIdentity {
 
 /// This device's long-term keys. Private material; never serialised as a whole.
 struct DeviceIdentity {
-  Crypto::Key signingKey{};    ///< Ed25519 private key (seed).
-  Crypto::Key agreementKey{};  ///< X25519 private key.
+  Crypto::PrivateKey signingKey;    ///< Ed25519 private key (seed).
+  Crypto::PrivateKey agreementKey;  ///< X25519 private key.
 
   static DeviceIdentity generate();
   /// Reads "device.signing.v1" and "device.agreement.v1", or makes and stores both when either is absent.

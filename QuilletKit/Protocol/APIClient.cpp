@@ -129,8 +129,7 @@ Awaitable<OK> APIClient::deleteDevice() {
 }
 
 Awaitable<TranscribeResponse> APIClient::transcribe(TranscribeMeta meta, Bytes audio) {
-  // From here on the request has the only copy.
-  std::string upload(textOf(TranscribeBody::build(meta, std::exchange(audio, {}))));
+  std::string upload = TranscribeBody::build(meta, std::exchange(audio, {}));
   HTTPRequest request = makeRequest("POST", "/v1/transcribe", std::move(upload), kUpload, kTranscribe);
   co_await addDeviceCheck(request);
   co_return co_await exchange<TranscribeResponse>(std::move(request));

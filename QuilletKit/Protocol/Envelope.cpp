@@ -12,8 +12,11 @@ constexpr std::int64_t kVersion = 1;
 constexpr std::size_t kSaltSize = 32;
 
 Crypto::Key boxKey(const DeviceIdentity& own, const PeerIdentity& other, ByteView salt, ByteView additionalData) {
-  const Crypto::Key secret = Crypto::sharedSecret(own.agreementKey, other.agreementKey());
-  return Crypto::keyFrom(Crypto::hkdf(secret, salt, additionalData, Crypto::kKeySize));
+  Crypto::Key secret = Crypto::sharedSecret(own.agreementKey, other.agreementKey());
+  const Crypto::Wiper shared(secret);
+  Bytes derived = Crypto::hkdf(secret, salt, additionalData, Crypto::kKeySize);
+  const Crypto::Wiper wiper(derived);
+  return Crypto::keyFrom(derived);
 }
 
 Bytes decoded(std::string_view text) {
@@ -43,7 +46,8 @@ Envelope Envelope::sealBytes(std::string_view plaintext, EnvelopePurpose purpose
                              const PeerIdentity& recipient, ByteView salt, const Crypto::Nonce& nonce) {
   std::string from = sender.deviceId();
   const std::string bound = additionalData(purpose, from, recipient.deviceId);
-  const Crypto::Key key = boxKey(sender, recipient, salt, bytesOf(bound));
+  Crypto::Key key = boxKey(sender, recipient, salt, bytesOf(bound));
+  const Crypto::Wiper wiper(key);
   const Bytes box = Crypto::seal(key, nonce, bytesOf(plaintext), bytesOf(bound));
   return {kVersion, purpose, std::move(from), recipient.deviceId, Base64URL::encode(salt), Base64URL::encode(box)};
 }
@@ -57,7 +61,9 @@ Bytes Envelope::openBytes(EnvelopePurpose expected, const DeviceIdentity& recipi
   const Bytes saltBytes = decoded(salt);
   const Bytes boxBytes = decoded(box);
   const std::string bound = additionalData(expected, from, to);
-  return Crypto::open(boxKey(recipient, sender, saltBytes, bytesOf(bound)), boxBytes, bytesOf(bound));
+  Crypto::Key key = boxKey(recipient, sender, saltBytes, bytesOf(bound));
+  const Crypto::Wiper wiper(key);
+  return Crypto::open(key, boxBytes, bytesOf(bound));
 }
 
 }  // namespace quillet

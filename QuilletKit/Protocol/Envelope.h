@@ -31,12 +31,15 @@ struct Envelope {
   template <typename Payload>
   static Envelope seal(const Payload& payload, EnvelopePurpose purpose, const DeviceIdentity& sender,
                        const PeerIdentity& recipient) {
-    return sealBytes(JSONCoding::encode(payload), purpose, sender, recipient);
+    std::string text = JSONCoding::encode(payload);
+    const Crypto::Wiper wiper(text);
+    return sealBytes(text, purpose, sender, recipient);
   }
   /// Throws EnvelopeError, Crypto::KeyError, BoxSizeError, AuthenticationError or JSONCoding::DecodingError.
   template <typename Payload>
   Payload open(EnvelopePurpose expected, const DeviceIdentity& recipient, const PeerIdentity& sender) const {
-    const Bytes plaintext = openBytes(expected, recipient, sender);
+    Bytes plaintext = openBytes(expected, recipient, sender);
+    const Crypto::Wiper wiper(plaintext);
     return JSONCoding::decode<Payload>(textOf(plaintext));
   }
 

@@ -41,14 +41,12 @@ bool Feedback::isEmail(std::string_view text) {
   return dot != std::string_view::npos && dot + 1 < domain.size();
 }
 
-Bytes TranscribeBody::build(const TranscribeMeta& meta, ByteView audio) {
+std::string TranscribeBody::build(const TranscribeMeta& meta, ByteView audio) {
   const std::string json = JSONCoding::encode(meta);
-  Bytes body;
+  std::string body;
   body.reserve(kLengthPrefix + json.size() + audio.size());
-  for (int shift = 24; shift >= 0; shift -= 8) body.push_back(static_cast<std::uint8_t>(json.size() >> shift));
-  body.insert(body.end(), json.begin(), json.end());
-  body.insert(body.end(), audio.begin(), audio.end());
-  return body;
+  for (int shift = 24; shift >= 0; shift -= 8) body.push_back(static_cast<char>(json.size() >> shift));
+  return body.append(json).append(textOf(audio));
 }
 
 TranscribeBody::Parsed TranscribeBody::parse(ByteView body) {

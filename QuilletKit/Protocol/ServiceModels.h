@@ -126,7 +126,7 @@ struct TranscribeResponse {
 
 /// The upload format application/vnd.qlt.transcribe: big-endian length, metadata as JSON, audio.
 namespace TranscribeBody {
-Bytes build(const TranscribeMeta& meta, ByteView audio);
+std::string build(const TranscribeMeta& meta, ByteView audio);
 struct Parsed {
   TranscribeMeta meta;
   ByteView audio;  ///< Into the given bytes.

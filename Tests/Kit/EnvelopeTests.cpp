@@ -9,6 +9,10 @@
 namespace quillet {
 namespace {
 
+Bytes bytesIn(ByteView view) {
+  return {view.begin(), view.end()};
+}
+
 TEST(Envelope, TwoSealsShareNeitherSaltNorBox) {
   const DeviceIdentity phone = DeviceIdentity::generate(), desktop = DeviceIdentity::generate();
   const PeerIdentity to = desktop.peerIdentity("Desktop", DevicePlatform::macos);
@@ -62,8 +66,8 @@ TEST(DeviceIdentity, ALoneKeyIsNotReused) {
     MemorySecretStore store;
     store.save(Bytes(32, 1), lone);
     const DeviceIdentity made = DeviceIdentity::loadOrCreate(store);
-    EXPECT_EQ(store.load(kSigningItem), Bytes(made.signingKey.begin(), made.signingKey.end()));
-    EXPECT_EQ(store.load(kAgreementItem), Bytes(made.agreementKey.begin(), made.agreementKey.end()));
+    EXPECT_EQ(store.load(kSigningItem), bytesIn(made.signingKey));
+    EXPECT_EQ(store.load(kAgreementItem), bytesIn(made.agreementKey));
     EXPECT_NE(store.load(lone), Bytes(32, 1));
   }
 }

@@ -49,9 +49,9 @@ TEST(Feedback, KnowsAnEmailAddress) {
 }
 
 TEST(TranscribeBody, RefusesEveryCutAndAnyOtherMetadata) {
-  const Bytes body = TranscribeBody::build({"u", {}, {}, {}, false}, {});
+  const std::string body = TranscribeBody::build({"u", {}, {}, {}, false}, {});
   for (std::size_t length = 0; length < body.size(); ++length) {
-    EXPECT_THROW(TranscribeBody::parse(ByteView(body).first(length)), JSONCoding::DecodingError) << length;
+    EXPECT_THROW(TranscribeBody::parse(bytesOf(body).first(length)), JSONCoding::DecodingError) << length;
   }
   EXPECT_THROW(TranscribeBody::parse(Bytes{0xFF, 0xFF, 0xFF, 0xFF, '{', '}'}), JSONCoding::DecodingError);
   EXPECT_THROW(TranscribeBody::parse(Bytes{0, 0, 0, 2, '{', '}'}), JSONCoding::DecodingError);
