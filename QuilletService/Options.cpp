@@ -4,7 +4,6 @@
 #include <CLI/CLI.hpp>
 #include <array>
 #include <charconv>
-#include <map>
 #include <vector>
 
 #include "QuilletKit/Base/BaseFolder.h"
@@ -56,16 +55,6 @@ void parseListen(Options& options, std::string_view text) {
   if (host.empty()) throw Options::UsageError("--listen needs HOST:PORT");
   options.host = host;
   options.port = parseNumber<std::uint16_t>("--listen", text.substr(colon + 1), 0, 65535);
-}
-
-Log::Level parseLevel(std::string_view text) {
-  static const std::map<std::string_view, Log::Level> kLevels = {{"debug", Log::Level::debug},
-                                                                 {"info", Log::Level::info},
-                                                                 {"default", Log::Level::standard},
-                                                                 {"error", Log::Level::error}};
-  const auto found = kLevels.find(text);
-  if (found == kLevels.end()) throw Options::UsageError("--log needs debug, info, default or error");
-  return found->second;
 }
 
 boost::asio::ip::address parseAddress(std::string_view option, std::string_view text) {
@@ -162,7 +151,9 @@ void apply(Options& options, TLSFiles& tls, std::string_view name, std::string_v
   } else if (name == "--key") {
     tls.key = value;
   } else if (name == "--log") {
-    options.logLevel = parseLevel(value);
+    const auto level = Log::levelNamed(value);
+    if (!level) throw Options::UsageError("--log needs debug, info, default or error");
+    options.logLevel = *level;
   }
 }
 

@@ -40,11 +40,7 @@ std::optional<std::filesystem::path> settingsFile() {
 }
 
 Log::Level logLevel(const UserDefaults& defaults) {
-  const std::string name = defaults.string("QLTLogLevel").value_or("info");
-  if (name == "debug") return Log::Level::debug;
-  if (name == "default") return Log::Level::standard;
-  if (name == "error") return Log::Level::error;
-  return Log::Level::info;
+  return Log::levelNamed(defaults.string("QLTLogLevel").value_or("")).value_or(Log::Level::info);
 }
 
 int failure(const char* message) {

@@ -48,7 +48,7 @@ StatisticsView::StatisticsView(WordStatsStore& store, Executor mainThread)
     summary_ = store_.summary();
     Q_EMIT changed();
   }));
-  follow(store_.syncsWithICloud());
+  follow(store_.isSynchronised());
 }
 
 void StatisticsView::reload() {

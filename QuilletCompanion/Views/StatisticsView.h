@@ -47,7 +47,7 @@ class StatisticsView final : public ViewObject {
   QString timeSaved() const;
   /// Each with "name", "symbol", "total" and "isThisDevice".
   QVariantList devices() const;
-  bool isShared() const { return store_.syncsWithICloud().get(); }
+  bool isShared() const { return store_.isSynchronised().get(); }
 
   /// Takes in what other devices have counted.
   Q_INVOKABLE void reload();

@@ -7,6 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <memory>
@@ -66,6 +68,13 @@ void writeSummaries(LogLimiter::Time now) {
 }
 
 }  // namespace
+
+std::optional<Level> levelNamed(std::string_view text) {
+  constexpr std::array<std::string_view, 4> kNames{"debug", "info", "default", "error"};  // as they are declared
+  const auto found = std::find(kNames.begin(), kNames.end(), text);
+  if (found == kNames.end()) return std::nullopt;
+  return static_cast<Level>(found - kNames.begin());
+}
 
 void configure(Level minimum, std::string_view program) {
   const std::lock_guard lock(mutex);

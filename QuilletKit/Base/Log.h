@@ -4,6 +4,7 @@
 #include <spdlog/fmt/fmt.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -13,6 +14,8 @@
 namespace quillet::Log {
 
 enum class Level { debug, info, standard, error };
+/// "debug", "info", "default" or "error"; absent for another text.
+std::optional<Level> levelNamed(std::string_view text);
 
 struct Line {
   Level level;

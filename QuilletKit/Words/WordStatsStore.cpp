@@ -75,7 +75,7 @@ void WordStatsStore::record(std::int64_t words) {
 void WordStatsStore::reload() {
   auto found = sharedLedgers();
   if (const auto copy = localCopy()) reconcile(found, *copy);
-  syncsWithICloud_.set(cloud_ != nullptr && cloud_->available());
+  isSynchronised_.set(cloud_ != nullptr && cloud_->available());
   ledgers_.set(std::move(found));
 }
 

@@ -34,7 +34,7 @@ class WordStatsStore {
 
   const Observable<std::map<std::string, WordLedger>>& ledgers() const { return ledgers_; }
   /// Whether the shared store can be used now.
-  const Observable<bool>& syncsWithICloud() const { return syncsWithICloud_; }
+  const Observable<bool>& isSynchronised() const { return isSynchronised_; }
   /// Names this installation's ledger; no relation to the device's identity.
   const std::string& deviceId() const { return deviceId_; }
   /// How this device is called and shown from the next record on.
@@ -61,7 +61,7 @@ class WordStatsStore {
   WordCalendar calendar_;
   std::function<std::int64_t()> now_;
   Observable<std::map<std::string, WordLedger>> ledgers_;
-  Observable<bool> syncsWithICloud_{false};
+  Observable<bool> isSynchronised_{false};
 };
 
 }  // namespace quillet

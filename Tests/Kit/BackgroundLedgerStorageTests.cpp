@@ -136,10 +136,10 @@ TEST_F(BackgroundLedgerStorageTest, AStoreThatHangsHoldsNobodyUp) {
   const auto storage = open();
   WordStatsStore stats(storage.get(), local, "Phone", "iphone", WordCalendar("UTC", "en_GB"),
                        [] { return 1'785'880'800'000; });
-  EXPECT_FALSE(stats.syncsWithICloud().get());
+  EXPECT_FALSE(stats.isSynchronised().get());
   EXPECT_EQ(stats.summary().total, 3);
   remote->hang(false);
-  ASSERT_TRUE(eventually([&] { return stats.syncsWithICloud().get(); }));
+  ASSERT_TRUE(eventually([&] { return stats.isSynchronised().get(); }));
   EXPECT_EQ(stats.summary().total, 5) << "what was shared before is not lost to a smaller copy";
 
   remote->hang(true);

@@ -127,11 +127,11 @@ TEST_F(WordStatsStoreTest, ReadsOtherDevicesAndFollowsThem) {
 }
 
 TEST_F(WordStatsStoreTest, TellsWhetherItIsShared) {
-  EXPECT_FALSE(store(nullptr).syncsWithICloud().get());
+  EXPECT_FALSE(store(nullptr).isSynchronised().get());
   cloud.signedIn = false;
   auto stats = store(&cloud);
   std::vector<bool> told;
-  const auto subscription = stats.syncsWithICloud().observe([&](bool syncs) { told.push_back(syncs); });
+  const auto subscription = stats.isSynchronised().observe([&](bool syncs) { told.push_back(syncs); });
   stats.record(2);
   EXPECT_EQ(stats.summary().total, 2);
   stats.reload();

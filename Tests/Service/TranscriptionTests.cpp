@@ -315,9 +315,9 @@ TEST_F(TranscriptionTest, FreesTheDecoderOfAClientThatGoesAway) {
       EXPECT_TRUE(co_await happens([&] { return engine.finishing == 1; }));
     }
     EXPECT_TRUE(co_await letsGo());
-    Bytes body = TranscribeBody::build({"u-1"}, WaveFile::wrap(bytesOfSamples(samples_)));
+    std::string body = TranscribeBody::build({"u-1"}, WaveFile::wrap(bytesOfSamples(samples_)));
     Socket uploading = co_await dial();
-    co_await write(uploading, wire(mac, "POST", "/v1/transcribe", std::string(textOf(body))));
+    co_await write(uploading, wire(mac, "POST", "/v1/transcribe", std::move(body)));
     EXPECT_TRUE(co_await happens([&] { return engine.finishing == 2; }));
     uploading.close();
   });
