@@ -37,6 +37,11 @@ inline Bytes fromHex(std::string_view hex) {
   return bytes;
 }
 
+inline DeviceIdentity identityIn(const json::object& named) {
+  return {Crypto::keyFrom(fromHex(text(named.at("signingSeedHex")))),
+          Crypto::keyFrom(fromHex(text(named.at("agreementSeedHex"))))};
+}
+
 /// One case of a vectors file, with the identities that its file names.
 struct Case {
   const json::object& fields;
@@ -52,11 +57,7 @@ struct Case {
   Bytes inBytes(std::string_view key) const { return fromHex(inText(key)); }
   bool jsonExact() const { return !fields.contains("jsonExact") || fields.at("jsonExact").as_bool(); }
 
-  DeviceIdentity device(std::string_view inKey) const {
-    const json::object& named = identities.at(inText(inKey)).as_object();
-    return {Crypto::keyFrom(fromHex(text(named.at("signingSeedHex")))),
-            Crypto::keyFrom(fromHex(text(named.at("agreementSeedHex"))))};
-  }
+  DeviceIdentity device(std::string_view inKey) const { return identityIn(identities.at(inText(inKey)).as_object()); }
   /// The identity given in full under `peerKey`, or named under `nameKey`.
   PeerIdentity peer(std::string_view peerKey, std::string_view nameKey) const {
     const json::value& value =

@@ -2,8 +2,9 @@
 #pragma once
 
 #include <algorithm>
+#include <boost/core/demangle.hpp>
+#include <map>
 #include <optional>
-#include <tuple>
 
 #include "QuilletKit/Base/Base64URL.h"
 #include "QuilletKit/Protocol/APIResponse.h"
@@ -32,70 +33,82 @@ inline void checkBase64Decode(const Case& test) {
 
 // --- Messages ---
 
-template <typename... Types>
-struct Named {
-  std::array<std::string_view, sizeof...(Types)> names;
+/// How the vectors call a type; nearly always as the source does.
+template <typename T>
+std::string typeName() {
+  if (std::is_same_v<T, RenameRequest>) return "Body";
+  if (std::is_same_v<T, RelayClientMessage>) return "RelayClientMessage";
+  if (std::is_same_v<T, RelayServerMessage>) return "RelayServerMessage";
+  const std::string name = boost::core::demangle(typeid(T).name());
+  return name.substr(name.rfind(':') + 1);
+}
 
-  /// Calls `use` with the type of that name.
-  template <typename Use>
-  void with(std::string_view name, Use use) const {
-    std::size_t index = 0;
-    const bool known = ((names[index++] == name && (use(std::type_identity<Types>{}), true)) || ...);
-    if (!known) throw Mismatch("no type " + std::string(name));
-  }
-};
+/// Calls `use` with the one of the types that has this name.
+template <typename... Types, typename Use>
+void withNamed(std::string_view name, Use use) {
+  const bool known = ((typeName<Types>() == name && (use(std::type_identity<Types>{}), true)) || ...);
+  if (!known) throw Mismatch("no type " + std::string(name));
+}
 
-inline constexpr Named<PrepareRequestPayload, PrepareResultPayload, DeliveryPayload, ResultPayload, ReadinessPayload>
-    kPayloadsByPurpose{{"prepare", "prepareResult", "delivery", "result", "readiness"}};
+template <typename Use>
+void withType(std::string_view name, Use use) {
+  withNamed<PrepareRequestPayload, PrepareResultPayload, DeliveryPayload, ResultPayload, ReadinessPayload, PeerIdentity,
+            Envelope, PrepareRelayRequest, EnvelopeResponse, DeliveryRequest, DeliveryStatus, PresenceResponse,
+            PresenceUpdate, RelayClientMessage, RelayServerMessage, ServiceConfig, RegisterRequest, RegisterResponse,
+            RenameRequest, OK, PairSummary, PairsResponse, FeedbackRequest, CreatePairingRequest, CreatePairingResponse,
+            ClaimPairingRequest, ClaimPairingResponse, ConfirmPairingRequest, PairingStatus, TranscribeMeta,
+            TranscribeResponse, ErrorWrapper, APIErrorBody>(name, use);
+}
 
-inline constexpr Named<PrepareRequestPayload, PrepareResultPayload, DeliveryPayload, ResultPayload, ReadinessPayload,
-                       PeerIdentity, Envelope, PrepareRelayRequest, EnvelopeResponse, DeliveryRequest, DeliveryStatus,
-                       PresenceResponse, ServiceConfig, RegisterRequest, RegisterResponse, RenameRequest, OK,
-                       PairSummary, PairsResponse, FeedbackRequest, CreatePairingRequest, CreatePairingResponse,
-                       ClaimPairingRequest, ClaimPairingResponse, ConfirmPairingRequest, PairingStatus, TranscribeMeta,
-                       TranscribeResponse, ErrorWrapper, APIErrorBody, PresenceUpdate>
-    kTypes{{"PrepareRequestPayload",
-            "PrepareResultPayload",
-            "DeliveryPayload",
-            "ResultPayload",
-            "ReadinessPayload",
-            "PeerIdentity",
-            "Envelope",
-            "PrepareRelayRequest",
-            "EnvelopeResponse",
-            "DeliveryRequest",
-            "DeliveryStatus",
-            "PresenceResponse",
-            "ServiceConfig",
-            "RegisterRequest",
-            "RegisterResponse",
-            "Body",
-            "OK",
-            "PairSummary",
-            "PairsResponse",
-            "FeedbackRequest",
-            "CreatePairingRequest",
-            "CreatePairingResponse",
-            "ClaimPairingRequest",
-            "ClaimPairingResponse",
-            "ConfirmPairingRequest",
-            "PairingStatus",
-            "TranscribeMeta",
-            "TranscribeResponse",
-            "ErrorWrapper",
-            "APIErrorBody",
-            "PresenceUpdate"}};
+/// The payload of a purpose.
+template <typename Use>
+void withPayload(const std::string& purpose, Use use) {
+  const std::map<std::string, std::string> names{{"prepare", "PrepareRequestPayload"},
+                                                 {"prepareResult", "PrepareResultPayload"},
+                                                 {"delivery", "DeliveryPayload"},
+                                                 {"result", "ResultPayload"},
+                                                 {"readiness", "ReadinessPayload"}};
+  withNamed<PrepareRequestPayload, PrepareResultPayload, DeliveryPayload, ResultPayload, ReadinessPayload>(
+      names.at(purpose), use);
+}
 
 inline void checkEncode(const Case& test) {
-  kTypes.with(test.inText("type"), [&]<typename T>(std::type_identity<T>) {
+  withType(test.inText("type"), [&]<typename T>(std::type_identity<T>) {
     requireJSON(test, JSONCoding::encode(decodeValue<T>(test.in("value"))), test.outText("json"));
   });
 }
 
 inline void checkDecode(const Case& test) {
-  kTypes.with(test.inText("type"), [&]<typename T>(std::type_identity<T>) {
+  withType(test.inText("type"), [&]<typename T>(std::type_identity<T>) {
     const T value = JSONCoding::decode<T>(test.inText("json"));
     requireValue(value, test.out().at("value"), "value");
+  });
+}
+
+template <typename T>
+bool isRefused(const json::object& value) {
+  try {
+    JSONCoding::decode<T>(json::serialize(value));
+    return false;
+  } catch (const JSONCoding::DecodingError&) {
+    return true;
+  }
+}
+
+/// Which keys there are, which may be absent or null, and that the order is the sorted one.
+inline void checkShape(const Case& test) {
+  withType(test.inText("type"), [&]<typename T>(std::type_identity<T>) {
+    require(JSONCoding::encode(JSONCoding::decode<T>(test.inText("json"))) == test.inText("json"), "JSON");
+    const json::object whole = json::parse(test.inText("json")).as_object();
+    for (const auto& member : whole) {
+      const std::string key(member.key());
+      json::object without = whole, with = whole;
+      without.erase(key);
+      with[key] = nullptr;
+      const bool optional = std::ranges::count(test.in("optional").as_array(), json::value(key)) > 0;
+      require(isRefused<T>(without) != optional && isRefused<T>(with) != optional, key);
+      if (optional) requireValue(decodeValue<T>(with), without, key);
+    }
   });
 }
 
@@ -132,6 +145,14 @@ inline EnvelopePurpose purposeOf(const Case& test) {
   return *purpose;
 }
 
+inline Crypto::Nonce nonceOf(const Case& test) {
+  const Bytes bytes = test.inBytes("nonceHex");
+  Crypto::Nonce nonce{};
+  require(bytes.size() == nonce.size(), "nonce length");
+  std::copy(bytes.begin(), bytes.end(), nonce.begin());
+  return nonce;
+}
+
 template <typename Payload>
 void checkSealing(const Case& test, const Payload& payload) {
   const EnvelopePurpose purpose = purposeOf(test);
@@ -143,10 +164,7 @@ void checkSealing(const Case& test, const Payload& payload) {
   }
   const std::string plaintext = JSONCoding::encode(payload);
   requireJSON(test, plaintext, text(test.mid().at("plaintext")));
-  const Bytes nonceBytes = test.inBytes("nonceHex");
-  Crypto::Nonce nonce{};
-  require(nonceBytes.size() == nonce.size(), "nonce length");
-  std::copy(nonceBytes.begin(), nonceBytes.end(), nonce.begin());
+  const Crypto::Nonce nonce = nonceOf(test);
   const Envelope sealed = Envelope::sealBytes(plaintext, purpose, sender, recipient, test.inBytes("saltHex"), nonce);
   require(Envelope::additionalData(purpose, sealed.from, sealed.to) == text(test.mid().at("additionalData")),
           "additional data");
@@ -160,14 +178,14 @@ void checkSealing(const Case& test, const Payload& payload) {
 }
 
 inline void checkSeal(const Case& test) {
-  kPayloadsByPurpose.with(test.inText("purpose"), [&]<typename Payload>(std::type_identity<Payload>) {
+  withPayload(test.inText("purpose"), [&]<typename Payload>(std::type_identity<Payload>) {
     checkSealing(test, decodeValue<Payload>(test.in("payload")));
   });
 }
 
 inline void checkOpen(const Case& test) {
   const auto envelope = JSONCoding::decode<Envelope>(test.inText("envelopeJson"));
-  kPayloadsByPurpose.with(test.inText("purpose"), [&]<typename Payload>(std::type_identity<Payload>) {
+  withPayload(test.inText("purpose"), [&]<typename Payload>(std::type_identity<Payload>) {
     const auto payload =
         envelope.open<Payload>(purposeOf(test), test.device("recipient"), test.peer("senderPeer", "sender"));
     requireValue(payload, test.out().at("payload"), "payload");
@@ -209,9 +227,7 @@ inline ServiceURL parsedURL(const std::string& url) {
 }
 
 inline void checkRequestSign(const Case& test) {
-  const json::object& identity = test.identities.begin()->value().as_object();
-  const RequestSigner signer({Crypto::keyFrom(fromHex(text(identity.at("signingSeedHex")))),
-                              Crypto::keyFrom(fromHex(text(identity.at("agreementSeedHex"))))});
+  const RequestSigner signer(identityIn(test.identities.begin()->value().as_object()));
   const Bytes body = test.inBytes("bodyHex");
   const std::int64_t timestamp = test.in("timestamp").to_number<std::int64_t>();
   require(RequestSigner::canonicalString(test.inText("method"), text(test.mid().at("pathWithQuery")), timestamp,
@@ -235,7 +251,7 @@ inline void checkWebSocket(const Case& test) {
 
 inline void checkResponse(const Case& test) {
   try {
-    kTypes.with(test.inText("type"), [&]<typename T>(std::type_identity<T>) {
+    withType(test.inText("type"), [&]<typename T>(std::type_identity<T>) {
       decodeResponse<T>(static_cast<int>(test.in("status").as_int64()), test.inText("bodyText"));
     });
   } catch (const APIError& error) {
@@ -281,10 +297,7 @@ inline void checkConstruct(const Case& test) {
 }
 
 inline void checkSealIdentity(const Case& test) {
-  const Bytes nonceBytes = test.inBytes("nonceHex");
-  Crypto::Nonce nonce{};
-  require(nonceBytes.size() == nonce.size(), "nonce length");
-  std::copy(nonceBytes.begin(), nonceBytes.end(), nonce.begin());
+  const Crypto::Nonce nonce = nonceOf(test);
   const auto peer = test.peer("peer", "name");
   const std::string sealed = pairing(test, "ownPrivateKeyHex").sealIdentity(peer, nonce);
   if (test.jsonExact()) return require(sealed == test.outText("sealed"), "sealed identity");
@@ -350,6 +363,7 @@ inline constexpr Kind kKinds[] = {
     {"decode", "text", checkBase64Decode},
     {"encode", "type", checkEncode},
     {"decode", "type", checkDecode},
+    {"shape", "", checkShape},
     {"serverFrame", "", checkServerFrame},
     {"clientFrame", "", checkClientFrame},
     {"deviceKind", "", checkDeviceKind},

@@ -1,18 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <cstring>
+#include <CLI/CLI.hpp>
 #include <iostream>
 
-#include "QuilletKit/JSON/JSONWriter.h"
 #include "QuilletVectors/VectorRun.h"
 
 namespace quillet::vectors {
 namespace {
-
-constexpr const char* kUsage =
-    "usage: quillet-vectors [--json] [--help] PATH...\n"
-    "Runs the test vectors of each file, or of each file below a folder, against the kit.\n"
-    "  --json  print one JSON object instead of lines\n"
-    "Exit status: 0 all passed, 1 some failed, 2 wrong usage or nothing to run.\n";
 
 void printLines(const Tally& tally) {
   for (const auto& failure : tally.failures) {
@@ -24,53 +17,28 @@ void printLines(const Tally& tally) {
 }
 
 void printJSON(const Tally& tally) {
-  std::string out;
-  JSONWriter writer(out);
-  writer.beginObject();
-  writer.key("failed");
-  writer.integer(static_cast<std::int64_t>(tally.failures.size()));
-  writer.key("failures");
-  writer.beginArray();
-  for (const auto& failure : tally.failures) {
-    writer.beginObject();
-    writer.key("file");
-    writer.string(failure.file);
-    writer.key("id");
-    writer.string(failure.id);
-    writer.key("reason");
-    writer.string(failure.reason);
-    writer.endObject();
+  json::array failures;
+  for (const auto& [file, id, reason] : tally.failures) {
+    failures.push_back({{"file", file}, {"id", id}, {"reason", reason}});
   }
-  writer.endArray();
-  writer.key("passed");
-  writer.integer(tally.passed);
-  writer.key("skipped");
-  writer.integer(tally.skipped);
-  writer.endObject();
-  std::cout << out << '\n';
+  const json::object all{
+      {"failed", failures.size()}, {"failures", failures}, {"passed", tally.passed}, {"skipped", tally.skipped}};
+  std::cout << json::serialize(all) << '\n';
 }
 
 int run(int argc, char** argv) {
+  CLI::App app(
+      "Runs the test vectors of each file, or of each file below a folder, against the kit.\n"
+      "Exit status: 0 all passed, 1 some failed, 2 wrong usage or nothing to run.",
+      "quillet-vectors");
   bool asJSON = false;
   std::vector<std::filesystem::path> paths;
-  for (int i = 1; i < argc; ++i) {
-    const std::string_view argument = argv[i];
-    if (argument == "--help") {
-      std::cout << kUsage;
-      return 0;
-    }
-    if (argument == "--json") {
-      asJSON = true;
-    } else if (argument.starts_with('-')) {
-      std::cerr << "unknown option " << argument << '\n' << kUsage;
-      return 2;
-    } else {
-      paths.emplace_back(argument);
-    }
-  }
-  if (paths.empty()) {
-    std::cerr << kUsage;
-    return 2;
+  app.add_flag("--json", asJSON, "Print one JSON object instead of lines");
+  app.add_option("PATH", paths)->required();
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& end) {
+    return app.exit(end) == 0 ? 0 : 2;
   }
   Tally tally;
   for (const auto& path : paths) runPath(path, tally);

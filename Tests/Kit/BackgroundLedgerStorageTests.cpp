@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 
@@ -21,25 +22,13 @@ struct RemoteStore {
   std::condition_variable changed;
   test::FakeLedgerStorage contents;
   bool hangs = false;
-  bool full = false;
-  int looks = 0, refusedWrites = 0;
+  std::atomic<bool> full = false;
+  std::atomic<int> looks = 0, refusedWrites = 0;
 
   void hang(bool value) {
     const std::lock_guard guard(lock);
     hangs = value;
     changed.notify_all();
-  }
-  int refusals() {
-    const std::lock_guard guard(lock);
-    return refusedWrites;
-  }
-  int looksSoFar() {
-    const std::lock_guard guard(lock);
-    return looks;
-  }
-  void makeRoom() {
-    const std::lock_guard guard(lock);
-    full = false;
   }
   void set(const std::string& key, const std::string& value) {
     const std::lock_guard guard(lock);
@@ -157,18 +146,18 @@ TEST_F(BackgroundLedgerStorageTest, AStoreThatKeepsNothingIsNotAskedWithoutEnd) 
   WordStatsStore stats(storage.get(), local, "Phone", "iphone", WordCalendar("UTC", "en_GB"),
                        [] { return 1'785'880'800'000; });
   const auto lookTwice = [&](int refused) {
-    ASSERT_TRUE(eventually([&] { return remote->refusals() >= refused; }));
+    ASSERT_TRUE(eventually([&] { return remote->refusedWrites >= refused; }));
     for (int round = 0; round < 2; ++round) {
-      const int before = remote->looksSoFar();
+      const int before = remote->looks;
       storage->refresh();
-      ASSERT_TRUE(eventually([&] { return remote->looksSoFar() > before; }));
+      ASSERT_TRUE(eventually([&] { return remote->looks > before; }));
     }
-    EXPECT_EQ(remote->refusals(), refused);
+    EXPECT_EQ(remote->refusedWrites, refused);
   };
   lookTwice(1);
   stats.record(2);
   lookTwice(2);
-  remote->makeRoom();
+  remote->full = false;
   stats.record(1);
   ASSERT_TRUE(eventually([&] { return !remote->value("words.a").empty(); }));
   EXPECT_EQ(JSONCoding::decode<WordLedger>(remote->value("words.a")).total(), 6);

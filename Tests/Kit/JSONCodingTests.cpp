@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "QuilletKit/JSON/JSONFields.h"
+#include "Tests/Doubles/Rows.h"
 
 namespace quillet {
 namespace {
@@ -82,46 +83,24 @@ std::string nested(std::size_t depth) {
 }
 
 TEST(JSONDecoding, RefusesWhatIsNoJSONOrOfAnotherType) {
-  const std::vector<std::string> whole[] = {
-      {"", " ", "null", "[]", "1", "\"count\"", "{", "{}", R"({"count":1)", R"({"count":1}})", R"({"count":1} 2)"},
-      {R"({"count":1,})", R"({"count":1}//)", R"({'count':1})", "{count:1}", "\xEF\xBB\xBF{\"count\":1}"},
-      {R"({"Count":1})", nested(40), nested(200'000)}};
-  for (const auto& group : whole) {
-    for (const auto& text : group) EXPECT_THROW(JSONCoding::decode<Record>(text), DecodingError) << text.substr(0, 80);
+  std::vector<std::string> refused = test::rows<std::string>("json", "refused");
+  for (const std::string note : {"\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE2\x82"}) {
+    refused.push_back(R"({"count":1,"note":")" + note + "\"}");
   }
-  for (const std::string count : {"null", "1.0", "1e3", "1E0", "\"1\"", "true", "01", "+1", "NaN",
-                                  "9223372036854775808", "-9223372036854775809", "18446744073709551617"}) {
-    EXPECT_THROW(JSONCoding::decode<Record>("{\"count\":" + count + "}"), DecodingError) << count;
+  for (const std::string& text : {nested(40), nested(200'000), std::string("{\"count\":1,\"x\":\"\xFF\"}"),
+                                  std::string("{\"count\":1,\"\xFF\":0}")}) {
+    refused.push_back(text);
   }
-  for (const std::string note :
-       {"2", "{}", R"("\ud800")", R"("\ud800x")", R"("\ude00")", R"("\ude00\ud83d")", R"("\ud83d\ud83d")", R"("\x41")",
-        "\"\xC0\xAF\"", "\"\xED\xA0\x80\"", "\"\xF4\x90\x80\x80\"", "\"\xE2\x82\"", "\"a\nb\""}) {
-    EXPECT_THROW(JSONCoding::decode<Record>("{\"count\":1,\"note\":" + note + "}"), DecodingError) << note;
-  }
-  EXPECT_THROW(JSONCoding::decode<Record>(std::string("{\"count\":1,\"note\":\"a\0b\"}", 24)), DecodingError);
-  for (const std::string more : {R"("count":"2")", R"("count":null)", R"("x":"\ud800")", "\"x\":\"\xFF\"", "\"\xFF\":0",
-                                 R"("x":[1,2)", R"("x":nul)", R"("x":[-1e400])"}) {
-    EXPECT_THROW(JSONCoding::decode<Record>("{\"count\":1," + more + "}"), DecodingError) << more;
+  for (const auto& text : refused) {
+    EXPECT_THROW(JSONCoding::decode<Record>(text), DecodingError) << text.substr(0, 80);
   }
 }
 
 TEST(JSONDecoding, AcceptsEveryWayToWriteTheSame) {
-  const Record plain{1, std::nullopt};
-  const Record noted{1, "a/b\xF0\x9F\x98\x80"};
-  const std::pair<std::string, Record> accepted[] = {
-      {R"({"count":1})", plain},
-      {" \t\r\n{ \"count\" : 1 }\n", plain},
-      {R"({"count":1,"note":null})", plain},
-      {R"({"note":null,"count":1,"x":1.5e300,"y":[{"z":[null,true]}],"":{}})", plain},
-      {R"({"count":"2","count":1})", plain},
-      {R"({"count":null,"count":1})", plain},
-      {R"({"count":1,"note":5,"note":null})", plain},
-      {R"({"\u0063ount":1})", plain},
-      {R"({"count":1,"note":"x","note":"a\/b\ud83d\ude00"})", noted},
-      {"{\"count\":1,\"note\":\"a/b\xF0\x9F\x98\x80\"}", noted},
-      {nested(20), plain},
-  };
-  for (const auto& [text, expected] : accepted) EXPECT_EQ(JSONCoding::decode<Record>(text), expected) << text;
+  for (const auto& [text, plain] : test::rows<std::tuple<std::string, std::string>>("json", "accepted")) {
+    EXPECT_EQ(JSONCoding::encode(JSONCoding::decode<Record>(text)), plain) << text;
+  }
+  EXPECT_EQ(JSONCoding::decode<Record>(nested(20)), (Record{1, std::nullopt}));
 }
 
 TEST(JSONDecoding, KeepsEvery64BitInteger) {

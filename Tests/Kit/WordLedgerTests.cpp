@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "QuilletKit/JSON/JSONCoding.h"
+#include "Tests/Doubles/Rows.h"
 
 namespace quillet {
 namespace {
@@ -13,24 +14,10 @@ namespace {
 constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
 
 TEST(WordCounter, CountsPiecesThatHoldALetterOrANumber) {
-  const struct {
-    const char* text;
-    std::int64_t words;
-  } cases[] = {{"", 0},
-               {" \t\r\n", 0},
-               {"-", 0},
-               {"… — ! 👍🏽", 0},
-               {"one", 1},
-               {"don't stop", 2},
-               {"  two\nwords  ", 2},
-               {"12 × 3.5 = ½", 3},
-               {"(no)break\u00A0space\u2003em\u3000wide\u2028line\u0085next", 6},
-               {"日本語 文 Καλημέρα", 3},
-               {"café e\u0301 \u0301", 2},
-               {"zero\u200Bwidth", 1},
-               {"٣ Ⅷ ⓐ", 3},
-               {"bad\xFF\xFE bytes \xC3", 2}};
-  for (const auto& each : cases) EXPECT_EQ(WordCounter::count(each.text), each.words) << each.text;
+  for (const auto& [text, words] : test::rows<std::tuple<std::string, std::int64_t>>("words", "counted")) {
+    EXPECT_EQ(WordCounter::count(text), words) << text;
+  }
+  EXPECT_EQ(WordCounter::count("bad\xFF\xFE bytes \xC3"), 2);
 }
 
 TEST(WordLedger, AddsToTodayAndArchivesWhatIsOlderThanTheCutoff) {
