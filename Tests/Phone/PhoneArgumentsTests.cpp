@@ -8,6 +8,7 @@
 #include "QuilletPhone/PhoneAnswers.h"
 #include "QuilletPhone/PhoneCommands.h"
 #include "QuilletPhone/PhoneWordCount.h"
+#include "Tests/Doubles/Rows.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet {
@@ -60,42 +61,8 @@ TEST_F(PhoneCommands, SayWhatIsMissingAndExitAccordingly) {
 }
 
 TEST_F(PhoneCommands, RefuseWrongUsageBeforeAnythingElse) {
-  const std::vector<std::vector<std::string>> wrong = {
-      {},
-      {"bogus"},
-      {"-x"},
-      {"--bogus"},
-      {"macs", "extra"},
-      {"say"},
-      {"say", "one", "two"},
-      {"say", "\xFF"},
-      {"say", "text", "--mac"},
-      {"say", "text", "--mac", ""},
-      {"say", "text", "--seconds", "abc"},
-      {"say", "text", "--seconds", "-1"},
-      {"wait", "id", "--seconds", "1s"},
-      {"wait", "a/b"},
-      {"prepare", "--utterance", ""},
-      {"deliver", "token", "text"},
-      {"deliver", "token", "--utterance", "id"},
-      {"pair", "7K2M", "9QXD"},
-      {"rename", "My", "Phone"},
-      {"rename", " \n"},
-      {"unpair", "Desk", "Lap"},
-      {"unpair", "Desk", "--mac", "Desk"},
-      {"unpair", ""},
-      {"init", "--name", " "},
-      {"init", "--words", "relative"},
-      {"init", "--service", "ftp://x"},
-      {"init", "--service", "ws://x"},
-      {"init", "--service", "http://user@x"},
-      {"say", "text", "--utterance", "\u00E9"},
-      {"say", "text", "--utterance", ".."},
-      {"say", "text", "--service", "http://x"},
-      {"say", "text", "--yes"},
-      {"macs", "--mac", "Desk"},
-      {"say", "bell \x1B[2J"},
-  };
+  auto wrong = test::rows<std::vector<std::string>>("command_lines", "phone");
+  wrong.push_back({"say", "\xFF"});
   for (const bool isSetUp : {false, true}) {
     const PhoneState state{
         .name = "P", .service = "http://127.0.0.1:1", .macs = {{{.deviceId = "ab", .name = "M"}, 1}}};

@@ -96,25 +96,6 @@ TEST_F(EndpointTest, RevokingEndsTheCallsThatWaitForTheDesktop) {
   });
 }
 
-TEST_F(EndpointTest, ARestartedServiceKnowsItsPairsQueuesAndNonces) {
-  serve();
-  std::string request;
-  play([&]() -> Awaitable<void> {
-    co_await enrolAndPair();
-    co_await phoneAPI->submitDelivery(mac.id(), delivery("u"));
-    request = wire(phone, "GET", "/v1/pairs");
-    EXPECT_EQ(statusIn(co_await raw(request)), "200");
-  });
-  stop();
-  serve();
-  play([&]() -> Awaitable<void> {
-    EXPECT_NE((co_await raw(request)).find("replayed"), std::string::npos);
-    EXPECT_EQ((co_await phoneAPI->pairs()).pairs.size(), 1U);
-    const auto socket = connect(*macAPI);
-    EXPECT_EQ((co_await next<RelayServer::Deliver>(*socket)).utteranceId, "u");
-  });
-}
-
 TEST_F(EndpointTest, TheMetricsPageCountsAndNamesNobody) {
   serve();
   MetricsServer metrics(context, 0, [&] { return service->metricsText(server->connections()); });

@@ -6,6 +6,8 @@
 #include <iterator>
 #include <sstream>
 
+#include "Tests/Doubles/Rows.h"
+
 namespace quillet::test {
 namespace {
 
@@ -55,27 +57,7 @@ TEST(OptionsTest, ReadsEverything) {
 }
 
 TEST(OptionsTest, RefusesWhatItDoesNotUnderstand) {
-  for (const char* line : {"--listen",
-                           "--listen 8787",
-                           "--listen :80",
-                           "--listen a:65536",
-                           "--listen a:80x",
-                           "--max-age 0",
-                           "--pairing-ttl soon",
-                           "--certificate c",
-                           "--log loud",
-                           "--trust-proxy localhost",
-                           "--max-queue 0",
-                           "--max-connections -1",
-                           "--engine whisper",
-                           "--engine-model large",
-                           "--engine sphinx --engine-model large",
-                           "--engine tcp://a --engine-key k",
-                           "--max-streams 0",
-                           "--max-sound-per-hour -1",
-                           "--metrics-port 65536",
-                           "--colour red",
-                           "serve"}) {
+  for (const std::string& line : rows<std::string>("command_lines", "service")) {
     EXPECT_THROW(parse(line), Options::UsageError) << line;
   }
   for (const std::vector<const char*>& empty :
