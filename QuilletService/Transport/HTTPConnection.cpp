@@ -155,7 +155,7 @@ class HTTPConnection final : public ServerConnection {
     bool ended = false;
     asio::steady_timer over(stream_.get_executor(), asio::steady_timer::time_point::max());
     Task work(stream_.get_executor());
-    PeerWatch watch(beast::get_lowest_layer(stream_), [&] { work.cancel(); });
+    PeerWatch watch(stream_.get_executor(), beast::get_lowest_layer(stream_).native_handle(), [&] { work.cancel(); });
     work.start([&]() -> Awaitable<void> {
       const Ending ending{[&] {
         ended = true;

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <sys/socket.h>
+#include <sys/epoll.h>
 
+#include <boost/asio/posix/stream_descriptor.hpp>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -10,40 +11,31 @@
 namespace quillet {
 
 /// Notices while a request is worked on that nobody waits for its answer any more. Reads nothing: what a client sends
-/// ahead stays where it is, and ends the watch.
-template <typename Socket>
+/// ahead, as the record with which it closes TLS, stays where it is. Where the system refuses a watch nothing is
+/// noticed.
 class PeerWatch {
  public:
-  /// `gone` is called at most once, on the socket's executor. Nothing else may be under way on the socket.
-  PeerWatch(Socket& socket, std::function<void()> gone) : socket_(socket) {
-    state_->gone = std::move(gone);
-    socket.async_wait(Socket::wait_read, [state = state_, &socket](boost::system::error_code error) {
-      if (state->gone && (error || isOver(socket.native_handle()))) std::exchange(state->gone, nullptr)();
+  /// `gone` is called at most once, on the executor. The socket outlives this.
+  template <typename Executor>
+  PeerWatch(const Executor& executor, int socket, std::function<void()> gone) : ends_(executor) {
+    // Of its own, since the executor's own waits are for bytes, which would wake it over and over.
+    const int ends = ::epoll_create1(EPOLL_CLOEXEC);
+    if (ends < 0) return;
+    ends_.assign(ends);
+    epoll_event end{EPOLLRDHUP, {}};
+    if (::epoll_ctl(ends, EPOLL_CTL_ADD, socket, &end) < 0) return;
+    *gone_ = std::move(gone);
+    ends_.async_wait(ends_.wait_read, [gone = gone_](boost::system::error_code) {
+      if (*gone) std::exchange(*gone, nullptr)();
     });
   }
-  ~PeerWatch() {
-    state_->gone = nullptr;
-    boost::system::error_code ignored;
-    socket_.cancel(ignored);
-  }
+  ~PeerWatch() { *gone_ = nullptr; }
   PeerWatch(const PeerWatch&) = delete;
   PeerWatch& operator=(const PeerWatch&) = delete;
 
  private:
-  struct State {
-    std::function<void()> gone;
-  };
-
-  /// A client that closes TLS says so in a record of its own before the connection ends.
-  static bool isOver(int descriptor) {
-    constexpr unsigned char kAlert = 21;
-    unsigned char first = 0;
-    const auto count = ::recv(descriptor, &first, 1, MSG_PEEK | MSG_DONTWAIT);
-    return count <= 0 || first == kAlert;
-  }
-
-  Socket& socket_;
-  std::shared_ptr<State> state_ = std::make_shared<State>();
+  std::shared_ptr<std::function<void()>> gone_ = std::make_shared<std::function<void()>>();
+  boost::asio::posix::stream_descriptor ends_;
 };
 
 }  // namespace quillet

@@ -319,6 +319,9 @@ TEST_F(TranscriptionTest, FreesTheDecoderOfAClientThatGoesAway) {
     Socket uploading = co_await dial();
     co_await write(uploading, wire(mac, "POST", "/v1/transcribe", std::move(body)));
     EXPECT_TRUE(co_await happens([&] { return engine.finishing == 2; }));
+    co_await write(uploading, "GET ");  // that it sends ahead hides nothing
+    co_await happens([&, looks = 0]() mutable { return ++looks > 20; });
+    EXPECT_EQ(engine.open, 1U);
     uploading.close();
   });
   EXPECT_TRUE(heldNothing());
