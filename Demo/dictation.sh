@@ -49,9 +49,10 @@ pactl set-default-source voice
 sox -n -r 48000 -c 2 -b 16 "$work/music.wav" synth 60 sine 150 synth 60 sine mix 6000 gain -12
 paplay --device=speakers "$work/music.wav" >"$work/music.log" 2>&1 &
 processes+=($!)
-# The loudness of the high tones that a listener hears, in decibels.
+# The loudness of the high tones that a listener hears, in decibels. Unless asked for little at a time, some servers
+# give nothing within the first second.
 treble() {
-  timeout 1 parec --device=speakers.monitor --format=s16le --rate=48000 --channels=1 >"$work/heard.raw" || true
+  timeout 1 parec --latency-msec=50 --device=speakers.monitor --format=s16le --rate=48000 --channels=1 >"$work/heard.raw" || true
   sox -t raw -r 48000 -e signed -b 16 -c 1 "$work/heard.raw" -n highpass 3000 stats 2>&1 |
     awk '/RMS lev dB/ { printf "%d", $4 == "-inf" ? -200 : $4 }'
 }
