@@ -7,6 +7,8 @@ namespace quillet {
 namespace {
 
 using Sink = PulseConnection::Sink;
+using SinkInput = PulseConnection::SinkInput;
+using SourceOutput = PulseConnection::SourceOutput;
 
 bool contains(const std::vector<Sink>& sinks, const std::string& name) {
   return std::any_of(sinks.begin(), sinks.end(), [&](const Sink& each) { return each.name == name; });
@@ -33,29 +35,67 @@ bool makesOurSink(const PulseConnection::Module& module) {
 }  // namespace
 
 void MuffledStreams::takeAll() {
-  const auto server = connection_.server();
-  const auto sinks = connection_.sinks();
-  const auto inputs = connection_.sinkInputs();
-  if (!server || !sinks || !inputs) return;
-  for (const auto& input : *inputs) take(input, *sinks, server->defaultSink);
+  const auto scene = look();
+  if (!scene) return;
+  for (const auto& input : scene->inputs) take(input, *scene);
 }
 
 void MuffledStreams::take(std::uint32_t index) {
-  const auto server = connection_.server();
-  const auto sinks = connection_.sinks();
-  const auto input = connection_.sinkInput(index);
-  if (server && sinks && input) take(*input, *sinks, server->defaultSink);
+  const auto scene = look();
+  if (!scene) return;
+  const auto found = std::find_if(scene->inputs.begin(), scene->inputs.end(),
+                                  [&](const SinkInput& each) { return each.index == index; });
+  if (found != scene->inputs.end()) take(*found, *scene);
 }
 
-void MuffledStreams::take(const PulseConnection::SinkInput& input, const std::vector<Sink>& sinks,
-                          const std::string& defaultSink) {
+std::optional<MuffledStreams::Scene> MuffledStreams::look() {
+  auto server = connection_.server();
+  auto sinks = connection_.sinks();
+  auto inputs = connection_.sinkInputs();
+  const auto outputs = connection_.sourceOutputs();
+  if (!server || !sinks || !inputs || !outputs) return std::nullopt;
+  Scene scene{std::move(server->defaultSink), *std::move(sinks), *std::move(inputs), {}};
+  scene.recorded = recordedOf(scene, *outputs);
+  return scene;
+}
+
+/// Virtual sinks that others record. A loop to another sink counts as that sink does: it may be a person's.
+std::set<std::string> MuffledStreams::recordedOf(const Scene& scene, const std::vector<SourceOutput>& outputs) {
+  std::set<std::string> recorded;
+  const auto feedsSomebody = [&](const SourceOutput& output) {
+    if (output.onlyMeters) return false;
+    const auto loop = std::find_if(scene.inputs.begin(), scene.inputs.end(), [&](const SinkInput& each) {
+      return !output.group.empty() && each.group == output.group;
+    });
+    return loop == scene.inputs.end() || recorded.contains(nameOf(scene.sinks, loop->sink));
+  };
+  const auto stands = [&](const Sink& sink) {
+    if (!sink.isVirtual || sink.name == sinkName || sink.name == scene.defaultSink) return false;
+    return std::any_of(outputs.begin(), outputs.end(), [&](const SourceOutput& output) {
+      return output.source == sink.monitor && feedsSomebody(output);
+    });
+  };
+  // Once more for each loop into one that was found.
+  for (std::size_t before = scene.sinks.size() + 1; before != recorded.size();) {
+    before = recorded.size();
+    for (const auto& sink : scene.sinks) {
+      if (stands(sink)) recorded.insert(sink.name);
+    }
+  }
+  return recorded;
+}
+
+void MuffledStreams::take(const SinkInput& input, const Scene& scene) {
   // What forwards would be fed with its own sound.
   if (input.ours || input.forwards) return;
   // One that has just begun may not be anywhere yet.
-  const std::string known = nameOf(sinks, input.sink);
+  const std::string known = nameOf(scene.sinks, input.sink);
   if (known == sinkName) return;
-  const std::string present = !known.empty() ? known : contains(sinks, input.wanted) ? input.wanted : defaultSink;
-  const std::string home = present == defaultSink ? "" : present;
+  const std::string present = !known.empty()                        ? known
+                              : contains(scene.sinks, input.wanted) ? input.wanted
+                                                                    : scene.defaultSink;
+  if (scene.recorded.contains(present)) return;
+  const std::string home = present == scene.defaultSink ? "" : present;
   // Told first: whoever watches must know of it before it is silent.
   onTaken_(input.index, home);
   homes_[input.index] = home;

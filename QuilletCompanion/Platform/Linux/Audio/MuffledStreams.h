@@ -26,7 +26,8 @@ class MuffledStreams {
   MuffledStreams(PulseConnection& connection, OnTaken onTaken)
       : connection_(connection), onTaken_(std::move(onTaken)) {}
 
-  /// Moves every stream of other programs into the sink.
+  /// Moves the streams of other programs into the sink, but for those that aren't played to a person: what feeds a
+  /// virtual microphone stays there.
   void takeAll();
   /// The same for one, which may be gone already.
   void take(std::uint32_t index);
@@ -41,8 +42,18 @@ class MuffledStreams {
   static void removeStale(PulseConnection& connection);
 
  private:
-  void take(const PulseConnection::SinkInput& input, const std::vector<PulseConnection::Sink>& sinks,
-            const std::string& defaultSink);
+  /// What the server has at a moment.
+  struct Scene {
+    std::string defaultSink;
+    std::vector<PulseConnection::Sink> sinks;
+    std::vector<PulseConnection::SinkInput> inputs;
+    std::set<std::string> recorded;  ///< Sinks that stand for a microphone.
+  };
+
+  std::optional<Scene> look();
+  static std::set<std::string> recordedOf(const Scene& scene,
+                                          const std::vector<PulseConnection::SourceOutput>& outputs);
+  void take(const PulseConnection::SinkInput& input, const Scene& scene);
 
   PulseConnection& connection_;
   OnTaken onTaken_;

@@ -37,17 +37,37 @@ AudioDevice deviceOf(const pa_source_info& source) {
 }
 
 PulseConnection::Sink sinkOf(const pa_sink_info& sink) {
-  return {.index = sink.index, .name = textOf(sink.name), .format = sink.sample_spec};
+  return {.index = sink.index,
+          .name = textOf(sink.name),
+          .format = sink.sample_spec,
+          .monitor = sink.monitor_source,
+          .isVirtual = (sink.flags & (PA_SINK_HARDWARE | PA_SINK_NETWORK)) == 0};
+}
+
+/// What forwards has no client. PipeWire names the pair of streams, PulseAudio the module that both belong to.
+template <typename Info>
+std::string groupOf(const Info& stream) {
+  if (const auto named = propertyOf(stream.proplist, "node.link-group")) return *named;
+  return stream.client == PA_INVALID_INDEX ? "module " + std::to_string(stream.owner_module) : "";
 }
 
 PulseConnection::SinkInput inputOf(const pa_sink_input_info& input, std::uint32_t ownClient) {
   const auto process = propertyOf(input.proplist, PA_PROP_APPLICATION_PROCESS_ID);
+  const std::string group = groupOf(input);
   return {.index = input.index,
           .sink = input.sink,
           .wanted = propertyOf(input.proplist, "target.object").value_or(""),
           .corked = input.corked != 0,
           .ours = input.client == ownClient || process == std::to_string(::getpid()),
-          .forwards = input.client == PA_INVALID_INDEX || propertyOf(input.proplist, "node.link-group").has_value()};
+          .forwards = !group.empty(),
+          .group = group};
+}
+
+PulseConnection::SourceOutput outputOf(const pa_source_output_info& output) {
+  return {.source = output.source,
+          .group = groupOf(output),
+          .onlyMeters = textOf(output.resample_method) == "peaks" ||
+                        propertyOf(output.proplist, "stream.monitor") == std::string("true")};
 }
 
 }  // namespace
@@ -217,12 +237,14 @@ std::optional<std::vector<PulseConnection::SinkInput>> PulseConnection::sinkInpu
   return found;
 }
 
-std::optional<PulseConnection::SinkInput> PulseConnection::sinkInput(std::uint32_t index) {
+std::optional<std::vector<PulseConnection::SourceOutput>> PulseConnection::sourceOutputs() {
   if (!isReady()) return std::nullopt;
-  std::optional<SinkInput> found;
-  const std::uint32_t own = pa_context_get_index(context_);
-  Answer<pa_sink_input_info> answer{[&](const pa_sink_input_info& info) { found = inputOf(info, own); }};
-  finish(pa_context_get_sink_input_info(context_, index, Answer<pa_sink_input_info>::take, &answer));
+  std::vector<SourceOutput> found;
+  Answer<pa_source_output_info> answer{[&](const pa_source_output_info& info) { found.push_back(outputOf(info)); }};
+  if (!finish(pa_context_get_source_output_info_list(context_, Answer<pa_source_output_info>::take, &answer)) ||
+      answer.failed) {
+    return std::nullopt;
+  }
   return found;
 }
 

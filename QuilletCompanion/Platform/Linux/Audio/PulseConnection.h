@@ -26,6 +26,8 @@ class PulseConnection {
     std::uint32_t index = PA_INVALID_INDEX;
     std::string name;
     pa_sample_spec format{};
+    std::uint32_t monitor = PA_INVALID_INDEX;  ///< The source that records what is played to it.
+    bool isVirtual = false;                    ///< Neither a device of this computer nor one on the network.
   };
   /// What another program, or we, play.
   struct SinkInput {
@@ -36,6 +38,13 @@ class PulseConnection {
     bool ours = false;
     /// It carries on what others play, as filters, loops and combined outputs do.
     bool forwards = false;
+    std::string group;  ///< The same for the ends of what forwards; else empty.
+  };
+  /// What records.
+  struct SourceOutput {
+    std::uint32_t source = PA_INVALID_INDEX;
+    std::string group;        ///< As a sink input's.
+    bool onlyMeters = false;  ///< It shows how loud something is.
   };
   struct Module {
     std::uint32_t index = PA_INVALID_INDEX;
@@ -97,7 +106,7 @@ class PulseConnection {
   std::optional<std::vector<Sink>> sinks();
   std::optional<Sink> sink(const std::string& name);
   std::optional<std::vector<SinkInput>> sinkInputs();
-  std::optional<SinkInput> sinkInput(std::uint32_t index);
+  std::optional<std::vector<SourceOutput>> sourceOutputs();
   std::optional<std::vector<Module>> modules();
 
   // Orders; false, or no value, if they failed.
