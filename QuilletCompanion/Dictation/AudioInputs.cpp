@@ -49,6 +49,11 @@ void AudioInputs::start() {
   watch_ = devices_.watch([this](const AudioDevices::List& list) { refresh(list); });
 }
 
+void AudioInputs::stop() {
+  watch_.reset();
+  refresh({});
+}
+
 void AudioInputs::refresh(const AudioDevices::List& list) {
   list_ = list;
   all.set(microphonesAmong(list_.all));

@@ -25,6 +25,8 @@ class AudioInputs {
 
   /// Lists the microphones, a moment later, and follows their changes from now on.
   void start();
+  /// Asks the sound system nothing any more, and knows no microphones.
+  void stop();
 
   Observable<std::vector<AudioInput>> all;  ///< By name; numbers within names count as numbers.
   Observable<std::optional<AudioInput>> systemDefault;

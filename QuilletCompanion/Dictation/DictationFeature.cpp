@@ -39,7 +39,7 @@ void DictationFeature::start(DictationController::Insert insert) {
   hotkeys_.onUnavailableChange = [this] { unavailableShortcuts_.set(hotkeys_.unavailable()); };
   controller_.onPhaseChange = [this](const DictationPhase& phase) { phaseChanged(phase); };
   applyShortcuts();
-  inputs.start();
+  if (preferences.isEnabled.get()) inputs.start();
   refreshConfiguration();
 }
 
@@ -93,7 +93,8 @@ void DictationFeature::setEnabled(bool enabled) {
   preferences.isEnabled.set(enabled);
   if (!enabled) controller_.cancel();
   applyShortcuts();
-  if (!enabled) return;
+  if (!enabled) return inputs.stop();
+  inputs.start();
   accessTask_.start([this](Task::Token token) { return askForMicrophone(token); });
   refreshConfiguration();
 }

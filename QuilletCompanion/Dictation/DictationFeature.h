@@ -85,7 +85,7 @@ class DictationFeature {
   DictationPreferences preferences;
   MacDictationCloud cloud;
   std::function<Awaitable<ServiceConfig>()> fetchConfiguration;
-  AudioInputs inputs;
+  AudioInputs inputs;  ///< Known while dictation is on.
 
   DictationController& controller() { return controller_; }
   const DictationController& controller() const { return controller_; }

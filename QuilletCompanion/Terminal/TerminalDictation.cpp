@@ -146,16 +146,21 @@ void TerminalDictation::enable(const std::string& choice) {
                  "Dictation: " + valueText(on) + (on && hint ? ". " + *hint + "." : ""));
 }
 
+bool TerminalDictation::isOff() const {
+  const bool off = !dictation_.preferences.isEnabled.get();
+  if (off) output_.refuse("Dictation is off. Type \"dictation on\".");
+  return off;
+}
+
 void TerminalDictation::dictate() {
-  if (!dictation_.preferences.isEnabled.get()) {
-    return output_.refuse("Dictation is off. Type \"dictation on\".");
-  }
+  if (isOff()) return;
   dictation_.toggleFromPanel();
   const auto& phase = dictation_.controller().phase().get();
   output_.answer("dictate", describe(phase), textOf(phase));
 }
 
 void TerminalDictation::microphones() {
+  if (isOff()) return;
   const auto& standard = dictation_.inputs.systemDefault.get();
   const auto& chosen = dictation_.preferences.microphone.get();
   boost::json::array list;
@@ -175,6 +180,7 @@ void TerminalDictation::microphone(const std::string& wanted) {
   if (wanted == "default") {
     preference.set(std::nullopt);
   } else if (!wanted.empty()) {
+    if (isOff()) return;
     const auto& all = dictation_.inputs.all.get();
     const auto found = std::find_if(
         all.begin(), all.end(), [&](const AudioInput& input) { return input.uid == wanted || input.name == wanted; });

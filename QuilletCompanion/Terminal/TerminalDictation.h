@@ -35,6 +35,8 @@ class TerminalDictation {
   void last();
 
  private:
+  /// Refuses and is true while dictation is off.
+  bool isOff() const;
   void showPhase(const DictationPhase& phase);
   void setShortcut(HotkeyMonitor::Role role, const std::string& keys);
   std::string shortcutText(const std::optional<DictationShortcut>& shortcut) const;

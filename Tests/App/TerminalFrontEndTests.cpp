@@ -98,6 +98,8 @@ TEST_F(TerminalFrontEndTest, ChangesWhatDictationDoes) {
   makeModel();
   open();
   model->start();
+  EXPECT_EQ(refusal("microphones"), "Dictation is off. Type \"dictation on\".");
+  front->handleLine("dictation on");
   desk.devices.tell({{{1, "usb", "Desk", true, {}}, {2, "web", "Camera", true, {}}}, 2});
   const json::array list = ask("microphones", "microphones")["microphones"].as_array();
   ASSERT_EQ(list.size(), 2u);

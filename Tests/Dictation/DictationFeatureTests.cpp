@@ -128,9 +128,11 @@ TEST_F(DictationFeatureTest, TheToggleKeyTheButtonAndEscapeDoAsTheTableSays) {
   recognizer->starts.give(true);
   time.run();
   EXPECT_TRUE(is<Listening>(phase()));
+  EXPECT_TRUE(desk.devices.isWatched());
   feature->setEnabled(false);
   EXPECT_TRUE(is<Idle>(phase()));
   EXPECT_TRUE(desk.keyboard.hotKeys().empty());
+  EXPECT_FALSE(desk.devices.isWatched());
   EXPECT_EQ(desk.keyboard.followers(), 0u);
   feature->toggleFromPanel();
   feature->handle(HotkeyEvent::holdDown);
