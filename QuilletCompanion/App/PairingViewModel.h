@@ -17,8 +17,8 @@
 
 namespace quillet {
 
-/// The state machine of pairing a phone. Owns nothing that outlives it: session, ephemeral keys and words end with it.
-/// What observes it, and `onPaired`, may call it or destroy it. Main thread only.
+/// The state machine of pairing a phone. Session, ephemeral keys and words end with the run that made them. What
+/// observes it, and `onPaired`, may call it or destroy it. Main thread only.
 class PairingViewModel {
  public:
   struct Invitation {
@@ -82,33 +82,24 @@ class PairingViewModel {
   bool isRetrying() const;
 
  private:
-  struct Session;
+  class Run;
+  /// What a run needs that it may outlive the view model with.
+  struct Parts {
+    Executor mainThread;
+    std::shared_ptr<PairingAPI> api;
+    DeviceIdentity identity;
+    std::function<std::string()> macName;
+    std::function<void(const PeerIdentity&)> onPaired;
+    TimeSource time;
+  };
 
-  Awaitable<void> run(std::weak_ptr<const bool> wanted);
-  Awaitable<std::optional<Session>> create(std::weak_ptr<const bool> wanted);
-  Awaitable<std::optional<PairingStatus>> waitForClaim(Session& session, bool& renew);
-  void show(const Session& session);
-  void takeWords(Session& session, const PairingStatus& status) const;
-  Awaitable<bool> verify(const Session& session);
-  Awaitable<std::optional<PairingStatus>> confirmAtService(const Session& session);
-  Awaitable<void> finalWait(const Session& session, PairingStatus status);
-  void finish(const Session& session, const std::string& sealedIdentity);
-
-  void fail(Failure failure);
-  void failAndCancelSession(Failure failure);
-  bool endedElsewhere(PairingState state);
   void giveUp();
   void cancelSession();
 
-  Executor mainThread_;
-  std::shared_ptr<PairingAPI> api_;
-  DeviceIdentity identity_;
-  std::function<std::string()> macName_;
-  std::function<void(const PeerIdentity&)> onPaired_;
-  TimeSource time_;
+  const std::shared_ptr<const Parts> parts_;
   std::optional<std::string> currentSessionId_;
   bool confirmRequested_ = false;
-  std::shared_ptr<const bool> wanted_;  ///< Lives while the present run is wanted.
+  std::optional<Lifetime> wanted_;  ///< Of the present run. Ends before the task does: see `Run`.
   Task task_;
 };
 

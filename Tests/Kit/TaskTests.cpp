@@ -194,14 +194,15 @@ TEST(ObservableTest, ObserversMayChangeTheListTheValueOrDestroyIt) {
   auto value = std::make_unique<Observable<int>>(0);
   std::vector<std::string> heard;
   Subscription second, third;
-  const auto first = value->observe([&](int now) {
-    heard.push_back("first " + std::to_string(now));
+  const auto hear = [&](const char* who, const int& now) { heard.push_back(who + (" " + std::to_string(now))); };
+  const auto first = value->observe([&](const int& now) {
     if (now == 1) second.reset();
-    if (now == 2) value->set(3);
     if (now == 4) value.reset();
+    hear("first", now);
+    if (now == 2) value->set(3);
   });
-  second = value->observe([&](int now) { heard.push_back("second " + std::to_string(now)); });
-  third = value->observe([&](int now) { heard.push_back("third " + std::to_string(now)); });
+  second = value->observe([&](int now) { hear("second", now); });
+  third = value->observe([&](int now) { hear("third", now); });
   value->set(1);
   value->set(1);
   value->set(2);
