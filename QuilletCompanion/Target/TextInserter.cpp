@@ -130,7 +130,7 @@ Awaitable<InsertionReport> TextInserter::insert(Turn, std::string text, TargetSn
 }
 
 void TextInserter::abandon() {
-  abandoned_ = true;
+  wanted_.reset();
   turns_.close();
 }
 
@@ -246,12 +246,13 @@ Awaitable<TextInserter::WriteVerdict> TextInserter::awaitTyped(const Job& job) {
 }
 
 Awaitable<void> TextInserter::pause(Duration duration) {
+  const Task::Token wanted = wanted_ ? wanted_->token() : Task::Token();
   if (duration > Duration::zero()) {
     co_await time_.sleep(duration);
   } else {
     co_await boost::asio::post(co_await boost::asio::this_coro::executor, boost::asio::use_awaitable);
   }
-  if (abandoned_) throw boost::system::system_error(boost::asio::error::operation_aborted);
+  if (wanted.cancelled()) throw boost::system::system_error(boost::asio::error::operation_aborted);
 }
 
 TextInserter::FieldState TextInserter::look(const ElementRef& element) {

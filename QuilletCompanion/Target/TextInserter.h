@@ -85,7 +85,7 @@ class TextInserter {
   TimeSource time_;
   std::set<std::string> accessibilityIneffective_;
   TurnQueue turns_;
-  bool abandoned_ = false;
+  std::optional<Lifetime> wanted_{std::in_place};  ///< Until insertions are abandoned.
 };
 
 }  // namespace quillet

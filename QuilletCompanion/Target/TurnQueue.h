@@ -10,7 +10,6 @@ namespace quillet {
 /// Lets in one at a time, in the order of asking. Main thread only.
 class TurnQueue {
   struct State;
-  class Waiter;
 
  public:
   /// Ends with its destruction, and the next one's begins from the event loop. May outlive the queue.
