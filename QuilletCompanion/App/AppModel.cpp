@@ -23,13 +23,13 @@ std::string fallbackNameFrom(const std::string& hostName) {
 }
 
 std::string firstMacName(const AppModelParts& parts) {
-  const std::string chosen = usableName(parts.defaults.string("macName").value_or(""));
-  return chosen.empty() ? fallbackNameFrom(parts.hostName) : chosen;
+  const std::string chosen = usableName(parts.storage.defaults.string("macName").value_or(""));
+  return chosen.empty() ? fallbackNameFrom(parts.machine.hostName) : chosen;
 }
 
 /// How this device is drawn among those whose words are counted.
 std::string symbolFor(const AppModelParts& parts) {
-  switch ((parts.deviceKind ? parts.deviceKind() : std::nullopt).value_or(DeviceKind::macBook)) {
+  switch ((parts.machine.kind ? parts.machine.kind() : std::nullopt).value_or(DeviceKind::macBook)) {
     case DeviceKind::iMac:
       return "desktopcomputer";
     case DeviceKind::macMini:
@@ -63,10 +63,10 @@ std::optional<std::string> journalTroubleText(JournalTrouble trouble) {
 DictationParts dictationParts(const AppModelParts& parts) {
   return {.mainThread = parts.mainThread,
           .time = parts.time,
-          .store = parts.defaults,
+          .store = parts.storage.defaults,
           .platform = parts.dictation,
-          .makeSocket = [&session = parts.session, mainThread = parts.mainThread](HTTPRequest request,
-                                                                                  std::size_t maximumMessageSize) {
+          .makeSocket = [&session = parts.network.session, mainThread = parts.mainThread](
+                            HTTPRequest request, std::size_t maximumMessageSize) {
             return makeWebSocketTask(session, mainThread, std::move(request), maximumMessageSize);
           }};
 }
@@ -87,29 +87,30 @@ Awaitable<std::optional<DeviceIdentity>> loadedFrom(SecretStore& store) {
 
 AppModel::AppModel(AppModelParts parts)
     : parts_(std::move(parts)),
-      serviceLocation_(quillet::serviceLocation(parts_.defaults, parts_.bundleServiceURL)),
-      localTest_(std::make_shared<LocalTestField>([this] { return parts_.provider.isOwnApplicationActive(); },
-                                                  parts_.time.now)),
-      peerStore_(supportFile(parts_.supportFolder, "peers.json")),
+      serviceLocation_(quillet::serviceLocation(parts_.storage.defaults, parts_.network.bundleServiceURL)),
+      localTest_(std::make_shared<LocalTestField>(
+          [this] { return parts_.accessibility.provider.isOwnApplicationActive(); }, parts_.time.now)),
+      peerStore_(supportFile(parts_.storage.folder, "peers.json")),
       registration_(
-          parts_.mainThread, parts_.time, parts_.jitter, [this] { return macName().get(); }, parts_.appVersion),
-      upkeep_(parts_.mainThread, parts_.time.now, firstMacName(parts_), parts_.defaults, peerStore_, registration_),
+          parts_.mainThread, parts_.time, parts_.network.jitter, [this] { return macName().get(); }, parts_.appVersion),
+      upkeep_(parts_.mainThread, parts_.time.now, firstMacName(parts_), parts_.storage.defaults, peerStore_,
+              registration_),
       readiness_(parts_.mainThread, parts_.time, peerStore_,
-                 {.name = [this] { return macName().get(); }, .kind = parts_.deviceKind}),
-      health_(parts_.session),
-      onboarding_(parts_.defaults),
-      launchAtLogin_(parts_.loginItem.isEnabled()),
-      axTrusted_(parts_.provider.isTrusted()),
+                 {.name = [this] { return macName().get(); }, .kind = parts_.machine.kind}),
+      health_(parts_.network.session),
+      onboarding_(parts_.storage.defaults),
+      launchAtLogin_(parts_.desktop.loginItem.isEnabled()),
+      axTrusted_(parts_.accessibility.provider.isTrusted()),
       dictation_(dictationParts(parts_)),
-      wordStats_(parts_.wordLedgers, parts_.defaults, macName().get(), symbolFor(parts_), std::move(parts_.calendar),
-                 parts_.time.now),
+      wordStats_(parts_.storage.wordLedgers, parts_.storage.defaults, macName().get(), symbolFor(parts_),
+                 std::move(parts_.storage.calendar), parts_.time.now),
       trustTask_(parts_.mainThread),
       identityTask_(parts_.mainThread) {
   observeSelf();
 }
 
 AppModel::~AppModel() {
-  parts_.lockMonitor.onChange = nullptr;
+  parts_.desktop.lockMonitor.onChange = nullptr;
   stopServices();
 }
 
@@ -141,7 +142,7 @@ std::function<void(Arguments...)> AppModel::weakly(void (AppModel::*operation)(A
 }
 
 std::string AppModel::fallbackName() const {
-  return fallbackNameFrom(parts_.hostName);
+  return fallbackNameFrom(parts_.machine.hostName);
 }
 
 void AppModel::start() {
@@ -152,9 +153,9 @@ void AppModel::start() {
       self->scheduleReadiness();
     }
   };
-  parts_.lockMonitor.onChange = focusInvalidated;
+  parts_.desktop.lockMonitor.onChange = focusInvalidated;
   localTest_->onFocusChange = focusInvalidated;
-  systemObservation_ = parts_.systemEvents.observe(
+  systemObservation_ = parts_.desktop.events.observe(
       {.willSleep = weakly(&AppModel::invalidateFocus), .didWake = weakly(&AppModel::wake), .networkPath = {}});
   startTrustPolling();
   loadIdentity();
@@ -180,12 +181,13 @@ void AppModel::loadIdentity() {
 Awaitable<void> AppModel::awaitIdentity(Task::Token token) {
   Backoff backoff{.base = kFirstIdentityWait};
   for (;;) {
-    auto identity = co_await runOn(parts_.secretThread, loadedFrom(parts_.secretStore));
+    auto identity = co_await runOn(parts_.secrets.thread, loadedFrom(parts_.secrets.store));
     if (token.cancelled()) co_return;
     const bool loaded = identity.has_value();
     haveIdentity(std::move(identity));
     if (loaded || token.cancelled()) co_return;
-    co_await parts_.time.sleep(std::chrono::milliseconds(static_cast<int>(backoff.nextDelay(parts_.jitter()) * 1000)));
+    co_await parts_.time.sleep(
+        std::chrono::milliseconds(static_cast<int>(backoff.nextDelay(parts_.network.jitter()) * 1000)));
     if (token.cancelled()) co_return;
   }
 }
@@ -193,7 +195,7 @@ Awaitable<void> AppModel::awaitIdentity(Task::Token token) {
 void AppModel::loadIdentityNow() {
   identityTask_.cancel();
   if (!serviceLocation_) return startupError_.set(std::string(kServiceLocationProblem));
-  haveIdentity(loaded(parts_.secretStore));
+  haveIdentity(loaded(parts_.secrets.store));
 }
 
 void AppModel::haveIdentity(std::optional<DeviceIdentity> identity) {
@@ -288,8 +290,8 @@ void AppModel::startTrustPolling() {
 }
 
 void AppModel::refreshAccessibilityTrust() {
-  const bool trusted = parts_.provider.isTrusted();
-  axNeedsRestart_.set(trusted && parts_.isGrantStale && parts_.isGrantStale());
+  const bool trusted = parts_.accessibility.provider.isTrusted();
+  axNeedsRestart_.set(trusted && parts_.accessibility.isGrantStale && parts_.accessibility.isGrantStale());
   if (trusted == axTrusted_.get()) return;
   axTrusted_.set(trusted);
   if (services_) {
@@ -301,21 +303,21 @@ void AppModel::refreshAccessibilityTrust() {
 }
 
 void AppModel::requestAccessibility() {
-  if (!didPromptForAccessibility_ && !parts_.provider.isTrusted()) {
+  if (!didPromptForAccessibility_ && !parts_.accessibility.provider.isTrusted()) {
     didPromptForAccessibility_ = true;
-    if (parts_.promptForAccessibility) parts_.promptForAccessibility();
+    if (parts_.accessibility.prompt) parts_.accessibility.prompt();
   }
-  if (onShowAccessibilityHelp) onShowAccessibilityHelp();
+  accessibilityHelpWanted_.emit();
 }
 
 void AppModel::restartApp() {
-  if (parts_.restart) parts_.restart();
+  if (parts_.desktop.restart) parts_.desktop.restart();
 }
 
 void AppModel::setLaunchAtLogin(bool enabled) {
-  parts_.defaults.set("launchAtLoginChosen", true);
-  parts_.loginItem.setEnabled(enabled);
-  launchAtLogin_.set(parts_.loginItem.isEnabled());
+  parts_.storage.defaults.set("launchAtLoginChosen", true);
+  parts_.desktop.loginItem.setEnabled(enabled);
+  launchAtLogin_.set(parts_.desktop.loginItem.isEnabled());
 }
 
 bool AppModel::rename(std::string_view name) {
@@ -356,7 +358,7 @@ std::optional<std::int64_t> AppModel::lastSeen(const std::string& peerDeviceId) 
 }
 
 void AppModel::insertionSucceeded(const std::string& phoneName) {
-  if (onInsertion) onInsertion(phoneName);
+  inserted_.emit(phoneName);
   scheduleReadiness();
 }
 

@@ -73,10 +73,10 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   /// Derived from registration and relay.
   const Observable<ConnectionStatus>& connectionStatus() const { return connectionStatus_; }
 
-  /// Names the phone whose words were inserted last; called once for each insertion.
-  std::function<void(const std::string& phoneName)> onInsertion;
-  /// Show the user how to let this program type.
-  std::function<void()> onShowAccessibilityHelp;
+  /// Once for each insertion, with the name of the phone whose words they were.
+  const Signal<std::string>& inserted() const { return inserted_; }
+  /// The user is to be shown how to let this program type.
+  const Signal<>& accessibilityHelpWanted() const { return accessibilityHelpWanted_; }
 
   /// Sets the name, cut to 64 characters, here, for phones and, when it can be reached, at the service. False, and
   /// nothing done, for an empty or the present name.
@@ -84,7 +84,7 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   /// What this device is called until the user names it.
   std::string fallbackName() const;
   /// Whether the settings that were made so far outlast this run.
-  bool areSettingsSaved() const { return parts_.defaults.isSaved(); }
+  bool areSettingsSaved() const { return parts_.storage.defaults.isSaved(); }
   void setLaunchAtLogin(bool enabled);
   void setOnboardingStep(OnboardingStep step) { onboarding_.setStep(step); }
   void completeOnboarding() { onboarding_.complete(); }
@@ -164,6 +164,8 @@ class AppModel final : public RelayEventSink, public std::enable_shared_from_thi
   Observable<std::optional<std::string>> startupError_, deviceId_;
   Observable<ConnectionRef> connection_;
   Observable<ConnectionStatus> connectionStatus_{ConnectionStatus::offline};
+  Signal<std::string> inserted_;
+  Signal<> accessibilityHelpWanted_;
   DictationFeature dictation_;
   WordStatsStore wordStats_;
 

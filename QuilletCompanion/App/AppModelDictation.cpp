@@ -35,7 +35,7 @@ void AppModel::startDictation() {
     auto self = weak.lock();
     const auto services = self ? self->services_ : nullptr;
     if (!services) co_return DictationNotInserted{RefusalReason::noAccessibility};
-    auto& provider = self->parts_.provider;
+    auto& provider = self->parts_.accessibility.provider;
     self.reset();
     const DictationInsertion result = co_await insertDictation(services, provider, std::move(text));
     if (const auto still = weak.lock()) still->scheduleReadiness();

@@ -29,36 +29,56 @@ inline constexpr std::string_view kBundleIdentifier = "com.fernhollow.quillet.ma
 /// What the model is built from. References outlive the model; all callbacks run on the main thread, and only those
 /// marked so may be empty.
 struct AppModelParts {
+  struct Accessibility {
+    AccessibilityProvider& provider;
+    /// Trusted, and yet the accessibility interface refuses this process, which a restart cures. May be empty.
+    std::function<bool()> isGrantStale;
+    /// Asks the desktop to let this program in. May be empty.
+    std::function<void()> prompt;
+  };
+  struct Desktop {
+    ScreenLockMonitor& lockMonitor;
+    SystemEvents& events;
+    LoginItem& loginItem;
+    /// Ends this process in an orderly way and starts the program anew. May be empty.
+    std::function<void()> restart;
+  };
+  struct Secrets {
+    SecretStore& store;
+    /// Where the store is asked, which may take seconds: a thread of its own.
+    Executor thread;
+  };
+  struct Storage {
+    UserDefaults& defaults;
+    /// Where journal and peers live; in memory without one.
+    std::optional<std::filesystem::path> folder;
+    /// Where the user's devices share their word counts; null without such a place.
+    WordLedgerStorage* wordLedgers = nullptr;
+    WordCalendar calendar = WordCalendar::current();
+  };
+  struct Network {
+    HTTPSession& session;
+    /// The address that came with the program.
+    std::optional<std::string> bundleServiceURL;
+    std::function<double()> jitter = &Backoff::drawJitter;
+  };
+  struct Machine {
+    std::string hostName;
+    std::string operatingSystem, hardwareModel;  ///< For feedback.
+    /// May be empty, or not know.
+    std::function<std::optional<DeviceKind>()> kind;
+  };
+
   Executor mainThread;
   TimeSource time;
-  AccessibilityProvider& provider;
-  /// Trusted, and yet the accessibility interface refuses this process, which a restart cures. May be empty.
-  std::function<bool()> isGrantStale;
-  /// Asks the desktop to let this program in. May be empty.
-  std::function<void()> promptForAccessibility;
-  ScreenLockMonitor& lockMonitor;
-  SystemEvents& systemEvents;
-  LoginItem& loginItem;
-  SecretStore& secretStore;
-  /// Where the secret store is asked, which may take seconds: a thread of its own.
-  Executor secretThread;
-  UserDefaults& defaults;
-  HTTPSession& session;
+  std::string appVersion;  ///< As registered with the service, "0.1.0 (0)" for example.
+  Machine machine;
+  Accessibility accessibility;
+  Desktop desktop;
+  Secrets secrets;
+  Storage storage;
+  Network network;
   DictationPlatform dictation;
-  /// Where journal and peers live; in memory without one.
-  std::optional<std::filesystem::path> supportFolder;
-  std::string hostName;
-  std::string appVersion;                      ///< As registered with the service, "0.1.0 (0)" for example.
-  std::string operatingSystem, hardwareModel;  ///< For feedback.
-  std::optional<std::string> bundleServiceURL;
-  /// May be empty, or not know.
-  std::function<std::optional<DeviceKind>()> deviceKind;
-  /// Where the user's devices share their word counts; null without such a place.
-  WordLedgerStorage* wordLedgers = nullptr;
-  WordCalendar calendar = WordCalendar::current();
-  /// Ends this process in an orderly way and starts the program anew. May be empty.
-  std::function<void()> restart;
-  std::function<double()> jitter = &Backoff::drawJitter;
 };
 
 }  // namespace quillet

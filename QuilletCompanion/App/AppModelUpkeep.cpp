@@ -31,8 +31,8 @@ Awaitable<void> AppModel::sendFeedback(std::string message, std::optional<std::s
   const auto self = shared_from_this();
   if (!services_) throw APIError(APIError::Transport{"Not registered"});
   const auto api = services_->api;
-  FeedbackRequest request{std::move(message), std::move(replyTo), parts_.appVersion, parts_.operatingSystem,
-                          parts_.hardwareModel};
+  FeedbackRequest request{std::move(message), std::move(replyTo), parts_.appVersion, parts_.machine.operatingSystem,
+                          parts_.machine.hardwareModel};
   co_await api->sendFeedback(std::move(request));
 }
 
@@ -89,7 +89,7 @@ AppModel::Remains AppModel::resetLocal() {
   stopServices();
   abandonInsertions();  // or one would write its outcome into the new device's journal
   const auto forgotten =
-      LocalReset(parts_.secretStore, parts_.defaults, parts_.supportFolder).run(peerStore_, onboarding_);
+      LocalReset(parts_.secrets.store, parts_.storage.defaults, parts_.storage.folder).run(peerStore_, onboarding_);
   loadIdentityNow();
   Remains remains;
   const bool isNewDevice = !serviceLocation_ || (deviceId().get() && deviceId().get() != before);

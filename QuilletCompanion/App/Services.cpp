@@ -11,10 +11,10 @@ constexpr std::size_t kMaximumSocketMessage = 1'048'576;
 std::shared_ptr<RelayConnection> makeConnection(const AppModelParts& parts, std::shared_ptr<APIClient> api) {
   return std::make_shared<RelayConnection>(
       parts.mainThread, [api = std::move(api)] { return api->relayRequest(); },
-      [&session = parts.session, mainThread = parts.mainThread](HTTPRequest request, std::size_t) {
+      [&session = parts.network.session, mainThread = parts.mainThread](HTTPRequest request, std::size_t) {
         return makeWebSocketTask(session, mainThread, std::move(request), kMaximumSocketMessage);
       },
-      parts.systemEvents, parts.time, parts.jitter);
+      parts.desktop.events, parts.time, parts.network.jitter);
 }
 
 }  // namespace
@@ -22,12 +22,12 @@ std::shared_ptr<RelayConnection> makeConnection(const AppModelParts& parts, std:
 Services::Services(const AppModelParts& parts, DeviceIdentity device, ServiceURL service,
                    std::weak_ptr<LocalTestTarget> localTest, std::function<void()> onFocusChange)
     : identity(std::move(device)),
-      api(std::make_shared<APIClient>(std::move(service), identity, parts.session)),
-      journal(InsertionJournal::openJournal(parts.supportFolder, parts.time.now)),
-      targetGuard(parts.provider, std::move(localTest), parts.time.now),
-      inserter(parts.provider, targetGuard, InsertionPacing{}, parts.time),
+      api(std::make_shared<APIClient>(std::move(service), identity, parts.network.session)),
+      journal(InsertionJournal::openJournal(parts.storage.folder, parts.time.now)),
+      targetGuard(parts.accessibility.provider, std::move(localTest), parts.time.now),
+      inserter(parts.accessibility.provider, targetGuard, InsertionPacing{}, parts.time),
       connection(makeConnection(parts, api)),
-      focusMonitor(targetGuard, parts.provider, std::move(onFocusChange)) {}
+      focusMonitor(targetGuard, parts.accessibility.provider, std::move(onFocusChange)) {}
 
 std::shared_ptr<Services> Services::make(const AppModelParts& parts, DeviceIdentity identity, ServiceURL service,
                                          PeerStore& peers, std::weak_ptr<LocalTestTarget> localTest,

@@ -86,30 +86,26 @@ int Program::serve(AppModel& model, const MakeFront& makeFront) {
 AppModelParts Program::parts() {
   return {.mainThread = mainLoop_.executor(),
           .time = timers_.lasting(systemTime(network_.executor())),
-          .provider = provider_,
-          .isGrantStale = [this] { return provider_.isGrantStale(); },
-          .promptForAccessibility = [this] { provider_.enableAccessibility(); },
-          .lockMonitor = lockMonitor_,
-          .systemEvents = systemEvents_,
-          .loginItem = loginItem_,
-          .secretStore = *secretStore_,
-          .secretThread = secretThread_.get_executor(),
-          .defaults = defaults_,
-          .session = session_,
-          .dictation = dictation_.platform(),
-          .supportFolder = supportFolder_,
-          .hostName = QSysInfo::machineHostName().toStdString(),
           .appVersion = QUILLET_VERSION " (0)",
-          .operatingSystem = QSysInfo::prettyProductName().toStdString(),
-          .hardwareModel = machine_.modelName().value_or("Mac"),
-          .bundleServiceURL = QUILLET_SERVICE_URL,
-          .deviceKind = [this] { return deviceModel_.kind(); },
-          .wordLedgers = wordLedgers_.get(),
-          .restart =
-              [this] {
-                restartWanted_ = true;
-                QCoreApplication::quit();
-              }};
+          .machine = {.hostName = QSysInfo::machineHostName().toStdString(),
+                      .operatingSystem = QSysInfo::prettyProductName().toStdString(),
+                      .hardwareModel = machine_.modelName().value_or("Mac"),
+                      .kind = [this] { return deviceModel_.kind(); }},
+          .accessibility = {.provider = provider_,
+                            .isGrantStale = [this] { return provider_.isGrantStale(); },
+                            .prompt = [this] { provider_.enableAccessibility(); }},
+          .desktop = {.lockMonitor = lockMonitor_,
+                      .events = systemEvents_,
+                      .loginItem = loginItem_,
+                      .restart =
+                          [this] {
+                            restartWanted_ = true;
+                            QCoreApplication::quit();
+                          }},
+          .secrets = {.store = *secretStore_, .thread = secretThread_.get_executor()},
+          .storage = {.defaults = defaults_, .folder = supportFolder_, .wordLedgers = wordLedgers_.get()},
+          .network = {.session = session_, .bundleServiceURL = QUILLET_SERVICE_URL},
+          .dictation = dictation_.platform()};
 }
 
 }  // namespace quillet

@@ -22,18 +22,13 @@ TerminalEvents::TerminalEvents(AppModel& model, const TerminalOutput& output)
   watch(model_.peerStore().peers(), [this] { showPeers(); });
   watch(model_.serverPairs(), [this] { showPeers(); });
   watchSetUp();
-  model_.onInsertion = [this](const std::string& phoneName) {
+  watched_.push_back(model_.inserted().subscribe([this](const std::string& phoneName) {
     output_.event("inserted", {{"phoneName", phoneName}}, "Inserted from " + plainText(phoneName));
-  };
-  model_.onShowAccessibilityHelp = [this] {
+  }));
+  watched_.push_back(model_.accessibilityHelpWanted().subscribe([this] {
     const std::string text = accessibilityText(model_);
     output_.event("accessibilityHelp", {{"text", text}}, text);
-  };
-}
-
-TerminalEvents::~TerminalEvents() {
-  model_.onInsertion = nullptr;
-  model_.onShowAccessibilityHelp = nullptr;
+  }));
 }
 
 template <typename T>

@@ -14,7 +14,6 @@ namespace quillet {
 class TerminalEvents {
  public:
   TerminalEvents(AppModel& model, const TerminalOutput& output);
-  ~TerminalEvents();
 
  private:
   template <typename T>

@@ -80,11 +80,7 @@ TrayFrontEnd::TrayFrontEnd(AppModel& model, Executor mainThread, Look& look, Sur
     if (state == Qt::ApplicationActive) model_.becameActive();
   });
   updateIcon();
-  model_.onInsertion = [this](const std::string&) { showBadge(); };
-}
-
-TrayFrontEnd::~TrayFrontEnd() {
-  model_.onInsertion = nullptr;
+  inserted_ = model_.inserted().subscribe([this](const std::string&) { showBadge(); });
 }
 
 void TrayFrontEnd::start() {

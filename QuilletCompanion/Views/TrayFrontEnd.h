@@ -25,7 +25,6 @@ class TrayFrontEnd final : public QObject {
     std::function<void()> openEditor;  ///< Opens the user's editor with an empty note.
   };
   TrayFrontEnd(AppModel& model, Executor mainThread, Look& look, Surroundings surroundings);
-  ~TrayFrontEnd() override;
 
   /// To be called once the model has started: opens what a first run has to show.
   void start();
@@ -48,6 +47,7 @@ class TrayFrontEnd final : public QObject {
   QSystemTrayIcon icon_;
   QString iconShown_;
   std::int64_t dismissedAt_ = 0;  ///< Milliseconds since 1970.
+  Subscription inserted_;
 };
 
 }  // namespace quillet

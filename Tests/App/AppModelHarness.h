@@ -70,28 +70,24 @@ class AppModelTest : public testing::Test {
   }
 
   void makeModel() {
-    AppModelParts parts{.mainThread = time.executor(),
-                        .time = time.source(),
-                        .provider = provider,
-                        .isGrantStale = [this] { return grantStale; },
-                        .promptForAccessibility = [this] { ++prompts; },
-                        .lockMonitor = lockMonitor,
-                        .systemEvents = systemEvents,
-                        .loginItem = loginItem,
-                        .secretStore = secrets,
-                        .secretThread = time.executor(),
-                        .defaults = defaults,
-                        .session = session,
-                        .dictation = desk.platform(),
-                        .supportFolder = folder.path(),
-                        .hostName = " desk ",
-                        .appVersion = "1.2 (3)",
-                        .operatingSystem = "Any OS 12",
-                        .hardwareModel = "Box",
-                        .bundleServiceURL = std::nullopt,
-                        .deviceKind = [] { return DeviceKind::macMini; },
-                        .restart = [this] { ++restarts; },
-                        .jitter = [this] { return jitter; }};
+    AppModelParts parts{
+        .mainThread = time.executor(),
+        .time = time.source(),
+        .appVersion = "1.2 (3)",
+        .machine = {.hostName = " desk ",
+                    .operatingSystem = "Any OS 12",
+                    .hardwareModel = "Box",
+                    .kind = [] { return DeviceKind::macMini; }},
+        .accessibility = {
+            .provider = provider, .isGrantStale = [this] { return grantStale; }, .prompt = [this] { ++prompts; }},
+        .desktop = {.lockMonitor = lockMonitor,
+                    .events = systemEvents,
+                    .loginItem = loginItem,
+                    .restart = [this] { ++restarts; }},
+        .secrets = {.store = secrets, .thread = time.executor()},
+        .storage = {.defaults = defaults, .folder = folder.path()},
+        .network = {.session = session, .bundleServiceURL = std::nullopt, .jitter = [this] { return jitter; }},
+        .dictation = desk.platform()};
     model = std::make_shared<AppModel>(std::move(parts));
   }
   void start() {

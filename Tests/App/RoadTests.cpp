@@ -17,20 +17,17 @@ class RoadTest : public testing::Test {
  protected:
   RoadTest() {
     defaults.set("QLTServerURLOverride", boost::json::string(service.url().text()));
-    model = std::make_shared<AppModel>(AppModelParts{.mainThread = mainThread.executor(),
-                                                     .time = systemTime(network.executor()),
-                                                     .provider = provider,
-                                                     .lockMonitor = lockMonitor,
-                                                     .systemEvents = systemEvents,
-                                                     .loginItem = loginItem,
-                                                     .secretStore = secrets,
-                                                     .secretThread = mainThread.executor(),
-                                                     .defaults = defaults,
-                                                     .session = session,
-                                                     .dictation = desk.platform(),
-                                                     .supportFolder = folder.path() / "mac",
-                                                     .hostName = "Desk",
-                                                     .appVersion = "1.2 (3)"});
+    model = std::make_shared<AppModel>(
+        AppModelParts{.mainThread = mainThread.executor(),
+                      .time = systemTime(network.executor()),
+                      .appVersion = "1.2 (3)",
+                      .machine = {.hostName = "Desk"},
+                      .accessibility = {.provider = provider},
+                      .desktop = {.lockMonitor = lockMonitor, .events = systemEvents, .loginItem = loginItem},
+                      .secrets = {.store = secrets, .thread = mainThread.executor()},
+                      .storage = {.defaults = defaults, .folder = folder.path() / "mac"},
+                      .network = {.session = session},
+                      .dictation = desk.platform()});
     const PhoneState state{.name = "Pocket", .service = service.url().text(), .macs = {}};
     state.save(folder.path() / "phone");
     phone = std::make_unique<Phone>(state, folder.path() / "phone", DeviceIdentity::generate(), session,
@@ -109,7 +106,7 @@ TEST_F(RoadTest, WordsArriveAndNoLogKnowsThem) {
   connect();
   pair();
   std::vector<std::string> phones;
-  model->onInsertion = [&](const std::string& name) { phones.push_back(name); };
+  const auto told = model->inserted().subscribe([&](const std::string& name) { phones.push_back(name); });
   const auto report = say("Say " + marker + " thrice");
   ASSERT_TRUE(report.result);
   EXPECT_EQ(report.result->outcome, InsertionOutcome::inserted);

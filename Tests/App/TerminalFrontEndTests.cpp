@@ -318,7 +318,7 @@ TEST_F(TerminalFrontEndTest, TextFromElsewhereStaysInItsPlace) {
   };
   ASSERT_TRUE(until([&] { return has("If the words are different"); }));
   for (const char* line : {"peers", "status", "rename x\x1b[2Jy", "nonsense\x1b[2J"}) front->handleLine(line);
-  model->onInsertion(hostile);
+  model->insertionSucceeded(hostile);
   const std::string marks[] = {"“" + shown + "” asks to be paired.\nVerification words: ",
                                shown + "  " + phone.deviceId() + "  Paired ",
                                "Inserted from " + shown,
