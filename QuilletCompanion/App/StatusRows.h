@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "QuilletCompanion/App/ConnectionStatus.h"
@@ -17,6 +18,10 @@ struct StatusRow {
   Tint tint = Tint::none;
   bool operator==(const StatusRow&) const = default;
 };
+
+constexpr auto rawNames(std::type_identity<StatusRow::Tint>) {
+  return rawTable<5>({"none", "green", "yellow", "orange", "red"});
+}
 
 /// How it stands with dictation on this computer.
 struct DictationStatus {

@@ -182,14 +182,23 @@ bool DictationFeature::canDictate() const {
 }
 
 std::optional<std::string> DictationFeature::shortcutHint(const Translate& translate) const {
+  const auto inWords = [&](std::string text, std::initializer_list<std::string> keys) {
+    if (translate) text = translate(text);
+    int number = 0;
+    for (const auto& key : keys) {
+      const std::string place = "%" + std::to_string(++number);
+      if (const auto at = text.find(place); at != std::string::npos) text.replace(at, place.size(), key);
+    }
+    return text;
+  };
   const auto name = [&](const std::optional<DictationShortcut>& shortcut) {
     return shortcut ? displayText(*shortcut, keyboard_, translate) : std::string();
   };
   const std::string hold = name(preferences.holdShortcut.get());
   const std::string toggle = name(preferences.toggleShortcut.get());
-  if (!hold.empty() && !toggle.empty()) return "Hold " + hold + " or press " + toggle;
-  if (!hold.empty()) return "Hold " + hold + " to dictate";
-  if (!toggle.empty()) return "Press " + toggle + " to dictate";
+  if (!hold.empty() && !toggle.empty()) return inWords("Hold %1 or press %2", {hold, toggle});
+  if (!hold.empty()) return inWords("Hold %1 to dictate", {hold});
+  if (!toggle.empty()) return inWords("Press %1 to dictate", {toggle});
   return std::nullopt;
 }
 

@@ -89,6 +89,7 @@ class DictationFeature {
 
   DictationController& controller() { return controller_; }
   const DictationController& controller() const { return controller_; }
+  SystemKeyboard& keyboard() { return keyboard_; }
   const SystemKeyboard& keyboard() const { return keyboard_; }
   const Observable<ServiceConfig>& configuration() const { return configuration_; }
   const Observable<Microphone::Access>& microphoneStatus() const { return microphoneStatus_; }

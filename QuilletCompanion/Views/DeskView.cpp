@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Views/DeskView.h"
 
+#include <QVariantMap>
 #include <utility>
+
+#include "QuilletCompanion/App/StatusRows.h"
 
 namespace quillet {
 namespace {
@@ -31,26 +34,28 @@ DeskView::DeskView(AppModel& model, Executor mainThread, Surroundings surroundin
   follow(model_.onboardingCompleted());
   follow(model_.onboardingStep());
   follow(model_.launchAtLogin());
+  follow(model_.dictation().preferences.isEnabled.observable());
+  follow(model_.dictation().microphoneStatus());
+  follow(model_.dictation().configuration());
+  follow(model_.dictation().controller().phase());
 }
 
 QString DeskView::statusLine() const {
   return inWordsAfterName(quillet::statusLine(model_.connectionStatus().get(), model_.readiness().get()));
 }
 
-QString DeskView::connectionWord() const {
-  return inWords(statusWord(model_.connectionStatus().get()));
-}
-
-QString DeskView::connectionTint() const {
-  switch (model_.connectionStatus().get()) {
-    case ConnectionStatus::connected:
-      return "green";
-    case ConnectionStatus::reconnecting:
-      return "yellow";
-    case ConnectionStatus::offline:
-      break;
+QVariantList DeskView::rows() const {
+  const auto& dictation = model_.dictation();
+  QVariantList found;
+  for (const auto& row :
+       statusRows(model_.connectionStatus().get(), model_.axTrusted().get(), model_.peerStore().peers().get().size(),
+                  {.isEnabled = dictation.preferences.isEnabled.get(),
+                  .canDictate = dictation.canDictate(),
+                  .phase = dictation.controller().phase().get()})) {
+    found.append(
+        QVariantMap{{"title", inWords(row.title)}, {"value", inWords(row.value)}, {"tint", toQt(rawValue(row.tint))}});
   }
-  return "red";
+  return found;
 }
 
 bool DeskView::revoked() const {

@@ -15,11 +15,9 @@ class DeskView final : public ViewObject {
   Q_OBJECT
   Q_PROPERTY(QString macName READ macName NOTIFY changed)
   Q_PROPERTY(QString statusLine READ statusLine NOTIFY changed)
-  Q_PROPERTY(QString connectionWord READ connectionWord NOTIFY changed)
-  Q_PROPERTY(QString connectionTint READ connectionTint NOTIFY changed)
+  Q_PROPERTY(QVariantList rows READ rows NOTIFY changed)
   Q_PROPERTY(bool axTrusted READ axTrusted NOTIFY changed)
   Q_PROPERTY(bool axNeedsRestart READ axNeedsRestart NOTIFY changed)
-  Q_PROPERTY(int peerCount READ peerCount NOTIFY changed)
   Q_PROPERTY(QString startupError READ startupError NOTIFY changed)
   Q_PROPERTY(bool revoked READ revoked NOTIFY changed)
   Q_PROPERTY(bool onboardingCompleted READ onboardingCompleted NOTIFY changed)
@@ -39,11 +37,10 @@ class DeskView final : public ViewObject {
 
   QString macName() const { return toQt(model_.macName().get()); }
   QString statusLine() const;
-  QString connectionWord() const;
-  QString connectionTint() const;
+  /// What works and what doesn't, each with "title", "value" and "tint".
+  QVariantList rows() const;
   bool axTrusted() const { return model_.axTrusted().get(); }
   bool axNeedsRestart() const { return model_.axNeedsRestart().get(); }
-  int peerCount() const { return static_cast<int>(model_.peerStore().peers().get().size()); }
   QString startupError() const { return inWords(model_.startupError().get().value_or("")); }
   bool revoked() const;
   bool onboardingCompleted() const { return model_.onboardingCompleted().get(); }

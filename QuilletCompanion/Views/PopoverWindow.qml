@@ -50,30 +50,15 @@ Window {
         Column {
             width: parent.width
             spacing: Theme.unit * 1.5
-            StatusRow {
-                width: parent.width
-                title: qsTr("Connection")
-                value: desk.connectionWord
-                tint: desk.connectionTint === "green" ? Theme.good : desk.connectionTint === "yellow" ? Theme.pending : Theme.bad
-            }
-            StatusRow {
-                width: parent.width
-                title: qsTr("Accessibility")
-                value: desk.axTrusted ? qsTr("Allowed") : qsTr("Not allowed")
-                tint: desk.axTrusted ? Theme.good : Theme.warning
-            }
-            StatusRow {
-                width: parent.width
-                title: qsTr("Paired iPhones")
-                value: desk.peerCount.toLocaleString(Qt.locale(), "f", 0)
-            }
-            StatusRow {
-                width: parent.width
-                visible: dictation !== null
-                title: qsTr("Dictation on this Mac")
-                value: dictation === null ? "" : dictation.status
-                tint: dictation === null || dictation.statusTint === "" ? Theme.text
-                    : dictation.statusTint === "green" ? Theme.good : Theme.warning
+            Repeater {
+                model: desk.rows
+                StatusRow {
+                    required property var modelData
+                    width: column.width
+                    title: modelData.title
+                    value: modelData.value
+                    tint: Theme.tints[modelData.tint]
+                }
             }
         }
         WordStatsStrip {
@@ -133,7 +118,7 @@ Window {
             }
             MenuRow {
                 width: parent.width
-                visible: dictation !== null && dictation.hasLastText
+                visible: dictation.hasLastText
                 label: qsTr("Copy last dictation")
                 symbol: "doc.on.doc"
                 onClicked: {

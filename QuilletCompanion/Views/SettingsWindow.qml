@@ -157,11 +157,8 @@ PageWindow {
             text: qsTr("Your paired iPhones receive only a minimal readiness update from this Mac: its name, whether it is ready, the current app's name, and a generic field type. Field contents and selected text are never sent.")
         }
     }
-    Loader {
+    DictationSettings {
         width: parent.width
-        visible: active
-        active: dictation !== null
-        source: active ? "DictationSettings.qml" : ""
     }
     Card {
         width: parent.width

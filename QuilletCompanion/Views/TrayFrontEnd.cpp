@@ -22,7 +22,6 @@ constexpr Qt::WindowFlags badgeFlags = Qt::Tool | Qt::FramelessWindowHint | Qt::
                                        Qt::WindowDoesNotAcceptFocus | Qt::WindowTransparentForInput;
 /// A click on the icon takes the focus from the popover, which closes it; it must not open it again.
 constexpr std::int64_t clickLasts = 300;
-constexpr int badgeMarginX = 16, badgeMarginY = 12;
 constexpr int iconSide = 48;
 const QColor iconGround(0x2a, 0x5b, 0xd7);
 
@@ -41,20 +40,9 @@ QIcon trayIcon(const QString& symbol) {
   return QIcon(QPixmap::fromImage(image));
 }
 
-struct IconState {
-  const char *symbol, *words;
-};
-
-IconState iconState(ConnectionStatus status) {
-  switch (status) {
-    case ConnectionStatus::connected:
-      return {"mic.fill", "Quillet, connected"};
-    case ConnectionStatus::reconnecting:
-      return {"mic", "Quillet, reconnecting"};
-    case ConnectionStatus::offline:
-      break;
-  }
-  return {"mic.slash", "Quillet, offline"};
+/// The text stays there as long as this program runs.
+void copy(const QString& text) {
+  QGuiApplication::clipboard()->setText(text);
 }
 
 }  // namespace
@@ -66,16 +54,21 @@ TrayFrontEnd::TrayFrontEnd(AppModel& model, Executor mainThread, Look& look, Sur
       desk_(model, mainThread_,
             {.openWindow = [this](const QString& id) { windows_.open(id); },
              .closeWindow = [this](const QString& id) { windows_.close(id); },
-             .copy = [](const QString& text) { QGuiApplication::clipboard()->setText(text); },
+             .copy = copy,
              .dismissPopover = [this] { windows_.close("popover"); },
              .openEditor = surroundings_.openEditor,
              .quit = surroundings_.quit}),
       statistics_(model.wordStats(), mainThread_),
-      windows_([this](const QString& id, QQmlContext& context) { furnish(id, context); }) {
+      dictation_(model.dictation(), mainThread_, copy),
+      windows_([this](const QString& id, QQmlContext& context) { furnish(id, context); }),
+      panel_(model.dictation(), windows_, surroundings_.accompany) {
   prepareViews(look);
   QGuiApplication::setWindowIcon(trayIcon("mic.fill"));
   connect(&icon_, &QSystemTrayIcon::activated, this, [this] { togglePopover(); });
-  connect(&desk_, &ViewObject::changed, this, [this] { updateIcon(); });
+  connect(&desk_, &ViewObject::changed, this, [this] {
+    updateIcon();
+    panel_.moveAlong();  // another application may have come to the front, on another screen
+  });
   connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
     if (state == Qt::ApplicationActive) model_.becameActive();
   });
@@ -85,6 +78,7 @@ TrayFrontEnd::TrayFrontEnd(AppModel& model, Executor mainThread, Look& look, Sur
 
 void TrayFrontEnd::start() {
   icon_.show();
+  panel_.start();
   if (!model_.onboardingCompleted().get()) {
     windows_.open("onboarding");
   } else if (!QSystemTrayIcon::isSystemTrayAvailable()) {
@@ -126,25 +120,29 @@ void TrayFrontEnd::showPopover(bool atIcon) {
 }
 
 void TrayFrontEnd::showBadge() {
-  auto* const window = windows_.open("badge", [](QQuickWindow& badge) {
+  auto* const window = windows_.open("badge", [this](QQuickWindow& badge) {
     badge.setFlags(badgeFlags);
-    const QRect room = QGuiApplication::primaryScreen()->availableGeometry();
-    badge.setPosition(room.right() + 1 - badge.width() - badgeMarginX, room.top() + badgeMarginY);
+    surroundings_.accompany(badge);
+    if (const auto* screen = QGuiApplication::primaryScreen()) {
+      badge.setPosition(badgePlace(badge.size(), screen->availableGeometry()));
+    }
   });
   if (window != nullptr) QMetaObject::invokeMethod(window, "appear");
 }
 
 void TrayFrontEnd::updateIcon() {
-  const auto [symbol, words] = iconState(model_.connectionStatus().get());
-  if (std::exchange(iconShown_, symbol) == symbol) return;
-  icon_.setIcon(trayIcon(symbol));
-  icon_.setToolTip(inWords(words));
+  const auto shown =
+      menuIcon(model_.connectionStatus().get(), isInProgress(model_.dictation().controller().phase().get()));
+  if (std::exchange(iconShown_, shown) == shown) return;
+  icon_.setIcon(trayIcon(toQt(shown.symbol)));
+  icon_.setToolTip(inWords(shown.label));
 }
 
 void TrayFrontEnd::furnish(const QString& id, QQmlContext& context) {
   context.setContextProperty("desk", &desk_);
   context.setContextProperty("statistics", &statistics_);
-  context.setContextProperty("dictation", nullptr);
+  context.setContextProperty("dictation", &dictation_);
+  context.setContextProperty("panel", &panel_);
   const auto give = [&context](const char* name, ViewObject* object) {
     object->setParent(&context);
     context.setContextProperty(name, object);

@@ -9,7 +9,10 @@
 #include <memory>
 
 #include "QuilletCompanion/App/AppModel.h"
+#include "QuilletCompanion/App/StatusRows.h"
 #include "QuilletCompanion/Views/DeskView.h"
+#include "QuilletCompanion/Views/DictationPanelController.h"
+#include "QuilletCompanion/Views/DictationView.h"
 #include "QuilletCompanion/Views/StatisticsView.h"
 #include "QuilletCompanion/Views/Windows.h"
 
@@ -23,6 +26,8 @@ class TrayFrontEnd final : public QObject {
     std::function<std::int64_t()> now;  ///< Milliseconds since 1970.
     std::function<void()> quit;
     std::function<void()> openEditor;  ///< Opens the user's editor with an empty note.
+    /// Lets a window that is not shown yet stand on every desktop and in no list of windows.
+    std::function<void(QWindow&)> accompany;
   };
   TrayFrontEnd(AppModel& model, Executor mainThread, Look& look, Surroundings surroundings);
 
@@ -43,9 +48,11 @@ class TrayFrontEnd final : public QObject {
   Surroundings surroundings_;
   DeskView desk_;
   StatisticsView statistics_;
+  DictationView dictation_;
   Windows windows_;
+  DictationPanelController panel_;
   QSystemTrayIcon icon_;
-  QString iconShown_;
+  MenuIcon iconShown_;
   std::int64_t dismissedAt_ = 0;  ///< Milliseconds since 1970.
   Subscription inserted_;
 };

@@ -15,4 +15,15 @@ QPoint popoverPlace(const QRect& icon, const QPoint& pointer, const QSize& popov
           kept(y, available.top(), available.bottom() + 1 - popover.height())};
 }
 
+QPoint pillPlace(const QSize& window, const QRect& available) {
+  constexpr int margin = 6;
+  return {available.left() + (available.width() - window.width()) / 2,
+          available.bottom() + 1 - margin - window.height()};
+}
+
+QPoint badgePlace(const QSize& badge, const QRect& available) {
+  constexpr int marginX = 16, marginY = 12;
+  return {available.right() + 1 - badge.width() - marginX, available.top() + marginY};
+}
+
 }  // namespace quillet

@@ -11,4 +11,9 @@ namespace quillet {
 /// that has the room, and whole within the part of the screen that windows may use.
 QPoint popoverPlace(const QRect& icon, const QPoint& pointer, const QSize& popover, const QRect& available);
 
+/// Where the window of the dictation's pill stands: at the bottom, in the middle.
+QPoint pillPlace(const QSize& window, const QRect& available);
+/// Where the badge stands: at the top right.
+QPoint badgePlace(const QSize& badge, const QRect& available);
+
 }  // namespace quillet

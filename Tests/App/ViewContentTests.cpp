@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include "QuilletCompanion/App/DictationTexts.h"
 #include "QuilletCompanion/App/PillContent.h"
 #include "QuilletCompanion/App/StatusRows.h"
+#include "QuilletCompanion/App/UserDefaults.h"
 
 namespace quillet {
 namespace {
@@ -60,6 +62,33 @@ TEST(PillContentTest, DoesNotTellTheChangesOfATargetApart) {
   }
   EXPECT_EQ(PillContent::refusalText(RefusalReason::asleep), "This Mac is locked");
   EXPECT_EQ(PillContent::refusalText(RefusalReason::tokenExpired), "Couldn't type here");
+}
+
+TEST(DictationTextsTest, NameWhoTranscribesOnlyOnceTheServiceHasToldIt) {
+  UserDefaults store(std::nullopt);
+  DictationPreferences preferences(store);
+  ServiceConfig told;
+  EXPECT_EQ(DictationTexts::privacyNote(preferences, told).place, "") << "the built-in default is nobody's word";
+  told.cloud = {"whisper", "", "2", ServiceConfig::Cloud::Streaming{true, "quick", "Mars"}};
+  EXPECT_EQ(DictationTexts::privacyNote(preferences, told).place, "quick (Mars)");
+  EXPECT_EQ(DictationTexts::transcription(preferences, told), "quick");
+  preferences.style.set(TranscriptStyle::clean);
+  EXPECT_EQ(DictationTexts::privacyNote(preferences, told).place, "whisper");
+  EXPECT_EQ(DictationTexts::transcription(preferences, told), "whisper");
+  preferences.recognizer.set(RecognizerChoice::device);
+  EXPECT_EQ(DictationTexts::privacyNote(preferences, told).place, "");
+  EXPECT_EQ(DictationTexts::transcription(preferences, told), std::nullopt);
+}
+
+TEST(DictationTextsTest, AnUnpluggedMicrophoneStaysInTheListWhileItIsChosen) {
+  const AudioInput desk{"a", "Desk"}, headset{"b", "Headset"}, renamed{"a", "Table"};
+  using DictationTexts::microphoneChoices;
+  using DictationTexts::placeOf;
+  EXPECT_EQ(microphoneChoices({desk}, renamed), (std::vector<DictationTexts::MicrophoneChoice>{{}, {desk}}));
+  EXPECT_EQ(placeOf(renamed, microphoneChoices({desk}, renamed)), 1u);
+  EXPECT_EQ(microphoneChoices({desk}, headset).back(), (DictationTexts::MicrophoneChoice{headset, false}));
+  EXPECT_EQ(placeOf(headset, microphoneChoices({desk}, headset)), 2u);
+  EXPECT_EQ(placeOf(std::nullopt, microphoneChoices({desk}, std::nullopt)), 0u);
 }
 
 }  // namespace

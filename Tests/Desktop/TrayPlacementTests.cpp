@@ -17,5 +17,11 @@ TEST(TrayPlacement, StandsAtTheIconOnTheSideThatHasRoom) {
       << "higher than the screen";
 }
 
+TEST(TrayPlacement, PillAndBadgeKeepTheirPlacesOnAnyScreen) {
+  const QRect second(1280, 30, 1921, 1050);
+  EXPECT_EQ(pillPlace({460, 84}, second), QPoint(2010, 990));
+  EXPECT_EQ(badgePlace({200, 40}, second), QPoint(2985, 42));
+}
+
 }  // namespace
 }  // namespace quillet

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <QApplication>
+#include <QWindow>
 #include <utility>
 
 #include "QuilletCompanion/Platform/Linux/Session/DefaultEditor.h"
 #include "QuilletCompanion/Platform/Linux/Session/PortalAppearance.h"
+#include "QuilletCompanion/Platform/Linux/X11/AccompanyingWindow.h"
 #include "QuilletCompanion/Program/Quillet.h"
 #include "QuilletCompanion/Views/Look.h"
 #include "QuilletCompanion/Views/Translations.h"
@@ -17,7 +19,13 @@ class Front final : public WindowsFront {
  public:
   Front(AppModel& model, Executor mainThread, std::function<std::int64_t()> now)
       : tray_(model, std::move(mainThread), look_,
-              {.now = std::move(now), .quit = [] { QCoreApplication::quit(); }, .openEditor = openDefaultEditor}) {}
+              {.now = std::move(now),
+               .quit = [] { QCoreApplication::quit(); },
+               .openEditor = openDefaultEditor,
+               .accompany =
+                   [](QWindow& window) {
+                     if (QGuiApplication::platformName() == "xcb") accompanyUser(window.winId());
+                   }}) {}
   void start() override { tray_.start(); }
   void activate() override { tray_.activate(); }
 

@@ -26,6 +26,12 @@ QtObject {
     readonly property color pending: dark ? "#e6c84f" : "#735a00"
     readonly property color bad: dark ? "#ff8f87" : "#b3261e"
     readonly property color badInk: dark ? "#2a0906" : "#ffffff"
+    // By the names that the texts' sources give them.
+    readonly property var tints: ({none: text, green: good, yellow: pending, orange: warning, red: bad})
+    // The pill is the same on every desktop: it lies over other programs' windows.
+    readonly property color pill: "#1c1c1f"
+    readonly property color pillButton: "#48484d"
+    readonly property color pillInk: "#ffffff"
 
     // The desktop's own size, in pixels; all others follow from it.
     readonly property real body: Look.fontPixels

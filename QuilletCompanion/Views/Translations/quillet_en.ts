@@ -47,6 +47,129 @@
         </message>
     </context>
     <context>
+        <name>DictationSettings</name>
+        <message>
+            <source>Dictation on this Mac</source>
+            <translation>Dictation on this computer</translation>
+        </message>
+        <message>
+            <source>Dictate on this Mac</source>
+            <translation>Dictate on this computer</translation>
+        </message>
+        <message>
+            <source>Speak into your Mac's microphone and the text is typed where your cursor is.</source>
+            <translation>Speak into your computer's microphone and the text is typed where your cursor is.</translation>
+        </message>
+        <message>
+            <source>Hold to talk</source>
+            <translation>Hold to talk</translation>
+        </message>
+        <message>
+            <source>Hold while you speak. Let go to type the text.</source>
+            <translation>Hold while you speak. Let go to type the text.</translation>
+        </message>
+        <message>
+            <source>Start and stop</source>
+            <translation>Start and stop</translation>
+        </message>
+        <message>
+            <source>Press once to start, and again to type the text.</source>
+            <translation>Press once to start, and again to type the text.</translation>
+        </message>
+        <message>
+            <source>Show dictation button</source>
+            <translation>Show dictation button</translation>
+        </message>
+        <message>
+            <source>A small button at the bottom of the screen. Click it to start and stop.</source>
+            <translation>A small button at the bottom of the screen. Click it to start and stop.</translation>
+        </message>
+        <message>
+            <source>Language</source>
+            <translation>Language</translation>
+        </message>
+        <message>
+            <source>Streaming transcription</source>
+            <translation>Streaming transcription</translation>
+        </message>
+        <message>
+            <source>Transcribe while you speak. If the live connection fails, the same audio is transcribed after you stop.</source>
+            <translation>Transcribe while you speak. If the live connection fails, the same audio is transcribed after you stop.</translation>
+        </message>
+        <message>
+            <source>Remove filler words</source>
+            <translation>Remove filler words</translation>
+        </message>
+        <message>
+            <source>Leave out ums and hesitations. Transcription starts after you stop.</source>
+            <translation>Leave out ums and hesitations. Transcription starts after you stop.</translation>
+        </message>
+        <message>
+            <source>Music while dictating</source>
+            <translation>Music while dictating</translation>
+        </message>
+        <message>
+            <source>Muffle</source>
+            <translation>Muffle</translation>
+        </message>
+        <message>
+            <source>Pause</source>
+            <translation>Pause</translation>
+        </message>
+        <message>
+            <source>Keep playing</source>
+            <translation>Keep playing</translation>
+        </message>
+        <message>
+            <source>Music and videos keep playing but sound muffled, as if from the next room, until you stop speaking.</source>
+            <translation>Music and videos keep playing but sound muffled, as if from the next room, until you stop speaking.</translation>
+        </message>
+        <message>
+            <source>Music and videos pause while you speak and start again when you stop.</source>
+            <translation>Music and videos pause while you speak and start again when you stop.</translation>
+        </message>
+        <message>
+            <source>Music and videos play as usual.</source>
+            <translation>Music and videos play as usual.</translation>
+        </message>
+        <message>
+            <source>Microphone</source>
+            <translation>Microphone</translation>
+        </message>
+        <message>
+            <source>Microphone to use</source>
+            <translation>Microphone to use</translation>
+        </message>
+        <message>
+            <source>Used for dictation on this Mac.</source>
+            <translation>Used for dictation on this computer.</translation>
+        </message>
+        <message>
+            <source>Transcription</source>
+            <translation>Transcription</translation>
+        </message>
+        <message>
+            <source>Allow Accessibility so dictation can type into other apps.</source>
+            <translation>Allow Accessibility so dictation can type into other apps.</translation>
+        </message>
+        <message>
+            <source>Open Settings</source>
+            <translation>Open Settings</translation>
+        </message>
+        <message>
+            <source>Press Esc to cancel a dictation. If there's no text field to type in, you can copy the text instead.</source>
+            <translation>Press Esc to cancel a dictation. If there's no text field to type in, you can copy the text instead.</translation>
+        </message>
+        <message>
+            <source>System audio</source>
+            <translation>System audio</translation>
+        </message>
+        <message>
+            <source>To muffle music, turn on Quillet under System Audio Recording Only. Audio is filtered as it plays and never recorded.</source>
+            <translation>Audio is filtered as it plays and never recorded.</translation>
+        </message>
+    </context>
+    <context>
         <name>OnboardingWindow</name>
         <message>
             <source>Set Up Quillet</source>
@@ -248,34 +371,33 @@
         </message>
     </context>
     <context>
-        <name>PopoverWindow</name>
+        <name>PillWindow</name>
         <message>
             <source>Quillet</source>
             <translation>Quillet</translation>
         </message>
         <message>
-            <source>Connection</source>
-            <translation>Connection</translation>
+            <source>Start dictation</source>
+            <translation>Start dictation</translation>
         </message>
         <message>
-            <source>Accessibility</source>
-            <translation>Accessibility</translation>
+            <source>Cancel</source>
+            <translation>Cancel</translation>
         </message>
         <message>
-            <source>Allowed</source>
-            <translation>Allowed</translation>
+            <source>Stop and insert</source>
+            <translation>Stop and insert</translation>
         </message>
         <message>
-            <source>Not allowed</source>
-            <translation>Not allowed</translation>
+            <source>Copy text</source>
+            <translation>Copy text</translation>
         </message>
+    </context>
+    <context>
+        <name>PopoverWindow</name>
         <message>
-            <source>Paired iPhones</source>
-            <translation>Paired phones</translation>
-        </message>
-        <message>
-            <source>Dictation on this Mac</source>
-            <translation>Dictation on this computer</translation>
+            <source>Quillet</source>
+            <translation>Quillet</translation>
         </message>
         <message>
             <source>This Mac's pairing identity was removed from the service. Reset it in Settings.</source>
@@ -462,6 +584,13 @@
         </message>
     </context>
     <context>
+        <name>ShortcutField</name>
+        <message>
+            <source>Turn “%1” off</source>
+            <translation>Turn “%1” off</translation>
+        </message>
+    </context>
+    <context>
         <name>StatisticsWindow</name>
         <message>
             <source>Statistics</source>
@@ -552,6 +681,138 @@
     </context>
     <context>
         <name>Quillet</name>
+        <message>
+            <source>Connection</source>
+            <translation>Connection</translation>
+        </message>
+        <message>
+            <source>Accessibility</source>
+            <translation>Accessibility</translation>
+        </message>
+        <message>
+            <source>Allowed</source>
+            <translation>Allowed</translation>
+        </message>
+        <message>
+            <source>Not allowed</source>
+            <translation>Not allowed</translation>
+        </message>
+        <message>
+            <source>Not asked yet</source>
+            <translation>Not asked yet</translation>
+        </message>
+        <message>
+            <source>Dictation on this Mac</source>
+            <translation>Dictation on this computer</translation>
+        </message>
+        <message>
+            <source>Off</source>
+            <translation>Off</translation>
+        </message>
+        <message>
+            <source>On</source>
+            <translation>On</translation>
+        </message>
+        <message>
+            <source>Listening</source>
+            <translation>Listening</translation>
+        </message>
+        <message>
+            <source>Needs setup</source>
+            <translation>Needs setup</translation>
+        </message>
+        <message>
+            <source>Quillet, dictating</source>
+            <translation>Quillet, dictating</translation>
+        </message>
+        <message>
+            <source>Inserted</source>
+            <translation>Inserted</translation>
+        </message>
+        <message>
+            <source>No text field to type in</source>
+            <translation>No text field to type in</translation>
+        </message>
+        <message>
+            <source>Can't type into a password field</source>
+            <translation>Can't type into a password field</translation>
+        </message>
+        <message>
+            <source>Allow Accessibility to type</source>
+            <translation>Allow Accessibility to type</translation>
+        </message>
+        <message>
+            <source>Couldn't type here</source>
+            <translation>Couldn't type here</translation>
+        </message>
+        <message>
+            <source>Release the keys to type</source>
+            <translation>Release the keys to type</translation>
+        </message>
+        <message>
+            <source>Click to dictate</source>
+            <translation>Click to dictate</translation>
+        </message>
+        <message>
+            <source>Hold %1 or press %2</source>
+            <translation>Hold %1 or press %2</translation>
+        </message>
+        <message>
+            <source>Hold %1 to dictate</source>
+            <translation>Hold %1 to dictate</translation>
+        </message>
+        <message>
+            <source>Press %1 to dictate</source>
+            <translation>Press %1 to dictate</translation>
+        </message>
+        <message>
+            <source>Press keys…</source>
+            <translation>Press keys…</translation>
+        </message>
+        <message>
+            <source>Another app is using this shortcut. Choose a different one.</source>
+            <translation>Another app is using this shortcut. Choose a different one.</translation>
+        </message>
+        <message>
+            <source>Automatic</source>
+            <translation>Automatic</translation>
+        </message>
+        <message>
+            <source>System default</source>
+            <translation>System default</translation>
+        </message>
+        <message>
+            <source>System default (%1)</source>
+            <translation>System default (%1)</translation>
+        </message>
+        <message>
+            <source>%1 (not connected)</source>
+            <translation>%1 (not connected)</translation>
+        </message>
+        <message>
+            <source>On this Mac</source>
+            <translation>On this computer</translation>
+        </message>
+        <message>
+            <source>Your voice is sent securely through our service to Microsoft Azure for transcription. Audio is held in memory on this Mac during dictation and discarded afterwards.</source>
+            <translation>Your voice is sent securely through your Quillet service to %1 for transcription. Audio is held in memory on this computer during dictation and discarded afterwards.</translation>
+        </message>
+        <message>
+            <source>Your voice is sent securely through our service for transcription. Audio is held in memory on this Mac during dictation and discarded afterwards.</source>
+            <translation>Your voice is sent securely to your Quillet service for transcription. Audio is held in memory on this computer during dictation and discarded afterwards.</translation>
+        </message>
+        <message>
+            <source>Your voice is transcribed by an engine of your own. Audio is held in memory on this Mac during dictation and discarded afterwards.</source>
+            <translation>Your voice is transcribed by an engine of your own. Audio is held in memory on this computer during dictation and discarded afterwards.</translation>
+        </message>
+        <message>
+            <source>This Mac is locked</source>
+            <translation>This computer is locked</translation>
+        </message>
+        <message>
+            <source>If pressing fn opens the emoji picker, set “Press 🌐 key to” to “Do Nothing” in System Settings → Keyboard.</source>
+            <translation>If pressing Fn does something else, too, turn that off in your desktop's settings.</translation>
+        </message>
         <message>
             <source>Quillet, connected</source>
             <translation>Quillet, connected</translation>
