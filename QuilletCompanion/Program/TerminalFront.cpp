@@ -5,6 +5,8 @@
 
 #include <QCoreApplication>
 
+#include "QuilletCompanion/App/AppModelParts.h"
+#include "QuilletCompanion/Platform/Linux/Session/ApplicationName.h"
 #include "QuilletCompanion/Platform/Qt/LineInput.h"
 #include "QuilletCompanion/Terminal/LineWriter.h"
 #include "QuilletCompanion/Terminal/TerminalFrontEnd.h"
@@ -21,6 +23,7 @@ class TerminalFront final : public Program::Front {
 
  private:
   TerminalFrontEnd frontEnd_;
+  ApplicationName name_{std::string(kBundleIdentifier), [this] { frontEnd_.startedAgain(); }};
   LineInput input_{[this](std::string_view line) { frontEnd_.handleLine(line); }, [this] { frontEnd_.endOfInput(); }};
 };
 

@@ -94,6 +94,11 @@ void TerminalFrontEnd::handleLine(std::string_view line) {
   (this->*found->run)(argument);
 }
 
+void TerminalFrontEnd::startedAgain() const {
+  output_.event("startedAgain", {},
+                "Quillet was started once more. It runs here already; to have its windows, quit here first.");
+}
+
 void TerminalFrontEnd::endOfInput() {
   inputEnded_ = true;
   if (unanswered_ == 0) quit_();

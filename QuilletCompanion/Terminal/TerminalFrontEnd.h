@@ -29,6 +29,8 @@ class TerminalFrontEnd {
   void handleLine(std::string_view line);
   /// There will be no more lines: quits when everything asked for has been answered.
   void endOfInput();
+  /// The user started the program once more, perhaps to see its windows, which are not here.
+  void startedAgain() const;
 
  private:
   enum class Argument { none, optional, required };
