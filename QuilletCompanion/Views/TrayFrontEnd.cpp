@@ -6,6 +6,8 @@
 #include <QGuiApplication>
 #include <QPainter>
 #include <QScreen>
+#include <QTimer>
+#include <chrono>
 #include <utility>
 
 #include "QuilletCompanion/Views/CheckView.h"
@@ -17,9 +19,13 @@
 namespace quillet {
 namespace {
 
+using namespace std::chrono_literals;
+
 constexpr Qt::WindowFlags popoverFlags = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
 constexpr Qt::WindowFlags badgeFlags = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
                                        Qt::WindowDoesNotAcceptFocus | Qt::WindowTransparentForInput;
+/// A desktop that is just starting has its tray only then.
+constexpr auto trayMayTake = 1500ms;
 /// A click on the icon takes the focus from the popover, which closes it; it must not open it again.
 constexpr std::int64_t clickLasts = 300;
 constexpr int iconSide = 48;
@@ -60,7 +66,7 @@ TrayFrontEnd::TrayFrontEnd(AppModel& model, Executor mainThread, Look& look, Sur
              .quit = surroundings_.quit}),
       statistics_(model.wordStats(), mainThread_),
       dictation_(model.dictation(), mainThread_, copy),
-      windows_([this](const QString& id, QQmlContext& context) { furnish(id, context); }),
+      windows_([this](const QString& id, QQmlContext& context) { furnish(id, context); }, surroundings_.rest),
       panel_(model.dictation(), windows_, surroundings_.accompany) {
   prepareViews(look);
   QGuiApplication::setWindowIcon(trayIcon("mic.fill"));
@@ -82,8 +88,13 @@ void TrayFrontEnd::start() {
   if (!model_.onboardingCompleted().get()) {
     windows_.open("onboarding");
   } else if (!QSystemTrayIcon::isSystemTrayAvailable()) {
-    showPopover(false);
+    QTimer::singleShot(trayMayTake, this, [this] { showWithoutTray(); });
   }
+}
+
+/// Nobody is left with a program that has no face.
+void TrayFrontEnd::showWithoutTray() {
+  if (!QSystemTrayIcon::isSystemTrayAvailable()) showPopover(false);
 }
 
 void TrayFrontEnd::activate() {

@@ -27,7 +27,9 @@ class TrayFrontEnd final : public QObject {
     std::function<void()> quit;
     std::function<void()> openEditor;  ///< Opens the user's editor with an empty note.
     /// Lets a window that is not shown yet stand on every desktop and in no list of windows.
-    std::function<void(QWindow&)> accompany;
+    std::function<void(QWindow&)> accompany = [](QWindow&) {};
+    /// Called when nothing has been opened or closed for a while.
+    std::function<void()> rest{};
   };
   TrayFrontEnd(AppModel& model, Executor mainThread, Look& look, Surroundings surroundings);
 
@@ -38,6 +40,7 @@ class TrayFrontEnd final : public QObject {
 
  private:
   void furnish(const QString& id, QQmlContext& context);
+  void showWithoutTray();
   void togglePopover();
   void showPopover(bool atIcon);
   void showBadge();

@@ -25,12 +25,15 @@ QUrl fileOf(const QString& id) {
 
 }  // namespace
 
-Windows::Windows(Furnish furnish) : furnish_(std::move(furnish)) {
+Windows::Windows(Furnish furnish, std::function<void()> onRest)
+    : furnish_(std::move(furnish)), onRest_(std::move(onRest)) {
   farewell_.setSingleShot(true);
   farewell_.setInterval(engineStays);
   connect(&farewell_, &QTimer::timeout, this, [this] {
     if (windows_.isEmpty()) engine_.reset();
+    if (onRest_) onRest_();
   });
+  farewell_.start();
 }
 
 Windows::~Windows() {
@@ -58,7 +61,7 @@ void Windows::close(const QString& id) {
 QQuickWindow* Windows::create(const QString& id) {
   const auto file = fileOf(id);
   if (file.isEmpty()) return nullptr;
-  farewell_.stop();
+  farewell_.start();
   if (engine_ == nullptr) engine_ = makeViewEngine();
   QQmlComponent component(engine_.get(), file);
   auto context = std::make_unique<QQmlContext>(engine_.get());
@@ -87,7 +90,7 @@ void Windows::closed(const QString& id) {
   if (window == nullptr || window->isVisible()) return;  // opened again meanwhile
   windows_.remove(id);
   window->deleteLater();
-  if (windows_.isEmpty()) farewell_.start();
+  farewell_.start();
 }
 
 }  // namespace quillet

@@ -22,7 +22,8 @@ class Windows final : public QObject {
  public:
   /// What a window's QML finds by these names; what lives for one window alone must be made a child of the context.
   using Furnish = std::function<void(const QString& id, QQmlContext& context)>;
-  explicit Windows(Furnish furnish);
+  /// `onRest` is called a while after the start, and whenever no window has been opened or closed for a while.
+  explicit Windows(Furnish furnish, std::function<void()> onRest = {});
   ~Windows() override;
 
   /// Shows the window that "<id>" stands for, or brings it to the front. `arrange` may set its flags and its place
@@ -37,6 +38,7 @@ class Windows final : public QObject {
   void closed(const QString& id);
 
   Furnish furnish_;
+  std::function<void()> onRest_;
   std::unique_ptr<QQmlEngine> engine_;
   QHash<QString, QPointer<QQuickWindow>> windows_;
   QTimer farewell_;  ///< The engine isn't given up within its own event.

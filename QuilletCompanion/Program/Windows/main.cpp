@@ -7,6 +7,7 @@
 #include "QuilletCompanion/Platform/Linux/Session/PortalAppearance.h"
 #include "QuilletCompanion/Platform/Linux/X11/AccompanyingWindow.h"
 #include "QuilletCompanion/Program/Quillet.h"
+#include "QuilletCompanion/Program/Windows/IdleMemory.h"
 #include "QuilletCompanion/Views/Look.h"
 #include "QuilletCompanion/Views/Translations.h"
 #include "QuilletCompanion/Views/TrayFrontEnd.h"
@@ -25,7 +26,8 @@ class Front final : public WindowsFront {
                .accompany =
                    [](QWindow& window) {
                      if (QGuiApplication::platformName() == "xcb") accompanyUser(window.winId());
-                   }}) {}
+                   },
+               .rest = giveBackIdleMemory}) {}
   void start() override { tray_.start(); }
   void activate() override { tray_.activate(); }
 
