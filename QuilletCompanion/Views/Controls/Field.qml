@@ -39,7 +39,7 @@ Rectangle {
         Accessible.name: root.label
         Accessible.description: root.prompt
         Accessible.editable: true
-        Accessible.focusable: true
+        Accessible.focusable: enabled
 
         Words {
             anchors.fill: parent

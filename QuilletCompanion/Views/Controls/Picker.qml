@@ -65,7 +65,7 @@ Item {
         Accessible.role: Accessible.ComboBox
         Accessible.name: root.label
         Accessible.description: shown.text
-        Accessible.focusable: true
+        Accessible.focusable: enabled
         Accessible.onPressAction: root.toggleList()
         Accessible.onIncreaseAction: root.choose(root.current + 1)
         Accessible.onDecreaseAction: root.choose(root.current - 1)

@@ -24,7 +24,7 @@ Item {
     Accessible.role: Accessible.Button
     Accessible.name: label
     Accessible.description: hint
-    Accessible.focusable: true
+    Accessible.focusable: enabled
     Accessible.onPressAction: press()
     Keys.onSpacePressed: press()
     Keys.onReturnPressed: press()

@@ -54,7 +54,7 @@ Rectangle {
             Accessible.description: root.prompt
             Accessible.editable: true
             Accessible.multiLine: true
-            Accessible.focusable: true
+            Accessible.focusable: enabled
 
             Words {
                 anchors.fill: parent

@@ -24,7 +24,7 @@ Item {
     Accessible.role: Accessible.CheckBox
     Accessible.name: label
     Accessible.description: detail
-    Accessible.focusable: true
+    Accessible.focusable: enabled
     Accessible.checkable: true
     Accessible.checked: on
     Accessible.onToggleAction: toggle()
