@@ -9,12 +9,15 @@ FeedbackForm FeedbackForm::trimmed() const {
   return {std::string(Unicode::trim(message)), std::string(Unicode::trim(replyTo))};
 }
 
+std::size_t FeedbackForm::characters() const {
+  return Unicode::graphemeClusters(std::string_view(message)).size();
+}
+
 std::optional<std::string> FeedbackForm::problem() const {
   const auto address = Unicode::trim(replyTo);
   if (!address.empty() && !Feedback::isEmail(address)) return "That email address doesn't look right.";
-  const std::size_t count = Unicode::graphemeClusters(std::string_view(message)).size();
-  if (count <= Feedback::kMaximumMessageCharacters) return std::nullopt;
-  return std::to_string(count) + " of " + std::to_string(Feedback::kMaximumMessageCharacters) + " characters";
+  if (characters() <= Feedback::kMaximumMessageCharacters) return std::nullopt;
+  return "%1 of %2 characters";
 }
 
 bool FeedbackForm::canBeSent() const {

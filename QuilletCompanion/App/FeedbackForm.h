@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstddef>
 #include <exception>
 #include <optional>
 #include <string>
@@ -12,7 +13,10 @@ namespace quillet {
 struct FeedbackForm {
   std::string message, replyTo;
 
-  /// What stands in the way and is to be shown; absent for an empty message, which can't be sent either.
+  /// As people count the message.
+  std::size_t characters() const;
+  /// What stands in the way and is to be shown; absent for an empty message, which can't be sent either. "%1" in it
+  /// stands for `characters`, "%2" for how many there may be.
   std::optional<std::string> problem() const;
   bool canBeSent() const;
   /// Without white space at both ends.

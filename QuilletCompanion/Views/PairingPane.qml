@@ -94,7 +94,7 @@ Column {
             horizontalAlignment: Text.AlignHCenter
             text: qsTr("Expires in %1").arg(Math.floor(seconds / 60) + ":" + String(seconds % 60).padStart(2, "0"))
             color: seconds > 15 ? Theme.secondary : Theme.warning
-            Accessible.name: qsTr("Code refreshes in %1 seconds").arg(seconds)
+            Accessible.name: qsTr("Code refreshes in %1 seconds", "", seconds).arg(seconds)
         }
         ActionButton {
             anchors.horizontalCenter: parent.horizontalCenter

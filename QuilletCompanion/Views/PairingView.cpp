@@ -78,7 +78,9 @@ QString PairingView::failureTitle() const {
 }
 
 QString PairingView::failureDetail() const {
-  return failure() == nullptr ? QString() : inWords(failure()->detail());
+  if (failure() == nullptr) return {};
+  const auto detail = failure()->detail();
+  return failure()->kind == Model::Failure::Kind::server ? toQt(detail) : inWords(detail);
 }
 
 QString PairingView::failureSymbol() const {

@@ -163,6 +163,11 @@ PageWindow {
     Card {
         width: parent.width
         title: qsTr("Feedback")
+        Words {
+            text: message.label
+            quiet: true
+            Accessible.ignored: true
+        }
         TextBox {
             id: message
             width: parent.width
@@ -170,6 +175,11 @@ PageWindow {
             prompt: qsTr("What's working, what isn't, what you'd like next")
             text: settings.message
             edit.onTextChanged: settings.message = edit.text
+        }
+        Words {
+            text: reply.label
+            quiet: true
+            Accessible.ignored: true
         }
         Field {
             id: reply

@@ -73,9 +73,15 @@ QString StatisticsView::total() const {
   return number(summary_.total);
 }
 
+QString StatisticsView::totalText() const {
+  return inWords("%1 words in total", summary_.total).arg(total());
+}
+
 QString StatisticsView::headline() const {
   const auto milestone = WordMilestone::of(summary_.total);
-  const auto words = inWords(milestone.headline);
+  const auto words = milestone.subjectIsTitle || milestone.subject.empty()
+                         ? inWords(milestone.headline)
+                         : inWords(milestone.headline, toQt(milestone.subject).toLongLong());
   if (milestone.subject.empty()) return words;
   return words.arg(milestone.subjectIsTitle ? inWords(milestone.subject) : toQt(milestone.subject));
 }
@@ -83,7 +89,7 @@ QString StatisticsView::headline() const {
 QString StatisticsView::nextText() const {
   const auto next = WordMilestone::of(summary_.total).next;
   if (!next) return {};
-  const auto percent = QLocale().toString(next->progress * 100, 'f', 0) + QLocale().percent();
+  const auto percent = inWords("%1%").arg(QLocale().toString(next->progress * 100, 'f', 0));
   return inWords("%1 of the way to %2").arg(percent, inWords(next->title));
 }
 
@@ -93,7 +99,8 @@ double StatisticsView::progress() const {
 }
 
 QString StatisticsView::streakText() const {
-  return summary_.streak < leastStreak ? QString() : inWords("%1 days in a row").arg(number(summary_.streak));
+  return summary_.streak < leastStreak ? QString()
+                                       : inWords("%1 days in a row", summary_.streak).arg(number(summary_.streak));
 }
 
 QVariantList StatisticsView::lastWeek() const {
@@ -113,7 +120,8 @@ QVariantList StatisticsView::lastWeek() const {
 QString StatisticsView::bestDay() const {
   if (!summary_.bestDay) return {};
   const auto date = QLocale().toString(dateOf(summary_.bestDay->date), inWords("MMM d"));
-  return inWords("Best day: %1, %2 words").arg(date, number(summary_.bestDay->words));
+  const auto words = summary_.bestDay->words;
+  return inWords("Best day: %1, %2 words", words).arg(date, number(words));
 }
 
 QString StatisticsView::timeSaved() const {

@@ -16,6 +16,7 @@ class StatisticsView final : public ViewObject {
   Q_PROPERTY(QString week READ week NOTIFY changed)
   Q_PROPERTY(QString month READ month NOTIFY changed)
   Q_PROPERTY(QString total READ total NOTIFY changed)
+  Q_PROPERTY(QString totalText READ totalText NOTIFY changed)
   Q_PROPERTY(QString headline READ headline NOTIFY changed)
   Q_PROPERTY(QString nextText READ nextText NOTIFY changed)
   Q_PROPERTY(double progress READ progress NOTIFY changed)
@@ -33,6 +34,8 @@ class StatisticsView final : public ViewObject {
   QString week() const;
   QString month() const;
   QString total() const;
+  /// The figure as a part of a sentence.
+  QString totalText() const;
   QString headline() const;
   /// Empty where nothing follows.
   QString nextText() const;

@@ -23,7 +23,7 @@ PageWindow {
             text: statistics.total
             font.pixelSize: Theme.display
             font.weight: Font.Bold
-            Accessible.name: qsTr("%1 words in total").arg(statistics.total)
+            Accessible.name: statistics.totalText
         }
         Words {
             width: parent.width

@@ -2,12 +2,20 @@
 #include "QuilletCompanion/Views/ViewObject.h"
 
 #include <QCoreApplication>
+#include <algorithm>
+#include <limits>
 #include <string>
 
 namespace quillet {
 
 QString inWords(std::string_view text) {
   return QCoreApplication::translate("Quillet", std::string(text).c_str());
+}
+
+QString inWords(std::string_view text, std::int64_t count) {
+  const auto most = std::int64_t{std::numeric_limits<int>::max()};
+  return QCoreApplication::translate("Quillet", std::string(text).c_str(), nullptr,
+                                     static_cast<int>(std::min(count, most)));
 }
 
 QString toQt(std::string_view utf8) {

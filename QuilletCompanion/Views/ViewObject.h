@@ -3,6 +3,7 @@
 
 #include <QObject>
 #include <QString>
+#include <cstdint>
 #include <list>
 #include <memory>
 #include <string_view>
@@ -15,6 +16,8 @@ namespace quillet {
 
 /// A text of the program in the user's words. Texts from elsewhere, such as names, must not be given.
 QString inWords(std::string_view text);
+/// In the form that the language has for so many. A "%1" in the text is still to be filled in.
+QString inWords(std::string_view text, std::int64_t count);
 QString toQt(std::string_view utf8);
 
 /// What the views' objects share: one signal for all properties, subscriptions that end with the object, and work in

@@ -35,7 +35,7 @@ AutostartItem::AutostartItem(const std::optional<std::filesystem::path>& configF
 std::string AutostartItem::entry() const {
   std::string exec;
   for (const auto& word : command_) exec += (exec.empty() ? "" : " ") + execWord(word);
-  return "[Desktop Entry]\nType=Application\nName=Quillet\nComment=Speak on your iPhone, type on this computer\nExec=" +
+  return "[Desktop Entry]\nType=Application\nName=Quillet\nComment=Speak on your phone, type on this computer\nExec=" +
          exec + "\nTerminal=false\nX-GNOME-Autostart-enabled=true\n";
 }
 
