@@ -337,6 +337,10 @@ std::unique_ptr<PairingViewModel> AppModel::makePairingViewModel() {
         const auto self = weak.lock();
         return self ? self->macName().get() : fallback;
       },
+      [weak](const std::string& phoneDeviceId) {
+        const auto self = weak.lock();
+        return self ? self->upkeep_.expectPeer(phoneDeviceId) : nullptr;
+      },
       [weak](const PeerIdentity& identity) {
         if (const auto self = weak.lock()) self->storePeer(identity);
       },

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "QuilletKit/Base/Log.h"
 #include "QuilletKit/Base/Unicode.h"
 
 namespace quillet {
@@ -173,7 +174,9 @@ Awaitable<void> DeviceUpkeep::fetchPairs(Task::Token token, std::shared_ptr<APIC
   } catch (const std::exception&) {
     co_return;  // the next registration or relay connect asks again
   }
-  if (!token.cancelled()) dropUnlistedPeers();
+  if (token.cancelled()) co_return;
+  dropUnlistedPeers();
+  co_await endUnheldPairs(token, api);
 }
 
 void DeviceUpkeep::dropUnlistedPeers() {
@@ -183,6 +186,34 @@ void DeviceUpkeep::dropUnlistedPeers() {
     const auto isPeer = [&](const PairSummary& pair) { return pair.peerDeviceId == peer.identity.deviceId; };
     if (now_() - peer.pairedAt <= kGraceMilliseconds || std::any_of(listed.begin(), listed.end(), isPeer)) continue;
     forgetPeer(peer.identity.deviceId);
+  }
+}
+
+std::shared_ptr<const void> DeviceUpkeep::expectPeer(std::string peerDeviceId) {
+  auto expected = std::make_shared<const std::string>(std::move(peerDeviceId));
+  expectedPeers_.push_back(expected);
+  return expected;
+}
+
+bool DeviceUpkeep::isExpected(const std::string& peerDeviceId) {
+  std::erase_if(expectedPeers_, [](const auto& expected) { return expected.expired(); });
+  return std::any_of(expectedPeers_.begin(), expectedPeers_.end(), [&](const auto& expected) {
+    const auto id = expected.lock();
+    return id && *id == peerDeviceId;
+  });
+}
+
+// What fails is asked again with the next list.
+Awaitable<void> DeviceUpkeep::endUnheldPairs(Task::Token token, std::shared_ptr<APIClient> api) {
+  if (!peers_.isComplete()) co_return;  // what is held isn't known
+  const auto listed = serverPairs_.get();
+  for (const auto& pair : listed) {
+    const auto& id = pair.peerDeviceId;
+    if (peers_.peer(id) || isExpected(id)) continue;
+    Log::standard("pairing", "Ending a pairing that the service knows and this computer doesn't");
+    const Answer answer = co_await askToRevoke(api, id);
+    if (token.cancelled()) co_return;
+    if (answer == Answer::done || answer == Answer::missing) dropPair(id);
   }
 }
 

@@ -45,9 +45,14 @@ class DeviceUpkeep {
   /// The phone is paired anew: what the service has yet to hear was about the pairing before.
   void forgetRevocation(const std::string& peerDeviceId);
 
+  /// A pairing with this phone is being made: as long as the result lives, the service may list it before it is stored.
+  std::shared_ptr<const void> expectPeer(std::string peerDeviceId);
+
   /// Sends what the service has yet to hear.
   void flushPending();
-  /// Fetches the service's list of pairs, and drops the peers that have been missing from it for two minutes.
+  /// Fetches the service's list of pairs, and drops the peers that have been missing from it for two minutes. What it
+  /// lists and isn't held here was being stored when a process ended: that phone believes in a pairing that can't serve
+  /// it, so the service is told to end it.
   void reconcilePairs();
 
   const Observable<std::string>& macName() const { return macName_; }
@@ -64,6 +69,8 @@ class DeviceUpkeep {
   Awaitable<void> sendRevocations(Task::Token token, std::shared_ptr<APIClient> api);
   Awaitable<void> fetchPairs(Task::Token token, std::shared_ptr<APIClient> api);
   void dropUnlistedPeers();
+  Awaitable<void> endUnheldPairs(Task::Token token, std::shared_ptr<APIClient> api);
+  bool isExpected(const std::string& peerDeviceId);
   void forgetPeer(const std::string& peerDeviceId);
   void queueRevocation(const std::string& peerDeviceId);
 
@@ -74,6 +81,7 @@ class DeviceUpkeep {
   std::optional<Attached> attached_;
   Observable<std::string> macName_;
   Observable<std::vector<PairSummary>> serverPairs_;
+  std::vector<std::weak_ptr<const std::string>> expectedPeers_;
   bool flushWanted_ = false, reconcileWanted_ = false, working_ = false;
   Task task_;
 };

@@ -89,6 +89,7 @@ class PairingViewModel::Run {
     Crypto::Key privateKey, publicKey;
     std::optional<PairingCrypto> crypto;
     std::string phoneDeviceId, phoneName;
+    std::shared_ptr<const void> claim;
     Words words;
     std::int64_t expiresAt = 0;
     bool wasAlive = false;  ///< The service has said so, before it expired by our clock.
@@ -216,6 +217,7 @@ void PairingViewModel::Run::takeWords(Session& session, const PairingStatus& sta
     throw EnvelopeError(EnvelopeError::Code::badEncoding);
   }
   session.phoneDeviceId = *status.phoneDeviceId;
+  session.claim = parts_->onClaimed(session.phoneDeviceId);
   session.crypto.emplace(session.created.sessionId, session.publicKey, Crypto::keyFrom(*phoneKey),
                          parts_->identity.deviceId(), session.phoneDeviceId, session.privateKey);
   session.phoneName = displayName(status.phoneName);
@@ -315,12 +317,13 @@ void PairingViewModel::Run::failAndCancelSession(Failure failure) {
 }
 
 PairingViewModel::PairingViewModel(Executor mainThread, std::shared_ptr<PairingAPI> api, DeviceIdentity identity,
-                                   std::function<std::string()> macName,
+                                   std::function<std::string()> macName, OnClaimed onClaimed,
                                    std::function<void(const PeerIdentity&)> onPaired, TimeSource time)
     : parts_(std::make_shared<const Parts>(Parts{.mainThread = mainThread,
                                                  .api = std::move(api),
                                                  .identity = std::move(identity),
                                                  .macName = std::move(macName),
+                                                 .onClaimed = std::move(onClaimed),
                                                  .onPaired = std::move(onPaired),
                                                  .time = std::move(time)})),
       task_(std::move(mainThread)) {}

@@ -60,10 +60,13 @@ class PairingViewModel {
   };
   using Phase = std::variant<Idle, Starting, Invitation, Verify, Confirming, Paired, Failure>;
 
+  /// Gets the id of the phone that claimed a session. What it returns lives while that session may become a pair.
+  using OnClaimed = std::function<std::shared_ptr<const void>(const std::string& phoneDeviceId)>;
+
   /// `api` is kept until the last cancellation of a session has been sent. `onPaired` may throw.
   PairingViewModel(Executor mainThread, std::shared_ptr<PairingAPI> api, DeviceIdentity identity,
-                   std::function<std::string()> macName, std::function<void(const PeerIdentity&)> onPaired,
-                   TimeSource time);
+                   std::function<std::string()> macName, OnClaimed onClaimed,
+                   std::function<void(const PeerIdentity&)> onPaired, TimeSource time);
   ~PairingViewModel();
 
   Observable<Phase> phase;
@@ -89,6 +92,7 @@ class PairingViewModel {
     std::shared_ptr<PairingAPI> api;
     DeviceIdentity identity;
     std::function<std::string()> macName;
+    OnClaimed onClaimed;
     std::function<void(const PeerIdentity&)> onPaired;
     TimeSource time;
   };

@@ -81,10 +81,13 @@ void PeerStore::load() {
   const auto file = File::read(*fileURL_, decoded);
   if (file.condition == File::Condition::damaged || file.condition == File::Condition::unreadable) {
     Log::error("relay", "Could not read paired devices; keeping the file untouched");
+    return;
   }
+  isComplete_ = true;
   if (!file.value) return;
   std::vector<StoredPeer> peers;
   for (const auto& stored : file.value->peers) {
+    isComplete_ = isComplete_ && stored.identity.isConsistent();
     if (!stored.identity.isConsistent()) continue;
     peers = without(std::move(peers), stored.identity.deviceId);
     peers.push_back(stored);

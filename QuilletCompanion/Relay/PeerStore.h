@@ -27,6 +27,8 @@ class PeerStore {
 
   const Observable<std::vector<StoredPeer>>& peers() const { return peers_; }
   std::optional<StoredPeer> peer(const std::string& deviceId) const;
+  /// Whether these are all peers that were ever stored: there is a file, and all of it could be read.
+  bool isComplete() const { return isComplete_; }
   /// Memory first, then the file. Throws std::invalid_argument for an inconsistent identity, or the write's error.
   void upsert(const PeerIdentity& identity, std::int64_t pairedAt);
   /// Throws the write's error. An unknown id writes nothing.
@@ -39,6 +41,7 @@ class PeerStore {
   void store(std::vector<StoredPeer> peers);
 
   std::optional<std::filesystem::path> fileURL_;
+  bool isComplete_ = false;
   Observable<std::vector<StoredPeer>> peers_;
 };
 

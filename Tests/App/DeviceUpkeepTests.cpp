@@ -3,6 +3,7 @@
 
 #include "QuilletCompanion/App/FeedbackForm.h"
 #include "Tests/App/AppModelHarness.h"
+#include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/SealingPhone.h"
 
 namespace quillet {
@@ -164,6 +165,28 @@ TEST_F(DeviceUpkeepTest, DropsPeersThatTheServiceDoesNotListAfterTwoMinutes) {
   service.set(kPairs, {200, R"({"pairs":[]})"});
   service.push(RelayServer::Paired{"any"});
   ASSERT_TRUE(until([&] { return !isPeer(other); }));
+}
+
+TEST_F(DeviceUpkeepTest, EndsPairsThatItNeverStored) {
+  havePeer(other);
+  listPairs({other.deviceId(), phone.deviceId()});
+  service.set(revocation(phone.deviceId()), FakeService::error(500, "down"));
+  connect();
+  ASSERT_TRUE(until([&] { return service.count(revocation(phone.deviceId())) > 0; }));
+  EXPECT_EQ(model->serverPairs().get().size(), 2u);
+  service.set(revocation(phone.deviceId()), {});
+  reconnect();
+  EXPECT_TRUE(until([&] { return model->serverPairs().get().size() == 1; })) << "a failure isn't the last word";
+  EXPECT_EQ(service.count(revocation(other.deviceId())), 0u);
+}
+
+TEST_F(DeviceUpkeepTest, EndsNoPairWhileItDoesNotKnowWhatItHolds) {
+  test::LogCapture::instance().expect("Could not read paired devices; keeping the file untouched");
+  writeText(folder.path() / "peers.json", R"({"peers":[{"identity":{)");
+  listPairs({phone.deviceId()});
+  connect();
+  reconnect();
+  EXPECT_EQ(service.count(revocation(phone.deviceId())), 0u);
 }
 
 TEST_F(DeviceUpkeepTest, ARevocationByThePhoneIsNotToldBack) {

@@ -23,7 +23,7 @@ class PairingViewModelTest : public testing::Test {
   PairingViewModelTest() { makeModel(); }
   void makeModel() {
     model = std::make_unique<Model>(
-        time.executor(), service, mac, [] { return "Desk"; },
+        time.executor(), service, mac, [] { return "Desk"; }, [](const std::string&) { return nullptr; },
         [this](const PeerIdentity& peer) {
           if (diskIsFull) throw std::runtime_error("full");
           paired.push_back(peer);

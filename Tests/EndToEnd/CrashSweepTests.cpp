@@ -82,20 +82,24 @@ class CrashSweep : public testing::Test {
     return run.last().value_or(QJsonObject());
   }
   void startPhone(Program& run, const QStringList& arguments) {
-    run.start("quillet-phone", QStringList{"--json", "--state", folder.filePath("phone")} + arguments,
+    run.start("quillet-phone", QStringList{"--json", "--state", folder.filePath(phoneState)} + arguments,
               QProcessEnvironment::systemEnvironment());
   }
   void pair() {
+    Program claiming;
+    claim(claiming);
+    desktop.say("confirm\n");
+    ASSERT_TRUE(desktop.await(has("phase", "paired")));
+    ASSERT_TRUE(eventually([&] { return !claiming.running(); }));
+  }
+  /// Up to the words that are to be compared; the phone has confirmed them.
+  void claim(Program& claiming) {
     phone({"init", "--service", url, "--name", "Pocket"});
     desktop.say("pair\n");
     const auto invitation = desktop.await(has("phase", "invitation"));
     ASSERT_TRUE(invitation);
-    Program claiming;
     startPhone(claiming, {"pair", (*invitation)["code"].toString(), "--yes"});
     ASSERT_TRUE(desktop.await(has("phase", "verify")));
-    desktop.say("confirm\n");
-    ASSERT_TRUE(desktop.await(has("phase", "paired")));
-    ASSERT_TRUE(eventually([&] { return !claiming.running(); }));
   }
 
   /// The phone's word on it: "inserted", "refused", "uncertain", or nothing.
@@ -194,7 +198,7 @@ class CrashSweep : public testing::Test {
   }
 
   QTemporaryDir folder;
-  QString controlFile, url;
+  QString controlFile, url, phoneState = "phone";
   KillPoint* control = nullptr;
   StubLock lock;
   KeyTypist typist;
@@ -218,6 +222,48 @@ TEST_F(WritingCrashSweep, KilledAtAnyStepItInsertsAtMostOnceAndTellsTheTruth) {
   // An attempt's entry and its outcome's are one file replacement each; "received" and the result are frames.
   sweep({{"open", 2}, {"write", 2}, {"fdatasync", 2}, {"rename", 2}, {"fsync", 2}, {"send", 2}, {"call", 3}});
   EXPECT_GT(uncertainYetThere, 0) << "never killed between insertion and its record";
+}
+
+/// A phone that is being paired while the desktop program dies.
+class PairingCrashSweep : public WritingCrashSweep {
+ protected:
+  /// A new phone, with the program killed and started again once it was told to confirm. False if it never came to that
+  /// step.
+  bool round(const char* kind, int number) {
+    phoneState = kind + QString::number(number);
+    SCOPED_TRACE(phoneState.toStdString());
+    Program claiming;
+    claim(claiming);
+    std::strncpy(control->kind, kind, sizeof control->kind);
+    control->left = number;
+    desktop.say("confirm\n");
+    EXPECT_TRUE(eventually([&] { return !desktop.running() || desktop.take(has("phase", "paired")); }));
+    control->left = 0;
+    const bool killed = !desktop.running();
+    // Before the confirmation has left it, nothing is paired, and the phone goes on waiting.
+    const bool believes = eventually([&] { return !claiming.running(); }, 4s) && claiming.exitCode() == 0;
+    EXPECT_TRUE(!killed || startDesktop()) << "doesn't start again";
+    if (!believes) return killed;
+    QJsonObject answer;
+    const auto isSettled = [&] {
+      answer = phone({"prepare"});
+      return answer["status"] == "ready" || QJsonDocument(answer).toJson().contains("not_paired");
+    };
+    EXPECT_TRUE(eventually(isSettled, 60s)) << QJsonDocument(answer).toJson().toStdString();
+    ++(answer["status"] == "ready" ? held : ended);
+    return killed;
+  }
+  int held = 0, ended = 0;
+};
+
+TEST_F(PairingCrashSweep, LeavesNoPhoneThatBelievesInAPairingWhichIsNotHeld) {
+  for (const auto* kind : {"open", "rename", "send"}) {
+    int steps = 0;
+    while (steps < kLongestSweep && !HasFailure() && round(kind, steps + 1)) ++steps;
+    EXPECT_GE(steps, 1) << kind;
+  }
+  EXPECT_GT(ended, 0) << "never killed between the confirmation and its record";
+  EXPECT_GT(held, 3) << "never killed after it";
 }
 
 /// Into a field that takes nothing but keys. Three chunks, with characters that no key has.
