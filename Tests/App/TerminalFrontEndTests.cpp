@@ -6,6 +6,7 @@
 #include "QuilletKit/Base/Base64URL.h"
 #include "Tests/App/AppModelHarness.h"
 #include "Tests/Doubles/LogCapture.h"
+#include "Tests/Doubles/Rows.h"
 
 namespace quillet {
 namespace {
@@ -153,22 +154,10 @@ TEST_F(TerminalFrontEndTest, TellsEveryStepToTheFirstConnection) {
 
 TEST_F(TerminalFrontEndTest, SaysWhatIsWrongWithALine) {
   open();
-  const std::pair<const char*, const char*> cases[] = {
-      {"dance", "There is no command \"dance\". Type \"help\"."},
-      {"peers now", "\"peers\" stands alone. Type \"help\"."},
-      {"rename", "Say which: rename NAME"},
-      {"revoke  ", "Say which: revoke PHONE"},
-      {"revoke nobody", "No one phone is called that. \"peers\" lists them."},
-      {"login maybe", "Say \"login on\" or \"login off\"."},
-      {"confirm", "There is nothing to confirm."},
-      {"cancel", "There is no pairing to cancel."},
-      {"pair", "Quillet is not ready to pair."},
-      {"feedback reply-to=nobody Hello", "That email address doesn't look right."},
-      {"feedback reply-to=ada@example.org ", "There is nothing to send."},
-      {"feedback Hello", "Connect to the internet and try again."},
-      {"delete confirm", "Quillet is not connected to the server."},
-      {"\xff", "This line is not UTF-8."}};
-  for (const auto& [line, expected] : cases) EXPECT_EQ(refusal(line), expected) << line;
+  for (const auto& [line, expected] : test::rows<std::tuple<std::string, std::string>>("command_lines", "terminal")) {
+    EXPECT_EQ(refusal(line), expected) << line;
+  }
+  EXPECT_EQ(refusal("\xff"), "This line is not UTF-8.");
   EXPECT_NE(refusal("reset").find("\"reset confirm\""), std::string::npos);
   EXPECT_NE(refusal("reset now").find("\"reset confirm\""), std::string::npos);
   lines.clear();

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include <boost/algorithm/string/replace.hpp>
+
 #include "Tests/Dictation/CloudRecognizerFixture.h"
 #include "Tests/Doubles/LogCapture.h"
+#include "Tests/Doubles/Rows.h"
 
 namespace quillet::test {
 namespace {
@@ -12,8 +15,28 @@ Awaitable<void> transcribes(Talk& talk) {
   co_await talk.say(talk.frame("partial"));
   co_await talk.say(talk.final(" loud tone\\n"));
 }
-std::string large(const Talk& talk) {
-  return talk.frame("partial", R"(,"text":")" + std::string(200'000, 'x') + "\"");
+/// Follows the steps of a row: an object is said with the utterance's id in the place of "%".
+Awaitable<void> follow(Talk& talk, boost::json::array steps) {
+  for (const auto& step : steps) {
+    const std::string what = step.is_string() ? std::string(step.as_string()) : boost::json::serialize(step);
+    if (step.is_object()) {
+      co_await talk.say(boost::replace_all_copy(what, "%", talk.id));
+    } else if (what == "hear") {
+      co_await talk.hear();
+    } else if (what == "hear all") {
+      co_await talk.hearAll();
+    } else if (what == "close") {
+      talk.stream.next_layer().close();
+    } else if (what == "leave") {
+      co_await talk.stream.async_close({}, boost::asio::use_awaitable);
+    } else if (what == "binary") {
+      co_await talk.say(talk.frame("ready"), false);
+    } else if (what == "200 KB") {
+      co_await talk.say(talk.frame("partial", R"(,"text":")" + std::string(200'000, 'x') + "\""));
+    } else {
+      co_await talk.say(what.substr(std::string("say ").size()));
+    }
+  }
 }
 
 TEST_F(CloudRecognizerTest, StreamsWhatIsSaidAndGetsTheTextWithoutAnUpload) {
@@ -37,144 +60,23 @@ TEST_F(CloudRecognizerTest, StreamsWhatIsSaidAndGetsTheTextWithoutAnUpload) {
   EXPECT_TRUE(uploads.empty());
 }
 
-struct Fault {
-  const char* name;
-  Awaitable<void> (*behaviour)(Talk&);
-  const char* expected = "uploaded";
-  /// The stream ends while the user still speaks.
-  bool whileSpeaking = true;
-};
-
-const Fault kFaults[] = {
-    {"says something else first", [](Talk& t) -> Awaitable<void> { co_await t.say(t.frame("partial")); }},
-    {"begins with garbage", [](Talk& t) -> Awaitable<void> { co_await t.say("hello"); }},
-    {"begins with binary", [](Talk& t) -> Awaitable<void> { co_await t.say(t.frame("ready"), false); }},
-    {"begins with another utterance",
-     [](Talk& t) -> Awaitable<void> { co_await t.say(R"({"type":"ready","utteranceId":"other"})"); }},
-    {"begins with no utterance", [](Talk& t) -> Awaitable<void> { co_await t.say(R"({"type":"ready"})"); }},
-    {"begins without a type", [](Talk& t) -> Awaitable<void> { co_await t.say(R"({"utteranceId":")" + t.id + "\"}"); }},
-    {"begins with an error", [](Talk& t) -> Awaitable<void> { co_await t.say(t.frame("error", Talk::error("busy"))); }},
-    {"begins with 200 KB", [](Talk& t) -> Awaitable<void> { co_await t.say(large(t)); }},
-    {"hears nothing at once",
-     [](Talk& t) -> Awaitable<void> { co_await t.say(t.frame("error", Talk::error("no_speech"))); },
-     "Didn't catch that."},
-    {"dies before it is ready",
-     [](Talk& t) -> Awaitable<void> {
-       t.stream.next_layer().close();
-       co_return;
-     }},
-    {"dies when it is ready",
-     [](Talk& t) -> Awaitable<void> {
-       co_await t.say(t.frame("ready"));
-       t.stream.next_layer().close();
-     }},
-    {"dies after the first sound",
-     [](Talk& t) -> Awaitable<void> {
-       co_await t.say(t.frame("ready"));
-       co_await t.hear();
-       t.stream.next_layer().close();
-     }},
-    {"dies after a partial text",
-     [](Talk& t) -> Awaitable<void> {
-       co_await t.say(t.frame("ready"));
-       co_await t.say(t.frame("partial"));
-       t.stream.next_layer().close();
-     }},
-    {"is ready twice",
-     [](Talk& t) -> Awaitable<void> {
-       co_await t.say(t.frame("ready"));
-       co_await t.say(t.frame("ready"));
-     }},
-    {"is done too early",
-     [](Talk& t) -> Awaitable<void> {
-       co_await t.say(t.frame("ready"));
-       co_await t.hear();
-       co_await t.say(t.final("early"));
-     }},
-    {"tells part of another utterance",
-     [](Talk& t) -> Awaitable<void> {
-       co_await t.say(t.frame("ready"));
-       co_await t.say(R"({"type":"partial","utteranceId":"other"})");
-     }},
-    {"tells garbage",
-     [](Talk& t) -> Awaitable<void> {
-       co_await t.say(t.frame("ready"));
-       co_await t.say("\"partial\"");
-     }},
-    {"tells 200 KB",
-     [](Talk& t) -> Awaitable<void> {
-       co_await t.say(t.frame("ready"));
-       co_await t.say(large(t));
-     }},
-    {"has an error and goes",
-     [](Talk& t) -> Awaitable<void> {
-       co_await t.say(t.frame("ready"));
-       co_await t.hear();
-       co_await t.say(t.frame("error", Talk::error("no_speech")));
-       co_await t.stream.async_close({}, boost::asio::use_awaitable);
-     },
-     "Didn't catch that."},
-    {"dies after the finish",
-     [](Talk& t) -> Awaitable<void> {
-       co_await t.say(t.frame("ready"));
-       co_await t.hearAll();
-       t.stream.next_layer().close();
-     },
-     "uploaded", false},
-    {"fails after the finish",
-     [](Talk& t) -> Awaitable<void> {
-       co_await t.say(t.frame("ready"));
-       co_await t.hearAll();
-       co_await t.say(t.frame("error", Talk::error("engine_failed")));
-     },
-     "uploaded", false},
-    {"heard nothing",
-     [](Talk& t) -> Awaitable<void> {
-       co_await t.say(t.frame("ready"));
-       co_await t.hearAll();
-       co_await t.say(t.frame("final", Talk::error("no_speech")));
-     },
-     "Didn't catch that.", false},
-    {"is done with another utterance",
-     [](Talk& t) -> Awaitable<void> {
-       co_await t.say(t.frame("ready"));
-       co_await t.hearAll();
-       t.id = "other";
-       co_await t.say(t.final("theirs"));
-     },
-     "uploaded", false},
-    {"is done without a text",
-     [](Talk& t) -> Awaitable<void> {
-       co_await t.say(t.frame("ready"));
-       co_await t.hearAll();
-       co_await t.say(t.frame("final"));
-     },
-     "uploaded", false},
-    {"understood blanks only",
-     [](Talk& t) -> Awaitable<void> {
-       co_await t.say(t.frame("ready"));
-       co_await t.hearAll();
-       co_await t.say(t.final(" \\n "));
-     },
-     "", false},
-};
-
 TEST_F(CloudRecognizerTest, AStreamThatFailsCostsNothingButTime) {
-  for (const auto& fault : kFaults) {
-    SCOPED_TRACE(fault.name);
-    serve(fault.behaviour);
+  using Row = std::tuple<std::string, boost::json::array, std::string, bool>;
+  for (const auto& [name, steps, expected, whileSpeaking] : rows<Row>("streams", "faults")) {
+    SCOPED_TRACE(name);
+    serve([steps = steps](Talk& talk) { return follow(talk, steps); });
     const int before = ended;
     uploads.clear();
     start();
     ASSERT_EQ(outcome, "done");
     microphone.spoken.clear();
     microphone.speak(500);
-    if (fault.whileSpeaking) ASSERT_TRUE(wait([&] { return ended > before; }));
+    if (whileSpeaking) ASSERT_TRUE(wait([&] { return ended > before; }));
     microphone.speak(100);
     finish();
     ASSERT_TRUE(wait([&] { return isOver(); }));
-    EXPECT_EQ(outcome == "done" ? text : *outcome, fault.expected);
-    const bool expectsUpload = std::string(fault.expected) == "uploaded";
+    EXPECT_EQ(outcome == "done" ? text : *outcome, expected);
+    const bool expectsUpload = expected == "uploaded";
     ASSERT_EQ(uploads.size(), expectsUpload ? 1u : 0u);
     if (expectsUpload) {
       EXPECT_EQ(uploads[0].substr(44), microphone.spoken);
@@ -184,25 +86,21 @@ TEST_F(CloudRecognizerTest, AStreamThatFailsCostsNothingButTime) {
 }
 
 TEST_F(CloudRecognizerTest, WaitsForTheServiceSoLongAndNoLonger) {
+  const boost::json::object ready{{"type", "ready"}, {"utteranceId", "%"}};
   const struct {
     const char* name;
-    Awaitable<void> (*behaviour)(Talk&);
+    boost::json::array steps;
     Duration limit;
     std::atomic<int>& reached;
     bool whileSpeaking;
   } cases[] = {
-      {"never ready", [](Talk&) -> Awaitable<void> { co_return; }, 8s, streams, true},
-      {"never done",
-       [](Talk& t) -> Awaitable<void> {
-         co_await t.say(t.frame("ready"));
-         co_await t.hearAll();
-       },
-       12s, finishes, false},
-      {"too old", [](Talk& t) -> Awaitable<void> { co_await t.say(t.frame("ready")); }, 320s, sounds, true},
+      {"never ready", {}, 8s, streams, true},
+      {"never done", {ready, "hear all"}, 12s, finishes, false},
+      {"too old", {ready}, 320s, sounds, true},
   };
-  for (const auto& [name, behaviour, limit, reached, whileSpeaking] : cases) {
+  for (const auto& [name, steps, limit, reached, whileSpeaking] : cases) {
     SCOPED_TRACE(name);
-    serve(behaviour);
+    serve([steps = steps](Talk& talk) { return follow(talk, steps); });
     const int begun = reached;
     const int before = ended;
     uploads.clear();

@@ -6,9 +6,10 @@
 #include <cstdlib>
 
 #include "Tests/Doubles/FakeMicrophone.h"
-#include "Tests/Doubles/HeldSpeechEngine.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/MemoryPreferences.h"
+#include "Tests/Doubles/Rows.h"
+#include "Tests/Doubles/StubSpeechEngine.h"
 #include "Tests/Doubles/VirtualTime.h"
 
 namespace quillet::test {
@@ -20,7 +21,7 @@ class LiveSpeechRecognizerTest : public testing::Test {
     recognizer.reset();
     time.run();
     EXPECT_EQ(microphone.recordings, 0);
-    EXPECT_EQ(engine->sessions, 0);
+    EXPECT_EQ(engine->open, 0u);
   }
   std::string run(std::function<Awaitable<void>()> operation) {
     outcome = "waiting";
@@ -48,7 +49,7 @@ class LiveSpeechRecognizerTest : public testing::Test {
   MemoryPreferences store;
   DictationPreferences preferences{store};
   FakeMicrophone microphone;
-  std::shared_ptr<HeldSpeechEngine> engine = std::make_shared<HeldSpeechEngine>();
+  std::shared_ptr<StubSpeechEngine> engine = std::make_shared<StubSpeechEngine>();
   std::vector<std::string> names;
   std::unique_ptr<LiveSpeechRecognizer> recognizer = std::make_unique<LiveSpeechRecognizer>(
       time.executor(), preferences, microphone,
@@ -69,14 +70,14 @@ TEST_F(LiveSpeechRecognizerTest, TheEngineHearsEverythingAndItsTextComesBack) {
   preferences.style.set(TranscriptStyle::clean);
   ASSERT_EQ(start(RecognitionLanguage::automatic), "done");
   EXPECT_EQ(names, std::vector<std::string>{"tcp://127.0.0.1:10300"});
-  EXPECT_EQ(engine->options[0].language, "de-DE");
-  EXPECT_EQ(engine->options[0].style, TranscriptStyle::clean);
+  EXPECT_EQ(engine->asked[0].language, "de-DE");
+  EXPECT_EQ(engine->asked[0].style, TranscriptStyle::clean);
   microphone.speak(500);
   EXPECT_GT(recognizer->currentLevel(), 0.8F);
   time.run();
   microphone.speak(30);  // still between the threads when the recording ends
   EXPECT_EQ(finish(), "done");
-  EXPECT_EQ(text, "two words");
+  EXPECT_EQ(text, "go forward");
   EXPECT_EQ(engine->heard.size(), 530u * 16);
   EXPECT_EQ(recognizer->currentLevel(), 0);
 }
@@ -90,15 +91,15 @@ TEST_F(LiveSpeechRecognizerTest, TellsWhyItCanNot) {
       {SpeechFailure::modelNotInstalled, "Download the speech model in Quillet Settings."},
       {SpeechFailure::unavailable, "Couldn't transcribe that. Try again."},
   };
-  LogCapture::instance().expect("Analyzer did not start: stub");
+  LogCapture::instance().expect("Analyzer did not start: told to");
   LogCapture::instance().expect("Analyzer did not start: no such engine");
-  LogCapture::instance().expect("Recognition failed: stub");
+  LogCapture::instance().expect("Recognition failed: told to");
   for (const auto& [failure, expected] : cases) {
-    engine->beginFailure = failure;
+    engine->beginFails = failure;
     EXPECT_EQ(start(), expected);
     EXPECT_TRUE(microphone.asked.empty()) << "nothing is recorded that nobody understands";
   }
-  engine->beginFailure.reset();
+  engine->beginFails.reset();
   preferences.deviceEngine.set("nonsense");
   EXPECT_EQ(start(), "Couldn't transcribe that. Try again.");
   preferences.deviceEngine.set("embedded");
@@ -110,18 +111,19 @@ TEST_F(LiveSpeechRecognizerTest, TellsWhyItCanNot) {
   EXPECT_EQ(finish(), "Couldn't transcribe that. Try again.");
   ASSERT_EQ(start(), "done");
   EXPECT_EQ(start(), "The microphone isn't available.") << "one recording at a time";
-  engine->finishFailure = SpeechFailure::failed;
+  engine->finishFails = SpeechFailure::failed;
   EXPECT_EQ(finish(), "Couldn't transcribe that. Try again.");
 }
 
 TEST_F(LiveSpeechRecognizerTest, MayBeCancelledWhereverItWaits) {
-  engine->hangs = microphone.hangs = true;
+  engine->beginHangs = microphone.hangs = true;
   const auto cancel = [&] {
     task.cancel();
     recognizer->cancel();
     time.run();
     EXPECT_EQ(outcome, "cancelled");
-    EXPECT_EQ(microphone.recordings + engine->sessions, 0);
+    EXPECT_EQ(microphone.recordings, 0);
+    EXPECT_EQ(engine->open, 0u);
   };
   start();
   cancel();
@@ -137,10 +139,10 @@ TEST_F(LiveSpeechRecognizerTest, MayBeCancelledWhereverItWaits) {
   time.run();
   ASSERT_EQ(microphone.openings.size(), 1u);
   cancel();
-  microphone.hangs = engine->hangs = false;
+  microphone.hangs = engine->beginHangs = false;
   ASSERT_EQ(start(), "done");
   microphone.speak(100);
-  engine->hangs = true;
+  engine->finishHangs = true;
   finish();
   ASSERT_EQ(engine->finishes.size(), 1u);
   cancel();
@@ -162,23 +164,10 @@ TEST_F(LiveSpeechRecognizerTest, AnInputThatGoesAwayInterruptsItsOwnRecording) {
 }
 
 TEST(SpeechLocaleTest, FollowsTheChoiceOrElseTheUser) {
-  const struct {
-    RecognitionLanguage language;
-    UserLocale user;
-    const char* expected;
-  } cases[] = {
-      {RecognitionLanguage::automatic, {{"de-CH"}, "CH"}, "de-DE"},
-      {RecognitionLanguage::automatic, {{"nl", "en-GB"}, "NL"}, "nl-NL"},
-      {RecognitionLanguage::automatic, {{"fr-CA"}, "CA"}, "fr-FR"},
-      {RecognitionLanguage::automatic, {{"en-GB"}, "US"}, "en-GB"},
-      {RecognitionLanguage::automatic, {{"es-ES"}, "GB"}, "en-GB"},
-      {RecognitionLanguage::automatic, {{"es-ES"}, "US"}, "en-US"},
-      {RecognitionLanguage::automatic, {{"en-AU", "en-GB"}, "AU"}, "en-US"},
-      {RecognitionLanguage::automatic, {{}, ""}, "en-US"},
-      {RecognitionLanguage::en, {{"de-DE", "en-GB"}, "DE"}, "en-GB"},
-      {RecognitionLanguage::fr, {{"de-DE"}, "DE"}, "fr-FR"},
-  };
-  for (const auto& [language, user, expected] : cases) EXPECT_EQ(speechLocale(language, user), expected);
+  using Row = std::tuple<std::string, std::vector<std::string>, std::string, std::string>;
+  for (const auto& [language, languages, region, expected] : rows<Row>("locales", "speech")) {
+    EXPECT_EQ(speechLocale(fromRaw<RecognitionLanguage>(language).value(), {languages, region}), expected);
+  }
 }
 
 TEST(SpeechLocaleTest, ReadsTheEnvironment) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -8,115 +9,63 @@
 #include "QuilletCompanion/Dictation/ShortcutRecorder.h"
 #include "QuilletCompanion/Dictation/ShortcutText.h"
 #include "Tests/Doubles/FakeSystemKeyboard.h"
+#include "Tests/Doubles/Rows.h"
 
 namespace quillet {
 namespace {
 
 using test::FakeSystemKeyboard;
+using test::rows;
 
 constexpr auto kShift = DictationShortcut::kShift;
 constexpr auto kControl = DictationShortcut::kControl;
 constexpr auto kOption = DictationShortcut::kOption;
 constexpr auto kCommand = DictationShortcut::kCommand;
-constexpr std::uint16_t kA = 0, kZ = 6, kQ = 12, k3 = 20, kEqual = 24, kMinus = 27, kTab = 48, kSpace = 49,
-                        kEscape = 53, kLeftCommand = 55, kLeftShift = 56, kCapsLock = 57, kLeftOption = 58,
-                        kRightOption = 61, kF5 = 96, kF20 = 90, kUp = 126;
+constexpr std::uint16_t kA = 0, kZ = 6, kQ = 12, kEqual = 24, kMinus = 27, kSpace = 49, kEscape = 53, kLeftCommand = 55,
+                        kLeftShift = 56, kCapsLock = 57, kLeftOption = 58, kRightOption = 61, kF5 = 96;
+
+const std::map<std::string, std::uint64_t> kModifiers{{"⇧", kShift}, {"⌃", kControl}, {"⌥", kOption}, {"⌘", kCommand}};
 
 class Shortcuts : public testing::Test {
  protected:
   Shortcuts() { keyboard.layout = {{kA, "q"}, {kQ, " a "}, {kZ, "ß"}, {kMinus, "  "}, {kEqual, "+"}}; }
 
+  /// "Space" with "⌃⌥", say.
+  static DictationShortcut shortcut(const std::string& key, const std::string& modifiers) {
+    DictationShortcut made;
+    for (const auto& [name, code] : rows<std::tuple<std::string, std::uint16_t>>("shortcuts", "keys")) {
+      if (name == key) made.keyCode = code;
+    }
+    for (const auto& [symbol, bit] : kModifiers) made.modifiers |= modifiers.find(symbol) != modifiers.npos ? bit : 0;
+    return made;
+  }
+  using Row = std::tuple<std::string, std::string, std::string>;
+
   FakeSystemKeyboard keyboard;
 };
 
 TEST_F(Shortcuts, AreCalledAsTheLayoutCallsThem) {
-  const struct {
-    DictationShortcut shortcut;
-    const char* text;
-  } rows[] = {
-      {{kSpace, kControl | kOption}, "⌃⌥Space"},
-      {{kA, kControl | kOption | kShift | kCommand}, "⌃⌥⇧⌘Q"},
-      {{kQ, kCommand}, "⌘A"},
-      {{kZ, kOption}, "⌥SS"},
-      {{kMinus, kOption}, "⌥Key 27"},
-      {{10, 0}, "Key 10"},
-      {{kUp, kShift}, "⇧↑"},
-      {{kF20, 0}, "F20"},
-      {{kRightOption, 0}, "Right ⌥"},
-      {{63, 0}, "fn"},
-      {{kCapsLock, 0}, "Key 57"},
-  };
-  for (const auto& row : rows) EXPECT_EQ(displayText(row.shortcut, keyboard), row.text);
+  for (const auto& [key, modifiers, text] : rows<Row>("shortcuts", "called")) {
+    EXPECT_EQ(displayText(shortcut(key, modifiers), keyboard), text);
+  }
   const Translate words = [](std::string_view text) { return "<" + std::string(text) + ">"; };
   EXPECT_EQ(displayText({kSpace, kControl | kOption}, keyboard, words), "<⌃><⌥><Space>");
   EXPECT_EQ(displayText({kA, kControl}, keyboard, words), "<⌃>Q") << "the layout's own names are no words of ours";
 }
 
 TEST_F(Shortcuts, AreReadFromWhatPeopleWrite) {
-  const struct {
-    const char* text;
-    std::optional<DictationShortcut> shortcut;
-  } rows[] = {
-      {"ctrl+alt+space", DictationShortcut{kSpace, kControl | kOption}},
-      {" Super + Q ", DictationShortcut{kA, kCommand}},
-      {"⌃⌥Space", DictationShortcut{kSpace, kControl | kOption}},
-      {"⇧⌘↑", DictationShortcut{kUp, kShift | kCommand}},
-      {"shift alt up", DictationShortcut{kUp, kShift | kOption}},
-      {"ctrl++", DictationShortcut{kEqual, kControl}},
-      {"option+ß", DictationShortcut{kZ, kOption}},
-      {"f5", DictationShortcut{kF5, 0}},
-      {"right alt", DictationShortcut{kRightOption, 0}},
-      {"Left Super", DictationShortcut{kLeftCommand, 0}},
-      {"fn", DictationShortcut{63, 0}},
-      {"left", DictationShortcut{123, 0}},
-      {"", std::nullopt},
-      {"ctrl", std::nullopt},
-      {"ctrl+fn", std::nullopt},
-      {"ctrl+a+q", std::nullopt},
-      {"right space", std::nullopt},
-      {"hyper+a", std::nullopt},
-  };
-  for (const auto& row : rows) EXPECT_EQ(shortcutFromText(row.text, keyboard), row.shortcut) << row.text;
+  for (const auto& [text, key, modifiers] : rows<Row>("shortcuts", "written")) {
+    const auto expected = key.empty() ? std::nullopt : std::optional(shortcut(key, modifiers));
+    EXPECT_EQ(shortcutFromText(text, keyboard), expected) << text;
+  }
 }
 
 TEST_F(Shortcuts, ThatTheSystemNeedsOrThatWouldTakePlainKeysAreRefused) {
-  using Reason = RefusedShortcut::Reason;
-  constexpr const char* needsModifier = "Use ⌘, ⌃ or ⌥ with that key, or a modifier key on its own.";
-  const struct {
-    DictationShortcut shortcut;
-    std::optional<Reason> reason;
-    const char* text = "";
-  } rows[] = {
-      {{12, kCommand}, Reason::reserved, "macOS already uses ⌘A."},
-      {{12, kCommand | kOption}, {}},
-      {{12, kControl}, {}},
-      {{50, kCommand}, Reason::reserved, "macOS already uses ⌘Key 50."},
-      {{k3, kCommand | kShift}, Reason::reserved, "macOS already uses ⇧⌘Key 20."},
-      {{k3, kCommand}, {}},
-      {{22, kCommand | kShift}, {}},
-      {{kTab, kCommand | kShift | kControl}, Reason::reserved, "macOS already uses ⌃⇧⌘⇥."},
-      {{kTab, kControl}, {}},
-      {{kSpace, kCommand}, Reason::reserved, "macOS already uses ⌘Space."},
-      {{kSpace, kControl}, Reason::reserved, "macOS already uses ⌃Space."},
-      {{kSpace, kCommand | kOption}, Reason::reserved, "macOS already uses ⌥⌘Space."},
-      {{kSpace, kControl | kOption}, {}},
-      {{kSpace, kOption}, {}},
-      {{kA, 0}, Reason::needsModifier, needsModifier},
-      {{kA, kShift}, Reason::needsModifier, needsModifier},
-      {{kSpace, kShift}, Reason::needsModifier, needsModifier},
-      {{kF5, 0}, {}},
-      {{kF20, kShift}, {}},
-      {{kRightOption, 0}, {}},
-      {{63, 0}, {}},
-      {{kEscape, kOption}, {}},
-  };
-  for (const auto& row : rows) {
-    const auto found = refusal(row.shortcut);
-    const auto name = displayText(row.shortcut, keyboard);
-    ASSERT_EQ(found.has_value(), row.reason.has_value()) << name;
-    if (!found) continue;
-    EXPECT_EQ(found->reason, *row.reason) << name;
-    EXPECT_EQ(text(*found, keyboard), row.text);
+  for (const auto& [key, modifiers, reason] : rows<Row>("shortcuts", "refused")) {
+    const auto found = refusal(shortcut(key, modifiers));
+    EXPECT_EQ(found ? text(*found, keyboard) : "", reason) << key << modifiers;
+    using Reason = RefusedShortcut::Reason;
+    if (found) EXPECT_EQ(found->reason, reason.starts_with("Use") ? Reason::needsModifier : Reason::reserved);
   }
 }
 

@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include "QuilletKit/Base/Unicode.h"
+#include "Tests/Doubles/Rows.h"
+
 namespace quillet::test {
 namespace {
 
@@ -10,31 +13,12 @@ using TextJoining::joined;
 using TextJoining::textBeforeCaret;
 
 TEST(TextJoiningTest, PutsABlankWhereWordsWouldStickTogether) {
-  const struct {
-    std::optional<std::u16string> before;
-    const char* text;
-    const char* expected;
-  } cases[] = {
-      {u"Hello", " world ", " world"},
-      {u"Hello ", "world", "world"},
-      {u"Hello\n", "world", "world"},
-      {u"Hello\u00a0", "world", "world"},
-      {u"Hello\r\n", "world", "world"},
-      {u"(", "world", "world"},
-      {u"Hello", ", world", ", world"},
-      {std::nullopt, " world ", "world"},
-      {u"", "\u3000world\t", "world"},
-      {u"Hello", " \n ", ""},
-      {u"Hello.", "World", " World"},
-      {u"l\u00e0", "\u2026", "\u2026"},
-      {u"Hello", "\u037e", "\u037e"},     // the Greek question mark is a semicolon by equivalence
-      {u"Hello", ",\u0301", " ,\u0301"},  // a comma with an accent is another character
-      {u"-\u0301", "world", " world"},    // so is a hyphen
-      {u"\U0001f44b", "world", " world"},
-      {u"Hello\xd83d", "world", " world"},  // half a character
-      {u"Hello", "\u00bfqu\u00e9?", " \u00bfqu\u00e9?"},
-  };
-  for (const auto& [before, text, expected] : cases) EXPECT_EQ(joined(text, before), expected) << text;
+  using Row = std::tuple<boost::json::value, std::string, std::string>;
+  for (const auto& [before, text, expected] : rows<Row>("texts", "joined")) {
+    const auto* stands = before.if_string();
+    EXPECT_EQ(joined(text, stands ? Unicode::toUTF16(*stands) : std::nullopt), expected) << before << text;
+  }
+  EXPECT_EQ(joined("world", u"Hello\xd83d"), " world") << "half a character";
   for (const char16_t opening : std::u16string(u"([{“‘\"'/-«¿¡")) {
     EXPECT_EQ(joined("world", std::u16string(u"Hello ") + opening), "world") << static_cast<int>(opening);
   }

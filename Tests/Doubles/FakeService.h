@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <boost/asio/redirect_error.hpp>
 #include <deque>
 #include <map>
 #include <optional>
@@ -33,14 +32,13 @@ class FakeService {
   }
   void hold(const std::string& route) {
     const std::lock_guard lock(mutex_);
-    held_[route];
+    held_[route] = std::make_shared<Event>();
   }
   void release(const std::string& route) {
     const std::lock_guard lock(mutex_);
-    for (const auto& waiting : held_[route]) {
-      if (const Gate gate = waiting.lock()) boost::asio::post(gate->get_executor(), [gate] { gate->cancel(); });
+    if (auto gate = held_.extract(route)) {
+      boost::asio::post(server_.executor(), [event = gate.mapped()] { event->wake(); });
     }
-    held_.erase(route);
   }
   /// The bodies of the requests to a route, in order of arrival.
   std::vector<std::string> bodies(const std::string& route) const {
@@ -59,7 +57,7 @@ class FakeService {
     const auto relay = currentRelay();
     boost::asio::post(relay->socket.get_executor(), [relay, text = JSONCoding::encode(message)] {
       relay->outgoing.push_back(text);
-      relay->wake.cancel();
+      relay->changed.wake();
     });
   }
   void dropRelay() {
@@ -80,12 +78,10 @@ class FakeService {
   std::string url() const { return server_.url().text(); }
 
  private:
-  using Gate = std::shared_ptr<boost::asio::steady_timer>;
   struct Relay {
-    explicit Relay(LoopbackServer::WebSocket stream)
-        : socket(std::move(stream)), wake(socket.get_executor(), boost::asio::steady_timer::time_point::max()) {}
+    explicit Relay(LoopbackServer::WebSocket stream) : socket(std::move(stream)) {}
     LoopbackServer::WebSocket socket;
-    boost::asio::steady_timer wake;
+    Event changed;
     std::deque<std::string> outgoing;
   };
 
@@ -93,14 +89,10 @@ class FakeService {
     const std::lock_guard lock(mutex_);
     return relay_.lock();
   }
-  Gate gateFor(const std::string& route, const boost::asio::any_io_executor& executor) {
+  std::shared_ptr<Event> gateFor(const std::string& route) {
     const std::lock_guard lock(mutex_);
     const auto found = held_.find(route);
-    if (found == held_.end()) return nullptr;
-    const auto never = boost::asio::steady_timer::time_point::max();
-    auto gate = std::make_shared<boost::asio::steady_timer>(executor, never);
-    found->second.push_back(gate);
-    return gate;
+    return found == held_.end() ? nullptr : found->second;
   }
   Reply note(const std::string& route, const std::string& body) {
     const std::lock_guard lock(mutex_);
@@ -120,10 +112,7 @@ class FakeService {
         co_await LoopbackServer::write(socket, LoopbackServer::answer(*refusal, "{}"));
         continue;
       }
-      if (const Gate gate = gateFor(route, socket.get_executor())) {
-        boost::system::error_code ignored;
-        co_await gate->async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, ignored));
-      }
+      if (const auto gate = gateFor(route)) co_await gate->wait();
       co_await LoopbackServer::write(socket, LoopbackServer::answer(reply.status, reply.body));
     }
   }
@@ -144,7 +133,7 @@ class FakeService {
       std::string text = co_await LoopbackServer::readText(relay->socket);
       if (text == "ping") {
         relay->outgoing.push_back("pong");
-        relay->wake.cancel();
+        relay->changed.wake();
         continue;
       }
       const std::lock_guard lock(mutex_);
@@ -158,8 +147,7 @@ class FakeService {
         relay->outgoing.pop_front();
         co_await relay->socket.async_write(boost::asio::buffer(text), boost::asio::use_awaitable);
       }
-      boost::system::error_code ignored;
-      co_await relay->wake.async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, ignored));
+      co_await relay->changed.wait();
     }
   }
 
@@ -168,7 +156,7 @@ class FakeService {
       {"POST /v1/devices/register", {200, R"({"deviceId":"any","registeredAt":1})"}},
       {"GET /v1/pairs", {200, R"({"pairs":[]})"}},
   };
-  std::map<std::string, std::vector<std::weak_ptr<boost::asio::steady_timer>>> held_;
+  std::map<std::string, std::shared_ptr<Event>> held_;
   std::map<std::string, std::vector<std::string>> bodies_;
   std::vector<std::string> frames_;
   std::optional<int> refusal_;

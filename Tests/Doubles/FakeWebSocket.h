@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <boost/asio/redirect_error.hpp>
-#include <boost/asio/steady_timer.hpp>
-#include <boost/asio/use_awaitable.hpp>
 #include <deque>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "QuilletKit/Async/Event.h"
 #include "QuilletKit/Network/WebSocketTask.h"
 
 namespace quillet::test {
@@ -17,8 +15,6 @@ namespace quillet::test {
 class FakeWebSocket final : public WebSocketTask {
  public:
   struct Line {
-    explicit Line(const Executor& executor) : changed(executor, boost::asio::steady_timer::time_point::max()) {}
-
     HTTPRequest request;
     std::size_t maximumMessageSize = 0;
     bool resumed = false;
@@ -37,17 +33,17 @@ class FakeWebSocket final : public WebSocketTask {
     }
     void deliver(std::string text, bool isText = true) {
       incoming.push_back({isText, std::move(text)});
-      changed.cancel();
+      changed.wake();
     }
     void fail(std::optional<int> status = {}) {
       refused = status;
       failed = true;
-      changed.cancel();
+      changed.wake();
     }
 
     std::deque<WebSocketMessage> incoming;
     bool failed = false;
-    boost::asio::steady_timer changed;
+    Event changed;
   };
 
   explicit FakeWebSocket(std::shared_ptr<Line> line) : line_(std::move(line)) {}
@@ -73,13 +69,7 @@ class FakeWebSocket final : public WebSocketTask {
     co_return;
   }
   static Awaitable<WebSocketMessage> next(std::shared_ptr<Line> line) {
-    while (line->incoming.empty() && !line->failed) {
-      boost::system::error_code ignored;
-      co_await line->changed.async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, ignored));
-      if (isCancelled(co_await boost::asio::this_coro::cancellation_state)) {
-        throw boost::system::system_error(boost::asio::error::operation_aborted);
-      }
-    }
+    while (line->incoming.empty() && !line->failed) co_await line->changed.wait();
     if (line->incoming.empty()) throw TransportError("The connection was lost.");
     WebSocketMessage message = std::move(line->incoming.front());
     line->incoming.pop_front();

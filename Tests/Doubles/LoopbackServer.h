@@ -41,6 +41,7 @@ class LoopbackServer {
     return {method, {scheme, "127.0.0.1", std::to_string(acceptor_.local_endpoint().port()), target}, {}, {}};
   }
   ServiceURL url() const { return request("/").url; }
+  Executor executor() { return thread_.executor(); }
   int connections() const { return connections_; }
   std::vector<Request> requests() const {
     const std::lock_guard lock(mutex_);

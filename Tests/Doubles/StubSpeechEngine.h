@@ -1,21 +1,22 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <boost/asio/redirect_error.hpp>
-#include <boost/asio/steady_timer.hpp>
-#include <boost/asio/use_awaitable.hpp>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "QuilletSpeech/SpeechEngine.h"
+#include "Tests/Doubles/HeldCalls.h"
 
 namespace quillet::test {
 
-/// An engine with canned words. One thread. What it is told stays readable.
+/// An engine with canned words, whose calls hang if the test wants. One thread. What it is told stays readable.
 class StubSpeechEngine final : public SpeechEngine {
  public:
   std::string text = "go forward";
   std::optional<SpeechFailure> beginFails, finishFails;
-  bool finishHangs = false;
+  bool beginHangs = false, finishHangs = false;
+  HeldCalls<bool> begins, finishes;
   std::string region = "on this machine";
 
   std::vector<SpeechOptions> asked;
@@ -25,35 +26,29 @@ class StubSpeechEngine final : public SpeechEngine {
   SpeechEngineInfo info() const override { return {"stub", "stub-1", region, {"en"}}; }
 
   Awaitable<std::unique_ptr<SpeechSession>> begin(SpeechOptions options) override {
-    if (beginFails) throw SpeechError(*beginFails, "told to");
     asked.push_back(std::move(options));
+    if (beginHangs) co_await begins.call();
+    if (beginFails) throw SpeechError(*beginFails, "told to");
     heard.clear();
     ++begun;
     co_return std::make_unique<Session>(*this);
   }
 
  private:
-  class Session final : public SpeechSession {
-   public:
-    explicit Session(StubSpeechEngine& engine) : engine_(engine) { ++engine_.open; }
-    ~Session() override { --engine_.open; }
+  struct Session final : SpeechSession {
+    explicit Session(StubSpeechEngine& owner) : engine(owner) { ++engine.open; }
+    ~Session() override { --engine.open; }
     void accept(std::span<const std::int16_t> samples) override {
-      engine_.heard.insert(engine_.heard.end(), samples.begin(), samples.end());
+      engine.heard.insert(engine.heard.end(), samples.begin(), samples.end());
     }
-    std::string partialText() const override { return engine_.heard.empty() ? "" : "go"; }
+    std::string partialText() const override { return engine.heard.empty() ? "" : "go"; }
     Awaitable<std::string> finish() override {
-      ++engine_.finishing;
-      if (engine_.finishHangs) {
-        boost::asio::steady_timer never(co_await boost::asio::this_coro::executor,
-                                        boost::asio::steady_timer::time_point::max());
-        co_await never.async_wait(boost::asio::use_awaitable);
-      }
-      if (engine_.finishFails) throw SpeechError(*engine_.finishFails, "told to");
-      co_return engine_.text;
+      ++engine.finishing;
+      if (engine.finishHangs) co_await engine.finishes.call();
+      if (engine.finishFails) throw SpeechError(*engine.finishFails, "told to");
+      co_return engine.text;
     }
-
-   private:
-    StubSpeechEngine& engine_;
+    StubSpeechEngine& engine;
   };
 };
 

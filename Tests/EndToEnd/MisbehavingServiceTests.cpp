@@ -4,9 +4,7 @@
 #include "QuilletCompanion/Relay/RelayConnection.h"
 #include "QuilletKit/JSON/JSONCoding.h"
 #include "Tests/Doubles/FakeSystemEvents.h"
-#include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/LoopbackServer.h"
-#include "Tests/Doubles/LoopbackService.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/EndToEnd/Desk.h"
 
@@ -15,7 +13,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using Socket = LoopbackServer::Socket;
-using Phase = RelayConnection::Phase;
 
 /// A server's WebSocket frame.
 std::string framed(char first, const std::string& payload) {
@@ -153,47 +150,6 @@ TEST_F(MisbehavingServiceTest, BadConnectionsAndFramesDoNoHarm) {
   EXPECT_EQ(rejections, 2);
   EXPECT_EQ(desk.desktop.text(), "Hello");
   EXPECT_EQ(messages, 6) << "five deliveries and one frame of an unknown type";
-}
-
-TEST_F(MisbehavingServiceTest, ComesBackAfterTheServiceWasGone) {
-  const auto makeServer = [] {
-    return std::make_unique<LoopbackServer>([](LoopbackServer& self, Socket socket) -> Awaitable<void> {
-      auto stream = co_await self.upgrade(std::move(socket));
-      co_await LoopbackServer::stall();
-    });
-  };
-  auto server = makeServer();
-  HTTPRequest request = server->request("/v1/mac/connect", "GET", "ws");
-  start([&] { return request; });
-  ASSERT_TRUE(main.runUntil([&] { return connection->isConnected(); }));
-  server.reset();
-  ASSERT_TRUE(main.runUntil([&] { return !connection->isConnected(); }));
-  int attempts = 0;
-  const auto counting = connection->state().observe([&](const auto& state) {
-    if (state == RelayConnection::State(Phase::connecting)) ++attempts;
-  });
-  ASSERT_TRUE(main.runUntil([&] { return attempts >= 3; })) << "gave up on a port where nobody listens";
-  server = makeServer();
-  request = server->request("/v1/mac/connect", "GET", "ws");
-  EXPECT_TRUE(main.runUntil([&] { return connection->isConnected(); }));
-  connection->stop();
-}
-
-TEST_F(MisbehavingServiceTest, AClockFarOffIsARefusalUntilItIsRight) {
-  LoopbackService service;
-  service.enrol(desk.keys, DevicePlatform::macos);
-  const APIClient api(service.url(), desk.keys, session);
-  for (const std::int64_t hours : {-24, 24, 24 * 365 * 30}) {
-    service.clockIsOffBy = hours * 3'600'000;
-    const int before = rejections;
-    connection ? connection->reconnectNow() : start([&] { return api.relayRequest(); });
-    EXPECT_TRUE(main.runUntil([&] { return rejections >= before + 2; })) << hours;
-    EXPECT_FALSE(connection->hasEverConnected().get());
-  }
-  service.clockIsOffBy = 0;
-  EXPECT_TRUE(main.runUntil([&] { return connection->isConnected(); }));
-  connection->stop();
-  settle(main, network);
 }
 
 }  // namespace

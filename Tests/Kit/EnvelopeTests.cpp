@@ -23,17 +23,6 @@ TEST(Envelope, TwoSealsShareNeitherSaltNorBox) {
   EXPECT_NE(first.box.substr(0, 16), second.box.substr(0, 16));
 }
 
-TEST(PeerIdentity, NeedsAWholeIdAndASigningKeyOfTheRightLength) {
-  const PeerIdentity good = DeviceIdentity::generate().peerIdentity("Phone", DevicePlatform::ios);
-  PeerIdentity shortId = good, shortKey = good;
-  shortId.deviceId.pop_back();
-  shortKey.signingPublicKey = "AAAA";
-  shortKey.deviceId = DeviceIdentity::fingerprint(Bytes(3));
-  EXPECT_TRUE(good.isConsistent());
-  EXPECT_FALSE(shortId.isConsistent());
-  EXPECT_FALSE(shortKey.isConsistent());
-}
-
 /// Counts and refuses operations.
 class FailingSecretStore : public SecretStore {
  public:

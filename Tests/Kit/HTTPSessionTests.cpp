@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletKit/Async/RunOn.h"
+#include "Tests/Doubles/Rows.h"
 #include "Tests/Kit/HTTPSessionFixture.h"
 
 namespace quillet::test {
@@ -129,45 +130,33 @@ TEST_F(HTTPSessionTest, HopsSurviveACancellationAtAnyMomentOfTheirEnd) {
   EXPECT_EQ(ended, kRounds);
 }
 
-TEST_F(HTTPSessionTest, TellsAnswersFromWhatIsNoneAndEndsThoseThatNeverWould) {
-  const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
-  const std::string block(64 * 1024, 'x');
-  const struct {
-    const char* what;
-    LoopbackServer::Serve serve;
-    std::string expected;
-    std::chrono::milliseconds timeout;
-  } cases[] = {
-      {"chunks for ever", repeating(chunked, "10000\r\n" + block + "\r\n"), "The answer was too long.", 80s},
-      {"a header for ever", repeating("HTTP/1.1 200 OK\r\n", "X: " + block + "\r\n"), "No HTTP response", 80s},
-      {"one line for ever", repeating("HTTP/1.1 200 OK\r\nX: ", block), "No HTTP response", 80s},
-      {"interim answers for ever", repeating("", "HTTP/1.1 100 Continue\r\n\r\n"), kLate, 200ms},
-      {"nothing", stallingAfter(""), kLate, 50ms},
-      {"half a chunk", stallingAfter(chunked + "5\r\nab"), kLate, 50ms},
-      {"half a body", stallingAfter("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nab"), kLate, 50ms},
-      {"reset before the answer", resettingAfter(""), kLost, 80s},
-      {"reset in a body", resettingAfter("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nab"), kLost, 80s},
-      {"cut in a chunk", answering(chunked + "5\r\nab"), kLost, 80s},
-      {"two lengths", answering("HTTP/1.1 200 OK\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\nab"),
-       "No HTTP response", 80s},
-      {"a bad chunk", answering(chunked + "zz\r\nab"), "No HTTP response", 80s},
-      {"cut in a body", answering("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\ncut"), kLost, 80s},
-      {"closed", answering(""), kLost, 80s},
-      {"no HTTP", answering("SSH-2.0-Other\r\n\r\n"), "No HTTP response", 80s},
-      {"too long", answering("HTTP/1.1 200 OK\r\nContent-Length: 1048577\r\n\r\n"), "The answer was too long.", 80s},
-      {"a redirection", answering("HTTP/1.1 302 Found\r\nLocation: /x\r\nContent-Length: 0\r\n\r\n"), "answered 302",
-       80s},
-      {"after an interim answer", answering("HTTP/1.1 100 Continue\r\n\r\n" + LoopbackServer::answer(200, "")),
-       "answered 200", 80s},
-      {"until the end", answering("HTTP/1.0 502 Bad Gateway\r\n\r\n<html>"), "answered 502", 80s},
-      {"in chunks", answering(chunked + "3\r\nabc\r\n0\r\n\r\n"), "answered 200", 80s},
-  };
-  for (const auto& [what, serve, expected, timeout] : cases) {
-    LoopbackServer server(serve);
+TEST_F(HTTPSessionTest, TellsAnswersFromWhatIsNone) {
+  using Row = std::tuple<std::string, std::string, std::string, std::string>;
+  for (const auto& [what, then, text, expected] : rows<Row>("http_answers", "answers")) {
+    LoopbackServer server(then == "stalls"   ? stallingAfter(text)
+                          : then == "resets" ? resettingAfter(text)
+                                             : answering(text));
     HTTPRequest request = server.request("/");
-    request.timeout = timeout;
+    request.timeout = then == "stalls" ? 50ms : 80'000ms;
     EXPECT_EQ(failureOf(std::move(request)), expected) << what;
     EXPECT_LE(server.connections(), 1) << what << ", tried again";
+  }
+}
+
+TEST_F(HTTPSessionTest, EndsAnswersThatNeverWould) {
+  const std::string block(64 * 1024, 'x');
+  const std::tuple<std::string, std::string, std::string> cases[] = {
+      {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n", "10000\r\n" + block + "\r\n",
+       "The answer was too long."},
+      {"HTTP/1.1 200 OK\r\n", "X: " + block + "\r\n", "No HTTP response"},
+      {"HTTP/1.1 200 OK\r\nX: ", block, "No HTTP response"},
+      {"", "HTTP/1.1 100 Continue\r\n\r\n", kLate},
+  };
+  for (const auto& [head, again, expected] : cases) {
+    LoopbackServer server(repeating(head, again));
+    HTTPRequest request = server.request("/");
+    request.timeout = expected == kLate ? 200ms : 80'000ms;
+    EXPECT_EQ(failureOf(std::move(request)), expected) << again.substr(0, 40);
   }
 }
 

@@ -40,7 +40,7 @@ class RelayConnectionTest : public testing::Test {
           return {};
         },
         [this](HTTPRequest request, std::size_t size) {
-          auto line = lines.emplace_back(std::make_shared<FakeWebSocket::Line>(time.executor()));
+          auto line = lines.emplace_back(std::make_shared<FakeWebSocket::Line>());
           line->request = std::move(request);
           line->maximumMessageSize = size;
           return std::make_unique<FakeWebSocket>(line);

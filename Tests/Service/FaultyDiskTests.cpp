@@ -42,12 +42,7 @@ class FaultyDiskTest : public ProgramTest {
   }
   template <typename Response>
   std::string refusal(Awaitable<Response> call) {
-    try {
-      main.await(std::move(call));
-      return {};
-    } catch (const APIError& e) {
-      return e.server() ? std::to_string(e.server()->status) + " " + e.server()->body.code : e.what();
-    }
+    return main.await(refusalTo(std::move(call)));
   }
   HTTPResponse get(const ServiceProgram& program, const std::string& target, const Party* by = nullptr) {
     HTTPRequest request;

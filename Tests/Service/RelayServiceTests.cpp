@@ -286,14 +286,6 @@ TEST_F(RelayServiceTest, AnEnvelopeIsPassedOnAsItsBytesCame) {
   EXPECT_NE(service.relay.presence(phoneDevice).json().find(readiness), std::string::npos);
 }
 
-TEST_F(RelayServiceTest, UndecodableFramesAreDropped) {
-  connect();
-  for (const std::string_view frame : {"", "{", "[]", R"({"type":"other"})", R"({"type":"result"})"}) {
-    service.relay.handleFrame(mac.id(), frame);
-  }
-  EXPECT_FALSE(socket.closedWith);
-}
-
 TEST_F(RelayServiceTest, ARevokedPairsDeliveriesAreGoneAndTheRevokerIsNotTold) {
   connect();
   submit("u");

@@ -104,14 +104,7 @@ class ServerTest : public testing::Test {
     co_await macAPI->registerDevice(mac.peer.platform, mac.name, "1.0");
     co_await phoneAPI->registerDevice(phone.peer.platform, phone.name, "1.0");
   }
-  Awaitable<void> pair() {
-    const auto created = co_await macAPI->createPairingSession(Crypto::randomBytes(32), "Desk");
-    ClaimPairingRequest claim{std::nullopt, created.code, freshKey(), "Pocket"};
-    co_await phoneAPI->claimPairing(std::move(claim));
-    co_await phoneAPI->confirmPairing(created.sessionId, "sealed-by-phone");
-    const auto status = co_await macAPI->confirmPairing(created.sessionId, "sealed-by-mac");
-    EXPECT_EQ(status.state, PairingState::paired);
-  }
+  Awaitable<void> pair() { return pairOver(*macAPI, *phoneAPI); }
   Awaitable<void> enrolAndPair() {
     co_await enrol();
     co_await pair();
@@ -137,15 +130,9 @@ class ServerTest : public testing::Test {
   void send(WebSocketTask& socket, Message message) {
     socket.sendText(JSONCoding::encode(RelayClientMessage(std::move(message))), [](bool) {});
   }
-  /// What the service answers when it doesn't do as it was asked: "429 too_many_requests"; empty if it does.
   template <typename Response>
   static Awaitable<std::string> refusal(Awaitable<Response> call) {
-    try {
-      co_await std::move(call);
-      co_return std::string();
-    } catch (const APIError& e) {
-      co_return e.server() ? std::to_string(e.server()->status) + " " + e.server()->body.code : e.what();
-    }
+    return refusalTo(std::move(call));
   }
   DeliveryRequest delivery(const std::string& utterance, const std::string& content = "{}") {
     return {utterance, Envelope::sealBytes(content, EnvelopePurpose::delivery, phone.identity, mac.peer)};

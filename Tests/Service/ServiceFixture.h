@@ -5,6 +5,7 @@
 
 #include "QuilletKit/Base/Base64URL.h"
 #include "QuilletKit/JSON/JSONCoding.h"
+#include "QuilletKit/Protocol/APIClient.h"
 #include "QuilletKit/Protocol/Envelope.h"
 #include "QuilletKit/Protocol/RequestSigner.h"
 #include "QuilletService/Router.h"
@@ -47,6 +48,27 @@ inline Device authenticate(Authenticator& authenticator, const SignedRequest& re
   const Authenticator::Check check = authenticator.check(request);
   authenticator.accept(request, check, check.holds());
   return authenticator.sender(request);
+}
+
+/// Pairs two devices that the service knows, over HTTP.
+inline Awaitable<void> pairOver(const APIClient& macAPI, const APIClient& phoneAPI) {
+  const auto created = co_await macAPI.createPairingSession(Crypto::randomBytes(32), "Desk");
+  ClaimPairingRequest claim{std::nullopt, created.code, freshKey(), "Pocket"};
+  co_await phoneAPI.claimPairing(std::move(claim));
+  co_await phoneAPI.confirmPairing(created.sessionId, "sealed-by-phone");
+  const auto status = co_await macAPI.confirmPairing(created.sessionId, "sealed-by-mac");
+  EXPECT_EQ(status.state, PairingState::paired);
+}
+
+/// What the service answers when it doesn't do as it was asked: "429 too_many_requests"; empty if it does.
+template <typename Response>
+Awaitable<std::string> refusalTo(Awaitable<Response> call) {
+  try {
+    co_await std::move(call);
+    co_return std::string();
+  } catch (const APIError& e) {
+    co_return e.server() ? std::to_string(e.server()->status) + " " + e.server()->body.code : e.what();
+  }
 }
 
 /// The service without sockets, in virtual time, with one desktop and one phone that aren't paired yet.

@@ -104,10 +104,7 @@ class ProgramTest : public testing::Test {
   void pairThem(APIClient& macAPI, APIClient& phoneAPI) {
     main.await(macAPI.registerDevice(DevicePlatform::macos, mac.name, "1"));
     main.await(phoneAPI.registerDevice(DevicePlatform::ios, phone.name, "1"));
-    const auto created = main.await(macAPI.createPairingSession(Crypto::randomBytes(32), "Desk"));
-    main.await(phoneAPI.claimPairing({created.sessionId, std::nullopt, freshKey(), "Pocket"}));
-    main.await(phoneAPI.confirmPairing(created.sessionId, "sealed"));
-    main.await(macAPI.confirmPairing(created.sessionId, "sealed"));
+    main.await(pairOver(macAPI, phoneAPI));
   }
   DeliveryRequest delivery(const std::string& utterance) {
     return {utterance, Envelope::sealBytes("text", EnvelopePurpose::delivery, phone.identity, mac.peer)};

@@ -1,8 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <boost/asio/ip/tcp.hpp>
-#include <boost/beast/core.hpp>
-#include <boost/beast/http.hpp>
-#include <boost/beast/websocket.hpp>
 #include <boost/json.hpp>
 
 #include "QuilletKit/Protocol/WaveFile.h"
@@ -15,72 +11,39 @@
 namespace quillet::test {
 namespace {
 
-namespace websocket = boost::beast::websocket;
 using boost::asio::use_awaitable;
 
-/// A client of the transcription stream that knows WebSocket and nothing of our own client.
+/// A transcription stream as its client has it.
 class StreamClient {
  public:
-  StreamClient(StreamClient&&) = default;
-  explicit StreamClient(boost::asio::io_context& context) : socket_(context) {}
+  explicit StreamClient(std::unique_ptr<WebSocketTask> socket) : socket_(std::move(socket)) { socket_->resume(); }
 
-  /// False for a refused upgrade, whose status is then in `status`.
-  Awaitable<bool> open(HTTPRequest request) {
-    co_await socket_.next_layer().async_connect(
-        {boost::asio::ip::address_v4::loopback(), static_cast<std::uint16_t>(std::stoi(request.url.port))},
-        use_awaitable);
-    socket_.set_option(websocket::stream_base::decorator([request](websocket::request_type& upgrade) {
-      for (const auto& [name, value] : request.headers) upgrade.set(name, value);
-    }));
-    websocket::response_type answer;
-    boost::system::error_code error;
-    co_await socket_.async_handshake(answer, request.url.authority(), request.url.target,
-                                     boost::asio::redirect_error(use_awaitable, error));
-    status = answer.result_int();
-    co_return !error;
-  }
   Awaitable<boost::json::object> read() {
-    boost::beast::flat_buffer buffer;
-    co_await socket_.async_read(buffer, use_awaitable);
-    EXPECT_TRUE(socket_.got_text());
-    co_return boost::json::parse(boost::beast::buffers_to_string(buffer.data())).as_object();
+    const WebSocketMessage frame = co_await socket_->receive();
+    EXPECT_TRUE(frame.isText);
+    co_return boost::json::parse(frame.data).as_object();
   }
   /// The next frame that is no partial text.
   Awaitable<boost::json::object> answer() {
     boost::json::object frame = co_await read();
-    while (frame.at("type").as_string() == "partial") {
-      partials.push_back(std::string(frame.at("text").as_string()));
-      frame = co_await read();
-    }
+    while (frame.at("type").as_string() == "partial") frame = co_await read();
     co_return frame;
   }
-  Awaitable<void> say(std::string text) {
-    socket_.text(true);
-    co_await socket_.async_write(boost::asio::buffer(text), use_awaitable);
-  }
+  Awaitable<void> say(std::string text) { return socket_->send({true, std::move(text)}); }
   Awaitable<void> sayFinish() { return say(R"({"type":"finish"})"); }
-  Awaitable<void> speak(std::string bytes) {
-    socket_.binary(true);
-    co_await socket_.async_write(boost::asio::buffer(bytes), use_awaitable);
-  }
+  Awaitable<void> speak(std::string bytes) { return socket_->send({false, std::move(bytes)}); }
   Awaitable<void> speak(std::span<const std::int16_t> samples) {
     constexpr std::size_t kPiece = 1600;
     for (; !samples.empty(); samples = samples.subspan(std::min(kPiece, samples.size()))) {
-      const auto piece = samples.first(std::min(kPiece, samples.size()));
-      co_await speak(std::string(reinterpret_cast<const char*>(piece.data()), piece.size_bytes()));
+      co_await speak(std::string(textOf(bytesOfSamples(samples.first(std::min(kPiece, samples.size()))))));
     }
   }
-  Awaitable<void> close() {
-    boost::system::error_code error;
-    co_await socket_.async_close(websocket::close_code::normal, boost::asio::redirect_error(use_awaitable, error));
-  }
-  void drop() { socket_.next_layer().close(); }
-
-  unsigned status = 0;
-  std::vector<std::string> partials;
+  void close(int code) { socket_->cancel(code); }
+  /// Of the upgrade.
+  int status() const { return socket_->refusedStatus().value_or(101); }
 
  private:
-  websocket::stream<boost::asio::ip::tcp::socket> socket_;
+  std::unique_ptr<WebSocketTask> socket_;
 };
 
 class TranscriptionTest : public ServerTest {
@@ -98,11 +61,14 @@ class TranscriptionTest : public ServerTest {
   }
 
   Awaitable<StreamClient> stream(std::string id = "u-1", APIClient* client = nullptr) {
-    StreamClient opened(context);
     APIClient& api = client == nullptr ? *macAPI : *client;
-    const bool accepted =
-        co_await opened.open(co_await api.transcriptionStreamRequest(std::move(id), RecognitionLanguage::en));
-    if (accepted) first_ = co_await opened.read();
+    HTTPRequest request = co_await api.transcriptionStreamRequest(std::move(id), RecognitionLanguage::en);
+    StreamClient opened(makeWebSocketTask(session, context.get_executor(), std::move(request), kFrameLimit));
+    try {
+      first_ = co_await opened.read();
+    } catch (const TransportError&) {
+      EXPECT_NE(opened.status(), 101) << "the upgrade was accepted, and nothing said";
+    }
     co_return std::move(opened);
   }
   Awaitable<TranscribeResponse> upload(TranscribeMeta meta, std::span<const std::int16_t> samples) {
@@ -113,7 +79,7 @@ class TranscriptionTest : public ServerTest {
       co_await client.speak(std::move(sound));
       co_await client.answer();
       co_return false;
-    } catch (const boost::system::system_error&) {
+    } catch (const TransportError&) {
       co_return true;
     }
   }
@@ -145,7 +111,7 @@ class TranscriptionTest : public ServerTest {
 TEST_F(TranscriptionTest, GivesTheWordsOfAStreamAtItsEnd) {
   serveWith(engine);
   play([&]() -> Awaitable<void> {
-    EXPECT_EQ((co_await stream("u 1/ü")).status, 400U) << "not an id";
+    EXPECT_EQ((co_await stream("u 1/ü")).status(), 400) << "not an id";
     StreamClient client = co_await stream("0A-b.c_9");
     EXPECT_EQ(first_, (boost::json::object{{"type", "ready"}, {"utteranceId", "0A-b.c_9"}}));
     co_await client.speak(samples_);
@@ -160,7 +126,7 @@ TEST_F(TranscriptionTest, GivesTheWordsOfAStreamAtItsEnd) {
     EXPECT_EQ(engine.heard, samples_);
     EXPECT_EQ(engine.asked.back().language, "en");
     EXPECT_TRUE(co_await happens([&] { return engine.open == 0; })) << "before the client closes";
-    co_await client.close();
+    client.close(1000);
   });
   EXPECT_TRUE(heldNothing());
 }
@@ -202,7 +168,7 @@ TEST_F(TranscriptionTest, SaysSoWithoutAnEngine) {
     co_await enrol();
     EXPECT_FALSE((co_await macAPI->config()).cloud.streaming);
     EXPECT_EQ(co_await refusal(upload({"u-1"}, samples_)), "501 not_available");
-    EXPECT_EQ((co_await stream()).status, 501U);
+    EXPECT_EQ((co_await stream()).status(), 501);
   });
 }
 
@@ -345,13 +311,13 @@ TEST_F(TranscriptionTest, BoundsStreamsAndLetsTheNextInWhenOneEnds) {
   play([&]() -> Awaitable<void> {
     StreamClient first = co_await stream("u-1");
     const StreamClient second = co_await stream("u-2");
-    EXPECT_EQ((co_await stream("u-3")).status, 503U) << "a third of one device";
+    EXPECT_EQ((co_await stream("u-3")).status(), 503) << "a third of one device";
     const StreamClient other = co_await stream("u-4", &*phoneAPI);
-    EXPECT_EQ(other.status, 101U);
-    EXPECT_EQ((co_await stream("u-5", &*phoneAPI)).status, 503U) << "a fourth in all";
-    first.drop();
+    EXPECT_EQ(other.status(), 101);
+    EXPECT_EQ((co_await stream("u-5", &*phoneAPI)).status(), 503) << "a fourth in all";
+    first.close(1006);
     EXPECT_TRUE(co_await happens([&] { return service->transcription.streams() == 2; }));
-    EXPECT_EQ((co_await stream("u-6")).status, 101U);
+    EXPECT_EQ((co_await stream("u-6")).status(), 101);
   });
 }
 
@@ -388,8 +354,8 @@ TEST_F(TranscriptionTest, BoundsTheSoundOfADeviceInAnHour) {
     EXPECT_EQ(co_await refusal(upload({"u-1"}, samples_)), "");
     EXPECT_EQ(co_await refusal(upload({"u-2"}, samples_)), "");
     EXPECT_EQ(co_await refusal(upload({"u-3"}, samples_)), "429 too_much_sound");
-    EXPECT_EQ((co_await stream()).status, 429U);
-    EXPECT_EQ((co_await stream("u-1", &*phoneAPI)).status, 101U);
+    EXPECT_EQ((co_await stream()).status(), 429);
+    EXPECT_EQ((co_await stream("u-1", &*phoneAPI)).status(), 101);
   });
 }
 

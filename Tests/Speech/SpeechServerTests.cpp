@@ -6,6 +6,7 @@
 #include "QuilletSpeech/OpenAIEngine.h"
 #include "QuilletSpeech/SpeechEngines.h"
 #include "QuilletSpeech/WyomingEngine.h"
+#include "Tests/Doubles/Rows.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/Speech/Recordings.h"
 #include "Tests/Speech/ScriptedSpeechServers.h"
@@ -100,31 +101,13 @@ TEST_F(SpeechServerTest, AsksAtThePathThatTheAddressTells) {
 }
 
 TEST_F(SpeechServerTest, TellsRefusalsOfAWebServerApart) {
-  struct Case {
-    int status;
-    const char* body;
-    SpeechFailure failure;
-  };
-  constexpr const char* kLanguage = R"({"error":{"message":"Invalid language 'de'.","param":"language"}})";
-  const Case kCases[] = {{400, kLanguage, SpeechFailure::languageUnsupported},
-                         {422, R"({"detail":[{"loc":["body","Language"]}]})", SpeechFailure::languageUnsupported},
-                         {400, R"({"error":{"message":"Audio file is too short."}})", SpeechFailure::failed},
-                         {401, "{}", SpeechFailure::unavailable},
-                         {404, kLanguage, SpeechFailure::unavailable},
-                         {413, "", SpeechFailure::tooLong},
-                         {429, "{}", SpeechFailure::busy},
-                         {500, "<html>", SpeechFailure::unavailable},
-                         {503, "{}", SpeechFailure::busy},
-                         {302, R"({"text":"elsewhere"})", SpeechFailure::unavailable},
-                         {200, "go forward", SpeechFailure::unavailable},
-                         {200, R"({"error":"failed to process"})", SpeechFailure::unavailable},
-                         {200, R"({"text":7})", SpeechFailure::unavailable}};
-  for (const Case& refused : kCases) {
-    const ScriptedOpenAI server(refused.status, refused.body);
+  using Row = std::tuple<int, std::string, std::string>;
+  for (const auto& [status, body, expected] : rows<Row>("speech", "refusals")) {
+    const ScriptedOpenAI server(status, body);
     OpenAIEngine engine({.url = server.url()}, http_);
-    EXPECT_EQ(failure(engine, {.language = "de"}), refused.failure) << refused.status << refused.body;
+    EXPECT_EQ(failure(engine, {.language = "de"}), fromRaw<SpeechFailure>(expected)) << status << body;
   }
-  const ScriptedOpenAI server(400, kLanguage);
+  const ScriptedOpenAI server(400, R"({"error":{"message":"Invalid language 'de'.","param":"language"}})");
   OpenAIEngine engine({.url = server.url()}, http_);
   EXPECT_EQ(failure(engine), SpeechFailure::failed) << "no language was asked for";
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Tests/Doubles/LogCapture.h"
+#include "Tests/Doubles/Rows.h"
 #include "Tests/Target/TextInserterFixture.h"
 
 namespace quillet::test {
@@ -84,35 +85,16 @@ TEST_F(TextInserterTest, VerdictsOnWritesThatClaimSuccess) {
 
 TEST_F(TextInserterTest, MatchesTextThroughSmartPunctuationOnly) {
   // The field rewrites its own content, so that only counting occurrences can tell.
-  const struct {
-    std::string before, text, after;
-    bool applied;
-  } cases[] = {
-      {"", "it's", "\u2018\u2019 it\u2019s", true},
-      {"", "it's", "x it\u201Bs", true},
-      {"", "\"a\"", "x \u201Ea\u201C", true},
-      {"", "a b", "x a\u00A0b\u200B", true},
-      {"", "a b c", "x a\u2007b\u202F\uFEFFc", true},
-      {"", " padded\n", "x padded!", true},
-      {"it's it's", "it's", "it\u2019s it\u2019s it\u2019s.", true},
-      {"aaa", "aa", "aaaa!", true},
-      {"aa", "aa", "aaa!", false},  // matches don't overlap
-      {"it's", "it's", "It\u2019s it\u2019s", false},
-      {"it's it's", "it's", "it\u2019s", false},
-      {"", " ", "x  ", false},
-      {"", "\u200B", "x\u200B", false},
-      {"", "Text", "x text", false},
-      {"", "\u00E9", "x e\u0301", false},
-  };
-  for (const auto& c : cases) {
+  using Row = std::tuple<std::string, std::string, std::string, bool>;
+  for (const auto& [before, text, after, applied] : rows<Row>("texts", "shown")) {
     desktop.field() = {};
     desktop.field().selectionShown = false;
-    desktop.setText(c.before);
+    desktop.setText(before);
     desktop.field().write = FakeField::Write::ineffective;
-    start(c.text);
-    desktop.setText(c.after);
+    start(text);
+    desktop.setText(after);
     time.advance(10s);
-    EXPECT_EQ(report, c.applied ? kWritten : kMaybeWritten) << c.before << "|" << c.text << "|" << c.after;
+    EXPECT_EQ(report, applied ? kWritten : kMaybeWritten) << before << "|" << text << "|" << after;
   }
 }
 
