@@ -13,17 +13,14 @@
 #include "QuilletKit/Protocol/ServiceModels.h"
 #include "QuilletVectors/VectorCase.h"
 
-/// One function for each kind of case. A check throws Mismatch, or lets the kit's own failure through.
+/// One check for each kind of case, beside its name where it is short. A check throws Mismatch, or lets the kit's own
+/// failure through.
 namespace quillet::vectors {
 
 /// The refusal of a function that reports by giving nothing.
 struct Nothing {};
 
 // --- Base64url ---
-
-inline void checkBase64Encode(const Case& test) {
-  require(Base64URL::encode(test.inBytes("bytesHex")) == test.outText("text"), "text");
-}
 
 inline void checkBase64Decode(const Case& test) {
   const auto bytes = Base64URL::decode(test.inText("text"));
@@ -122,19 +119,11 @@ inline void checkServerFrame(const Case& test) {
   require(actual == expected, "frame");
 }
 
-inline void checkClientFrame(const Case& test) {
-  requireJSON(test, JSONCoding::encode(decodeValue<RelayClientMessage>(test.in("value"))), test.outText("json"));
-}
-
 inline void checkDeviceKind(const Case& test) {
   const auto kind = deviceKindFromModel(test.inText("model"));
   const json::value* expected = test.out().if_contains("kind");
   const bool expectsNone = expected == nullptr || expected->is_null();
   require(expectsNone ? !kind : kind && rawValue(*kind) == text(*expected), "kind");
-}
-
-inline void checkEmail(const Case& test) {
-  require(Feedback::isEmail(test.inText("text")) == test.out().at("ok").as_bool(), "verdict");
 }
 
 // --- Envelopes ---
@@ -192,14 +181,6 @@ inline void checkOpen(const Case& test) {
   });
 }
 
-inline void checkConsistency(const Case& test) {
-  require(test.peer("peer", "name").isConsistent() == test.out().at("consistent").as_bool(), "verdict");
-}
-
-inline void checkFingerprint(const Case& test) {
-  require(DeviceIdentity::fingerprint(test.inBytes("publicKeyHex")) == test.outText("deviceId"), "id");
-}
-
 // --- Signatures ---
 
 inline void checkResultSign(const Case& test) {
@@ -239,14 +220,6 @@ inline void checkRequestSign(const Case& test) {
     const std::pair<std::string, std::string> header(name, text(value));
     require(std::find(request.headers.begin(), request.headers.end(), header) != request.headers.end(), header.first);
   }
-}
-
-inline void checkResolve(const Case& test) {
-  require(parsedURL(test.inText("baseURL")).resolve(test.inText("path")).text() == test.outText("url"), "URL");
-}
-
-inline void checkWebSocket(const Case& test) {
-  require(parsedURL(test.inText("url")).webSocket().text() == test.outText("url"), "URL");
 }
 
 inline void checkResponse(const Case& test) {
@@ -292,10 +265,6 @@ inline void checkAgree(const Case& test) {
   }
 }
 
-inline void checkConstruct(const Case& test) {
-  pairing(test, "ownPrivateKeyHex");
-}
-
 inline void checkSealIdentity(const Case& test) {
   const Crypto::Nonce nonce = nonceOf(test);
   const auto peer = test.peer("peer", "name");
@@ -320,14 +289,6 @@ inline void checkInvitationParse(const Case& test) {
   if (!invitation) throw Nothing{};
   require(invitation->sessionId == test.outText("sessionId"), "session id");
   require(Crypto::hexLower(invitation->macEphemeralPublicKey) == test.outText("macEphemeralPublicKeyHex"), "key");
-}
-
-inline void checkCodeNormalise(const Case& test) {
-  require(PairingCode::normalise(test.inText("text")) == test.outText("code"), "code");
-}
-
-inline void checkCodeDisplay(const Case& test) {
-  require(PairingCode::display(test.inText("text")) == test.outText("text"), "text");
 }
 
 // --- Uploads ---
@@ -359,34 +320,53 @@ struct Kind {
 };
 
 inline constexpr Kind kKinds[] = {
-    {"encode", "bytesHex", checkBase64Encode},
+    {"encode", "bytesHex",
+     [](const Case& test) { require(Base64URL::encode(test.inBytes("bytesHex")) == test.outText("text"), "text"); }},
     {"decode", "text", checkBase64Decode},
     {"encode", "type", checkEncode},
     {"decode", "type", checkDecode},
     {"shape", "", checkShape},
     {"serverFrame", "", checkServerFrame},
-    {"clientFrame", "", checkClientFrame},
+    {"clientFrame", "",
+     [](const Case& test) {
+       requireJSON(test, JSONCoding::encode(decodeValue<RelayClientMessage>(test.in("value"))), test.outText("json"));
+     }},
     {"deviceKind", "", checkDeviceKind},
-    {"email", "", checkEmail},
+    {"email", "",
+     [](const Case& test) {
+       require(Feedback::isEmail(test.inText("text")) == test.out().at("ok").as_bool(), "verdict");
+     }},
     {"seal", "", checkSeal},
     {"open", "", checkOpen},
-    {"consistency", "", checkConsistency},
-    {"fingerprint", "", checkFingerprint},
+    {"consistency", "",
+     [](const Case& test) {
+       require(test.peer("peer", "name").isConsistent() == test.out().at("consistent").as_bool(), "verdict");
+     }},
+    {"fingerprint", "",
+     [](const Case& test) {
+       require(DeviceIdentity::fingerprint(test.inBytes("publicKeyHex")) == test.outText("deviceId"), "id");
+     }},
     {"sign", "fields", checkResultSign},
     {"verify", "resultJson", checkResultVerify},
     {"sign", "url", checkRequestSign},
-    {"resolve", "", checkResolve},
-    {"webSocket", "", checkWebSocket},
+    {"resolve", "",
+     [](const Case& test) {
+       require(parsedURL(test.inText("baseURL")).resolve(test.inText("path")).text() == test.outText("url"), "URL");
+     }},
+    {"webSocket", "",
+     [](const Case& test) { require(parsedURL(test.inText("url")).webSocket().text() == test.outText("url"), "URL"); }},
     {"response", "", checkResponse},
     {"wordTable", "", checkWordTable},
     {"agree", "", checkAgree},
-    {"construct", "", checkConstruct},
+    {"construct", "", [](const Case& test) { pairing(test, "ownPrivateKeyHex"); }},
     {"sealIdentity", "", checkSealIdentity},
     {"openIdentity", "", checkOpenIdentity},
     {"invitationText", "", checkInvitationText},
     {"invitationParse", "", checkInvitationParse},
-    {"codeNormalise", "", checkCodeNormalise},
-    {"codeDisplay", "", checkCodeDisplay},
+    {"codeNormalise", "",
+     [](const Case& test) { require(PairingCode::normalise(test.inText("text")) == test.outText("code"), "code"); }},
+    {"codeDisplay", "",
+     [](const Case& test) { require(PairingCode::display(test.inText("text")) == test.outText("text"), "text"); }},
     {"build", "meta", checkUploadBuild},
     {"parse", "bodyHex", checkUploadParse},
 };

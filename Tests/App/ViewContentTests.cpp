@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include "QuilletCompanion/App/DeviceModel.h"
 #include "QuilletCompanion/App/DictationTexts.h"
 #include "QuilletCompanion/App/PillContent.h"
 #include "QuilletCompanion/App/StatusRows.h"
 #include "QuilletCompanion/App/UserDefaults.h"
+#include "QuilletCompanion/App/WordMilestone.h"
+#include "Tests/Doubles/Rows.h"
 
 namespace quillet {
 namespace {
@@ -89,6 +92,44 @@ TEST(DictationTextsTest, AnUnpluggedMicrophoneStaysInTheListWhileItIsChosen) {
   EXPECT_EQ(microphoneChoices({desk}, headset).back(), (DictationTexts::MicrophoneChoice{headset, false}));
   EXPECT_EQ(placeOf(headset, microphoneChoices({desk}, headset)), 2u);
   EXPECT_EQ(placeOf(std::nullopt, microphoneChoices({desk}, std::nullopt)), 0u);
+}
+
+TEST(WordMilestone, ComparesWithPagesAndBooks) {
+  using Row = std::tuple<std::int64_t, std::string, std::string, std::string, double>;
+  for (const auto& [words, headline, subject, next, progress] : test::rows<Row>("words", "milestones")) {
+    const auto found = WordMilestone::of(words);
+    EXPECT_EQ(found.headline, headline) << words;
+    EXPECT_EQ(found.subject, subject) << words;
+    EXPECT_EQ(found.next ? found.next->title : "", next) << words;
+    if (found.next) EXPECT_DOUBLE_EQ(found.next->progress, progress) << words;
+  }
+}
+
+TEST(WordMilestone, TellsWholeMinutesOfTypingFromOneOn) {
+  EXPECT_EQ(minutesOfTypingSaved(54), std::nullopt);
+  EXPECT_EQ(minutesOfTypingSaved(55), 1);
+  EXPECT_EQ(minutesOfTypingSaved(10000), 183);
+}
+
+TEST(DeviceModel, PrefersTheModelNameToTheBattery) {
+  const struct {
+    std::optional<std::string> name;
+    bool battery;
+    std::optional<DeviceKind> kind;
+  } cases[] = {{"Mac mini (2023)", true, DeviceKind::macMini},
+               {"MacBookPro18,1", false, DeviceKind::macBook},
+               {"Some Desktop 900", false, std::nullopt},
+               {"Some Laptop 14", true, DeviceKind::macBook},
+               {"Mac14,3", true, DeviceKind::macBook},
+               {std::nullopt, true, DeviceKind::macBook},
+               {std::nullopt, false, std::nullopt}};
+  for (const auto& c : cases) {
+    int questions = 0;
+    const DeviceModel model([&] { return ++questions, c.name; }, [&] { return c.battery; });
+    EXPECT_EQ(model.kind(), c.kind) << c.name.value_or("none");
+    EXPECT_EQ(model.kind(), c.kind);
+    EXPECT_EQ(questions, 1);
+  }
 }
 
 }  // namespace

@@ -146,15 +146,7 @@ TEST_F(MicrophoneTest, LeavesNothingRecordingWhenCancelled) {
   EXPECT_TRUE(eventually([&] { return count() > 1600; }));
 }
 
-/// A sound server that is killed and comes back.
-class ServerLossTest : public MicrophoneTest {
- protected:
-  ~ServerLossTest() override { restart(); }
-
-  static std::string server() { return outputOf("cat $XDG_RUNTIME_DIR/sound-server"); }
-  static void kill(const char* signal) { run("kill -" + std::string(signal) + " " + server()); }
-  static void restart() { run(std::string(QUILLET_SOURCE_DIR) + "/Tests/Audio/audio.sh restart"); }
-};
+using ServerLossTest = LosingServer<MicrophoneTest>;
 
 TEST_F(ServerLossTest, InterruptsARecordingAndRecordsAgainLater) {
   ASSERT_TRUE(record());

@@ -209,16 +209,7 @@ TEST_F(MuffleTest, TurnsRoundAtAnyMoment) {
   EXPECT_EQ(ended, std::nullopt) << told;
 }
 
-/// A sound server that is killed under a route, and comes back.
-class MuffleServerLossTest : public MuffleTest {
- protected:
-  ~MuffleServerLossTest() override { restart(); }
-
-  static void restart() { run(std::string(QUILLET_SOURCE_DIR) + "/Tests/Audio/audio.sh restart"); }
-  static void kill(const char* signal) {
-    run("kill -" + std::string(signal) + " " + outputOf("cat $XDG_RUNTIME_DIR/sound-server"));
-  }
-};
+using MuffleServerLossTest = LosingServer<MuffleTest>;
 
 TEST_F(MuffleServerLossTest, EndsTheRouteInEveryPhase) {
   for (const auto wait : {0ms, 5ms, 15ms, 40ms, 80ms, 500ms}) {

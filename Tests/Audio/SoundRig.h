@@ -20,10 +20,6 @@ inline void run(const std::string& command) {
   ASSERT_EQ(std::system((command + " >/dev/null").c_str()), 0) << command;
 }
 
-inline bool isPipeWire() {
-  return std::string(std::getenv("QUILLET_SOUND_KIND")) == "pipewire";
-}
-
 /// A main thread for the tested adapters, and what the tests wait with.
 class SoundTest : public testing::Test {
  protected:
@@ -56,6 +52,18 @@ class SoundTest : public testing::Test {
   // Whatever waits on the main thread keeps it from looking idle.
   boost::asio::executor_work_guard<boost::asio::io_context::executor_type> open{main.get_executor()};
   PulseThread thread{main.get_executor()};
+};
+
+/// A test whose sound server is killed or hangs, and comes back.
+template <typename Test>
+class LosingServer : public Test {
+ protected:
+  ~LosingServer() override { restart(); }
+
+  static void restart() { run(std::string(QUILLET_SOURCE_DIR) + "/Tests/Audio/audio.sh restart"); }
+  static void kill(const char* signal) {
+    run("kill -" + std::string(signal) + " " + outputOf("cat $XDG_RUNTIME_DIR/sound-server"));
+  }
 };
 
 }  // namespace quillet::test

@@ -12,6 +12,7 @@
 
 #include "QuilletCompanion/Dictation/CloudDictationRecognizer.h"
 #include "QuilletKit/Protocol/APIClient.h"
+#include "Tests/Doubles/Attempt.h"
 #include "Tests/Doubles/FakeMicrophone.h"
 #include "Tests/Doubles/LoopbackServer.h"
 #include "Tests/Doubles/MemoryPreferences.h"
@@ -134,28 +135,14 @@ class CloudRecognizerTest : public testing::Test {
     return runUntil(time.context, happened);
   }
   void start() {
-    begin([this] { return recognizer->start(RecognitionLanguage::nl); });
+    attempt.start([this] { return recognizer->start(RecognitionLanguage::nl); });
     time.run();
   }
   void finish() {
-    begin([this]() -> Awaitable<void> { text = co_await recognizer->finish(); });
+    attempt.start([this]() -> Awaitable<void> { text = co_await recognizer->finish(); });
     time.run();
   }
-  /// Runs an operation as the controller does; `outcome` tells its end.
-  void begin(std::function<Awaitable<void>()> operation) {
-    outcome.reset();
-    task.start([this, operation = std::move(operation)]() -> Awaitable<void> {
-      try {
-        co_await operation();
-        outcome = "done";
-      } catch (const DictationError& error) {
-        outcome = error.what();
-      } catch (const std::exception& error) {
-        outcome = isCancellation(error) ? "cancelled" : "another error";
-      }
-    });
-  }
-  bool isOver() const { return outcome.has_value(); }
+  bool isOver() const { return attempt.isOver(); }
   /// Half a second of speech, and its text or failure.
   std::string dictate() {
     start();
@@ -163,7 +150,7 @@ class CloudRecognizerTest : public testing::Test {
     microphone.speak(500);
     finish();
     EXPECT_TRUE(wait([this] { return isOver(); }));
-    return outcome == "done" ? text : outcome.value_or("nothing");
+    return outcome == "done" ? text : outcome;
   }
 
   VirtualTime time;
@@ -193,8 +180,9 @@ class CloudRecognizerTest : public testing::Test {
       },
       time.source());
   std::string text;
-  std::optional<std::string> outcome;
-  Task task{time.executor()};
+  Attempt attempt{time.executor()};
+  const std::string& outcome = attempt.outcome;
+  Task& task = attempt.task;
 };
 
 }  // namespace quillet::test

@@ -8,9 +8,7 @@
 namespace quillet::test {
 namespace {
 
-TEST(DictationPreferencesTest, AFreshInstallationHasDefaultsAndWritesNothing) {
-  MemoryPreferences store;
-  const DictationPreferences fresh(store);
+void expectDefaults(const DictationPreferences& fresh) {
   EXPECT_FALSE(fresh.isEnabled.get());
   EXPECT_TRUE(fresh.showsFloatingButton.get());
   EXPECT_EQ(fresh.toggleShortcut.get(), (DictationShortcut{49, 0xC0000}));
@@ -22,7 +20,6 @@ TEST(DictationPreferencesTest, AFreshInstallationHasDefaultsAndWritesNothing) {
   EXPECT_EQ(fresh.microphone.get(), std::nullopt);
   EXPECT_EQ(fresh.recognizer.get(), RecognizerChoice::cloud);
   EXPECT_EQ(fresh.deviceEngine.get(), "embedded");
-  EXPECT_EQ(store.writes, 0);
 }
 
 TEST(DictationPreferencesTest, EveryWriteIsKeptAndReadBack) {
@@ -61,8 +58,10 @@ TEST(DictationPreferencesTest, EveryWriteIsKeptAndReadBack) {
   EXPECT_EQ(store.json("dictation.microphone"), std::nullopt) << "the default is the absence of a choice";
 }
 
-TEST(DictationPreferencesTest, DamagedValuesReadAsDefaults) {
+TEST(DictationPreferencesTest, NoneAndDamagedValuesReadAsDefaults) {
   MemoryPreferences store;
+  expectDefaults(DictationPreferences(store));
+  EXPECT_EQ(store.writes, 0);
   for (const auto* key : {"dictation.language", "dictation.style", "dictation.audio", "dictation.recognizer"}) {
     store.setString(key, "something new");
   }
@@ -72,17 +71,7 @@ TEST(DictationPreferencesTest, DamagedValuesReadAsDefaults) {
   store.setJSON("dictation.toggleShortcut", R"({"keyCode":70000,"modifiers":0})");
   store.setJSON("dictation.holdShortcut", R"("right option")");
   store.setJSON("dictation.microphone", R"({"uid":"x"})");
-  const DictationPreferences damaged(store);
-  EXPECT_FALSE(damaged.isEnabled.get());
-  EXPECT_TRUE(damaged.showsFloatingButton.get());
-  EXPECT_TRUE(damaged.streamingEnabled.get());
-  EXPECT_EQ(damaged.toggleShortcut.get(), DictationPreferences::kDefaultToggle);
-  EXPECT_EQ(damaged.holdShortcut.get(), DictationPreferences::kDefaultHold);
-  EXPECT_EQ(damaged.language.get(), RecognitionLanguage::automatic);
-  EXPECT_EQ(damaged.style.get(), TranscriptStyle::verbatim);
-  EXPECT_EQ(damaged.audioWhileDictating.get(), DictationAudio::muffle);
-  EXPECT_EQ(damaged.microphone.get(), std::nullopt);
-  EXPECT_EQ(damaged.recognizer.get(), RecognizerChoice::cloud);
+  expectDefaults(DictationPreferences(store));
 }
 
 TEST(DictationPreferencesTest, TheOlderChoiceOfAudioCountsUntilThereIsANewerOne) {

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 
+#include "Tests/Doubles/Attempt.h"
 #include "Tests/Doubles/FakeMicrophone.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/MemoryPreferences.h"
@@ -24,19 +25,9 @@ class LiveSpeechRecognizerTest : public testing::Test {
     EXPECT_EQ(engine->open, 0u);
   }
   std::string run(std::function<Awaitable<void>()> operation) {
-    outcome = "waiting";
-    task.start([this, operation = std::move(operation)]() -> Awaitable<void> {
-      try {
-        co_await operation();
-        outcome = "done";
-      } catch (const DictationError& error) {
-        outcome = error.what();
-      } catch (const std::exception& error) {
-        outcome = isCancellation(error) ? "cancelled" : "another error";
-      }
-    });
+    attempt.start(std::move(operation));
     time.run();
-    return outcome;
+    return attempt.outcome;
   }
   std::string start(RecognitionLanguage language = RecognitionLanguage::en) {
     return run([this, language] { return recognizer->start(language); });
@@ -61,8 +52,8 @@ class LiveSpeechRecognizerTest : public testing::Test {
       [] {
         return UserLocale{{"de-CH"}, "CH"};
       });
-  std::string outcome, text;
-  Task task{time.executor()};
+  std::string text;
+  Attempt attempt{time.executor()};
 };
 
 TEST_F(LiveSpeechRecognizerTest, TheEngineHearsEverythingAndItsTextComesBack) {
@@ -118,10 +109,10 @@ TEST_F(LiveSpeechRecognizerTest, TellsWhyItCanNot) {
 TEST_F(LiveSpeechRecognizerTest, MayBeCancelledWhereverItWaits) {
   engine->beginHangs = microphone.hangs = true;
   const auto cancel = [&] {
-    task.cancel();
+    attempt.task.cancel();
     recognizer->cancel();
     time.run();
-    EXPECT_EQ(outcome, "cancelled");
+    EXPECT_EQ(attempt.outcome, "cancelled");
     EXPECT_EQ(microphone.recordings, 0);
     EXPECT_EQ(engine->open, 0u);
   };

@@ -7,7 +7,7 @@
 #include <chrono>
 #include <cstdlib>
 
-#include "QuilletCompanion/Platform/Linux/Session/DBusSignals.h"
+#include "Tests/Doubles/BusCalls.h"
 #include "Tests/EndToEnd/Programs.h"
 
 namespace quillet::test {
@@ -27,39 +27,21 @@ class StoppedPart : public testing::Test {
     ASSERT_TRUE(url.startsWith("http://"));
   }
 
-  static GVariantRef call(GDBusConnection* bus, const char* name, const char* path, const char* method,
-                          GVariant* arguments) {
-    return GVariantRef(g_dbus_connection_call_sync(bus, name, path, name, method, arguments, nullptr,
-                                                   G_DBUS_CALL_FLAGS_NONE, 2000, nullptr, GErrorSlot()));
-  }
-  static GRef<GDBusConnection> busAt(const char* address) {
-    constexpr auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                                             G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-    return GRef<GDBusConnection>(
-        g_dbus_connection_new_for_address_sync(address, flags, nullptr, nullptr, GErrorSlot()));
-  }
-  /// The process behind a name on the bus at `address`; -1 if there is none.
-  static pid_t ownerAt(const char* address, const char* name) {
-    const auto bus = busAt(address);
+  /// The process behind a name on a bus, which is started if it can be; -1 if there is none.
+  static pid_t ownerAt(const std::string& address, const char* name) {
+    const auto bus = BusCalls::connectTo(address);
     if (!bus) return -1;
-    // Starts who can be started.
-    call(bus.get(), name, "/", "Ping", nullptr);
-    const auto reply = call(bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "GetConnectionUnixProcessID",
-                            g_variant_new("(s)", name));
-    guint32 pid = 0;
-    if (reply) g_variant_get(reply.get(), "(u)", &pid);
-    return pid == 0 ? -1 : static_cast<pid_t>(pid);
+    BusCalls::call(bus.get(), name, "/", name, "Ping", nullptr);
+    const pid_t pid = BusCalls::ownerOf(bus.get(), name);
+    return pid == 0 ? -1 : pid;
   }
-  static pid_t sessionBus() { return ownerAt(std::getenv("DBUS_SESSION_BUS_ADDRESS"), "org.freedesktop.DBus"); }
+  static std::string sessionAddress() { return std::getenv("DBUS_SESSION_BUS_ADDRESS"); }
   static std::string accessibilityAddress() {
-    const auto bus = busAt(std::getenv("DBUS_SESSION_BUS_ADDRESS"));
-    const auto reply = call(bus.get(), "org.a11y.Bus", "/org/a11y/bus", "GetAddress", nullptr);
-    const char* address = "";
-    if (reply) g_variant_get(reply.get(), "(&s)", &address);
-    return address;
+    return BusCalls::accessibilityAddress(BusCalls::connectTo(sessionAddress()).get());
   }
-  static pid_t accessibilityBus() { return ownerAt(accessibilityAddress().c_str(), "org.freedesktop.DBus"); }
-  static pid_t registry() { return ownerAt(accessibilityAddress().c_str(), "org.a11y.atspi.Registry"); }
+  static pid_t sessionBus() { return ownerAt(sessionAddress(), "org.freedesktop.DBus"); }
+  static pid_t accessibilityBus() { return ownerAt(accessibilityAddress(), "org.freedesktop.DBus"); }
+  static pid_t registry() { return ownerAt(accessibilityAddress(), "org.a11y.atspi.Registry"); }
   void startDesktop() {
     auto environment = QProcessEnvironment::systemEnvironment();
     environment.insert("XDG_DATA_HOME", folder.filePath("data"));

@@ -19,11 +19,6 @@ Key filledKey(std::uint8_t value) {
   return key;
 }
 
-TEST(Crypto, KeysHaveExactly32Bytes) {
-  for (const std::size_t size : {0, 31, 33, 64}) EXPECT_THROW(keyFrom(Bytes(size)), KeyError) << size;
-  EXPECT_EQ(keyFrom(Bytes(32, 7)), filledKey(7));
-}
-
 TEST(Crypto, RandomKeysDiffer) {
   std::set<Key> keys;
   for (int i = 0; i < 64; ++i) keys.insert(generatePrivateKey());
@@ -43,12 +38,6 @@ TEST(Crypto, ASignatureFitsOneKeyAndOneMessage) {
   EXPECT_FALSE(verify(ed25519PublicKey(first), bytesOf("texT"), byFirst));
   EXPECT_FALSE(verify(ed25519PublicKey(first), bytesOf("text"), ByteView(byFirst).first(63)));
   EXPECT_FALSE(verify(ed25519PublicKey(first), bytesOf("text"), {}));
-}
-
-TEST(Crypto, AZeroSharedSecretIsAKeyError) {
-  Key one{};
-  one[0] = 1;
-  for (const Key& publicKey : {Key{}, one}) EXPECT_THROW(sharedSecret(filledKey(9), publicKey), KeyError);
 }
 
 TEST(Crypto, DerivationTakesNoSaltForZeros) {

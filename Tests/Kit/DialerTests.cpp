@@ -3,12 +3,11 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <boost/asio/steady_timer.hpp>
 #include <future>
 #include <variant>
 
-#include "Tests/Doubles/NetworkThread.h"
+#include "Tests/Kit/HTTPSessionFixture.h"
 
 namespace quillet {
 namespace {
@@ -23,20 +22,8 @@ Endpoint loopback(std::uint16_t port = 0) {
 
 class DialerTest : public testing::Test {
  protected:
-  /// An address where nobody answers, as behind a firewall: its queue of connections is full.
-  Endpoint silent() {
-    constexpr int kQueue = 0;
-    silent_.open(Dialer::TCP::v4());
-    silent_.bind(loopback());
-    silent_.listen(kQueue);
-    const Endpoint there = silent_.local_endpoint();
-    for (auto& filler : fillers_) {
-      filler.open(Dialer::TCP::v4());
-      filler.non_blocking(true);
-      ::connect(filler.native_handle(), there.data(), static_cast<socklen_t>(there.size()));  // waits for nothing
-    }
-    return there;
-  }
+  /// An address where nobody answers, as behind a firewall.
+  Endpoint silent() const { return full_.endpoint(); }
   Endpoint refusing() {
     Dialer::TCP::acceptor closed(context, loopback());
     return closed.local_endpoint();
@@ -59,8 +46,7 @@ class DialerTest : public testing::Test {
 
   boost::asio::io_context context;
   Dialer::TCP::acceptor service{context, loopback()};
-  Dialer::TCP::acceptor silent_{context};
-  std::array<Dialer::Socket, 3> fillers_{Dialer::Socket(context), Dialer::Socket(context), Dialer::Socket(context)};
+  const test::FullListener full_;
 };
 
 TEST_F(DialerTest, TakesTheFirstAddressThatAnswers) {

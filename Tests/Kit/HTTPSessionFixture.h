@@ -47,6 +47,7 @@ class FullListener {
     filler_.connect(acceptor_.local_endpoint());
   }
 
+  boost::asio::ip::tcp::endpoint endpoint() const { return acceptor_.local_endpoint(); }
   HTTPRequest request(const std::string& scheme = "http") const {
     return {"GET", {scheme, "127.0.0.1", std::to_string(port()), "/"}, {}, {}};
   }
@@ -60,7 +61,7 @@ class FullListener {
   }
 
  private:
-  std::uint16_t port() const { return acceptor_.local_endpoint().port(); }
+  std::uint16_t port() const { return endpoint().port(); }
 
   boost::asio::io_context context_;
   boost::asio::ip::tcp::acceptor acceptor_;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletKit/Async/RunOn.h"
+#include "Tests/Doubles/Attempt.h"
 #include "Tests/Doubles/Rows.h"
 #include "Tests/Kit/HTTPSessionFixture.h"
 
@@ -197,24 +198,6 @@ TEST_F(HTTPSessionTest, ASecureConnectionNeedsASecureService) {
   EXPECT_TRUE(failure == kNotSecure || failure == kLost) << failure;
 }
 
-/// A request under way in a task.
-struct Attempt {
-  Attempt(MainThread& main, HTTPSession& session, const HTTPRequest& request) : task(main.executor()) {
-    task.start([this, &session, request]() -> Awaitable<void> {
-      begun = true;
-      try {
-        co_await session.send(request);
-        outcome = "answered";
-      } catch (const std::exception& error) {
-        outcome = isCancellation(error) ? "cancelled" : error.what();
-      }
-    });
-  }
-  Task task;
-  bool begun = false;
-  std::string outcome;
-};
-
 TEST_F(HTTPSessionTest, CancelsAtEveryStage) {
   const FullListener full;
   LoopbackServer deaf(&neverReads);
@@ -239,7 +222,7 @@ TEST_F(HTTPSessionTest, CancelsAtEveryStage) {
       {"reading the body", half.request("/"), [&] { return halfSent.load(); }},
   };
   for (const auto& [stage, request, reached] : cases) {
-    Attempt attempt(main, session, request);
+    Attempt attempt(main.executor(), [&, request = request]() -> Awaitable<void> { co_await session.send(request); });
     EXPECT_TRUE(main.runUntil(reached)) << stage;
     attempt.task.cancel();
     EXPECT_TRUE(main.runUntil([&] { return !attempt.outcome.empty(); })) << stage;
@@ -255,7 +238,7 @@ TEST_F(HTTPSessionTest, SurvivesACancellationAtAnyStep) {
   unknown.url.host = "nobody.invalid";
   const HTTPRequest requests[] = {server.request("/"), secure.request(), unknown};
   for (int round = 0; round < 150; ++round) {
-    Attempt attempt(main, session, requests[round % 3]);
+    Attempt attempt(main.executor(), [&]() -> Awaitable<void> { co_await session.send(requests[round % 3]); });
     main.runUntil(
         [&, looks = 0]() mutable {
           for (int turn = 0; turn < round; ++turn) std::this_thread::yield();

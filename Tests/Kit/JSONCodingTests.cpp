@@ -49,35 +49,6 @@ constexpr auto jsonFields(std::type_identity<Settings>) {
                 field("records", &Settings::records), defaulted("volume", &Settings::volume));
 }
 
-/// Written as a string of its two numbers: what no description by fields can say.
-struct Range {
-  std::int64_t from = 0, to = 0;
-};
-void writeJSON(JSONWriter& writer, const Range& range) {
-  writer.string(std::to_string(range.from) + "-" + std::to_string(range.to));
-}
-void readJSON(const JSONReader& reader, Range& range) {
-  const std::string text(reader.string());
-  if (std::sscanf(text.c_str(), "%ld-%ld", &range.from, &range.to) != 2) reader.fail("not a range");
-}
-
-struct Start {
-  std::int64_t at = 0;
-};
-struct Stop {};
-struct Other {
-  std::string kind;
-};
-constexpr auto jsonFields(std::type_identity<Start>) {
-  return JSONCoding::fields(JSONCoding::field("at", &Start::at), JSONCoding::constant("kind", "start"));
-}
-constexpr auto jsonFields(std::type_identity<Stop>) {
-  return JSONCoding::fields(JSONCoding::constant("kind", "stop"));
-}
-constexpr auto jsonFields(std::type_identity<Other>) {
-  return JSONCoding::fields(JSONCoding::field("kind", &Other::kind));
-}
-
 std::string nested(std::size_t depth) {
   return R"({"count":1,"x":)" + std::string(depth, '[') + std::string(depth, ']') + "}";
 }
@@ -212,24 +183,6 @@ TEST(JSONCoding, KeepsManyEscapedTextsApart) {
     texts["\n" + number] = number + "\"" + std::string(static_cast<std::size_t>(i), 'x') + "\\\t";
   }
   EXPECT_EQ((JSONCoding::decode<std::map<std::string, std::string>>(JSONCoding::encode(texts))), texts);
-}
-
-TEST(JSONCoding, TakesAPairOfFunctions) {
-  EXPECT_EQ(JSONCoding::encode(std::vector<Range>{{1, 2}, {3, 4}}), R"(["1-2","3-4"])");
-  EXPECT_EQ(JSONCoding::decode<std::vector<Range>>(R"(["5-6"])").front().to, 6);
-  EXPECT_THROW(JSONCoding::decode<std::vector<Range>>(R"(["5"])"), DecodingError);
-}
-
-TEST(JSONCoding, TellsAlternativesApartByTheirTag) {
-  using Closed = std::variant<Start, Stop>;
-  using Open = std::variant<Start, Stop, Other>;
-  EXPECT_EQ(JSONCoding::encode(Closed{Start{5}}), R"({"at":5,"kind":"start"})");
-  EXPECT_EQ(std::get<Start>(JSONCoding::decode<Closed>(R"({"kind":"start","at":5})")).at, 5);
-  EXPECT_EQ(JSONCoding::decode<Closed>(R"({"kind":"stop","at":"ignored"})").index(), 1U);
-  EXPECT_EQ(std::get<Other>(JSONCoding::decode<Open>(R"({"kind":"pause"})")).kind, "pause");
-  for (const char* text : {R"({"kind":"pause"})", R"({"kind":"start"})", R"({"at":5})", R"({"kind":5})", "[]"}) {
-    EXPECT_THROW(JSONCoding::decode<Closed>(text), DecodingError) << text;
-  }
 }
 
 }  // namespace

@@ -115,36 +115,24 @@ TEST(TaskTest, AWaitIsWokenCancelledBoundedOrEndedWithItsEvent) {
     heard += name;
   };
   Task first(time.executor()), second(time.executor());
-  first.start([&] { return wait("a"); });
-  second.start([&] { return wait("b"); });
-  time.run();
-  event->wake();
-  EXPECT_EQ(heard, "") << "not before the writer is done";
-  time.run();
-  EXPECT_EQ(heard, "a~b~");
-  heard.clear();
-  first.start([&] { return wait("a"); });
-  second.start([&] { return wait("b"); });
-  time.run();
-  event->wake();
-  first.cancel();  // woken already
-  second.cancel();
-  time.run();
-  EXPECT_EQ(heard, "a~b~");
-  heard.clear();
-  first.start([&] { return wait("a"); });
-  time.run();
-  first.cancel();
-  event->wake();  // cancelled already
-  time.run();
-  EXPECT_EQ(heard, "~");
-  heard.clear();
-  first.start([&] { return wait("a"); });
-  time.run();
-  event.reset();
-  first.cancel();
-  time.run();
-  EXPECT_EQ(heard, "~");
+  const auto heardWhen = [&](const std::function<void()>& happens) {
+    heard.clear();
+    first.start([&] { return wait("a"); });
+    second.start([&] { return wait("b"); });
+    time.run();
+    happens();
+    EXPECT_EQ(heard.find_first_of("ab"), std::string::npos) << "not before the writer is done";
+    time.run();
+    return heard;
+  };
+  const auto cancel = [&] {
+    first.cancel();
+    second.cancel();
+  };
+  EXPECT_EQ(heardWhen([&] { event->wake(); }), "a~b~");
+  EXPECT_EQ(heardWhen([&] { event->wake(), cancel(); }), "a~b~") << "woken already";
+  EXPECT_EQ(heardWhen([&] { cancel(), event->wake(); }), "~~") << "cancelled already";
+  EXPECT_EQ(heardWhen([&] { event.reset(), cancel(); }), "~~");
   event = std::make_unique<Event>();
   std::optional<bool> woken;
   first.start([&]() -> Awaitable<void> { woken = co_await event->waitFor(1ms); });

@@ -7,6 +7,7 @@
 
 #include "QuilletVectors/VectorRun.h"
 #include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/Rows.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet::vectors {
@@ -49,25 +50,9 @@ class ChangedVector : public testing::Test {
 };
 
 TEST_F(ChangedVector, FailsWhereTheKitDiffers) {
-  const std::string start = R"({"cases":[{"id":"x","expect":)";
-  const std::string wrong[] = {
-      R"("ok","kind":"encode","in":{"bytesHex":"00"},"out":{"text":"AB"}}]})",
-      R"("invalid","kind":"decode","in":{"text":"AA"},"out":{"bytesHex":"00"}}]})",
-      R"("ok","kind":"decode","in":{"text":"A"},"out":{"bytesHex":"00"}}]})",
-      R"("ok","kind":"email","in":{"text":"a@b"},"out":{"ok":true}}]})",
-      R"("decoding","kind":"serverFrame","in":{"json":"{\"type\":\"news\"}"},"out":{"value":{"unknown":true}}}]})",
-      R"("decoding","kind":"response","in":{"type":"OK","status":500,"bodyText":"{}"}}]})",
-      R"("anyError","kind":"codeNormalise","in":{"text":"a"},"out":{"code":"A"}}]})",
-      R"("anyError","kind":"codeNormalise","in":{"txet":"a"},"out":{"code":"A"}}]})",
-      R"("anyError","kind":"decode","in":{"type":"OK"}}]})",
-      R"("ok","kind":"dance","in":{}}]})",
-      R"("ok","kind":"sign","in":{"feilds":{}}}]})",
-      R"x("ok","kind":"shape","in":{"type":"OK","json":"{\"ok\":true}","optional":["ok"]}}]})x",
-      R"x("ok","kind":"shape","in":{"type":"FeedbackRequest","optional":[],"json":)x"
-      R"x("{\"appVersion\":\"\",\"message\":\"\",\"model\":\"\",\"os\":\"\",\"replyTo\":\"\"}"}}]})x",
-  };
-  for (const std::string& each : wrong) {
-    const Tally tally = run(start + each);
+  for (boost::json::object each : test::rows<boost::json::object>("wrong_vectors", "cases")) {
+    each["id"] = "x";
+    const Tally tally = run(boost::json::serialize(boost::json::object{{"cases", {each}}}));
     EXPECT_EQ(tally.failures.size(), 1U) << each;
     EXPECT_EQ(tally.passed, 0) << each;
   }

@@ -3,6 +3,7 @@
 
 #include "QuilletKit/Async/RunOn.h"
 #include "QuilletKit/Network/WebSocketTask.h"
+#include "Tests/Doubles/Attempt.h"
 #include "Tests/Kit/HTTPSessionFixture.h"
 
 namespace quillet::test {
@@ -53,21 +54,6 @@ struct WebSocketTest : testing::Test {
       }
     };
   }
-};
-
-/// Waits for a message, and notes that it was cancelled.
-struct Listener {
-  Listener(MainThread& main, WebSocketTask& socket) : task(main.executor()) {
-    task.start([this, &socket]() -> Awaitable<void> {
-      try {
-        co_await socket.receive();
-      } catch (const std::exception& error) {
-        cancelled = isCancellation(error);
-      }
-    });
-  }
-  Task task;
-  bool cancelled = false;
 };
 
 TEST_F(WebSocketTest, SendsInOrderAndReceivesWhatTheOtherSideSays) {
@@ -204,11 +190,11 @@ TEST_F(WebSocketTest, MayGoAwayAtEveryStage) {
     auto task = makeWebSocketTask(session, main.executor(), request, 1000);
     task->resume();
     task->sendText("ping", [](bool) { FAIL() << "called back after its end"; });
-    const Listener listener(main, *task);
+    Attempt listener(main.executor(), [&]() -> Awaitable<void> { co_await task->receive(); });
     EXPECT_TRUE(main.runUntil(reached)) << stage;
     main.await(settle());
     task.reset();
-    EXPECT_TRUE(main.runUntil([&] { return listener.cancelled; })) << stage;
+    EXPECT_TRUE(main.runUntil([&] { return listener.outcome == "cancelled"; })) << stage;
   }
 }
 
@@ -217,12 +203,12 @@ TEST_F(WebSocketTest, ACancelledReceiveLeavesTheSocketAlone) {
   LoopbackServer server(reading(texts));
   auto task = open(server);
   for (const bool destroyed : {false, true}) {
-    Listener listener(main, *task);
+    Attempt listener(main.executor(), [&]() -> Awaitable<void> { co_await task->receive(); });
     bool written = false;
     task->sendText("x", [&](bool success) { written = success; });
     EXPECT_TRUE(main.runUntil([&] { return written; }));
     destroyed ? task.reset() : listener.task.cancel();
-    EXPECT_TRUE(main.runUntil([&] { return listener.cancelled; })) << destroyed;
+    EXPECT_TRUE(main.runUntil([&] { return listener.outcome == "cancelled"; })) << destroyed;
   }
 }
 

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <limits>
 
+#include "Tests/Doubles/Rows.h"
+
 namespace quillet {
 namespace {
 
@@ -22,29 +24,16 @@ Ledgers ledgerOf(std::map<std::string, std::int64_t> days, std::int64_t archived
   return {{"me", {std::move(days), archived, "Desk", "macmini"}}};
 }
 
-TEST(WordCalendar, NamesDaysByZoneAndCalendar) {
-  const std::int64_t evening = 1'785'880'800'000;  // 2026-08-04T22:00:00Z
-  const struct {
-    const char *zone, *locale, *key;
-  } cases[] = {{"Europe/Berlin", "de_DE", "2026-08-05"},
-               {"America/New_York", "en_US", "2026-08-04"},
-               {"Asia/Bangkok", "th_TH", "2569-08-05"},
-               {"UTC", "C", "2026-08-04"},
-               {"UTC", "en_GB.UTF-8", "2026-08-04"}};
-  for (const auto& each : cases) EXPECT_EQ(WordCalendar(each.zone, each.locale).dayKey(evening), each.key) << each.zone;
-}
-
-TEST(WordCalendar, WeeksBeginWhereTheLocaleSays) {
-  const struct {
-    const char* locale;
-    int start;
-  } cases[] = {{"de_DE", 3}, {"en_US", 2}, {"ar_EG", 1}};
-  for (const auto& each : cases) {
-    const WordCalendar calendar("Africa/Cairo", each.locale);
-    const auto week = calendar.week(at(calendar, 2026, 8, 6, 10)).value();
-    EXPECT_EQ(calendar.dayKey(week.start), "2026-08-0" + std::to_string(each.start)) << each.locale;
-    EXPECT_EQ(week.start, calendar.startOfDay(week.start)) << each.locale;
-    EXPECT_EQ(calendar.addingDays(week.start, 7), week.end) << each.locale;
+TEST(WordCalendar, NamesDaysAndBeginsWeeksAsZoneAndLocaleSay) {
+  const std::int64_t evening = 1'785'880'800'000;  // 2026-08-04T22:00:00Z, a Tuesday
+  using Row = std::tuple<std::string, std::string, std::string, std::string>;
+  for (const auto& [zone, locale, today, firstOfWeek] : test::rows<Row>("words", "calendars")) {
+    const WordCalendar calendar(zone, locale);
+    const auto week = calendar.week(evening).value();
+    EXPECT_EQ(calendar.dayKey(evening), today) << locale;
+    EXPECT_EQ(calendar.dayKey(week.start), firstOfWeek) << locale;
+    EXPECT_EQ(week.start, calendar.startOfDay(week.start)) << locale;
+    EXPECT_EQ(calendar.addingDays(week.start, 7), week.end) << locale;
   }
 }
 
@@ -89,19 +78,11 @@ TEST(WordStatsSummary, AddsUpAllDevices) {
 
 TEST(WordStatsSummary, CountsStreaksUpToTodayOrYesterday) {
   const std::int64_t now = at(kBerlin, 2026, 3, 30, 1);  // the day after the clocks changed
-  const struct {
-    std::map<std::string, std::int64_t> days;
-    std::int64_t streak;
-  } cases[] = {{{{"2026-03-30", 1}, {"2026-03-29", 4}}, 2},
-               {{{"2026-03-29", 1}}, 1},
-               {{{"2026-03-28", 1}}, 0},
-               {{{"2026-03-30", 1}, {"2026-03-28", 1}}, 1},
-               {{{"2026-03-30", 0}, {"2026-03-29", 2}, {"2026-03-28", 2}, {"2026-03-27", 0}, {"2026-03-26", 2}}, 2},
-               {{{"2026-03-31", 1}}, 0}};
-  for (const auto& each : cases) {
-    EXPECT_EQ(WordStatsSummary::of(ledgerOf(each.days), "me", kBerlin, now).streak, each.streak);
+  using Days = std::map<std::string, std::int64_t>;
+  for (const auto& [days, streak] : test::rows<std::tuple<Days, std::int64_t>>("words", "streaks")) {
+    EXPECT_EQ(WordStatsSummary::of(ledgerOf(days), "me", kBerlin, now).streak, streak);
   }
-  std::map<std::string, std::int64_t> year;
+  Days year;
   for (int day = 0; day < 366; ++day) year[kBerlin.dayKey(kBerlin.addingDays(now, -day).value())] = 1;
   EXPECT_EQ(WordStatsSummary::of(ledgerOf(year), "me", kBerlin, now).streak, 366);
 }

@@ -5,25 +5,19 @@
 
 #include <algorithm>
 
+#include "Tests/Doubles/Rows.h"
+
 namespace quillet {
 namespace {
 
 TEST(NetworkMounts, TheNearestMountDecides) {
-  const std::vector<Mount> mounts{{"/", "ext4"},
-                                  {"/home", "nfs4"},
-                                  {"/home/me/local", "btrfs"},
-                                  {"/mnt/disk", "fuseblk"},
-                                  {"/mnt/ssh", "fuse.sshfs"},
-                                  {"/over", "ext4"},
-                                  {"/over", "cifs"},
-                                  {"/net", "autofs"}};
-  const struct {
-    const char* folder;
-    bool network;
-  } cases[] = {{"/srv/words", false},   {"/home/me/words", true},   {"/home/me/local/words", false},
-               {"/homes/words", false}, {"/mnt/disk/words", false}, {"/mnt/ssh", true},
-               {"/over/words", true},   {"/net/host/words", true}};
-  for (const auto& each : cases) EXPECT_EQ(isOnNetwork(each.folder, mounts), each.network) << each.folder;
+  std::vector<Mount> mounts;
+  for (const auto& [place, type] : test::rows<std::tuple<std::string, std::string>>("mounts", "mounted")) {
+    mounts.push_back({place, type});
+  }
+  for (const auto& [folder, network] : test::rows<std::tuple<std::string, bool>>("mounts", "folders")) {
+    EXPECT_EQ(isOnNetwork(folder, mounts), network) << folder;
+  }
   EXPECT_FALSE(isOnNetwork("/srv", {}));
 }
 

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "QuilletCompanion/Platform/Linux/Session/DBusSignals.h"
+#include "Tests/Doubles/BusCalls.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet::test {
@@ -105,11 +106,7 @@ class PrivateBus {
   /// Sends a signal that its owner didn't, to everybody who subscribed and to every program by its own name.
   void forge(const char* path, const char* interface, const char* member, GVariant* arguments) {
     const GVariantRef owned(g_variant_ref_sink(arguments));
-    const GRef<GDBusConnection> forger(g_dbus_connection_new_for_address_sync(
-        address_.c_str(),
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, nullptr, nullptr));
+    const auto forger = BusCalls::connectTo(address_);
     const auto emit = [&](const char* to) {
       EXPECT_TRUE(g_dbus_connection_emit_signal(forger.get(), to, path, interface, member, owned.get(), nullptr));
     };

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <ctime>
 #include <random>
 
 #include "QuilletKit/Base/AtomicFile.h"
@@ -182,32 +181,6 @@ TEST_F(InsertionJournalTest, LivesInMemoryWhereThereIsNoFolder) {
     EXPECT_FALSE(journal->isDurable());
     EXPECT_EQ(journal->trouble().get(), JournalTrouble::noFolder);
   }
-}
-
-/// What this thread has computed, however busy the machine is with other things.
-double processorSeconds() {
-  timespec used{};
-  ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
-  return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) / 1e9;
-}
-
-TEST_F(InsertionJournalTest, TheTimeOfAStartGrowsWithTheJournal) {
-  const auto seconds = [&](int entries) {
-    std::string list;
-    for (int i = 0; i < entries; ++i) {
-      list += (i == 0 ? "" : ",") + json(std::to_string(i), kNow + i, kNow, "inserted");
-    }
-    fill(written(list));
-    double best = 1e9;
-    for (int run = 0; run < 3; ++run) {
-      const double begin = processorSeconds();
-      open();
-      best = std::min(best, processorSeconds() - begin);
-    }
-    return best;
-  };
-  const double few = seconds(4'000), many = seconds(32'000);
-  EXPECT_LT(many, 30 * few) << "8 times the entries: " << few << " s and " << many << " s";
 }
 
 TEST_F(InsertionJournalTest, AFailedWriteLeavesMemoryAndFileAsTheyWere) {

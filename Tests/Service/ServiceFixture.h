@@ -51,7 +51,7 @@ inline Device authenticate(Authenticator& authenticator, const SignedRequest& re
 }
 
 /// Pairs two devices that the service knows, over HTTP.
-inline Awaitable<void> pairOver(const APIClient& macAPI, const APIClient& phoneAPI) {
+inline Awaitable<void> pairOver(APIClient& macAPI, APIClient& phoneAPI) {
   const auto created = co_await macAPI.createPairingSession(Crypto::randomBytes(32), "Desk");
   ClaimPairingRequest claim{std::nullopt, created.code, freshKey(), "Pocket"};
   co_await phoneAPI.claimPairing(std::move(claim));

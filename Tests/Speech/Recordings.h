@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "QuilletKit/Protocol/WaveFile.h"
+#include "Tests/Doubles/FileText.h"
 
 namespace quillet::test {
 
@@ -28,16 +29,12 @@ inline ByteView bytesOfSamples(std::span<const std::int16_t> samples) {
 
 inline const std::filesystem::path kRecordings = "/usr/share/pocketsphinx/test/data";
 
-inline Bytes fileBytes(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
 /// Samples of a WAV file, or of a raw one.
 inline std::vector<std::int16_t> recordedSamples(const std::filesystem::path& path) {
-  const Bytes bytes = fileBytes(path);
+  const std::string file = readText(path);
+  const ByteView bytes = bytesOf(file);
   const auto samples = WaveFile::pcm(bytes);
-  return WaveFile::samples(samples ? *samples : ByteView(bytes));
+  return WaveFile::samples(samples ? *samples : bytes);
 }
 
 /// All that have their words written beside them: lines of "<s> words </s> (name)".

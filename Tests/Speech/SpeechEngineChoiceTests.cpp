@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "QuilletSpeech/SpeechText.h"
+#include "Tests/Doubles/Rows.h"
 namespace quillet {
 namespace {
 
@@ -29,6 +31,15 @@ TEST(SpeechEngineChoice, RefusesWhatNamesNoEngine) {
                            "tcp://host:99999", "tcp://host/path", "tcp://user@host", "wyoming://host?x"}) {
     EXPECT_THROW(SpeechEngineChoice::parse(text), SpeechEngineChoice::Malformed) << text;
   }
+}
+
+TEST(SpeechText, LeavesHesitationOutAndNothingElse) {
+  using Row = std::tuple<std::string, std::string, std::string>;
+  for (const auto& [language, text, expected] : test::rows<Row>("texts", "withoutFillers")) {
+    EXPECT_EQ(SpeechText::withoutFillers(text, language), expected) << text;
+  }
+  EXPECT_EQ(SpeechText::finished(" um,\n go  on ", {.language = "en"}), "um, go on");
+  EXPECT_EQ(SpeechText::finished(" \n", {}), "");
 }
 
 }  // namespace

@@ -1,44 +1,26 @@
 // SPDX-License-Identifier: MIT
 #include <list>
 
+#include "Tests/Doubles/Rows.h"
 #include "Tests/Target/TextInserterFixture.h"
 
 namespace quillet::test {
 namespace {
 
-const std::string kFamily = "\U0001F468\u200D\U0001F469\u200D\U0001F467\u200D\U0001F466";  // 11 units
 const std::string kKiss =
     "\U0001F469\U0001F3FD\u200D\u2764\uFE0F\u200D\U0001F48B\u200D\U0001F468\U0001F3FD\u200D\U0001F467\U0001F3FD\u200D"
     "\U0001F466\U0001F3FD";
 
 TEST_F(TextInserterTest, ChunksAtGraphemeClusters) {
   typingOnly();
-  const std::string letters(40, 'x');
-  const struct {
-    std::string text;
-    std::vector<std::size_t> units;
-  } cases[] = {
-      {letters, {16, 16, 8}},
-      {letters.substr(0, 16), {16}},
-      {letters.substr(0, 15) + "\U0001F1F3\U0001F1F1", {15, 4}},
-      {letters.substr(0, 15) + "\U0001F600y", {15, 3}},
-      {letters.substr(0, 15) + "e\u0301", {15, 2}},
-      {kFamily + kFamily, {11, 11}},
-      {"e" +
-           std::string(
-               "\u0301\u0302\u0303\u0304\u0305\u0306\u0307\u0308\u0309\u030A\u030B\u030C\u030D\u030E\u030F\u0310"
-               "\u0311\u0312\u0313") +
-           "z",
-       {20, 1}},
-  };
-  for (const auto& c : cases) {
+  for (const auto& [text, expected] : rows<std::tuple<std::string, std::vector<std::size_t>>>("texts", "chunks")) {
     desktop.typed.clear();
-    EXPECT_EQ(insert(c.text), kTyped) << c.text;
+    EXPECT_EQ(insert(text), kTyped) << text;
     std::vector<std::size_t> units;
     std::u16string all;
     for (const auto& chunk : desktop.typed) units.push_back(chunk.size()), all += chunk;
-    EXPECT_EQ(units, c.units) << c.text;
-    EXPECT_EQ(Unicode::toUTF8(all), c.text);
+    EXPECT_EQ(units, expected) << text;
+    EXPECT_EQ(Unicode::toUTF8(all), text);
   }
 }
 

@@ -7,49 +7,31 @@
 #include <chrono>
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
-#include "QuilletCompanion/Platform/Linux/Session/DBusSignals.h"
 #include "Tests/Desktop/Editor.h"
 #include "Tests/Desktop/StubLock.h"
+#include "Tests/Doubles/BusCalls.h"
 
 namespace quillet::test {
 namespace {
 
 class AccessibilityBusFault : public testing::Test {
  protected:
-  static GVariantRef call(GDBusConnection* bus, const char* name, const char* path, const char* method,
-                          GVariant* arguments) {
-    return GVariantRef(g_dbus_connection_call_sync(bus, name, path, name, method, arguments, nullptr,
-                                                   G_DBUS_CALL_FLAGS_NONE, 2000, nullptr, GErrorSlot()));
-  }
-  static pid_t ownerOf(GDBusConnection* bus, const char* name) {
-    const auto reply = call(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "GetConnectionUnixProcessID",
-                            g_variant_new("(s)", name));
-    guint32 pid = 0;
-    if (reply) g_variant_get(reply.get(), "(u)", &pid);
-    return static_cast<pid_t>(pid);
-  }
   GRef<GDBusConnection> connectToAccessibilityBus() const {
-    const auto reply = call(session.get(), "org.a11y.Bus", "/org/a11y/bus", "GetAddress", nullptr);
-    const char* address = "";
-    if (reply) g_variant_get(reply.get(), "(&s)", &address);
-    constexpr auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                                             G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-    return GRef<GDBusConnection>(
-        g_dbus_connection_new_for_address_sync(address, flags, nullptr, nullptr, GErrorSlot()));
+    return BusCalls::connectTo(BusCalls::accessibilityAddress(session.get()));
   }
   /// The process that serves the accessibility bus's address.
-  pid_t launcher() const { return ownerOf(session.get(), "org.a11y.Bus"); }
+  pid_t launcher() const { return BusCalls::ownerOf(session.get(), "org.a11y.Bus"); }
   /// The process that has a name on the accessibility bus: the registry, or the bus itself.
   pid_t onAccessibilityBus(const char* name) const {
     const auto bus = connectToAccessibilityBus();
-    return bus ? ownerOf(bus.get(), name) : 0;
+    return bus ? BusCalls::ownerOf(bus.get(), name) : 0;
   }
   /// The registry, which is started if need be, has been told that somebody listens to the focus.
   bool isListenedTo() const {
     const auto bus = connectToAccessibilityBus();
     if (!bus) return false;
-    const auto reply =
-        call(bus.get(), "org.a11y.atspi.Registry", "/org/a11y/atspi/registry", "GetRegisteredEvents", nullptr);
+    const auto reply = BusCalls::call(bus.get(), "org.a11y.atspi.Registry", "/org/a11y/atspi/registry",
+                                      "org.a11y.atspi.Registry", "GetRegisteredEvents", nullptr);
     if (!reply) return false;
     const GVariantRef listeners(g_variant_get_child_value(reply.get(), 0));
     return g_variant_n_children(listeners.get()) > 0;
@@ -93,10 +75,9 @@ class AccessibilityBusLoss : public AccessibilityBusFault {
   }
 
   void setEnabled(bool enabled) const {
-    g_dbus_connection_call_sync(
+    BusCalls::call(
         session.get(), "org.a11y.Bus", "/org/a11y/bus", "org.freedesktop.DBus.Properties", "Set",
-        g_variant_new("(ssv)", "org.a11y.Status", "IsEnabled", g_variant_new_boolean(enabled ? TRUE : FALSE)), nullptr,
-        G_DBUS_CALL_FLAGS_NONE, 2000, nullptr, GErrorSlot());
+        g_variant_new("(ssv)", "org.a11y.Status", "IsEnabled", g_variant_new_boolean(enabled ? TRUE : FALSE)));
   }
 
   SystemAccessibilityProvider provider{getpid(), lock, typist};
@@ -119,10 +100,7 @@ class QuestionCount {
  public:
   QuestionCount() {
     const auto address = takeText(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, GErrorSlot()));
-    constexpr auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                                             G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-    monitor_.reset(
-        g_dbus_connection_new_for_address_sync(address.value().c_str(), flags, nullptr, nullptr, GErrorSlot()));
+    monitor_ = BusCalls::connectTo(address.value());
     const auto count = [](GDBusConnection*, GDBusMessage* message, gboolean, void* self) -> GDBusMessage* {
       if (g_dbus_message_get_message_type(message) != G_DBUS_MESSAGE_TYPE_METHOD_CALL) return message;
       auto& counted = *static_cast<QuestionCount*>(self);
@@ -135,11 +113,8 @@ class QuestionCount {
     };
     g_dbus_connection_add_filter(monitor_.get(), count, this, nullptr);
     const char* rules[] = {"destination='org.a11y.Bus'", nullptr};
-    const GVariantRef done(g_dbus_connection_call_sync(monitor_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                                       "org.freedesktop.DBus.Monitoring", "BecomeMonitor",
-                                                       g_variant_new("(^asu)", rules, 0U), nullptr,
-                                                       G_DBUS_CALL_FLAGS_NONE, 2000, nullptr, GErrorSlot()));
-    EXPECT_TRUE(done);
+    EXPECT_TRUE(BusCalls::call(monitor_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                               "org.freedesktop.DBus.Monitoring", "BecomeMonitor", g_variant_new("(^asu)", rules, 0U)));
   }
   ~QuestionCount() { g_dbus_connection_close_sync(monitor_.get(), nullptr, GErrorSlot()); }
   /// How many questions there were until now.
