@@ -246,9 +246,11 @@ void X11SystemKeyboard::readEvents() {
 void X11SystemKeyboard::handle(XEvent& event) {
   auto* const x = connection_.get();
   if (event.type == KeyPress || event.type == KeyRelease) {
+    // Also for a press that ends the capture: whoever recorded a shortcut by it doesn't want it to act yet.
+    const bool captured = capturing_;
     // The server doesn't tell a client as raw what it has grabbed.
     handleKey({static_cast<Keycode>(event.xkey.keycode), event.type == KeyPress, 0, event.xkey.time});
-    handleGrabbed(event);
+    if (!captured) handleGrabbed(event);
   } else if (event.type == xkbEvent_ || event.type == MappingNotify) {
     if (!settle_.isActive()) settle_.start(keymapSettle);
   } else if (event.type == ClientMessage && event.xclient.message_type == typingMessage_) {
@@ -263,7 +265,7 @@ void X11SystemKeyboard::handle(XEvent& event) {
 
 /// While one of our keys is down, all others come here, too.
 void X11SystemKeyboard::handleGrabbed(const XEvent& event) {
-  if (capturing_ || present_ == nullptr) return;
+  if (present_ == nullptr) return;
   const bool pressed = event.type == KeyPress;
   const unsigned modifiers = event.xkey.state & modifierMask & ~present_->locks();
   std::vector<unsigned> numbers;  // who is told may register and unregister
