@@ -33,7 +33,7 @@ Rectangle {
         font.pixelSize: Theme.body
         clip: true
         selectByMouse: true
-        activeFocusOnTab: true
+        activeFocusOnTab: enabled
         onAccepted: root.accepted()
         Accessible.role: Accessible.EditableText
         Accessible.name: root.label

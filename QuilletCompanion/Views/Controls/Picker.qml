@@ -61,7 +61,7 @@ Item {
         color: mouse.containsMouse ? Theme.hover : Theme.field
         border.width: 1
         border.color: Theme.fieldBorder
-        activeFocusOnTab: true
+        activeFocusOnTab: enabled
         Accessible.role: Accessible.ComboBox
         Accessible.name: root.label
         Accessible.description: shown.text

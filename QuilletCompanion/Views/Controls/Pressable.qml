@@ -19,13 +19,16 @@ Item {
 
     implicitWidth: Theme.target
     implicitHeight: Theme.target
-    activeFocusOnTab: true
+    activeFocusOnTab: enabled
     opacity: enabled ? 1 : 0.45
     Accessible.role: Accessible.Button
     Accessible.name: label
     Accessible.description: hint
     Accessible.focusable: enabled
-    Accessible.onPressAction: press()
+    Accessible.onPressAction: {
+        forceActiveFocus(Qt.OtherFocusReason)
+        press()
+    }
     Keys.onSpacePressed: press()
     Keys.onReturnPressed: press()
     Keys.onEnterPressed: press()

@@ -44,7 +44,7 @@ Rectangle {
             textFormat: TextEdit.PlainText
             wrapMode: TextEdit.Wrap
             selectByMouse: true
-            activeFocusOnTab: true
+            activeFocusOnTab: enabled
             onCursorRectangleChanged: view.showCursor(cursorRectangle)
             KeyNavigation.priority: KeyNavigation.BeforeItem
             Keys.onTabPressed: nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)

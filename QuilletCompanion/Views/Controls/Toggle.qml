@@ -19,7 +19,7 @@ Item {
 
     implicitWidth: 300
     implicitHeight: Math.max(Theme.target, words.implicitHeight)
-    activeFocusOnTab: true
+    activeFocusOnTab: enabled
     opacity: enabled ? 1 : 0.45
     Accessible.role: Accessible.CheckBox
     Accessible.name: label
