@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# What the programs cost while nobody speaks: memory of their own, threads, wake-ups a second, and how long the desktop
-# program takes from its start to a proved connection. Run it by Tests/Desktop/desktop.sh.
+# What the programs cost while nobody speaks: memory of their own, threads, wake-ups a second, also of the program in the
+# tray; how long the desktop program takes from its start to a proved connection, and a popover from the click on the icon
+# to its place on the screen. Run it by Tests/Desktop/desktop.sh.
 # usage: idle.sh FOLDER-WITH-THE-PROGRAMS [SECONDS]
 set -euo pipefail
 # shellcheck source-path=SCRIPTDIR source=../../Tests/Desktop/programs.sh
@@ -27,18 +28,55 @@ first=$took
 echo quit >&3
 wait "$desktop" || true
 timed_start
+second=$took
 
-sleep 3 # what belongs to the start
-declare -A before_switches before_cpu
-for pid in $desktop $service; do
-  before_switches[$pid]=$(switches "$pid")
-  before_cpu[$pid]=$(cpu "$pid")
-done
-sleep "$seconds"
+# row NAME PROCESS: what it costs from now on
+row() {
+  local switched spent
+  switched=$(switches "$2") spent=$(cpu "$2")
+  sleep "$seconds"
+  printf '%-18s %10d %8d %12.2f %14.1f\n' "$1" "$(pss "$2")" "$(threads "$2")" \
+    "$(bc <<<"scale=3; ($(switches "$2") - $switched) / $seconds")" \
+    "$(bc <<<"scale=3; ($(cpu "$2") - $spent) * 600 / $seconds")"
+}
+sleep 20 # what belongs to the start
 printf '%-18s %10s %8s %12s %14s\n' program "PSS, KiB" threads wake-ups/s "CPU, ms/min"
-for pid in $desktop $service; do
-  printf '%-18s %10d %8d %12.2f %14.1f\n' "$(<"/proc/$pid/comm")" "$(pss "$pid")" "$(threads "$pid")" \
-    "$(bc <<<"scale=3; ($(switches "$pid") - ${before_switches[$pid]}) / $seconds")" \
-    "$(bc <<<"scale=3; ($(cpu "$pid") - ${before_cpu[$pid]}) * 600 / $seconds")"
+row terminal "$desktop"
+row service "$service"
+echo quit >&3
+wait "$desktop" || true
+
+tint2 >"$work/tint2.log" 2>&1 &
+processes+=($!)
+"$bin/QuilletCompanion" defaults write onboardingCompleted true
+start_windows() {
+  "$bin/QuilletCompanion" -QLTServerURLOverride "$url" >"$work/windows.log" 2>&1 &
+  windows=$!
+  processes+=("$windows")
+  sleep 20 # what belongs to the start: threads that wait for a while before they end, too
+}
+# click: at the icon; sets `took`, in milliseconds until the window manager has put a window on the screen
+coproc screen { exec stdbuf -oL xev -root -event substructure; }
+click() {
+  local from=${EPOCHREALTIME/./} line
+  xdotool mousemove 1129 784 click 1
+  while read -r -t 5 line <&"${screen[0]}" && [[ $line != MapNotify* ]]; do :; done
+  took=$(((${EPOCHREALTIME/./} - from) / 1000))
+}
+start_windows
+row tray "$windows"
+popovers=()
+for _ in {1..6}; do
+  click
+  popovers+=("$took")
+  sleep 1
+  xdotool key Escape
+  sleep 1
 done
-echo "from exec to connected: $first ms the first time (new keys), $took ms the second"
+kill "$windows" && wait "$windows" || true
+"$bin/QuilletCompanion" defaults write dictation.enabled true
+start_windows
+row "tray, pill" "$windows"
+kill "$windows" "$screen_PID"
+echo "from exec to connected: $first ms the first time (new keys), $second ms the second"
+echo "from the click to the popover: ${popovers[0]} ms the first time, then ${popovers[*]:1}"
