@@ -34,13 +34,13 @@ PrivacyNote privacyNote(const DictationPreferences& preferences, const ServiceCo
         "and discarded afterwards.",
         ""};
   }
-  if (configuration == ServiceConfig()) {
+  const auto& cloud = configuration.cloud;
+  if (configuration == ServiceConfig() || cloud.model == "none") {
     return {
         "Your voice is sent securely through our service for transcription. Audio is held in memory on this Mac "
         "during dictation and discarded afterwards.",
         ""};
   }
-  const auto& cloud = configuration.cloud;
   return {
       "Your voice is sent securely through our service to Microsoft Azure for transcription. Audio is held in "
       "memory on this Mac during dictation and discarded afterwards.",

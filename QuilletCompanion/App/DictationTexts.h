@@ -20,7 +20,7 @@ std::optional<std::string> transcription(const DictationPreferences& preferences
 struct PrivacyNote {
   std::string text, place;
 };
-/// Names nobody until the service has told whom it uses.
+/// Names nobody until the service has told whom it uses, nor where it uses nobody.
 PrivacyNote privacyNote(const DictationPreferences& preferences, const ServiceConfig& configuration);
 
 /// A line of the list of microphones.

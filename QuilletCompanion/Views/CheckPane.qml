@@ -68,6 +68,7 @@ Column {
             }
         }
         ActionButton {
+            anchors.left: parent.left
             label: qsTr("Check again")
             enabled: !check.checking
             onClicked: check.check()

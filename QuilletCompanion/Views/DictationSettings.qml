@@ -118,6 +118,7 @@ Column {
             }
             ActionButton {
                 visible: !desk.axTrusted
+                anchors.left: parent.left
                 label: qsTr("Open Settings")
                 onClicked: desk.requestAccessibility()
             }

@@ -165,6 +165,7 @@ PageWindow {
                     text: qsTr("Access is on, but this copy of Quillet needs to restart to use it.")
                 }
                 ActionButton {
+                    anchors.left: parent.left
                     label: qsTr("Restart app")
                     prominent: true
                     onClicked: desk.restartApp()
@@ -186,6 +187,7 @@ PageWindow {
                     text: qsTr("Already on? Remove the entry, add this installed copy again, then reopen Quillet. Managed Macs may block access.")
                 }
                 Row {
+                    anchors.left: parent.left
                     spacing: Theme.unit * 2
                     ActionButton {
                         label: qsTr("Continue with drafts")
@@ -206,11 +208,13 @@ PageWindow {
                 width: parent.width
                 spacing: Theme.unit * 3
                 ActionButton {
+                    anchors.left: parent.left
                     label: qsTr("Open Accessibility Settings")
                     prominent: true
                     onClicked: step.request()
                 }
                 Row {
+                    anchors.left: parent.left
                     visible: step.openedSettings
                     spacing: Theme.unit * 2
                     Spinner {
@@ -223,6 +227,7 @@ PageWindow {
                 }
                 ActionButton {
                     link: true
+                    anchors.left: parent.left
                     label: qsTr("Not now")
                     onClicked: root.finish()
                 }

@@ -49,6 +49,7 @@ PageWindow {
         }
         ActionButton {
             visible: settings.peers.length === 0
+            anchors.left: parent.left
             label: qsTr("Pair an iPhone…")
             onClicked: desk.openWindow("pair")
         }
@@ -123,6 +124,7 @@ PageWindow {
         }
         ActionButton {
             visible: !desk.axTrusted
+            anchors.left: parent.left
             label: qsTr("Open Accessibility Settings")
             onClicked: desk.requestAccessibility()
         }
@@ -131,6 +133,7 @@ PageWindow {
         width: parent.width
         title: qsTr("Connection check")
         ActionButton {
+            anchors.left: parent.left
             label: qsTr("Open Test Connection…")
             onClicked: desk.openWindow("connection-test")
         }
@@ -215,6 +218,7 @@ PageWindow {
             text: qsTr("Sent. Thanks for your feedback!")
         }
         ActionButton {
+            anchors.left: parent.left
             label: qsTr("Send Feedback")
             enabled: settings.canSendFeedback
             onClicked: settings.sendFeedback()
@@ -230,6 +234,7 @@ PageWindow {
         }
         ActionButton {
             visible: desk.revoked
+            anchors.left: parent.left
             label: qsTr("Reset this Mac")
             onClicked: {
                 desk.resetLocal()
@@ -237,6 +242,7 @@ PageWindow {
             }
         }
         ActionButton {
+            anchors.left: parent.left
             label: qsTr("Delete my cloud data…")
             destructive: true
             enabled: !settings.deleting

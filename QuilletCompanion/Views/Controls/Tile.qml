@@ -28,6 +28,7 @@ Rectangle {
         anchors.margins: Theme.unit * 3
         spacing: Theme.unit
         Symbol {
+            anchors.left: parent.left
             name: root.symbol
             color: root.tint
         }
