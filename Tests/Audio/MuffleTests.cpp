@@ -19,6 +19,7 @@ class MuffleTest : public SoundTest {
     route.reset();
     EXPECT_TRUE(eventually([] { return sinks().find("quillet_muffle") == std::string::npos; }));
     EXPECT_TRUE(eventually([] { return watchers() == 0; })) << "a watcher is left";
+    EXPECT_TRUE(eventually([] { return outputOf("pactl list sink-inputs | grep '\"Muffled\"'").empty(); }));
   }
 
   static std::string sinks() { return outputOf("pactl list short sinks"); }

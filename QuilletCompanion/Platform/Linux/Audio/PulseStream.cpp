@@ -58,6 +58,17 @@ void PulseStream::close() {
   pa_stream* const stream = std::exchange(stream_, nullptr);
   if (stream == nullptr) return;
   pa_stream_set_read_callback(stream, nullptr, nullptr);
+  if (pa_stream_get_state(stream) == PA_STREAM_CREATING) {
+    pa_stream_set_state_callback(
+        stream, [](pa_stream* created, void*) { end(created); }, nullptr);
+  } else {
+    end(stream);
+  }
+}
+
+// One that the server has yet to make can't be ended: it would stay there, as an open microphone, say.
+void PulseStream::end(pa_stream* stream) {
+  if (pa_stream_get_state(stream) == PA_STREAM_CREATING) return;
   pa_stream_set_state_callback(stream, nullptr, nullptr);
   pa_stream_disconnect(stream);
   pa_stream_unref(stream);

@@ -36,12 +36,14 @@ class PulseStream {
   int record(const std::string& source, const Settings& settings, OnReadable onReadable,
              const std::function<bool()>& givenUp);
   int play(const std::string& sink, const Settings& settings, const std::function<bool()>& givenUp);
+  /// Ends it, a moment later if it is being opened.
   void close();
   pa_stream* get() { return stream_; }
 
  private:
   int create(const Settings& settings);
   int awaitReady(const std::function<bool()>& givenUp);
+  static void end(pa_stream* stream);
   bool isReady() const { return pa_stream_get_state(stream_) == PA_STREAM_READY; }
 
   PulseConnection& connection_;
