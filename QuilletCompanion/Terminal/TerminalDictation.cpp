@@ -19,6 +19,20 @@ using Object = TerminalOutput::Object;
 
 constexpr const char* kTakenShortcut = "Another app is using this shortcut. Choose a different one.";
 
+/// In words that are true here.
+std::string_view failureText(DictationFailure failure) {
+  switch (failure) {
+    case DictationFailure::languageUnsupported:
+      return "This language can't be dictated on this computer.";
+    case DictationFailure::modelNotInstalled:
+      return "Install the speech model: the package pocketsphinx-en-us.";
+    case DictationFailure::offline:
+      return "Connect this computer to the internet to dictate.";
+    default:
+      return text(failure);
+  }
+}
+
 Object describe(const DictationPhase& phase) {
   const auto named = [](const char* name, Object more = {}) {
     more["phase"] = name;
@@ -35,23 +49,24 @@ Object describe(const DictationPhase& phase) {
                  return named("notInserted", {{"text", refused.text}, {"reason", rawValue(refused.reason)}});
                },
                [&](const Failed& failed) {
-                 return named("failed", {{"message", text(failed.failure)}});
+                 return named("failed", {{"message", failureText(failed.failure)}});
                }},
       phase);
 }
 
 std::string textOf(const DictationPhase& phase) {
-  return std::visit(Overload{[](const Idle&) { return std::string("Dictation: idle"); },
-                             [](const Starting&) { return std::string("Dictation: starting"); },
-                             [](const Listening&) { return std::string("Dictation: listening"); },
-                             [](const Transcribing&) { return std::string("Dictation: transcribing"); },
-                             [](const Inserted&) { return std::string("Dictation: inserted"); },
-                             [](const NotInserted& refused) {
-                               return "Dictation: not inserted (" + std::string(rawValue(refused.reason)) +
-                                      "). \"last\" shows the text.";
-                             },
-                             [](const Failed& failed) { return "Dictation: " + std::string(text(failed.failure)); }},
-                    phase);
+  return std::visit(
+      Overload{[](const Idle&) { return std::string("Dictation: idle"); },
+               [](const Starting&) { return std::string("Dictation: starting"); },
+               [](const Listening&) { return std::string("Dictation: listening"); },
+               [](const Transcribing&) { return std::string("Dictation: transcribing"); },
+               [](const Inserted&) { return std::string("Dictation: inserted"); },
+               [](const NotInserted& refused) {
+                 return "Dictation: not inserted (" + std::string(rawValue(refused.reason)) +
+                        "). \"last\" shows the text.";
+               },
+               [](const Failed& failed) { return "Dictation: " + std::string(failureText(failed.failure)); }},
+      phase);
 }
 
 std::string valueText(bool value) {

@@ -70,7 +70,7 @@ void TerminalEvents::showPeers() {
   auto peers = describePeers(model_);
   if (peers == shownPeers_) return;  // told by the other of the two lists that it comes from
   shownPeers_ = peers;
-  output_.event("peers", {{"peers", std::move(peers)}}, "Paired iPhones:\n" + peersText(model_));
+  output_.event("peers", {{"peers", std::move(peers)}}, "Paired phones:\n" + peersText(model_));
 }
 
 }  // namespace quillet

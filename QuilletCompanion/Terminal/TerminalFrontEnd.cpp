@@ -17,7 +17,7 @@ namespace {
 std::string notForgotten(const AppModel::Remains& remains) {
   std::string list;
   for (const auto& item : remains) list += (list.empty() ? "" : ", ") + item;
-  return "This Mac could not forget: " + list +
+  return "This computer could not forget: " + list +
          ". See that its data folder can be written and that its keyring is unlocked, then type \"reset\" again.";
 }
 
@@ -36,7 +36,7 @@ TerminalFrontEnd::TerminalFrontEnd(AppModel& model, Executor mainThread, Style s
 const std::vector<TerminalFrontEnd::Command>& TerminalFrontEnd::commands() {
   using Front = TerminalFrontEnd;
   static const std::vector<Command> list{
-      {"status", "", "what this Mac is doing", Argument::none, &Front::status},
+      {"status", "", "what this computer is doing", Argument::none, &Front::status},
       {"pair", "", "show a code for a phone", Argument::none, &Front::pair},
       {"confirm", "", "the four words agree", Argument::none, &Front::confirm},
       {"cancel", "", "end the dictation, or the pairing", Argument::none, &Front::cancel},
@@ -47,7 +47,7 @@ const std::vector<TerminalFrontEnd::Command>& TerminalFrontEnd::commands() {
       {"retry", "", "register or connect again now", Argument::none, &Front::retry},
       {"accessibility", "", "let this program type", Argument::none, &Front::accessibility},
       {"login", "on|off", "start when you log in", Argument::optional, &Front::login},
-      {"dictation", "on|off", "dictate on this Mac", Argument::optional, &Front::dictation},
+      {"dictation", "on|off", "dictate on this computer", Argument::optional, &Front::dictation},
       {"dictate", "", "begin a dictation, or end it", Argument::none, &Front::dictate},
       {"last", "", "the text that was dictated last", Argument::none, &Front::last},
       {"shortcut", "hold|toggle KEYS|off", "what to press", Argument::optional, &Front::shortcut},
@@ -61,7 +61,7 @@ const std::vector<TerminalFrontEnd::Command>& TerminalFrontEnd::commands() {
       {"words", "", "how many words were dictated", Argument::none, &Front::words},
       {"feedback", "[reply-to=ADDRESS] TEXT", "write to the developer", Argument::required, &Front::feedback},
       {"reset", "[confirm]", "forget keys and phones, begin as a new device", Argument::optional, &Front::reset},
-      {"delete", "[confirm]", "delete this Mac's data at the service, then reset", Argument::optional,
+      {"delete", "[confirm]", "delete this computer's data at the service, then reset", Argument::optional,
        &Front::deleteData},
       {"restart", "", "start this program anew", Argument::none, &Front::restart},
       {"version", "", "which version this is", Argument::none, &Front::version},
@@ -141,7 +141,7 @@ void TerminalFrontEnd::revoke(const std::string& wanted) {
     const bool told = co_await model_.revoke(id);
     if (token.cancelled()) co_return;
     output_.answer("revoke", {{"deviceId", id}, {"serviceKnows", told}},
-                   told ? "Revoked." : "Removed from this Mac. The service will be told when it is reachable.");
+                   told ? "Revoked." : "Removed from this computer. The service will be told when it is reachable.");
   });
 }
 
@@ -150,7 +150,7 @@ void TerminalFrontEnd::rename(const std::string& name) {
   const std::string& now = model_.macName().get();
   const bool saved = model_.areSettingsSaved();
   output_.answer("rename", {{"macName", now}, {"changed", changed}, {"saved", saved}},
-                 "This Mac is called " + plainText(now) + "." +
+                 "This computer is called " + plainText(now) + "." +
                      (saved ? "" : " This could not be saved, and will be forgotten when the program ends."));
 }
 
@@ -225,7 +225,7 @@ void TerminalFrontEnd::confirmed(const std::string& argument, const char* comman
 }
 
 void TerminalFrontEnd::reset(const std::string& argument) {
-  confirmed(argument, "reset", "This Mac forgets its keys and all paired iPhones, which must pair again.",
+  confirmed(argument, "reset", "This computer forgets its keys and all paired phones, which must pair again.",
             &TerminalFrontEnd::resetNow);
 }
 
@@ -234,11 +234,11 @@ void TerminalFrontEnd::resetNow() {
   const auto remains = model_.resetLocal();
   if (!remains.empty()) return output_.refuse(notForgotten(remains));
   output_.answer("reset", {{"deviceId", model_.deviceId().get().value_or("")}},
-                 "This Mac begins as a new device. Type \"pair\" to pair a phone.");
+                 "This computer begins as a new device. Type \"pair\" to pair a phone.");
 }
 
 void TerminalFrontEnd::deleteData(const std::string& argument) {
-  confirmed(argument, "delete", "Delete your cloud data? All paired iPhones will be disconnected and must pair again.",
+  confirmed(argument, "delete", "Delete your cloud data? All paired phones will be disconnected and must pair again.",
             &TerminalFrontEnd::deleteNow);
 }
 
@@ -256,7 +256,7 @@ void TerminalFrontEnd::deleteNow() {
     pairing_.end();
     if (!remains.empty()) co_return output_.refuse("Deleted at the service. " + notForgotten(remains));
     output_.answer("delete", {{"deviceId", model_.deviceId().get().value_or("")}},
-                   "Deleted. This Mac begins as a new device.");
+                   "Deleted. This computer begins as a new device.");
   });
 }
 

@@ -48,13 +48,13 @@ std::string_view kindName(Model::Failure::Kind kind) {
 }
 
 std::string invitationText(const Model::Invitation& invitation) {
-  return terminalQRCode(invitation.qrContent) + "Open Quillet on your iPhone and scan this code.\n" +
-         "Enter this code on your iPhone: " + plainText(PairingCode::display(invitation.code));
+  return terminalQRCode(invitation.qrContent) + "Open Quillet on your phone and scan this code.\n" +
+         "Enter this code on your phone: " + plainText(PairingCode::display(invitation.code));
 }
 
 std::string verifyText(const Model::Verify& verify) {
   return quoted(verify.phoneName) + " asks to be paired.\nVerification words: " + joined(verify.words) +
-         "\nCheck that your iPhone shows the same four words.\n"
+         "\nCheck that your phone shows the same four words.\n"
          "If the words are different, cancel. Someone else may be trying to pair.\n"
          "Type \"confirm\" or \"cancel\".";
 }
@@ -122,7 +122,7 @@ void TerminalPairing::show(const Model::Phase& phase) {
                            verifyText(verify));
                },
                [&](const Model::Confirming& confirming) {
-                 showPhase("confirming", {{"phoneName", confirming.phoneName}}, "Confirm on your iPhone to finish.");
+                 showPhase("confirming", {{"phoneName", confirming.phoneName}}, "Confirm on your phone to finish.");
                },
                [&](const Model::Paired& paired) {
                  showPhase("paired", {{"phoneName", paired.phoneName}}, quoted(paired.phoneName) + " is paired");

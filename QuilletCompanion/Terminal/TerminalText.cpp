@@ -53,7 +53,7 @@ std::string textOf(const AppModel::Registration& registration) {
                  if (step == Loop::Step::notStarted) return std::string("not started");
                  if (step != Loop::Step::revoked) return std::string(rawValue(step));
                  return std::string(
-                     "This Mac's pairing identity was removed from the service. Type \"reset\" to pair again.");
+                     "This computer's pairing identity was removed from the service. Type \"reset\" to pair again.");
                }},
       registration);
 }
@@ -89,7 +89,7 @@ std::string peersText(const AppModel& model) {
             dateText(peer.pairedAt);
     if (const auto seen = model.lastSeen(peer.identity.deviceId)) text += ", last seen " + dateText(*seen);
   }
-  return text.empty() ? "No iPhones are paired yet." : text;
+  return text.empty() ? "No phones are paired yet." : text;
 }
 
 json::object describeStatus(const AppModel& model) {
@@ -110,16 +110,15 @@ json::object describeStatus(const AppModel& model) {
 }
 
 std::string statusText(const AppModel& model) {
-  std::string text = plainText(model.macName().get()) + "\n  " +
-                     plainText(statusLine(model.connectionStatus().get(), model.readiness().get())) +
-                     "\n  Service: " + plainText(serviceText(model)) + healthText(model.health().get()) +
-                     "\n  Registration: " + textOf(model.registration().get()) +
-                     "\n  Connection: " + statusWord(model.connectionStatus().get()) +
-                     "\n  Accessibility: " + (model.axTrusted().get() ? "Allowed" : "Not allowed") + "\n  " +
-                     textOf(model.readiness().get()) +
-                     "\n  Paired iPhones: " + std::to_string(model.peerStore().peers().get().size()) +
-                     "\n  Launch at login: " + onOff(model.launchAtLogin().get()) +
-                     "\n  Version: " + model.appVersion();
+  std::string text =
+      plainText(model.macName().get()) + "\n  " +
+      plainText(statusLine(model.connectionStatus().get(), model.readiness().get())) +
+      "\n  Service: " + plainText(serviceText(model)) + healthText(model.health().get()) +
+      "\n  Registration: " + textOf(model.registration().get()) +
+      "\n  Connection: " + statusWord(model.connectionStatus().get()) +
+      "\n  Accessibility: " + (model.axTrusted().get() ? "Allowed" : "Not allowed") + "\n  " +
+      textOf(model.readiness().get()) + "\n  Paired phones: " + std::to_string(model.peerStore().peers().get().size()) +
+      "\n  Launch at login: " + onOff(model.launchAtLogin().get()) + "\n  Version: " + model.appVersion();
   if (model.startupError().get()) text += "\n  " + *model.startupError().get();
   return text;
 }
@@ -170,7 +169,7 @@ std::string accessibilityText(const AppModel& model) {
     return "Access is on, but this copy of Quillet needs to restart to use it. Type \"restart\".";
   }
   if (model.axTrusted().get()) return "Quillet can insert text into other apps.";
-  return "Not allowed. Dictations are kept as drafts on your iPhone.\n"
+  return "Not allowed. Dictations are kept as drafts on your phone.\n"
          "Quillet asked the desktop's accessibility service to be on. If it stays off, see that the package "
          "at-spi2-core is installed and that this program runs inside your desktop session (its D-Bus address is in "
          "DBUS_SESSION_BUS_ADDRESS). Programs that were started before may have to be started again.";

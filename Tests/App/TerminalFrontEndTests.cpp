@@ -247,7 +247,7 @@ TEST_F(TerminalFrontEndTest, SaysWhatAResetCouldNotForget) {
     std::filesystem::create_directories(folder.path() / name / "within");
   }
   const auto before = model->deviceId().get();
-  const std::string stayed = "This Mac could not forget: its paired iPhones, what it inserted. ";
+  const std::string stayed = "This computer could not forget: its paired iPhones, what it inserted. ";
   EXPECT_TRUE(refusal("reset confirm").starts_with(stayed));
   EXPECT_NE(model->deviceId().get(), before);
   EXPECT_TRUE(ask("reset confirm", "reset").contains("message")) << "the paired phones' folder is still there";
@@ -315,7 +315,7 @@ TEST_F(TerminalFrontEndTest, TextFromElsewhereStaysInItsPlace) {
                                shown + " · Ready",
                                "called x�[2Jy.",
                                "\"nonsense�[2J\"",
-                               "Enter this code on your iPhone: A"};
+                               "Enter this code on your phone: A"};
   for (const auto& mark : marks) EXPECT_TRUE(has(mark)) << mark;
   for (const char* raw : {"\x1b", "\r", "\nVerification words: a b c d", "\xc2\x9b", "\xe2\x80\xae", "A\nB"}) {
     EXPECT_FALSE(has(raw)) << raw;
