@@ -24,21 +24,17 @@ float speechLevel(std::span<const std::int16_t> samples) {
   return static_cast<float>(std::clamp((decibels + kRangeInDecibels) / kRangeInDecibels, 0.0, 1.0));
 }
 
-// The room is taken at once, so that the sound thread never waits for memory. Pages cost nothing until they are used.
-DictationPCM::DictationPCM() {
-  audio_.reserve(kCapacity);
-}
-
 void DictationPCM::append(std::span<const std::int16_t> samples) {
   const std::lock_guard guard(lock_);
   if (!accepting_) return;
-  const auto kept = samples.first(std::min(samples.size(), (kCapacity - audio_.size()) / 2));
+  const auto kept = samples.first(std::min(samples.size(), audio_.room() / 2));
   if (kept.empty()) return;
   level_ = speechLevel(kept);
+  auto place = audio_.grow(2 * kept.size()).begin();
   for (const std::int16_t sample : kept) {
     const auto bits = static_cast<std::uint16_t>(sample);
-    audio_.push_back(static_cast<std::uint8_t>(bits));
-    audio_.push_back(static_cast<std::uint8_t>(bits >> 8));
+    *place++ = static_cast<std::uint8_t>(bits);
+    *place++ = static_cast<std::uint8_t>(bits >> 8);
   }
 }
 
@@ -61,12 +57,12 @@ std::size_t DictationPCM::size() const {
 std::string DictationPCM::bytes(std::size_t offset, std::size_t count) const {
   const std::lock_guard guard(lock_);
   if (offset >= audio_.size()) return {};
-  return std::string(textOf(ByteView(audio_).subspan(offset, std::min(count, audio_.size() - offset))));
+  return std::string(textOf(audio_.bytes().subspan(offset, std::min(count, audio_.size() - offset))));
 }
 
 Bytes DictationPCM::wave() const {
   const std::lock_guard guard(lock_);
-  return WaveFile::wrap(audio_);
+  return WaveFile::wrap(audio_.bytes());
 }
 
 }  // namespace quillet

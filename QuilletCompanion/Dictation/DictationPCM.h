@@ -7,6 +7,7 @@
 #include <string>
 
 #include "QuilletKit/Base/Bytes.h"
+#include "QuilletKit/Base/PageBuffer.h"
 
 namespace quillet {
 
@@ -15,8 +16,6 @@ namespace quillet {
 class DictationPCM {
  public:
   static constexpr std::size_t kCapacity = 9'600'000;  ///< Bytes.
-
-  DictationPCM();
 
   /// Keeps what fits and drops the rest. Neither waits long nor allocates.
   void append(std::span<const std::int16_t> samples);
@@ -33,7 +32,7 @@ class DictationPCM {
 
  private:
   mutable std::mutex lock_;
-  Bytes audio_;
+  PageBuffer audio_{kCapacity};  ///< So that the sound thread never waits for memory.
   bool accepting_ = true;
   float level_ = 0;
 };
