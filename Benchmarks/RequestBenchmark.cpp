@@ -26,7 +26,7 @@ Wire wireFor(const Identity& device, std::int64_t timestamp) {
   wire.device = device.peer.deviceId;
   wire.timestamp = std::to_string(timestamp);
   wire.nonce = Base64URL::encode(Crypto::randomBytes(16));
-  const auto canonical = RequestSigner::canonicalString(wire.method, wire.target, timestamp, wire.nonce, {});
+  const auto canonical = RequestSigner::canonicalString(wire.method, wire.target, timestamp, wire.nonce, ByteView());
   wire.signature = Base64URL::encode(Crypto::sign(device.identity.signingKey, bytesOf(canonical)));
   return wire;
 }

@@ -3,6 +3,7 @@
 #include <boost/asio/detached.hpp>
 #include <boost/asio/redirect_error.hpp>
 
+#include "Benchmarks/NullEngine.h"
 #include "Benchmarks/ServiceRig.h"
 #include "Benchmarks/Table.h"
 
@@ -15,21 +16,6 @@ constexpr std::size_t kStreams = 500;
 constexpr int kSeconds = 20;          // of sound a stream
 constexpr std::size_t kPiece = 3200;  // a tenth of a second, as clients send it
 constexpr int kPieces = 10 * kSeconds;
-
-/// Takes sound and has a word ready.
-class NullEngine final : public SpeechEngine {
- public:
-  SpeechEngineInfo info() const override { return {"null", "null", "here", {}}; }
-  Awaitable<std::unique_ptr<SpeechSession>> begin(SpeechOptions) override { co_return std::make_unique<Session>(); }
-
- private:
-  class Session final : public SpeechSession {
-   public:
-    void accept(std::span<const std::int16_t> samples) override { keep(samples); }
-    std::string partialText() const override { return {}; }
-    Awaitable<std::string> finish() override { co_return "word"; }
-  };
-};
 
 /// Reads what clients say and answers the last of it: what no server can do without.
 class BareSink {

@@ -12,6 +12,8 @@
 #include "Benchmarks/Table.h"
 #include "QuilletCompanion/Relay/InsertionJournal.h"
 #include "QuilletCompanion/Relay/StoredFile.h"
+#include "QuilletKit/Base/AtomicFile.h"
+#include "QuilletKit/Base/File.h"
 #include "QuilletKit/JSON/JSONCoding.h"
 
 /// A durable change of one journal entry, beside the bare system calls that put the same bytes on the same disk.
@@ -101,7 +103,7 @@ void measure(Table& table, const fs::path& folder, int entries, int samples) {
     auto changed = sample(1 + static_cast<int>(random() % static_cast<unsigned>(entries)));
     changed.updatedAt += i;
     ours.push_back(microseconds([&] { journal.record(changed); }));
-    if (bytes.empty()) bytes = readFile(file);
+    if (bytes.empty()) bytes = File::read(file).value.value_or("");
     raw.push_back(microseconds([&] { rawReplace(bytes, rawFile, folder / "raw.tmp"); }));
   }
   table.add({fmt::format("record, {} entries ({:.0f} KiB)", entries, static_cast<double>(bytes.size()) / 1024),
