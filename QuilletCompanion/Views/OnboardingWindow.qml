@@ -156,6 +156,10 @@ PageWindow {
                 width: parent.width
                 text: qsTr("Allow Quillet to insert text into the field you're using. macOS calls this Accessibility access. You can turn it off in System Settings.")
             }
+            AccessibilityNote {
+                width: parent.width
+                visible: !desk.axNeedsRestart
+            }
             Column {
                 visible: desk.axNeedsRestart
                 width: parent.width
@@ -226,6 +230,7 @@ PageWindow {
                     }
                 }
                 ActionButton {
+                    x: -Theme.unit // so that its words begin where others do
                     link: true
                     anchors.left: parent.left
                     label: qsTr("Not now")

@@ -128,6 +128,9 @@ PageWindow {
             label: qsTr("Open Accessibility Settings")
             onClicked: desk.requestAccessibility()
         }
+        AccessibilityNote {
+            width: parent.width
+        }
     }
     Card {
         width: parent.width

@@ -2,6 +2,13 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de" sourcelanguage="en">
     <context>
+        <name>AccessibilityNote</name>
+        <message>
+            <source>Most apps show their fields by themselves. Chromium and browsers made from it must be started with --force-renderer-accessibility, Java programs need their accessibility bridge, and of terminals only some show themselves, such as xfce4-terminal and Sakura.</source>
+            <translation>Die meisten Apps zeigen ihre Felder von selbst. Chromium und verwandte Browser müssen mit --force-renderer-accessibility gestartet werden, Java-Programme brauchen ihre Accessibility Bridge, und von den Terminals tun es nur einige, etwa xfce4-terminal und Sakura.</translation>
+        </message>
+    </context>
+    <context>
         <name>BadgeWindow</name>
         <message>
             <source>Quillet</source>
@@ -237,7 +244,7 @@
         </message>
         <message>
             <source>Already on? Remove the entry, add this installed copy again, then reopen Quillet. Managed Macs may block access.</source>
-            <translation>Schon eingeschaltet? Schließen Sie die Apps, in denen Sie schreiben, und öffnen Sie sie erneut: Viele sehen nur beim Start danach. Chromium und verwandte Browser brauchen die Option --force-renderer-accessibility, Java-Programme ihre Accessibility Bridge.</translation>
+            <translation>Schon eingeschaltet? Schließen Sie die Apps, in denen Sie schreiben, und öffnen Sie sie erneut: Viele sehen nur beim Start danach.</translation>
         </message>
         <message>
             <source>Continue with drafts</source>

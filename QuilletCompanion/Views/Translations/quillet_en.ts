@@ -86,7 +86,7 @@
         </message>
         <message>
             <source>Already on? Remove the entry, add this installed copy again, then reopen Quillet. Managed Macs may block access.</source>
-            <translation>Already on? Close the apps that you write in and open them again: many look for it only when they start. Chromium and its kin need the option --force-renderer-accessibility, Java programs their accessibility bridge.</translation>
+            <translation>Already on? Close the apps that you write in and open them again: many look for it only when they start.</translation>
         </message>
         <message>
             <source>Open Accessibility Settings</source>

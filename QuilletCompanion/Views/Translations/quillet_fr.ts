@@ -2,6 +2,13 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="fr" sourcelanguage="en">
     <context>
+        <name>AccessibilityNote</name>
+        <message>
+            <source>Most apps show their fields by themselves. Chromium and browsers made from it must be started with --force-renderer-accessibility, Java programs need their accessibility bridge, and of terminals only some show themselves, such as xfce4-terminal and Sakura.</source>
+            <translation>La plupart des applications montrent leurs champs d’elles-mêmes. Chromium et ses dérivés doivent être lancés avec --force-renderer-accessibility, les programmes Java ont besoin de leur pont d’accessibilité, et seuls certains terminaux le font, comme xfce4-terminal et Sakura.</translation>
+        </message>
+    </context>
+    <context>
         <name>BadgeWindow</name>
         <message>
             <source>Quillet</source>
@@ -237,7 +244,7 @@
         </message>
         <message>
             <source>Already on? Remove the entry, add this installed copy again, then reopen Quillet. Managed Macs may block access.</source>
-            <translation>Déjà activée ? Fermez les applications dans lesquelles vous écrivez et rouvrez-les : beaucoup ne la cherchent qu’au démarrage. Chromium et ses dérivés ont besoin de l’option --force-renderer-accessibility, les programmes Java de leur pont d’accessibilité.</translation>
+            <translation>Déjà activée ? Fermez les applications dans lesquelles vous écrivez et rouvrez-les : beaucoup ne la cherchent qu’au démarrage.</translation>
         </message>
         <message>
             <source>Continue with drafts</source>

@@ -2,6 +2,13 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="nl" sourcelanguage="en">
     <context>
+        <name>AccessibilityNote</name>
+        <message>
+            <source>Most apps show their fields by themselves. Chromium and browsers made from it must be started with --force-renderer-accessibility, Java programs need their accessibility bridge, and of terminals only some show themselves, such as xfce4-terminal and Sakura.</source>
+            <translation>De meeste apps tonen hun velden vanzelf. Chromium en verwante browsers moeten worden gestart met --force-renderer-accessibility, Java-programma’s hebben hun toegankelijkheidsbrug nodig, en van de terminals doen alleen sommige het, zoals xfce4-terminal en Sakura.</translation>
+        </message>
+    </context>
+    <context>
         <name>BadgeWindow</name>
         <message>
             <source>Quillet</source>
@@ -237,7 +244,7 @@
         </message>
         <message>
             <source>Already on? Remove the entry, add this installed copy again, then reopen Quillet. Managed Macs may block access.</source>
-            <translation>Staat het al aan? Sluit de apps waarin je schrijft en open ze opnieuw: veel apps kijken er alleen bij het starten naar. Chromium en verwante browsers hebben de optie --force-renderer-accessibility nodig, Java-programma’s hun toegankelijkheidsbrug.</translation>
+            <translation>Staat het al aan? Sluit de apps waarin je schrijft en open ze opnieuw: veel apps kijken er alleen bij het starten naar.</translation>
         </message>
         <message>
             <source>Continue with drafts</source>
