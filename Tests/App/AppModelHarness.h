@@ -85,7 +85,7 @@ class AppModelTest : public testing::Test {
                     .loginItem = loginItem,
                     .restart = [this] { ++restarts; }},
         .secrets = {.store = secrets, .thread = time.executor()},
-        .storage = {.defaults = defaults, .folder = folder.path()},
+        .storage = {.defaults = defaults, .folder = folder.path(), .wordLedgers = wordLedgers},
         .network = {.session = session, .bundleServiceURL = std::nullopt, .jitter = [this] { return jitter; }},
         .dictation = desk.platform()};
     model = std::make_shared<AppModel>(std::move(parts));
@@ -166,6 +166,7 @@ class AppModelTest : public testing::Test {
   FakeLoginItem loginItem;
   LockableSecretStore secrets;
   UserDefaults defaults{std::nullopt};
+  WordLedgerStorage* wordLedgers = nullptr;
   TemporaryFolder folder;
   bool grantStale = false;
   int prompts = 0, restarts = 0;

@@ -5,6 +5,7 @@
 #   desktop.sh COMMAND [ARGUMENT ...]
 # Needs Xvfb, openbox, dbus-daemon and at-spi2-core. The servers' messages are shown if the command fails.
 # QUILLET_DESKTOP_LIMIT: seconds that the command may take (300).
+# QUILLET_DESKTOP_SIZE: of its screen in pixels (1280x800).
 set -u
 
 place=$(mktemp -d)
@@ -47,7 +48,7 @@ unset XDG_CONFIG_HOME XDG_DATA_HOME XDG_CACHE_HOME XDG_STATE_HOME WAYLAND_DISPLA
 export GSETTINGS_BACKEND=memory GSK_RENDERER=cairo LIBGL_ALWAYS_SOFTWARE=1 NO_AT_BRIDGE=0
 
 # Without -noreset the server forgets the accessibility bus's address whenever its last client leaves.
-Xvfb -displayfd 3 -screen 0 1280x800x24 -noreset +extension XTEST 3>"$place/display" >"$place/xvfb.log" 2>&1 &
+Xvfb -displayfd 3 -screen 0 "${QUILLET_DESKTOP_SIZE:-1280x800}x24" -noreset +extension XTEST 3>"$place/display" >"$place/xvfb.log" 2>&1 &
 servers+=($!)
 await "the display" test -s "$place/display"
 DISPLAY=:$(<"$place/display")
