@@ -7,8 +7,10 @@ usage: views.py COMMAND ...
   fill NAME TEXT    clicks into a field, and types a text in place of what stands there
   wait NAME         until something that is shown is called so; with "*" at the end, begins so
   gone NAME         until nothing that is shown is called so
+  cycle TIMES       opens and closes every window so often that the icon's popover leads to
   texts             what the shown windows say, a line each
   check             fails for a control that has no name, or is smaller than a finger or a pointer needs
+  tabs              fails unless Tab reaches every control of the active window, and Shift+Tab does so backwards
 Waits ten seconds for what isn't there yet."""
 import subprocess
 import sys
@@ -113,6 +115,71 @@ def complaints():
     return found
 
 
+def everything(node):
+    for i in range(node.get_child_count()):
+        child = node.get_child_at_index(i)
+        if child is not None:
+            yield child
+            yield from everything(child)
+
+
+def usable(window):
+    """The window's controls that are seen and can be used, by their places, and which of them has the keyboard."""
+    seen, focused = {}, None
+    for place, node in enumerate(everything(window)):
+        if node.get_role_name() not in CONTROLS or not (shown(node) and focusable(node)):
+            continue
+        states = node.get_state_set()
+        if states.contains(Atspi.StateType.SENSITIVE):
+            seen[place] = node.get_name()
+        if states.contains(Atspi.StateType.FOCUSED):
+            focused = place
+    return seen, focused
+
+
+def unreached(window, key):
+    seen, reached = {}, []
+    while True:
+        xdotool("key", key)
+        deadline = time.monotonic() + 2
+        while True:
+            now, focused = usable(window)
+            seen.update(now)
+            if focused is not None and focused not in reached[-1:]:
+                break
+            if time.monotonic() > deadline:
+                return [f"{key} stays where it is"]
+        if focused in reached:
+            return [f"{key} does not reach \"{seen[place]}\"" for place in seen if place not in reached]
+        reached.append(focused)
+
+
+def tabs():
+    windows = [w for w in everything(program()) if w.get_state_set().contains(Atspi.StateType.ACTIVE)]
+    missing = [c for key in ("Tab", "shift+Tab") for w in windows[:1] for c in unreached(w, key)]
+    print("\n".join(missing))
+    return bool(windows) and not missing
+
+
+def cycle(times):
+    """Each opening is proven by a text that only that window has."""
+    rows = {"Pair a phone…": "Pair a phone", "Test connection…": "Test field", "Statistics": "Words transcribed*",
+            "Settings": "Computer name"}
+    for i in range(times):
+        for row, text in rows.items():
+            call("com.fernhollow.quillet.mac", "/com/fernhollow/quillet/mac", "org.freedesktop.Application.Activate", "{}")
+            opened = eventually(lambda: press(row)) and eventually(lambda: called(text))
+            if not opened or not eventually(lambda: xdotool("key", "Escape") and not called(text)):
+                print(f"\"{row}\" failed at {i}")
+                return False
+    return True
+
+
+def call(name, path, method, *arguments):
+    subprocess.run(["gdbus", "call", "--session", "--dest", name, "--object-path", path, "--method", method, *arguments],
+                   check=True, stdout=subprocess.DEVNULL)
+
+
 def main():
     command, arguments = sys.argv[1], sys.argv[2:]
     if command == "texts":
@@ -120,6 +187,10 @@ def main():
             if node.get_name():
                 print(node.get_role_name() + ": " + node.get_name())
         return True
+    if command == "tabs":
+        return tabs()
+    if command == "cycle":
+        return cycle(int(arguments[0]))
     if command == "check":
         for complaint in complaints():
             print(complaint)

@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Opens and closes the windows again and again: the program must not grow by that, in memory or in handles.
+# usage: openings.sh FOLDER-WITH-THE-PROGRAMS [TIMES]
+set -euo pipefail
+here=$(dirname "$(realpath "${BASH_SOURCE[0]}")")
+# shellcheck source-path=SCRIPTDIR source=programs.sh
+source "$here/programs.sh" "$1"
+export QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 LANG=C.UTF-8
+log=$work/windows.log
+
+start_service
+"$bin/QuilletCompanion" defaults write onboardingCompleted true
+"$bin/QuilletCompanion" -QLTServerURLOverride "$url" >"$log" 2>&1 &
+windows=$!
+processes+=("$windows")
+handles() { find "/proc/$windows/fd" -mindepth 1 | wc -l; }
+# KiB that no other process has and no file holds
+memory() { awk '/^Anonymous:/ {print $2}' "/proc/$windows/smaps_rollup"; }
+cycle() { "$here/views.py" cycle "$1" || fail "cycle: $("$here/views.py" texts | head -n 30)"; }
+
+await 10 "there is no popover without a tray" "$here/views.py" wait "Quit Quillet"
+cycle 5 # what is kept for good
+before=$(memory) handles=$(handles)
+cycle "${2:-10}"
+echo "$before KiB and $handles handles before, $(memory) KiB and $(handles) handles after"
+[ "$(handles)" -le $((handles + 2)) ] || fail "handles were left open"
+[ "$(memory)" -le $((before + 3000)) ] || fail "memory was left taken"
+noise=$(grep -vE '^[0-9T:.-]+ (debug|info|default) ' "$log" || true)
+[ -z "$noise" ] || fail "the log tells of trouble: $noise"
