@@ -120,7 +120,7 @@ TEST_F(MuffleTest, ComesBackWithinASecondOfAKill) {
   const Music music;
   ASSERT_TRUE(hearsMusicSoon());
   for (int round = 0; round < 2; ++round) {
-    Program program({std::filesystem::read_symlink("/proc/self/exe").string(), "--muffle"});
+    ChildProcess program({std::filesystem::read_symlink("/proc/self/exe").string(), "--muffle"});
     ASSERT_TRUE(eventually([&] { return listener.hearsMuffledMusic(); })) << "round " << round;
     const auto killed = SteadyClock::now();
     program.end(SIGKILL);

@@ -31,8 +31,8 @@ TEST_F(OtherSoundTest, HearsOthersThatAreNotPaused) {
   }
   EXPECT_TRUE(eventually([&] { return !isPlaying(); }));
   // A paused player keeps its stream, corked.
-  const Program player({"mpv", "--no-config", "--ao=pulse", "--no-video", "--pause", "--idle=yes", "--really-quiet",
-                        "--af=lavfi=[volume=0.5]", "av://lavfi:sine=frequency=220"});
+  const ChildProcess player({"mpv", "--no-config", "--ao=pulse", "--no-video", "--pause", "--idle=yes",
+                             "--really-quiet", "--af=lavfi=[volume=0.5]", "av://lavfi:sine=frequency=220"});
   ASSERT_TRUE(eventually([&] { return outputOf("pactl list sink-inputs").find("Corked: yes") != std::string::npos; }));
   EXPECT_FALSE(isPlaying());
 }

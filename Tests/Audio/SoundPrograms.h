@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -9,7 +8,6 @@
 #include <cmath>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <mutex>
 #include <numbers>
@@ -19,40 +17,12 @@
 #include <utility>
 #include <vector>
 
+#include "Tests/Doubles/ChildProcess.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet::test {
 
 using SteadyClock = std::chrono::steady_clock;
-
-/// A program in a process of its own, which ends with its scope.
-class Program {
- public:
-  /// Its standard output goes into `output`, unless that is below zero.
-  explicit Program(std::vector<std::string> arguments, int output = -1) {
-    std::vector<char*> pointers;
-    for (auto& argument : arguments) pointers.push_back(argument.data());
-    pointers.push_back(nullptr);
-    process_ = ::fork();
-    if (process_ != 0) return;
-    if (output >= 0) ::dup2(output, STDOUT_FILENO);
-    ::execvp(pointers[0], pointers.data());
-    ::_exit(127);
-  }
-  ~Program() { end(SIGKILL); }
-  Program(const Program&) = delete;
-  Program& operator=(const Program&) = delete;
-
-  pid_t id() const { return process_; }
-  void end(int signal) {
-    if (process_ <= 0) return;
-    ::kill(process_, signal);
-    ::waitpid(std::exchange(process_, -1), nullptr, 0);
-  }
-
- private:
-  pid_t process_ = -1;
-};
 
 /// What a command prints, without the last end of line.
 inline std::string outputOf(const std::string& command) {
@@ -99,7 +69,7 @@ class Music {
   }
 
   TemporaryFolder folder_;
-  std::optional<Program> player_;
+  std::optional<ChildProcess> player_;
 };
 
 /// Listens to an output, as a person in front of it does.
@@ -194,7 +164,7 @@ class Listener {
     ::close(from);
   }
 
-  std::optional<Program> recorder_;
+  std::optional<ChildProcess> recorder_;
   std::thread thread_;
   std::mutex lock_;
   std::vector<float> samples_;

@@ -4,11 +4,9 @@
 #include <unistd.h>
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QProcess>
 #include <QRasterWindow>
 #include <chrono>
-#include <memory>
 #include <string>
 #include <thread>
 #include <vector>

@@ -3,7 +3,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <QFile>
 #include <QProcess>
 #include <chrono>
 #include <optional>

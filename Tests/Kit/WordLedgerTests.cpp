@@ -5,7 +5,6 @@
 
 #include <limits>
 
-#include "QuilletKit/JSON/JSONCoding.h"
 #include "Tests/Doubles/Rows.h"
 
 namespace quillet {

@@ -6,7 +6,6 @@
 #include <sstream>
 
 #include "QuilletKit/Async/Clock.h"
-#include "QuilletKit/JSON/JSONCoding.h"
 #include "QuilletKit/Words/FolderLedgerStorage.h"
 #include "QuilletKit/Words/WordStatsStore.h"
 #include "Tests/Doubles/FileText.h"

@@ -22,7 +22,7 @@ class MockSaver {
     EXPECT_TRUE(answers(false));
   }
   ~MockSaver() {
-    program_.reset();
+    program_.end(SIGKILL);
     EXPECT_TRUE(bus_.awaitNoOwner(name_));
   }
   MockSaver(const MockSaver&) = delete;
@@ -42,8 +42,8 @@ class MockSaver {
  private:
   PrivateBus& bus_;
   const char *name_, *path_;
-  std::unique_ptr<test::ChildProgram> program_ = std::make_unique<test::ChildProgram>(
-      std::vector<const char*>{"/usr/bin/python3", "-m", "dbusmock", "--session", name_, path_, name_});
+  test::ChildProcess program_ =
+      test::ChildProcess::quiet({"/usr/bin/python3", "-m", "dbusmock", "--session", name_, path_, name_});
 };
 
 class LinuxScreenLockMonitorTest : public testing::Test {

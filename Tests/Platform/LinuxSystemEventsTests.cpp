@@ -278,7 +278,8 @@ bool followsNetworkManager() {
   PrivateBus bus(G_BUS_TYPE_SYSTEM);
   constexpr const char* service = "org.freedesktop.NetworkManager";
   constexpr const char* path = "/org/freedesktop/NetworkManager";
-  const test::ChildProgram program({"/usr/bin/python3", "-m", "dbusmock", "--system", "--template", "networkmanager"});
+  const auto program =
+      test::ChildProcess::quiet({"/usr/bin/python3", "-m", "dbusmock", "--system", "--template", "networkmanager"});
   const auto set = [&](guint32 state, guint32 connectivity) {
     GVariantBuilder changes;
     g_variant_builder_init(&changes, G_VARIANT_TYPE_VARDICT);

@@ -15,17 +15,17 @@ namespace {
 /// A player of its own on the bus, playing a tone that nobody hears.
 class RealPlayer {
  public:
-  explicit RealPlayer(std::vector<const char*> options) {
-    std::vector<const char*> arguments{"mpv", "--ao=null", "--no-video", "--really-quiet", "--loop=inf"};
+  explicit RealPlayer(const std::vector<std::string>& options) {
+    std::vector<std::string> arguments{"mpv", "--ao=null", "--no-video", "--really-quiet", "--loop=inf"};
     arguments.insert(arguments.end(), options.begin(), options.end());
     arguments.push_back("av://lavfi:sine=frequency=220:duration=1");
-    program_.emplace(std::move(arguments));
+    program_ = test::ChildProcess::quiet(std::move(arguments));
   }
-  pid_t process() const { return std::stoi(g_subprocess_get_identifier(program_->get())); }
+  pid_t process() const { return program_->id(); }
   void stop() { program_.reset(); }
 
  private:
-  std::optional<test::ChildProgram> program_;
+  std::optional<test::ChildProcess> program_;
 };
 
 class MprisPlayersTest : public testing::Test {

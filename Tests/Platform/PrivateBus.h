@@ -10,12 +10,14 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "QuilletCompanion/Platform/Linux/Session/DBusSignals.h"
 #include "Tests/Doubles/BusCalls.h"
+#include "Tests/Doubles/ChildProcess.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet::test {
@@ -30,28 +32,6 @@ bool eventually(Condition condition) {
   }
   return true;
 }
-
-/// A program that ends with its scope.
-class ChildProgram {
- public:
-  explicit ChildProgram(std::vector<const char*> arguments,
-                        GSubprocessFlags flags = static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDERR_SILENCE |
-                                                                               G_SUBPROCESS_FLAGS_STDOUT_SILENCE)) {
-    arguments.push_back(nullptr);
-    process_.reset(g_subprocess_newv(arguments.data(), flags, nullptr));
-  }
-  ~ChildProgram() {
-    if (!process_) return;
-    g_subprocess_force_exit(process_.get());
-    g_subprocess_wait(process_.get(), nullptr, nullptr);
-  }
-  ChildProgram(const ChildProgram&) = delete;
-  ChildProgram& operator=(const ChildProgram&) = delete;
-  GSubprocess* get() const { return process_.get(); }
-
- private:
-  GRef<GSubprocess> process_;
-};
 
 /// A message bus of its own under the address variable of the system or the session bus, which is put back at the end.
 class PrivateBus {
@@ -74,8 +54,7 @@ class PrivateBus {
     std::filesystem::remove(folder_.path() / "bus");
   }
   void start() {
-    daemon_ = std::make_unique<ChildProgram>(std::vector<const char*>{"dbus-daemon", "--nofork", "--nopidfile",
-                                                                      ("--config-file=" + configuration()).c_str()});
+    daemon_ = ChildProcess::quiet({"dbus-daemon", "--nofork", "--nopidfile", "--config-file=" + configuration()});
     // The socket's file is there a moment before anyone listens to it.
     EXPECT_TRUE(eventually([&] {
       client_.reset();
@@ -143,7 +122,7 @@ class PrivateBus {
   const char* variable_;
   TemporaryFolder folder_;
   std::string address_;
-  std::unique_ptr<ChildProgram> daemon_;
+  std::optional<ChildProcess> daemon_;
   std::unique_ptr<DBusSignals> client_;
 };
 
@@ -159,8 +138,7 @@ class MockLogind {
   MockLogind& operator=(const MockLogind&) = delete;
 
   void start() {
-    program_ = std::make_unique<ChildProgram>(
-        std::vector<const char*>{"/usr/bin/python3", "-m", "dbusmock", "--system", "--template", "logind"});
+    program_ = ChildProcess::quiet({"/usr/bin/python3", "-m", "dbusmock", "--system", "--template", "logind"});
     EXPECT_TRUE(bus_.awaitOwner(service));
     // The name may be there before the template is. On a busy machine one that didn't answer in time may have added it.
     EXPECT_TRUE(eventually([&] { return addSession("c1") || hasSession("c1"); }));
@@ -213,7 +191,7 @@ class MockLogind {
   }
 
   PrivateBus& bus_;
-  std::unique_ptr<ChildProgram> program_;
+  std::optional<ChildProcess> program_;
 };
 
 }  // namespace quillet::test

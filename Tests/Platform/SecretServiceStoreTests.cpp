@@ -38,17 +38,9 @@ class Keyring {
     setenv("HOME", home_.path().c_str(), 1);
     setenv("XDG_RUNTIME_DIR", home_.path().c_str(), 1);
     for (const char* variable : {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME"}) unsetenv(variable);
-    constexpr auto flags = static_cast<GSubprocessFlags>(
-        G_SUBPROCESS_FLAGS_STDIN_PIPE | G_SUBPROCESS_FLAGS_STDOUT_SILENCE | G_SUBPROCESS_FLAGS_STDERR_SILENCE);
-    program_ =
-        login ? std::make_unique<ChildProgram>(std::vector<const char*>{"gnome-keyring-daemon", "--foreground",
-                                                                        "--unlock", "--components=secrets"},
-                                               flags)
-              : std::make_unique<ChildProgram>(
-                    std::vector<const char*>{"gnome-keyring-daemon", "--foreground", "--components=secrets"}, flags);
-    auto* const input = g_subprocess_get_stdin_pipe(program_->get());
-    g_output_stream_write_all(input, "\n", 1, nullptr, nullptr, nullptr);
-    g_output_stream_close(input, nullptr, nullptr);
+    // The password of the collection, an empty one, comes by its standard input.
+    const std::string command = "exec gnome-keyring-daemon --foreground --components=secrets";
+    program_ = ChildProcess::quiet({"sh", "-c", command + (login ? " --unlock" : "") + " <<END\n\nEND\n"});
     EXPECT_TRUE(bus_.awaitOwner("org.freedesktop.secrets"));
   }
   /// The library remembers the service that it talked to.
@@ -60,12 +52,12 @@ class Keyring {
   std::unique_ptr<SecretStore> open(const std::string& service) {
     return std::make_unique<SecretServiceStore>(service);
   }
-  void signal(int number) const { g_subprocess_send_signal(program_->get(), number); }
+  void signal(int number) const { ::kill(program_->id(), number); }
 
  private:
   TemporaryFolder home_;
   PrivateBus& bus_ = sessionBus();
-  std::unique_ptr<ChildProgram> program_;
+  std::optional<ChildProcess> program_;
 };
 
 INSTANTIATE_TYPED_TEST_SUITE_P(SecretService, SecretStoreContract, Keyring);

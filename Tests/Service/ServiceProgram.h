@@ -1,16 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
-#include <spawn.h>
 #include <sqlite3.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "QuilletKit/Network/WebSocketTask.h"
 #include "QuilletKit/Protocol/APIClient.h"
+#include "Tests/Doubles/ChildProcess.h"
 #include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/NetworkThread.h"
 #include "Tests/Doubles/TemporaryFolder.h"
@@ -24,27 +20,9 @@ class ServiceProgram {
   /// `variables` ("NAME=value") come on top of the test's own.
   ServiceProgram(const std::filesystem::path& folder, std::vector<std::string> arguments,
                  std::vector<std::string> variables = {})
-      : output_(folder / ("output" + std::to_string(++started_))) {
-    arguments.insert(arguments.begin(), QUILLET_BIN_DIR "/quillet-service");
-    std::vector<char*> argv;
-    for (std::string& argument : arguments) argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    std::vector<char*> environment;
-    for (std::string& variable : variables) environment.push_back(variable.data());
-    for (char** inherited = environ; *inherited != nullptr; ++inherited) environment.push_back(*inherited);
-    environment.push_back(nullptr);
-    posix_spawn_file_actions_t files;
-    posix_spawn_file_actions_init(&files);
-    posix_spawn_file_actions_addopen(&files, 1, output_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0600);
-    posix_spawn_file_actions_adddup2(&files, 1, 2);
-    EXPECT_EQ(::posix_spawn(&process_, argv[0], &files, nullptr, argv.data(), environment.data()), 0);
-    posix_spawn_file_actions_destroy(&files);
-  }
-  ~ServiceProgram() {
-    if (process_ <= 0) return;
-    ::kill(process_, SIGKILL);
-    ::waitpid(process_, nullptr, 0);
-  }
+      : output_(folder / ("output" + std::to_string(++started_))),
+        process_(command(std::move(variables), arguments),
+                 File(output_, O_WRONLY | O_CREAT | O_TRUNC | O_APPEND).descriptor(), true) {}
 
   /// What it has written to both outputs.
   std::string output() const { return readText(output_); }
@@ -60,17 +38,22 @@ class ServiceProgram {
     });
     return found;
   }
-  void signal(int number) const { ::kill(process_, number); }
+  void signal(int number) const { ::kill(process_.id(), number); }
   /// Its exit code; -1 if a signal or the test's patience ended it.
   int wait() {
-    int status = -1;
-    const bool ended = waitFor([&] { return ::waitpid(process_, &status, WNOHANG) == process_; });
-    if (!ended) return -1;
-    process_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    std::optional<int> code;
+    waitFor([&] { return (code = process_.exitCode()).has_value(); });
+    return code.value_or(-1);
   }
 
  private:
+  static std::vector<std::string> command(std::vector<std::string> variables,
+                                          const std::vector<std::string>& arguments) {
+    variables.insert(variables.begin(), "env");
+    variables.emplace_back(QUILLET_BIN_DIR "/quillet-service");
+    variables.insert(variables.end(), arguments.begin(), arguments.end());
+    return variables;
+  }
   template <typename Happened>
   static bool waitFor(Happened happened) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
@@ -83,7 +66,7 @@ class ServiceProgram {
 
   static inline int started_ = 0;
   std::filesystem::path output_;
-  pid_t process_ = -1;
+  ChildProcess process_;
 };
 
 class ProgramTest : public testing::Test {

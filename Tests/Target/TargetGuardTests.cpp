@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <set>
 
 #include "QuilletCompanion/Target/LocalTestField.h"
 #include "Tests/Doubles/FakeAccessibilityProvider.h"
