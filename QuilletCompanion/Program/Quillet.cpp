@@ -83,7 +83,7 @@ class NamedFront final : public WindowsFront {
 
  private:
   std::unique_ptr<WindowsFront> front_;
-  ApplicationName name_{std::string(kBundleIdentifier), [this] { activate(); }};
+  ApplicationName name_{std::string(kBundleIdentifier), ApplicationName::Answer::shows, [this] { activate(); }};
 };
 
 int runWindows(Program& program, const WindowsMaker& windows) {

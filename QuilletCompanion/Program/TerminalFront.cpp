@@ -23,7 +23,8 @@ class TerminalFront final : public Program::Front {
 
  private:
   TerminalFrontEnd frontEnd_;
-  ApplicationName name_{std::string(kBundleIdentifier), [this] { frontEnd_.startedAgain(); }};
+  ApplicationName name_{std::string(kBundleIdentifier), ApplicationName::Answer::hasNoWindows,
+                        [this] { frontEnd_.startedAgain(); }};
   LineInput input_{[this](std::string_view line) { frontEnd_.handleLine(line); }, [this] { frontEnd_.endOfInput(); }};
 };
 

@@ -27,8 +27,10 @@ std::string pathOf(const std::string& name) {
 
 }  // namespace
 
-ApplicationName::ApplicationName(const std::string& name, std::function<void()> onActivate)
-    : onActivate_(std::move(onActivate)), connection_(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, GErrorSlot())) {
+ApplicationName::ApplicationName(const std::string& name, Answer answer, std::function<void()> onActivate)
+    : answer_(answer),
+      onActivate_(std::move(onActivate)),
+      connection_(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, GErrorSlot())) {
   if (connection_ == nullptr) return;
   g_dbus_connection_set_exit_on_close(connection_.get(), FALSE);
   static constexpr GDBusInterfaceVTable table{called, nullptr, nullptr, {}};
@@ -48,8 +50,14 @@ ApplicationName::~ApplicationName() {
 /// There are no actions, and nothing that could be opened yet; either shows the program.
 void ApplicationName::called(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
                              GDBusMethodInvocation* invocation, void* self) {
-  g_dbus_method_invocation_return_value(invocation, nullptr);
-  static_cast<ApplicationName*>(self)->onActivate_();
+  auto& application = *static_cast<ApplicationName*>(self);
+  if (application.answer_ == Answer::shows) {
+    g_dbus_method_invocation_return_value(invocation, nullptr);
+  } else {
+    g_dbus_method_invocation_return_dbus_error(invocation, "org.freedesktop.DBus.Error.NotSupported",
+                                               "It has no windows.");
+  }
+  application.onActivate_();
 }
 
 bool ApplicationName::activate(const std::string& name) {

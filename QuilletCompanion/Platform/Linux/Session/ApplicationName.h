@@ -12,8 +12,11 @@ namespace quillet {
 /// (org.freedesktop.Application). Without a bus nobody does. Main thread only.
 class ApplicationName {
  public:
-  /// `onActivate` runs from the main loop.
-  ApplicationName(const std::string& name, std::function<void()> onActivate);
+  /// What whoever asks the program to show itself is told.
+  enum class Answer { shows, hasNoWindows };
+
+  /// `onActivate` runs from the main loop, whatever the answer.
+  ApplicationName(const std::string& name, Answer answer, std::function<void()> onActivate);
   ~ApplicationName();
   ApplicationName(const ApplicationName&) = delete;
   ApplicationName& operator=(const ApplicationName&) = delete;
@@ -25,6 +28,7 @@ class ApplicationName {
   static void called(GDBusConnection*, const char* sender, const char* path, const char* interface, const char* method,
                      GVariant* arguments, GDBusMethodInvocation* invocation, void* self);
 
+  const Answer answer_;
   std::function<void()> onActivate_;
   GRef<GDBusConnection> connection_;
   unsigned name_ = 0, object_ = 0;
