@@ -15,7 +15,10 @@ Window {
 
     function appear() {
         fade.stop()
-        opacity = 1
+        if (Theme.reduceMotion)
+            opacity = 1
+        else
+            rise.start()
         rest.restart()
     }
 
@@ -50,6 +53,13 @@ Window {
         id: rest
         interval: 1500
         onTriggered: Theme.reduceMotion ? root.close() : fade.start()
+    }
+    NumberAnimation {
+        id: rise
+        target: root
+        property: "opacity"
+        to: 1
+        duration: 150
     }
     NumberAnimation {
         id: fade

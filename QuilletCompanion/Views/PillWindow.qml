@@ -73,10 +73,10 @@ Window {
                 }
             }
             PillButton {
-                visible: root.phase === "recording" || root.phase === "notInserted" || root.phase === "failed"
+                visible: root.phase === "recording"
                 label: qsTr("Cancel")
                 symbol: "xmark"
-                onClicked: root.phase === "recording" ? dictation.cancel() : dictation.dismiss()
+                onClicked: dictation.cancel()
             }
             Row {
                 id: meter
@@ -160,6 +160,12 @@ Window {
                     text: qsTr("Copy text")
                     Accessible.ignored: true
                 }
+            }
+            PillButton {
+                visible: root.phase === "notInserted" || root.phase === "failed"
+                label: qsTr("Cancel")
+                symbol: "xmark"
+                onClicked: dictation.dismiss()
             }
         }
     }
