@@ -25,6 +25,6 @@ before=$(memory) handles=$(handles)
 cycle "${2:-10}"
 echo "$before KiB and $handles handles before, $(memory) KiB and $(handles) handles after"
 [ "$(handles)" -le $((handles + 2)) ] || fail "handles were left open"
-[ "$(memory)" -le $((before + 3000)) ] || fail "memory was left taken"
+[ "$(memory)" -le $((before + 2000)) ] || fail "memory was left taken"
 noise=$(grep -vE '^[0-9T:.-]+ (debug|info|default) ' "$log" || true)
 [ -z "$noise" ] || fail "the log tells of trouble: $noise"
