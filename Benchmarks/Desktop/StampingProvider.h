@@ -72,6 +72,7 @@ class StampingProvider final : public AccessibilityProvider {
   bool modifiersDown() override {
     return timed(Kind::other, [&] { return inner_.modifiersDown(); });
   }
+  void beginTyping() override { inner_.beginTyping(); }
   TypedUnits typeUnicode(const ElementRef& element, std::u16string_view units) override {
     return timed(Kind::other, [&] { return inner_.typeUnicode(element, units); });
   }

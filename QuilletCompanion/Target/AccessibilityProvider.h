@@ -102,6 +102,8 @@ class AccessibilityProvider {
   virtual bool replaceSelection(const ElementRef& element, std::string_view text) = 0;
   /// Control, Option (Alt) or Command (Super) is held.
   virtual bool modifiersDown() = 0;
+  /// What is typed from now on is another text: what became of an earlier one doesn't stop it.
+  virtual void beginTyping() {}
   /// Types 1 to 20 UTF-16 units as key events with no shift, layout or repeat artefact, into the element that has the
   /// focus and into no other.
   virtual TypedUnits typeUnicode(const ElementRef& element, std::u16string_view units) = 0;

@@ -186,6 +186,7 @@ Awaitable<bool> TextInserter::modifiersReleased() {
 
 Awaitable<InsertionReport> TextInserter::type(const Job& job) {
   const auto chunks = chunksOf(job.units, static_cast<std::size_t>(std::max(pacing_.chunkUTF16Limit, 1)));
+  provider_.beginTyping();
   bool typed = false;
   for (const auto chunk : chunks) {
     const bool begun = typed;

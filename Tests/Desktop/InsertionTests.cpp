@@ -165,6 +165,16 @@ TEST_F(Insertion, TypingStopsWhenTheFieldBecomesReadOnly) {
   EXPECT_EQ(value(), kLong.substr(0, 20));
 }
 
+TEST_F(Insertion, ATerminalThatScrollsMeanwhileTakesALongText) {
+  open("sakura", "-x cat");
+  // What goes at the top is as long as what comes in the meantime.
+  const QStringList line{"1", "2", "3", "4", "5", "6", "7", "8", "9", "a", "b", "c", "d", "e", "f", "Return"};
+  for (int i = 0; i < 16; ++i) press(line);
+  std::string text;
+  while (text.size() < 600) text += kLong + ", ";
+  EXPECT_EQ(insert(text + "to its end"), kTyped);
+}
+
 TEST_F(Insertion, TypingStopsWhenTheFocusLeaves) {
   open(kGTKFields, "--deaf --at 20 leave");
   EXPECT_EQ(insert(kLong), kMaybeTyped);

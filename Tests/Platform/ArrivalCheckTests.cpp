@@ -110,10 +110,39 @@ TEST(ArrivalCheck, ForgetsWhatATargetHasLost) {
   EXPECT_TRUE(busy.arrived() == 2 && busy.takeLost() && !busy.takeLost());
   auto slow = posted(U"ab", here);
   slow.look(Look{6, 6, 0, 1, Unit::codePoints}, at(1400ms));
-  slow.look(Look{6, 6, 0, 1, Unit::codePoints}, at(2899ms));
+  slow.look(Look{6, 6, 0, 1, Unit::codePoints}, at(4399ms));
   EXPECT_EQ(slow.arrived(), 1U) << "it has shown that it is at work";
-  slow.look(Look{6, 6, 0, 1, Unit::codePoints}, at(2900ms));
+  slow.look(Look{6, 6, 0, 1, Unit::codePoints}, at(4400ms));
   EXPECT_TRUE(slow.arrived() == 2 && !slow.lost());
+}
+
+TEST(ArrivalCheck, ATerminalThatScrollsIsReadAtItsCaret) {
+  const auto look = [](std::int64_t characters, std::u32string tail) {
+    return Look{characters, characters, 0, 1, Unit::codePoints, std::move(tail)};
+  };
+  auto check = posted(U"and so on", look(400, U"$ walk "));
+  check.look(look(322, U"$ walk and"), at(1ms));  // a line of 80 has gone at the top, and 2 have come
+  EXPECT_EQ(check.arrived(), 3U);
+  check.look(look(328, U"lk and so on"), at(2ms));
+  EXPECT_EQ(check.underWay(), 0U);
+  check.before(look(328, U"lk and so on"));
+  check.add(U"ly", at(3ms));
+  check.look(look(250, U"$ "), at(4ms));
+  EXPECT_EQ(check.underWay(), 0U) << "somebody else has cleared it";
+}
+
+TEST(ArrivalCheck, WhatAnEarlierTextHasLostDoesNotEndTheNext) {
+  const Look here{5, 5, 0, 1, Unit::codePoints};
+  auto check = posted(U"ab", here);
+  check.beginText();
+  check.look(here, at(4999ms));
+  EXPECT_EQ(check.underWay(), 2U) << "it may still come";
+  check.look(here, at(5000ms));
+  EXPECT_TRUE(check.underWay() == 0 && !check.lost());
+  check.before(here);
+  check.add(U"c", at(6s));
+  check.look(here, at(11s));
+  EXPECT_TRUE(check.lost());
 }
 
 TEST(ArrivalCheck, ATargetThatFallsSilentHasTakenNothing) {

@@ -4,11 +4,14 @@
 #include <algorithm>
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/TextUnits.h"
+#include "QuilletKit/Base/Unicode.h"
 
 namespace quillet {
 namespace {
 
 constexpr int deepest = 8;
+/// Of what stands before a terminal's caret: more than is ever under way.
+constexpr int tailLength = 48;
 
 std::int64_t children(std::string_view text) {
   std::int64_t found = 0;
@@ -170,15 +173,29 @@ std::optional<AXTextRange> AtspiTextReader::selection() {
 
 std::optional<KeyTypist::Observation> AtspiTextReader::observation() {
   const auto leaf = leafAtCaret(false);
-  if (!leaf) return std::nullopt;
+  if (!leaf) return observationWithoutCaret();
   const auto characters = count(*leaf->element);
   const auto selected = range(*leaf->element, leaf->caret);
   if (!characters) return std::nullopt;
+  const auto role = leaf->element->guess().role;
+  KeyTypist::Observation seen{.characters = *characters,
+                              .caret = leaf->caret,
+                              .selected = selected ? selected->end - selected->start : 0,
+                              .element = reinterpret_cast<std::uintptr_t>(leaf->element->accessible()),
+                              .unit = unitOf(toolkit_, role)};
+  if (role != ATSPI_ROLE_TERMINAL) return seen;
+  const auto tail = slice(*leaf->element, std::max(0, leaf->caret - tailLength), leaf->caret);
+  if (const auto units = Unicode::toUTF16(tail.value_or(""))) seen.tail = Unicode::toUTF32(*units);
+  return seen;
+}
+
+std::optional<KeyTypist::Observation> AtspiTextReader::observationWithoutCaret() {
+  if (!isWeb(toolkit_) || element_->guess().role != ATSPI_ROLE_ENTRY) return std::nullopt;
+  const auto characters = count(*element_);
+  if (!characters) return std::nullopt;
   return KeyTypist::Observation{.characters = *characters,
-                                .caret = leaf->caret,
-                                .selected = selected ? selected->end - selected->start : 0,
-                                .element = reinterpret_cast<std::uintptr_t>(leaf->element->accessible()),
-                                .unit = unitOf(toolkit_, leaf->element->guess().role)};
+                                .element = reinterpret_cast<std::uintptr_t>(element_->accessible()),
+                                .unit = unitOf(toolkit_, ATSPI_ROLE_ENTRY)};
 }
 
 std::optional<int> AtspiTextReader::count(const AtspiElement& element) {
@@ -254,9 +271,10 @@ std::optional<AtspiTextReader::Leaf> AtspiTextReader::leafAtCaret(bool measure) 
 std::optional<std::string> AtspiTextReader::textBeforeChildAtCaret(const Leaf& leaf) {
   const auto characters = count(*leaf.element);
   if (!characters || *characters == 0) return std::nullopt;
-  const auto text = slice(*leaf.element, 0, std::min(leaf.caret, *characters - 1) + 1);
-  if (!text || !text->ends_with(TextUnits::embeddedObject)) return std::nullopt;
-  return text->substr(0, text->size() - TextUnits::embeddedObject.size());
+  const int at = std::min(leaf.caret, *characters - 1);
+  // First the one character: most texts have no children, and may be long.
+  if (slice(*leaf.element, at, at + 1) != TextUnits::embeddedObject) return std::nullopt;
+  return slice(*leaf.element, 0, at);
 }
 
 AtspiElementRef AtspiTextReader::child(const AtspiElement& element, std::int64_t index) {

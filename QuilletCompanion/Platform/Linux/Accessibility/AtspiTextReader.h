@@ -49,6 +49,8 @@ class AtspiTextReader {
     AtspiBatch::Index caret = 0, selections = 0, text = 0;
   };
 
+  /// Of a web field without children, which has no caret while one of its completions is shown as having the focus.
+  std::optional<KeyTypist::Observation> observationWithoutCaret();
   ValueQuestion askValue(AtspiBatch& batch) const;
   std::optional<std::string> valueFrom(const AtspiBatch& batch, const ValueQuestion& question);
   CaretQuestion askCaret(AtspiBatch& batch, int guessed) const;

@@ -53,6 +53,7 @@ class SystemAccessibilityProvider final : public AccessibilityProvider {
   FieldReading readField(const ElementRef& element) override;
   bool replaceSelection(const ElementRef& element, std::string_view text) override;
   bool modifiersDown() override { return modifiers_.modifiersDown(); }
+  void beginTyping() override { keyTypist_.beginText(); }
   TypedUnits typeUnicode(const ElementRef& element, std::u16string_view units) override;
   std::unique_ptr<FocusObservation> observeFrontApplication(std::function<void()> changed) override;
   std::unique_ptr<FocusObservation> observeFocus(std::int32_t pid,

@@ -10,8 +10,10 @@ namespace {
 using namespace std::chrono_literals;
 using Unit = TypingObservation::CountUnit;
 
+/// Of blanks at the end of a line, which not all count.
+constexpr Duration uncountedAfter = 1500ms;
 /// A target that has changed and then doesn't for so long has made something else of the rest.
-constexpr Duration forgottenAfter = 1500ms;
+constexpr Duration forgottenAfter = 3s;
 /// One that hasn't changed at all may only be busy, but not for ever.
 constexpr Duration lostAfter = 5s;
 constexpr Duration otherElementWait = 100ms;
@@ -68,13 +70,18 @@ void ArrivalCheck::look(const Look& seen, MonotonicTime time) {
   if (underWay_.empty()) before_ = seen;
 }
 
-/// Blanks at the end of a line are not counted by all.
 void ArrivalCheck::giveUpLate(MonotonicTime time) {
-  const auto missing = underWay_.find_first_not_of(U' ', static_cast<std::size_t>(seenOfUnderWay_));
-  const bool silent = unchangedSince_ <= lastPost_ && missing != underWay_.npos;
-  if (time - std::max(lastPost_, unchangedSince_) < (silent ? lostAfter : forgottenAfter)) return;
-  lost_ = silent;
+  const bool blank = underWay_.find_first_not_of(U' ', static_cast<std::size_t>(seenOfUnderWay_)) == underWay_.npos;
+  const bool silent = unchangedSince_ <= lastPost_ && !blank;
+  const auto patience = blank ? uncountedAfter : silent ? lostAfter : forgottenAfter;
+  if (time - std::max(lastPost_, unchangedSince_) < patience) return;
+  lost_ = silent && posted() > textStart_;
   settle();
+}
+
+void ArrivalCheck::beginText() {
+  textStart_ = posted();
+  lost_ = false;
 }
 
 /// By how much the text is longer than it was without its selection; absent while the selection stands.
@@ -85,9 +92,24 @@ std::optional<std::int64_t> ArrivalCheck::growth(const TypingObservation& seen) 
   return std::max(counted, *seen.caret - *before_->caret);
 }
 
+std::optional<std::uint64_t> ArrivalCheck::shown(const TypingObservation& seen) const {
+  if (!before_->tail || !seen.tail || seen.tail->empty()) return std::nullopt;
+  std::u32string expected = *before_->tail + underWay_.substr(0, static_cast<std::size_t>(seenOfUnderWay_));
+  for (auto arrived = seenOfUnderWay_;; ++arrived) {
+    if (expected.ends_with(*seen.tail)) return arrived;
+    if (arrived == underWay_.size()) return std::nullopt;
+    expected += underWay_[static_cast<std::size_t>(arrived)];
+  }
+}
+
 void ArrivalCheck::count(std::int64_t growth, const TypingObservation& seen, MonotonicTime time) {
+  const auto byTail = shown(seen);
   // Somebody has taken text away since: there is nothing left to count.
-  if (growth < 0) return settle();
+  if (growth < 0 && !byTail) return settle();
+  if (byTail.value_or(0) > seenOfUnderWay_) {
+    seenOfUnderWay_ = *byTail;
+    unchangedSince_ = time;
+  }
   if (growth != lastGrowth_) unchangedSince_ = time;
   lastGrowth_ = growth;
   const std::int64_t points = lengthIn(Unit::codePoints, underWay_);

@@ -21,6 +21,8 @@ class ArrivalCheck {
   std::uint64_t posted() const { return settled_ + underWay_.size(); }
   std::uint64_t arrived() const { return settled_ + seenOfUnderWay_; }
   std::uint64_t underWay() const { return posted() - arrived(); }
+  /// What follows is another text: that an earlier one was lost doesn't concern it.
+  void beginText();
   /// Whether the target was found to have taken nothing of the last, for so long that it has lost it; told once.
   bool takeLost() { return std::exchange(lost_, false); }
   bool lost() const { return lost_; }
@@ -40,11 +42,14 @@ class ArrivalCheck {
   void giveUpLate(MonotonicTime time);
   void settle();
   std::optional<std::int64_t> growth(const TypingObservation& seen) const;
+  /// By what stands before the caret: the fewest of what is under way that explain it; absent if nothing does.
+  std::optional<std::uint64_t> shown(const TypingObservation& seen) const;
   void count(std::int64_t growth, const TypingObservation& seen, MonotonicTime time);
   TypingObservation::CountUnit unitOf(const TypingObservation& seen) const;
 
   std::uint64_t settled_ = 0;
-  std::u32string underWay_;  ///< Posted since `before_`.
+  std::uint64_t textStart_ = 0;  ///< What was posted before the present text.
+  std::u32string underWay_;      ///< Posted since `before_`.
   std::uint64_t seenOfUnderWay_ = 0;
   Look before_;
   MonotonicTime lastPost_;

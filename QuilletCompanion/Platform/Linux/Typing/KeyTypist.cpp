@@ -26,8 +26,10 @@ constexpr Duration remapSettle = 12ms;
 /// So much may be under way when more goes out, so that the target needn't wait for us, and goes out at once. Less
 /// where the target takes long to answer: it handles all keys that it finds before it looks for questions, and must not
 /// be taken for hung.
-constexpr std::uint64_t leastAhead = 2, mostAhead = 16;
+constexpr std::uint64_t leastAhead = 2, firstAhead = 4, mostAhead = 16;
 constexpr Duration quickAnswer = 40ms, slowAnswer = 120ms;
+/// Less also where keys take long to arrive, as in a page that holds each: what is piled up there would be missed.
+constexpr Duration quickArrival = 300ms, slowArrival = 600ms;
 /// Where the target is slower than the time we have: so much may pile up before it is given up.
 constexpr std::uint64_t mostBehind = 100;
 /// What posting without having seen the target catch up leaves of that time.
@@ -70,8 +72,10 @@ struct KeyTypist::Parts {
   std::optional<unsigned> group;
   ArrivalCheck arrival;
   bool later = false;  ///< Whether what `type` left may be tried again.
-  std::uint64_t ahead = mostAhead;
+  std::uint64_t ahead = firstAhead;
   MonotonicTime lastPost;
+  std::uint64_t arrivedByThen = 0;  ///< At the last post.
+  MonotonicTime waitingSince;       ///< Nothing of what is under way has arrived since, or was found slow.
   QTimer idle;
 };
 
@@ -79,6 +83,11 @@ KeyTypist::KeyTypist(const std::string& display) : parts_(std::make_unique<Parts
 
 KeyTypist::~KeyTypist() {
   restoreKeymap();
+}
+
+void KeyTypist::beginText() {
+  parts_->arrival.beginText();
+  parts_->ahead = firstAhead;
 }
 
 TypedUnits KeyTypist::type(std::u16string_view units, const Progress& progress, MonotonicTime deadline) {
@@ -158,6 +167,8 @@ std::size_t KeyTypist::Parts::post(const KeymapPlan::Chunk& chunk, std::u32strin
     const auto slice = std::min<std::size_t>(ahead, chunk.strokes.size() - count);
     if (!keyboard.post(std::span(chunk.strokes).subspan(count, slice), state)) break;
     lastPost = steady_clock::now();
+    arrivedByThen = arrival.arrived();
+    if (arrival.underWay() == 0) waitingSince = lastPost;
     arrival.add(characters.substr(count, slice), lastPost);
     count += slice;
   }
@@ -192,16 +203,21 @@ bool KeyTypist::Parts::mayGoOn(const Progress& progress, MonotonicTime end) {
   if (arrival.underWay() == 0) return true;
   look(progress);
   const bool caughtUp = awaitRoom(progress, end);
-  return !arrival.unreadable() && !arrival.lost() && (caughtUp || arrival.underWay() <= mostBehind);
+  const bool isSlow = ahead == leastAhead;
+  return !arrival.unreadable() && !arrival.lost() && (caughtUp || (!isSlow && arrival.underWay() <= mostBehind));
 }
 
 void KeyTypist::Parts::look(const Progress& progress) {
   const auto start = steady_clock::now();
   const auto seen = progress();
   const auto end = steady_clock::now();
-  if (end - start >= slowAnswer) ahead = std::max(ahead / 2, leastAhead);
-  if (end - start <= quickAnswer) ahead = std::min(ahead * 2, mostAhead);
+  const auto before = arrival.arrived();
   arrival.look(seen, end);
+  const bool late = arrival.underWay() > 0 && end - waitingSince >= slowArrival;
+  const bool early = arrival.arrived() > arrivedByThen && end - lastPost <= quickArrival;
+  if (late || arrival.arrived() > before) waitingSince = end;
+  if (late || end - start >= slowAnswer) ahead = std::max(ahead / 2, leastAhead);
+  if (early && end - start <= quickAnswer) ahead = std::min(ahead * 2, mostAhead);
 }
 
 /// False if more than may be under way still is by then.

@@ -33,6 +33,9 @@ class KeyTypist {
   KeyTypist(const KeyTypist&) = delete;
   KeyTypist& operator=(const KeyTypist&) = delete;
 
+  /// The next chunk is the first of a text: what became of an earlier one doesn't stop it.
+  void beginText();
+
   /// Posts 1 to 20 units as presses and releases with no delay. Before that it waits until most of what was typed
   /// earlier has arrived, and all of it whose keys are needed anew. A target that is slow but alive may fall behind a
   /// little. Nothing is posted for a count outside that, a control character, a lone surrogate, a held Control, Alt or
