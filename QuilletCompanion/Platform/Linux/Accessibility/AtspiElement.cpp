@@ -77,13 +77,23 @@ bool AtspiSummary::isTextual() const {
     case ATSPI_ROLE_TERMINAL:
       return true;
     default:
-      return has(ATSPI_STATE_EDITABLE);
+      return has(ATSPI_STATE_EDITABLE) && !has(ATSPI_STATE_MANAGES_DESCENDANTS);
   }
 }
 
 bool AtspiSummary::isEditable() const {
-  return has(ATSPI_STATE_EDITABLE) && !has(ATSPI_STATE_READ_ONLY) && !has(ATSPI_STATE_DEFUNCT) &&
-         (has(ATSPI_STATE_ENABLED) || has(ATSPI_STATE_SENSITIVE));
+  // A sheet's cells can be edited; the sheet itself, which has the focus while one is selected, is no field.
+  return has(ATSPI_STATE_EDITABLE) && !has(ATSPI_STATE_MANAGES_DESCENDANTS) && !has(ATSPI_STATE_READ_ONLY) &&
+         !has(ATSPI_STATE_DEFUNCT) && (has(ATSPI_STATE_ENABLED) || has(ATSPI_STATE_SENSITIVE));
+}
+
+bool AtspiSummary::offersCompletions() const {
+  const bool closed = has(ATSPI_STATE_EXPANDABLE) && !has(ATSPI_STATE_EXPANDED);
+  return has(ATSPI_STATE_SUPPORTS_AUTOCOMPLETION) && has(ATSPI_STATE_HAS_POPUP) && !closed;
+}
+
+bool AtspiSummary::isActiveItem() const {
+  return role == ATSPI_ROLE_LIST_ITEM && has(ATSPI_STATE_FOCUSED) && has(ATSPI_STATE_ACTIVE);
 }
 
 AtspiSummary statesOf(AtspiAccessible* accessible, std::int32_t pid, CallBudget& budget) {

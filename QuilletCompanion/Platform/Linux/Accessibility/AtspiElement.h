@@ -56,6 +56,10 @@ struct AtspiSummary {
   /// cells, some of which claim the focus as well, are not.
   bool isTextual() const;
   bool isEditable() const;
+  /// A text that shows a list of what it could become.
+  bool offersCompletions() const;
+  /// The item of a list that is chosen while the focus really is with what the list belongs to.
+  bool isActiveItem() const;
 };
 /// Without the role: one call.
 AtspiSummary statesOf(AtspiAccessible* accessible, std::int32_t pid, CallBudget& budget);

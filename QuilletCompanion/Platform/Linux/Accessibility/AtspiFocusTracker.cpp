@@ -18,7 +18,7 @@ constexpr int mostSearches = 5;
 /// How long a search may hold the main thread, and how long it then leaves it alone.
 constexpr std::chrono::milliseconds searchSlice{10}, searchPause{5};
 constexpr std::chrono::milliseconds retryDelay{100};
-constexpr int mostAttempts = 20;
+constexpr int mostAttempts = 20, completionAttempts = 3;
 constexpr std::size_t mostArrivals = 64;
 constexpr std::size_t mostApplications = 64;
 
@@ -45,6 +45,12 @@ bool mayClaimFalsely(AtspiRole role) {
     default:
       return false;
   }
+}
+
+/// The keys still go to the text: web pages show the completion that would be taken next as having the focus.
+bool isCompletion(const AtspiElementRef& element, const AtspiSummary& text, CallBudget& budget) {
+  if (!element || !text.isEditable() || !text.offersCompletions()) return false;
+  return summarize(element->accessible(), element->pid(), budget).isActiveItem();
 }
 
 }  // namespace
@@ -103,7 +109,7 @@ AtspiElementRef AtspiFocusTracker::focused(std::int32_t pid, const std::function
   if (pid == ownPID_) return nullptr;
   takeArrivals(budget);
   auto& application = applications_[pid];
-  if (hasFocus(application.text, budget, role)) return application.text;
+  if (hasFocus(application, budget, role)) return application.text;
   if (application.search) return nullptr;
   const auto active = window();
   if (!shouldSearch(application, active)) return nullptr;
@@ -111,7 +117,7 @@ AtspiElementRef AtspiFocusTracker::focused(std::int32_t pid, const std::function
   application.searches = application.searchedWindow == active ? application.searches + 1 : 1;
   application.searchedWindow = active;
   application.searchedAt = steady_clock::now();
-  if (searchOn(application, budget) == Search::found && hasFocus(application.text, budget, role)) {
+  if (searchOn(application, budget) == Search::found && hasFocus(application, budget, role)) {
     return application.text;
   }
   if (application.search) searching_.start();
@@ -137,12 +143,23 @@ void AtspiFocusTracker::continueSearches() {
   }
 }
 
-bool AtspiFocusTracker::hasFocus(const AtspiElementRef& element, CallBudget& budget, AtspiRole* role) {
+bool AtspiFocusTracker::hasFocus(const Application& application, CallBudget& budget, AtspiRole* role) {
+  const auto& element = application.text;
   if (!element) return false;
   const auto look = role != nullptr ? summarize : statesOf;
   const auto summary = look(element->accessible(), element->pid(), budget);
   if (role != nullptr) *role = summary.role;
-  return summary.has(ATSPI_STATE_FOCUSED);
+  return summary.has(ATSPI_STATE_FOCUSED) || isCompletion(application.latest, summary, budget);
+}
+
+std::optional<bool> AtspiFocusTracker::takesKeys(const AtspiElementRef& element, CallBudget& budget) {
+  const auto states = statesOf(element->accessible(), element->pid(), budget);
+  if (!states.answered()) return std::nullopt;
+  if (states.has(ATSPI_STATE_FOCUSED)) return true;
+  takeArrivals(budget);
+  const auto& latest = applications_[element->pid()].latest;
+  if (!latest || sameElement(latest, element)) return std::nullopt;
+  return isCompletion(latest, states, budget);
 }
 
 bool AtspiFocusTracker::shouldSearch(const Application& application, unsigned long window) const {
@@ -174,15 +191,28 @@ bool AtspiFocusTracker::take(const Arrival& arrival, CallBudget& budget) {
   const bool textual = summary.isTextual();
   if (!focused && !textual && mayClaimFalsely(summary.role)) return true;
   forgetGone();
-  applications_[pid].searches = 0;  // something has changed there
-  AtspiElementRef element;
-  if (textual || !focused) element = std::make_shared<AtspiElement>(addRef(arrival.source.get()), pid);
+  if (mayBecomeCompletion(arrival, summary, pid, budget)) return false;
+  auto& application = applications_[pid];
+  application.searches = 0;  // something has changed there
+  AtspiElementRef element = std::make_shared<AtspiElement>(addRef(arrival.source.get()), pid);
+  if (sameElement(element, application.text)) element = application.text;  // which knows what it answered before
+  if (focused) application.latest = element;
   if (focused && textual) {
-    applications_[pid].text = element;
-    applications_[pid].search.reset();
+    application.text = element;
+    application.search.reset();
   }
-  tell(pid, element);
+  tell(pid, textual || !focused ? element : nullptr);
   return true;
+}
+
+/// A page tells of the focus first, and a moment later what its item and its text are.
+bool AtspiFocusTracker::mayBecomeCompletion(const Arrival& arrival, const AtspiSummary& item, std::int32_t pid,
+                                            CallBudget& budget) {
+  const bool early = arrival.attempts < completionAttempts && item.role == ATSPI_ROLE_LIST_ITEM;
+  const auto& element = applications_[pid].text;
+  if (!early || !element || !item.has(ATSPI_STATE_FOCUSED)) return false;
+  const auto text = statesOf(element->accessible(), pid, budget);
+  return text.has(ATSPI_STATE_SUPPORTS_AUTOCOMPLETION) && !(item.isActiveItem() && text.offersCompletions());
 }
 
 // Not from here: the caller may be in the middle of an operation.

@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -43,6 +44,8 @@ class AtspiFocusTracker {
   /// role by the same look.
   AtspiElementRef focused(std::int32_t pid, const std::function<unsigned long()>& window, CallBudget& budget,
                           AtspiRole* role = nullptr);
+  /// Whether keys go to `element`; absent if it doesn't answer, or has lost the focus and nothing told yet what got it.
+  std::optional<bool> takesKeys(const AtspiElementRef& element, CallBudget& budget);
 
  private:
   struct Arrival {
@@ -52,6 +55,7 @@ class AtspiFocusTracker {
   enum class Search { running, found, failed };
   struct Application {
     AtspiElementRef text;
+    AtspiElementRef latest;  ///< The last that told of the focus.
     unsigned long searchedWindow = 0;
     int searches = 0;  ///< Of that window, since the last event.
     MonotonicTime searchedAt{};
@@ -61,7 +65,7 @@ class AtspiFocusTracker {
   void stop();
   static void handle(AtspiEvent* event, void* self);
   std::int32_t pidOf(AtspiAccessible* source);
-  bool hasFocus(const AtspiElementRef& element, CallBudget& budget, AtspiRole* role);
+  bool hasFocus(const Application& application, CallBudget& budget, AtspiRole* role);
   bool shouldSearch(const Application& application, unsigned long window) const;
   Search searchOn(Application& application, CallBudget& budget);
   void continueSearches();
@@ -69,6 +73,7 @@ class AtspiFocusTracker {
   void takeArrivals(CallBudget& budget);
   /// False if the element doesn't answer yet.
   bool take(const Arrival& arrival, CallBudget& budget);
+  bool mayBecomeCompletion(const Arrival& arrival, const AtspiSummary& item, std::int32_t pid, CallBudget& budget);
   void forgetGone();
 
   std::int32_t ownPID_;

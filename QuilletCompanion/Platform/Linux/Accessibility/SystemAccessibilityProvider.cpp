@@ -177,9 +177,9 @@ TypedUnits SystemAccessibilityProvider::typeUnicode(const ElementRef& wanted, st
   typedInto_ = element;
   AtspiTextReader reader(element, budget);
   const auto progress = [&]() -> std::optional<KeyTypist::Observation> {
-    const auto states = statesOf(element->accessible(), pid, budget);
-    if (!states.answered()) return std::nullopt;
-    if (!states.has(ATSPI_STATE_FOCUSED) || !isInFront()) return KeyTypist::Observation{.elsewhere = true};
+    const auto takesKeys = tracker_->takesKeys(element, budget);
+    if (!takesKeys) return std::nullopt;
+    if (!*takesKeys || !isInFront()) return KeyTypist::Observation{.elsewhere = true};
     return reader.observation();
   };
   return keyTypist_.type(units, progress, deadline);
