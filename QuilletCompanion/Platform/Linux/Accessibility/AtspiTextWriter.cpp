@@ -26,6 +26,7 @@ class Writer {
                count = batch.property("Text", "CharacterCount");
     const auto summary = summarize(element_.accessible(), element_.pid(), budget_);
     if (!summary.isEditable()) return Replacement::failed;
+    if (summary.role == ATSPI_ROLE_PARAGRAPH && isInCell()) return Replacement::failed;
     batch.wait();
     std::optional<int> start = batch.number(caret);
     if (batch.number(selections).value_or(0) > 0) {
@@ -43,6 +44,23 @@ class Writer {
 
   bool mayCall() { return budget_.mayCall(element_.pid()); }
   AtspiEditableText* editable() const { return ATSPI_EDITABLE_TEXT(element_.accessible()); }
+
+  /// What is written into the cell of a spreadsheet while it is edited shows there, and is gone once the cell is left:
+  /// only what comes as keys is kept.
+  bool isInCell() {
+    const auto cell = parentOf(element_.accessible());
+    const auto document = roleOf(cell.get()) == ATSPI_ROLE_PANEL ? parentOf(cell.get()) : nullptr;
+    return roleOf(document.get()) == ATSPI_ROLE_DOCUMENT_SPREADSHEET;
+  }
+  GRef<AtspiAccessible> parentOf(AtspiAccessible* accessible) {
+    GErrorSlot error;
+    return GRef<AtspiAccessible>(mayCall() ? atspi_accessible_get_parent(accessible, error) : nullptr);
+  }
+  AtspiRole roleOf(AtspiAccessible* accessible) {
+    GErrorSlot error;
+    if (accessible == nullptr || !mayCall()) return ATSPI_ROLE_INVALID;
+    return atspi_accessible_get_role(accessible, error);
+  }
 
   std::optional<Range> selection() {
     GErrorSlot error;
