@@ -236,7 +236,7 @@ TEST_F(Typing, ProgramThatTakesNothingUpIsGivenUpBeforeItGetsAnythingWrong) {
     taken += next.substr(0, posted.count);
   }
   EXPECT_TRUE(!posted && posted.later);
-  EXPECT_GE(taken.size(), 16U);
+  EXPECT_GE(taken.size(), 2U);
   target->editor().resume();
   EXPECT_TRUE(target->becomes(Unicode::toUTF8(taken).value())) << target->text();
 }

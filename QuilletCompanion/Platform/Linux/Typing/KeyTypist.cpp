@@ -26,7 +26,7 @@ constexpr Duration remapSettle = 12ms;
 /// So much may be under way when more goes out, so that the target needn't wait for us, and goes out at once. Less
 /// where the target takes long to answer: it handles all keys that it finds before it looks for questions, and must not
 /// be taken for hung.
-constexpr std::uint64_t leastAhead = 2, firstAhead = 4, mostAhead = 16;
+constexpr std::uint64_t leastAhead = 2, mostAhead = 16;
 constexpr Duration quickAnswer = 40ms, slowAnswer = 120ms;
 /// Less also where keys take long to arrive, as in a page that holds each: what is piled up there would be missed.
 constexpr Duration quickArrival = 300ms, slowArrival = 600ms;
@@ -62,6 +62,7 @@ struct KeyTypist::Parts {
                    const Progress& progress, MonotonicTime end);
   void look(const Progress& progress);
   bool mayGoOn(const Progress& progress, MonotonicTime end);
+  bool mayPileUp() const;
   bool awaitRoom(const Progress& progress, MonotonicTime end);
   bool awaitArrival(std::uint64_t characters, const Progress& progress, MonotonicTime end);
   void refresh(unsigned group);
@@ -72,7 +73,7 @@ struct KeyTypist::Parts {
   std::optional<unsigned> group;
   ArrivalCheck arrival;
   bool later = false;  ///< Whether what `type` left may be tried again.
-  std::uint64_t ahead = firstAhead;
+  std::uint64_t ahead = leastAhead;
   MonotonicTime lastPost;
   std::uint64_t arrivedByThen = 0;  ///< At the last post.
   MonotonicTime waitingSince;       ///< Nothing of what is under way has arrived since, or was found slow.
@@ -87,7 +88,7 @@ KeyTypist::~KeyTypist() {
 
 void KeyTypist::beginText() {
   parts_->arrival.beginText();
-  parts_->ahead = firstAhead;
+  parts_->ahead = leastAhead;
 }
 
 TypedUnits KeyTypist::type(std::u16string_view units, const Progress& progress, MonotonicTime deadline) {
@@ -159,8 +160,8 @@ std::size_t KeyTypist::Parts::post(const KeymapPlan::Chunk& chunk, std::u32strin
   std::size_t count = 0;
   while (count < chunk.strokes.size()) {
     if (count > 0) {
-      awaitRoom(progress, end);
-      if (arrival.elsewhere() || keyboard.state() != state) break;
+      const bool room = awaitRoom(progress, end);
+      if (arrival.elsewhere() || keyboard.state() != state || !(room || mayPileUp())) break;
     } else if (arrival.underWay() == 0 && !arrival.before(progress())) {
       break;
     }
@@ -203,8 +204,12 @@ bool KeyTypist::Parts::mayGoOn(const Progress& progress, MonotonicTime end) {
   if (arrival.underWay() == 0) return true;
   look(progress);
   const bool caughtUp = awaitRoom(progress, end);
-  const bool isSlow = ahead == leastAhead;
-  return !arrival.unreadable() && !arrival.lost() && (caughtUp || (!isSlow && arrival.underWay() <= mostBehind));
+  return !arrival.unreadable() && !arrival.lost() && (caughtUp || mayPileUp());
+}
+
+/// Not in a target that was never quick, or no longer is.
+bool KeyTypist::Parts::mayPileUp() const {
+  return ahead > leastAhead && arrival.underWay() <= mostBehind;
 }
 
 void KeyTypist::Parts::look(const Progress& progress) {
