@@ -93,7 +93,8 @@ bool AtspiSummary::offersCompletions() const {
 }
 
 bool AtspiSummary::isActiveItem() const {
-  return role == ATSPI_ROLE_LIST_ITEM && has(ATSPI_STATE_FOCUSED) && has(ATSPI_STATE_ACTIVE);
+  const bool active = has(ATSPI_STATE_ACTIVE) || !has(ATSPI_STATE_FOCUSABLE);  // some say the one, some the other
+  return role == ATSPI_ROLE_LIST_ITEM && has(ATSPI_STATE_FOCUSED) && active;
 }
 
 AtspiSummary statesOf(AtspiAccessible* accessible, std::int32_t pid, CallBudget& budget) {
