@@ -1,19 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include <fcntl.h>
-#include <signal.h>
-#include <spawn.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/read.hpp>
 #include <boost/asio/read_until.hpp>
 #include <boost/asio/write.hpp>
-#include <fstream>
 #include <iterator>
 #include <sstream>
 
+#include "Benchmarks/ServerProcess.h"
 #include "Benchmarks/ServiceRig.h"
 #include "Benchmarks/Table.h"
 
@@ -29,66 +24,6 @@ constexpr int kPairs = 64;
 constexpr int kCallsPerRound = 20;
 constexpr int kRounds = 6;
 constexpr const char* kBroker = "/usr/sbin/nats-server";
-
-/// A program that says where it listens on a line of its output. Killed at the end.
-class Server {
- public:
-  Server(std::vector<std::string> arguments, const std::filesystem::path& folder, const std::string& mark) {
-    const std::filesystem::path output = folder / "output";
-    std::filesystem::remove(output);
-    std::vector<char*> argv;
-    for (std::string& argument : arguments) argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    posix_spawn_file_actions_t files;
-    posix_spawn_file_actions_init(&files);
-    posix_spawn_file_actions_addopen(&files, 1, output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-    posix_spawn_file_actions_adddup2(&files, 1, 2);
-    const int failed = ::posix_spawn(&process_, argv[0], &files, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&files);
-    if (failed != 0) throw std::runtime_error("cannot start " + arguments[0]);
-    findPort(output, mark);
-  }
-  ~Server() {
-    ::kill(process_, SIGKILL);
-    ::waitpid(process_, nullptr, 0);
-  }
-
-  tcp::endpoint endpoint() const { return {asio::ip::address_v4::loopback(), port_}; }
-  double memoryKiB() const {
-    std::ifstream file("/proc/" + std::to_string(process_) + "/smaps_rollup");
-    for (std::string word; file >> word;) {
-      if (word == "Pss:" && file >> word) return std::stod(word);
-    }
-    return 0;
-  }
-  double cpuMicroseconds() const {
-    std::ifstream file("/proc/" + std::to_string(process_) + "/stat");
-    std::string word;
-    for (int field = 1; field <= 13; ++field) file >> word;
-    double user = 0, system = 0;
-    file >> user >> system;
-    return (user + system) / static_cast<double>(::sysconf(_SC_CLK_TCK)) * 1e6;
-  }
-
- private:
-  void findPort(const std::filesystem::path& output, const std::string& mark) {
-    const auto deadline = SteadyClock::now() + std::chrono::seconds(20);
-    while (SteadyClock::now() < deadline) {
-      std::ifstream file(output);
-      for (std::string line; std::getline(file, line) && !file.eof();) {
-        const auto at = line.find(mark);
-        if (at == line.npos) continue;
-        port_ = static_cast<std::uint16_t>(std::stoi(line.substr(line.rfind(':') + 1)));
-        return;
-      }
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    throw std::runtime_error("a server didn't come up");
-  }
-
-  pid_t process_ = -1;
-  std::uint16_t port_ = 0;
-};
 
 /// As many idle ones as descriptors allow.
 std::size_t raiseDescriptors() {
@@ -108,52 +43,12 @@ tcp::socket dialFrom(asio::io_context& context, const tcp::endpoint& endpoint, s
   return socket;
 }
 
-std::string writeAndRead(tcp::socket& socket, const std::string& text, const std::string& until) {
-  asio::write(socket, asio::buffer(text));
-  std::string answer;
-  asio::read_until(socket, asio::dynamic_buffer(answer), until);
-  return answer;
-}
-
-std::string textOf(const http::request<http::string_body>& request) {
-  std::ostringstream out;
-  out << request;
-  return out.str();
-}
-
-std::string ask(tcp::socket& socket, const http::request<http::string_body>& request) {
-  http::write(socket, request);
-  beast::flat_buffer buffer;
-  http::response<http::string_body> response;
-  http::read(socket, buffer, response);
-  if (response.result_int() != 200) throw std::runtime_error("refused: " + response.body());
-  return response.body();
-}
-
-void enrol(tcp::socket& socket, const Identity& device) {
-  ask(socket,
-      signedRequest(device.identity, "POST", "/v1/devices/register", JSONCoding::encode(device.registration())));
-}
-
-void pairOverHTTP(tcp::socket& socket, const Identity& mac, const Identity& phone) {
-  const std::string key = mac.peer.agreementPublicKey;
-  const auto created = JSONCoding::decode<CreatePairingResponse>(
-      ask(socket, signedRequest(mac.identity, "POST", "/v1/pairing/sessions",
-                                JSONCoding::encode(CreatePairingRequest{key, "Desk"}))));
-  ask(socket, signedRequest(phone.identity, "POST", "/v1/pairing/claim",
-                            JSONCoding::encode(ClaimPairingRequest{created.sessionId, std::nullopt, key, "Pocket"})));
-  for (const Identity* side : {&phone, &mac}) {
-    ask(socket, signedRequest(side->identity, "POST", "/v1/pairing/sessions/" + created.sessionId + "/confirm",
-                              JSONCoding::encode(ConfirmPairingRequest{"sealed"})));
-  }
-}
-
 struct Outcome {
-  double idleKiB = 0, perSecond = 0, cpu = 0;
+  double idleKiB = 0, perSecond = 0, cpu = 0, leftKiB = 0;
 };
 
 template <typename Round>
-Outcome measure(const Server& server, double idleKiB, Round round) {
+Outcome measure(const ServerProcess& server, double idleKiB, Round round) {
   std::vector<double> samples;
   round(samples);  // warm
   samples.clear();
@@ -165,9 +60,7 @@ Outcome measure(const Server& server, double idleKiB, Round round) {
 }
 
 Outcome measureService(std::size_t idle, const std::filesystem::path& folder) {
-  const Server server({QUILLET_BIN_DIR "/quillet-service", "--listen", "127.0.0.1:0", "--database", folder / "db",
-                       "--max-connections-per-address", "0", "--max-registrations-per-hour", "0", "--log", "error"},
-                      folder, "listening on");
+  const ServerProcess server(ServerProcess::service(folder / "db"), folder, "listening on");
   asio::io_context context(1);
   tcp::socket control = dial(context, server.endpoint());
   std::deque<Identity> desktops, macs, phones;
@@ -190,8 +83,15 @@ Outcome measureService(std::size_t idle, const std::filesystem::path& folder) {
     if (!answer.starts_with("HTTP/1.1 101")) throw std::runtime_error("no upgrade: " + answer);
   }
   const double idleKiB = (server.memoryKiB() - empty) / static_cast<double>(idle);
-  Clients clients(server.endpoint(), macs, phones);
-  return measure(server, idleKiB, [&](std::vector<double>& samples) { clients.call(kCallsPerRound, samples); });
+  Outcome outcome;
+  {
+    Clients clients(server.endpoint(), macs, phones);
+    outcome = measure(server, idleKiB, [&](std::vector<double>& samples) { clients.call(kCallsPerRound, samples); });
+  }
+  sockets.clear();
+  std::this_thread::sleep_for(std::chrono::seconds(2));
+  outcome.leftKiB = (server.memoryKiB() - empty) / static_cast<double>(idle);
+  return outcome;
 }
 
 /// One client of the broker, which speaks its text protocol.
@@ -251,7 +151,7 @@ Outcome measureBroker(std::size_t idle, const std::filesystem::path& folder) {
   tcp::acceptor free(context, {asio::ip::address_v4::loopback(), 0});
   const auto port = std::to_string(free.local_endpoint().port());
   free.close();
-  const Server server({kBroker, "-a", "127.0.0.1", "-p", port}, folder, "Listening for client connections on");
+  const ServerProcess server({kBroker, "-a", "127.0.0.1", "-p", port}, folder, "Listening for client connections on");
   const double empty = server.memoryKiB();
   std::deque<BrokerClient> sockets, desktops, phones;
   for (std::size_t i = 0; i < idle; ++i) {
@@ -285,11 +185,11 @@ void load(Table& table) {
   const std::size_t idle = raiseDescriptors();
   table.section("Load: " + std::to_string(idle) + " idle desktops, and 64 pairs that exchange 1 KB at full speed");
   if (!std::filesystem::exists(kBroker)) return table.note("skipped: nats-server is not installed");
-  std::string pattern = (std::filesystem::temp_directory_path() / "quillet-load-XXXXXX").string();
-  const std::filesystem::path folder = ::mkdtemp(pattern.data());
-  const Outcome ours = measureService(idle, folder), broker = measureBroker(idle, folder);
-  std::filesystem::remove_all(folder);
+  const ScratchFolder folder;
+  const Outcome ours = measureService(idle, folder.path()), broker = measureBroker(idle, folder.path());
   table.add({"memory of an idle desktop", {ours.idleKiB, "KiB"}, "nats-server", Figure{broker.idleKiB, "KiB"}});
+  table.add({"the same beside what it may take", {ours.idleKiB, "KiB"}, "", {}, 6});
+  table.add({"the same after they have left", {ours.leftKiB, "KiB"}, "", {}, 1});
   table.add({"round trips a second", {ours.perSecond, "1/s"}, "nats-server", Figure{broker.perSecond, "1/s"}});
   table.add({"CPU of one round trip", {ours.cpu, "us"}, "nats-server", Figure{broker.cpu, "us"}});
   table.note(
