@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <QDirIterator>
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -15,6 +16,7 @@
 #include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
 #include "Tests/Desktop/StubLock.h"
 #include "Tests/EndToEnd/KillPoint.h"
+#include "Tests/EndToEnd/ProcessMemory.h"
 #include "Tests/EndToEnd/Programs.h"
 // The macros of its own headers must come last.
 #include "Tests/Desktop/DisplayKeyboard.h"
@@ -222,6 +224,34 @@ TEST_F(WritingCrashSweep, KilledAtAnyStepItInsertsAtMostOnceAndTellsTheTruth) {
   // An attempt's entry and its outcome's are one file replacement each; "received" and the result are frames.
   sweep({{"open", 2}, {"write", 2}, {"fdatasync", 2}, {"rename", 2}, {"fsync", 2}, {"send", 2}, {"call", 3}});
   EXPECT_GT(uncertainYetThere, 0) << "never killed between insertion and its record";
+}
+
+/// What lies in the desktop program's memory once it has served.
+class MemoryTest : public WritingCrashSweep {
+ protected:
+  MemoryTest() { words = "wombats under a quartz sky"; }
+  QByteArray key(const QString& name) {
+    QDirIterator files(folder.filePath("data"), {name}, QDir::Files, QDirIterator::Subdirectories);
+    QFile file(files.next());
+    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+  }
+};
+
+TEST_F(MemoryTest, KeepsHardlyAnyTextAndItsKeysInGuardedPagesOnly) {
+  Utterance last;
+  for (const auto* name : {"a", "b", "c", "d", "e"}) EXPECT_EQ(repeat(last = prepare(name)).outcome, "inserted");
+  if (!ProcessMemory::isReadable(desktop.pid())) GTEST_SKIP() << "only its owner's superior may look";
+  EXPECT_GT(ProcessMemory(editor.pid()).count(textForms(last.text)), 0) << "nothing can be found";
+  // The bus library keeps its last five messages, to use them again; the field's whole text may stand in each.
+  const auto copies = [&] { return ProcessMemory(desktop.pid()).count(textForms(last.text)); };
+  EXPECT_TRUE(eventually([&] { return copies() <= 5; })) << copies() << " copies of a text";
+  for (const auto* name : {"device.signing.v1", "device.agreement.v1"}) {
+    const auto secret = key(name);
+    ASSERT_EQ(secret.size(), 32) << name;
+    const ProcessMemory memory(desktop.pid());
+    EXPECT_GE(memory.count({secret}), 1) << name;
+    EXPECT_EQ(memory.count({secret}, ProcessMemory::Pages::ordinary), 0) << name;
+  }
 }
 
 /// A phone that is being paired while the desktop program dies.

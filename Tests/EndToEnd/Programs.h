@@ -27,6 +27,7 @@ class Program {
     process_->waitForStarted();
   }
   void say(const char* line) { process_->write(line); }
+  qint64 pid() const { return process_->processId(); }
   bool running() const { return process_ && process_->state() != QProcess::NotRunning; }
   /// Waits for its end; -1 if it doesn't end by itself, or not in order.
   int exitCode() {
