@@ -50,6 +50,7 @@ export GSETTINGS_BACKEND=memory GSK_RENDERER=cairo LIBGL_ALWAYS_SOFTWARE=1 NO_AT
 # Without -noreset the server forgets the accessibility bus's address whenever its last client leaves.
 Xvfb -displayfd 3 -screen 0 "${QUILLET_DESKTOP_SIZE:-1280x800}x24" -noreset +extension XTEST 3>"$place/display" >"$place/xvfb.log" 2>&1 &
 servers+=($!)
+export QUILLET_DISPLAY_SERVER=$!
 await "the display" test -s "$place/display"
 DISPLAY=:$(<"$place/display")
 export DISPLAY

@@ -4,9 +4,13 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <QRasterWindow>
 #include <chrono>
 #include <cstdlib>
+#include <functional>
 
+#include "QuilletCompanion/Platform/Linux/Typing/ModifierState.h"
+#include "QuilletCompanion/Platform/Linux/X11/FrontWindow.h"
 #include "Tests/Doubles/BusCalls.h"
 #include "Tests/EndToEnd/Programs.h"
 
@@ -25,7 +29,14 @@ class StoppedPart : public testing::Test {
                   environment);
     url = QString(service.readLine()).trimmed().section(' ', -1);
     ASSERT_TRUE(url.startsWith("http://"));
+    systemBus.start("dbus-daemon", {"--session", "--nofork", "--address=" + systemAddress()});
+    ASSERT_TRUE(eventually([this] { return BusCalls::connectTo(systemAddress().toStdString()) != nullptr; }));
   }
+  void TearDown() override {
+    systemBus.kill();
+    systemBus.waitForFinished();
+  }
+  QString systemAddress() const { return "unix:path=" + folder.filePath("system-bus"); }
 
   /// The process behind a name on a bus, which is started if it can be; -1 if there is none.
   static pid_t ownerAt(const std::string& address, const char* name) {
@@ -41,11 +52,13 @@ class StoppedPart : public testing::Test {
   }
   static pid_t sessionBus() { return ownerAt(sessionAddress(), "org.freedesktop.DBus"); }
   static pid_t accessibilityBus() { return ownerAt(accessibilityAddress(), "org.freedesktop.DBus"); }
+  static pid_t displayServer() { return std::atoi(std::getenv("QUILLET_DISPLAY_SERVER")); }
   static pid_t registry() { return ownerAt(accessibilityAddress(), "org.a11y.atspi.Registry"); }
   void startDesktop() {
     auto environment = QProcessEnvironment::systemEnvironment();
     environment.insert("XDG_DATA_HOME", folder.filePath("data"));
     environment.insert("XDG_CONFIG_HOME", folder.filePath("config"));
+    environment.insert("DBUS_SYSTEM_BUS_ADDRESS", systemAddress());
     desktop.start("QuilletCompanion", {"--terminal", "--json", "-QLTServerURLOverride", url}, environment);
   }
   /// The program takes a command before it gets impatient with anybody.
@@ -65,13 +78,18 @@ class StoppedPart : public testing::Test {
   QTemporaryDir folder;
   QString url;
   Program service, desktop;
+  QProcess systemBus;
 };
 
 TEST_F(StoppedPart, HoldsTheProgramUpNeitherAtItsStartNorInUseNorAtItsEnd) {
   const struct {
     const char* name;
-    pid_t (*find)();
-  } parts[] = {{"session bus", sessionBus}, {"accessibility bus", accessibilityBus}, {"registry", registry}};
+    std::function<pid_t()> find;
+  } parts[] = {{"session bus", sessionBus},
+               {"accessibility bus", accessibilityBus},
+               {"registry", registry},
+               {"system bus", [this] { return static_cast<pid_t>(systemBus.processId()); }},
+               {"display", displayServer}};
   for (const auto& part : parts) {
     SCOPED_TRACE(part.name);
     const pid_t pid = part.find();
@@ -89,6 +107,20 @@ TEST_F(StoppedPart, HoldsTheProgramUpNeitherAtItsStartNorInUseNorAtItsEnd) {
     quit();
     ::kill(pid, SIGCONT);
   }
+}
+
+TEST_F(StoppedPart, ADisplayThatAnswersAgainIsUsedAgain) {
+  QRasterWindow window;
+  window.show();
+  FrontWindow front;
+  ASSERT_TRUE(eventually([&] { return front.owner().has_value(); }));
+  ::kill(displayServer(), SIGSTOP);
+  const auto begin = steady_clock::now();
+  EXPECT_FALSE(front.owner());
+  EXPECT_FALSE(ModifierState().modifiersDown());
+  EXPECT_LE(steady_clock::now() - begin, 2 * ServerWatch::limit + 1s);
+  ::kill(displayServer(), SIGCONT);
+  EXPECT_TRUE(eventually([&] { return front.owner().has_value(); }));
 }
 
 }  // namespace

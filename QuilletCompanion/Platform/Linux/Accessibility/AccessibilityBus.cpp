@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <optional>
 #include <utility>
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/CallBudget.h"
@@ -23,6 +24,17 @@ constexpr std::chrono::milliseconds answersWithin{500};
 constexpr std::chrono::milliseconds answersAtOnce{50};
 constexpr const char* registryName = "org.a11y.atspi.Registry";
 constexpr int timeout = static_cast<int>(CallBudget::limit.count());
+
+/// The library would ask the X server where the bus is, without a limit, unless it is told.
+bool initialise(const std::string& address) {
+  constexpr auto variable = "AT_SPI_BUS_ADDRESS";
+  const char* const found = g_getenv(variable);
+  const auto before = found != nullptr ? std::optional<std::string>(found) : std::nullopt;
+  g_setenv(variable, address.c_str(), TRUE);
+  const bool succeeded = atspi_init() <= 1;  // 1: it was initialised before
+  before ? void(g_setenv(variable, before->c_str(), TRUE)) : g_unsetenv(variable);
+  return succeeded;
+}
 
 }  // namespace
 
@@ -136,7 +148,7 @@ void AccessibilityBus::connect(MonotonicTime deadline) {
   attempt_.reset();
   if (!answered) return bus_.reset();
   atspi_set_timeout(timeout, timeout);
-  connected_ = atspi_init() <= 1;  // 1: it was initialised before
+  connected_ = initialise(address_);
   if (connected_) watchRegistry();
 }
 

@@ -67,8 +67,14 @@ class X11SystemKeyboard::TakenListener final : public Taken {
   unsigned number_;
 };
 
-X11SystemKeyboard::X11SystemKeyboard(const std::string& display) : connection_(display) {
-  if (!connection_.usable()) return;
+// What the server holds for us isn't asked for a second time, and most of what we wait for is the answer to its own
+// word.
+X11SystemKeyboard::X11SystemKeyboard(const std::string& display)
+    : connection_(display, X11Connection::Waits::unbounded) {
+  if (connection_.usable()) setUp();
+}
+
+void X11SystemKeyboard::setUp() {
   auto* const x = connection_.get();
   int error = 0;
   int event = 0;
@@ -91,7 +97,8 @@ X11SystemKeyboard::X11SystemKeyboard(const std::string& display) : connection_(d
 
 X11SystemKeyboard::~X11SystemKeyboard() = default;
 
-bool X11SystemKeyboard::isReady() const {
+bool X11SystemKeyboard::isReady() {
+  if (witness_ == 0 && connection_.reopen()) setUp();  // a server that let us in late
   return connection_.usable() && keymapNow() != nullptr;
 }
 
@@ -223,7 +230,8 @@ void X11SystemKeyboard::readHeldKeys() {
 }
 
 std::optional<std::string> X11SystemKeyboard::keyText(std::uint16_t keyCode) const {
-  return isReady() ? present_->text(keyCode) : std::nullopt;
+  const auto* const keymap = keymapNow();
+  return keymap != nullptr ? keymap->text(keyCode) : std::nullopt;
 }
 
 /// Events that came with a reply no longer make the socket readable.

@@ -60,7 +60,8 @@ class X11SystemKeyboard final : public SystemKeyboard {
   class TakenGrab;
   class TakenListener;
 
-  bool isReady() const;
+  void setUp();
+  bool isReady();
   const PresentKeymap* keymapNow() const;
   int grab(const Grab& wanted);
   int probe(const Grab& wanted) const;

@@ -2,8 +2,11 @@
 #include "QuilletCompanion/Platform/Linux/Session/ApplicationName.h"
 
 #include <algorithm>
+#include <chrono>
 #include <string_view>
 #include <utility>
+
+#include "QuilletCompanion/Platform/Linux/Session/BusAttempt.h"
 
 namespace quillet {
 namespace {
@@ -25,12 +28,19 @@ std::string pathOf(const std::string& name) {
   return path;
 }
 
+/// Null unless it answers soon.
+GRef<GDBusConnection> sessionBus() {
+  const auto address = takeText(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, GErrorSlot()));
+  if (!address) return {};
+  BusAttempt attempt(*address);
+  if (!attempt.wait(std::chrono::milliseconds(500)) || !attempt.take()) return {};
+  return GRef<GDBusConnection>(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, GErrorSlot()));
+}
+
 }  // namespace
 
 ApplicationName::ApplicationName(const std::string& name, Answer answer, std::function<void()> onActivate)
-    : answer_(answer),
-      onActivate_(std::move(onActivate)),
-      connection_(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, GErrorSlot())) {
+    : answer_(answer), onActivate_(std::move(onActivate)), name_(name), connection_(sessionBus()) {
   if (connection_ == nullptr) return;
   g_dbus_connection_set_exit_on_close(connection_.get(), FALSE);
   static constexpr GDBusInterfaceVTable table{called, nullptr, nullptr, {}};
@@ -38,13 +48,20 @@ ApplicationName::ApplicationName(const std::string& name, Answer answer, std::fu
   object_ = g_dbus_connection_register_object(connection_.get(), pathOf(name).c_str(), node->interfaces[0], &table,
                                               this, nullptr, GErrorSlot());
   g_dbus_node_info_unref(node);
-  name_ = g_bus_own_name_on_connection(connection_.get(), name.c_str(), G_BUS_NAME_OWNER_FLAGS_DO_NOT_QUEUE, nullptr,
-                                       nullptr, nullptr, nullptr);
+  constexpr guint doNotQueue = 4;
+  tellBus("RequestName", g_variant_new("(su)", name_.c_str(), doNotQueue));
 }
 
 ApplicationName::~ApplicationName() {
-  if (name_ != 0) g_bus_unown_name(name_);
+  if (connection_ == nullptr) return;
+  tellBus("ReleaseName", g_variant_new("(s)", name_.c_str()));
   if (object_ != 0) g_dbus_connection_unregister_object(connection_.get(), object_);
+}
+
+/// Without waiting: GLib's own way of giving a name back waits for the bus for up to 25 seconds.
+void ApplicationName::tellBus(const char* method, GVariant* arguments) const {
+  g_dbus_connection_call(connection_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                         method, arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr, nullptr);
 }
 
 /// There are no actions, and nothing that could be opened yet; either shows the program.

@@ -25,13 +25,15 @@ class ApplicationName {
   static bool activate(const std::string& name);
 
  private:
+  void tellBus(const char* method, GVariant* arguments) const;
   static void called(GDBusConnection*, const char* sender, const char* path, const char* interface, const char* method,
                      GVariant* arguments, GDBusMethodInvocation* invocation, void* self);
 
   const Answer answer_;
   std::function<void()> onActivate_;
+  std::string name_;
   GRef<GDBusConnection> connection_;
-  unsigned name_ = 0, object_ = 0;
+  unsigned object_ = 0;
 };
 
 }  // namespace quillet

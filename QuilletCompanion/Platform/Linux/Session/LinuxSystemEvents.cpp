@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Platform/Linux/Session/LinuxSystemEvents.h"
 
+#include <chrono>
+#include <condition_variable>
 #include <list>
+#include <mutex>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -13,6 +17,8 @@ namespace {
 constexpr const char* logind = "org.freedesktop.login1";
 /// More than a polite end of a socket takes, less than the five seconds that logind waits by default.
 constexpr guint longestDelayMs = 2500;
+/// For the network's monitor, which asks the system bus before it is there.
+constexpr std::chrono::milliseconds monitorWithin{500};
 
 /// GLib's monitor shares a bus connection that ends the process when the bus goes away, unless told otherwise.
 GRef<GNetworkMonitor> defaultMonitor() {
@@ -27,13 +33,17 @@ class LinuxSystemEvents::Source : public std::enable_shared_from_this<Source> {
  public:
   using Observers = std::list<std::shared_ptr<const Handlers>>;
 
-  explicit Source(GNetworkMonitor* network) : network_(addRef(network)) {
+  explicit Source(GNetworkMonitor* network) {
     bus_.subscribe(logind, "org.freedesktop.login1.Manager", "PrepareForSleep", "/org/freedesktop/login1",
                    [this](GVariant* arguments) { prepareForSleep(arguments); });
     bus_.watchName(
         logind, [this] { logindAppeared(); }, [this] { logindVanished(); });
-    if (!network_) return;
+    follow(network);
     available_ = networkAvailable();
+  }
+  void follow(GNetworkMonitor* network) {
+    if (network_ || network == nullptr) return;
+    network_ = addRef(network);
     // The monitor that follows NetworkManager tells of new paths by the first, of a new answer by the second only.
     g_signal_connect(network_.get(), "network-changed", G_CALLBACK(pathChanged), this);
     g_signal_connect(network_.get(), "notify::network-available", G_CALLBACK(answerChanged), this);
@@ -50,16 +60,16 @@ class LinuxSystemEvents::Source : public std::enable_shared_from_this<Source> {
   }
   void remove(Observers::iterator observer) { observers_.erase(observer); }
   std::shared_ptr<void> hold() const { return hold_.lock(); }
+  void tellIfChanged() {
+    if (available_ != networkAvailable()) tellPath();
+  }
   bool networkAvailable() const {
     return !network_ || g_network_monitor_get_network_available(network_.get()) != FALSE;
   }
 
  private:
   static void pathChanged(GNetworkMonitor*, gboolean, void* self) { static_cast<Source*>(self)->tellPath(); }
-  static void answerChanged(GNetworkMonitor*, GParamSpec*, void* data) {
-    auto* const self = static_cast<Source*>(data);
-    if (self->available_ != self->networkAvailable()) self->tellPath();
-  }
+  static void answerChanged(GNetworkMonitor*, GParamSpec*, void* data) { static_cast<Source*>(data)->tellIfChanged(); }
   void tellPath() {
     const bool available = available_ = networkAvailable();
     tell([available](const Handlers& handlers) {
@@ -147,7 +157,54 @@ class LinuxSystemEvents::Source : public std::enable_shared_from_this<Source> {
   int sleeps_ = 0;
 };
 
-LinuxSystemEvents::LinuxSystemEvents() : network_(defaultMonitor()) {}
+/// The monitor as it is made on a thread of its own, which is left behind with a bus that answers nothing. It tells the
+/// main context of changes all the same, since that thread has none.
+struct LinuxSystemEvents::MonitorAttempt {
+  std::mutex mutex;
+  std::condition_variable made;
+  bool isMade = false;
+  GRef<GNetworkMonitor> monitor;
+  LinuxSystemEvents* owner = nullptr;  ///< Of the main thread alone.
+
+  static void run(const std::shared_ptr<MonitorAttempt>& attempt) {
+    auto found = defaultMonitor();
+    {
+      const std::lock_guard lock(attempt->mutex);
+      attempt->monitor = std::move(found);
+      attempt->isMade = true;
+      attempt->made.notify_one();
+    }
+    const auto tell = [](void* data) -> gboolean {
+      const std::unique_ptr<std::shared_ptr<MonitorAttempt>> told(static_cast<std::shared_ptr<MonitorAttempt>*>(data));
+      if (auto* const events = (*told)->owner) events->adopt((*told)->monitor.get());
+      return G_SOURCE_REMOVE;
+    };
+    g_idle_add(tell, new std::shared_ptr<MonitorAttempt>(attempt));
+  }
+};
+
+LinuxSystemEvents::LinuxSystemEvents() : attempt_(std::make_shared<MonitorAttempt>()) {
+  attempt_->owner = this;
+  std::thread([attempt = attempt_] { MonitorAttempt::run(attempt); }).detach();
+  std::unique_lock lock(attempt_->mutex);
+  attempt_->made.wait_for(lock, monitorWithin, [this] { return attempt_->isMade; });
+  network_ = addRef(attempt_->monitor.get());
+}
+
+LinuxSystemEvents::LinuxSystemEvents(GNetworkMonitor* network) : network_(addRef(network)) {}
+
+LinuxSystemEvents::~LinuxSystemEvents() {
+  if (attempt_) attempt_->owner = nullptr;
+}
+
+void LinuxSystemEvents::adopt(GNetworkMonitor* network) {
+  attempt_.reset();
+  if (!network_) network_ = addRef(network);
+  const auto source = source_.lock();
+  if (!source) return;
+  source->follow(network);
+  source->tellIfChanged();
+}
 
 std::unique_ptr<SystemEvents::Observation> LinuxSystemEvents::observe(Handlers handlers) {
   class SourceObservation final : public Observation {

@@ -17,17 +17,24 @@ namespace quillet {
 /// which Qt's event loop serves. Main thread only.
 class LinuxSystemEvents final : public SystemEvents {
  public:
+  /// A system bus that doesn't answer holds nobody up: its monitor is followed once it does.
   LinuxSystemEvents();
   /// Follows another monitor, of which it takes a reference.
-  explicit LinuxSystemEvents(GNetworkMonitor* network) : network_(addRef(network)) {}
+  explicit LinuxSystemEvents(GNetworkMonitor* network);
+
+  ~LinuxSystemEvents() override;
 
   std::unique_ptr<Observation> observe(Handlers handlers) override;
 
  private:
-  GRef<GNetworkMonitor> network_;
   /// What all observations share.
   class Source;
+  struct MonitorAttempt;
+  void adopt(GNetworkMonitor* network);
+
+  GRef<GNetworkMonitor> network_;
   std::weak_ptr<Source> source_;
+  std::shared_ptr<MonitorAttempt> attempt_;  ///< While it is under way.
 };
 
 }  // namespace quillet

@@ -93,7 +93,7 @@ void KeyTypist::beginText() {
 
 TypedUnits KeyTypist::type(std::u16string_view units, const Progress& progress, MonotonicTime deadline) {
   const auto characters = typeable(units);
-  if (!characters || !parts_->keyboard.usable()) return {};
+  if (!characters || !parts_->keyboard.connect()) return {};
   const auto count = parts_->type(*characters, progress, deadline);
   if (QCoreApplication::instance() != nullptr) parts_->idle.start(idleBeforeRestore / 1ms);
   TypedUnits typed{.count = 0, .later = count < characters->size() && parts_->later};

@@ -8,7 +8,7 @@ namespace quillet {
 
 bool ModifierState::modifiersDown() {
   constexpr unsigned shortcutModifiers = ControlMask | Mod1Mask | Mod4Mask;
-  if (!connection_.usable()) return false;
+  if (!connection_.usable() && !connection_.reopen()) return false;
   const X11ErrorTrap trap(connection_);
   XkbStateRec state{};
   if (XkbGetState(connection_.get(), XkbUseCoreKbd, &state) != Success || !connection_.usable()) return false;

@@ -6,6 +6,7 @@
 #include <QString>
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "QuilletKit/Base/Unicode.h"
 
@@ -42,7 +43,26 @@ bool WindowHandle::isSame(const ElementHandle& other) const {
 }
 
 FrontWindow::FrontWindow(const std::string& display) : connection_(display) {
-  if (!connection_.usable()) return;
+  if (connection_.usable()) setUp();
+}
+
+/// Also again after a server that had stopped answering.
+bool FrontWindow::connect() {
+  if (connection_.usable()) return true;
+  if (notifier_ != nullptr) {
+    notifier_->setEnabled(false);
+    std::exchange(notifier_, nullptr)->deleteLater();  // may be what called us
+  }
+  if (!connection_.reopen()) return false;
+  setUp();
+  return connection_.usable();
+}
+
+void FrontWindow::setUp() {
+  const X11ErrorTrap trap(connection_);
+  followed_ = 0;
+  last_ = {};
+  current_ = false;
   const auto atom = [this](const char* name) { return XInternAtom(connection_.get(), name, False); };
   activeWindow_ = atom("_NET_ACTIVE_WINDOW");
   windowPID_ = atom("_NET_WM_PID");
@@ -97,7 +117,7 @@ void FrontWindow::readEvents() {
     if (isNewName(event)) last_ = {};
     followActive();
   }
-  if (!connection_.usable()) notifier_->setEnabled(false);
+  if (!connection_.usable() && notifier_ != nullptr) notifier_->setEnabled(false);
   if (changed && onChange) onChange();
 }
 
@@ -114,13 +134,14 @@ void FrontWindow::followActive() {
 /// One question to the server, whose answer comes after every event until now.
 bool FrontWindow::isUnchanged() const {
   if (!current_ || !connection_.usable()) return false;
+  const ServerWait wait;
   XSync(connection_.get(), False);
   return connection_.usable() && XEventsQueued(connection_.get(), QueuedAlready) == 0;
 }
 
 std::optional<FrontWindow::Owner> FrontWindow::owner() {
   if (isUnchanged()) return last_;
-  if (!connection_.usable()) return std::nullopt;
+  if (!connect()) return std::nullopt;
   auto found = look();
   // Events that came with the replies no longer make the socket readable.
   if (connection_.usable() && XEventsQueued(connection_.get(), QueuedAlready) > 0) {

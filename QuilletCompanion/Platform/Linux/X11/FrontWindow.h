@@ -44,7 +44,7 @@ class FrontWindow {
   /// Called from the event loop after another window, or none, became active, or the active one went away.
   std::function<void()> onChange;
 
-  /// Absent without an active window, when it went away meanwhile, and when it doesn't tell its process.
+  /// Absent without an active window or a display, when it went away meanwhile, and when it doesn't tell its process.
   std::optional<Owner> owner();
   /// Whether another client gets all keys. False without a display.
   bool isKeyboardTaken() const;
@@ -53,6 +53,8 @@ class FrontWindow {
   std::optional<unsigned long> number(unsigned long window, unsigned long property, unsigned long type) const;
   std::string text(unsigned long window, unsigned long property) const;
   void identify(Owner& owner) const;
+  bool connect();
+  void setUp();
   void watch();
   void followActive();
   bool isChange(const _XEvent& event) const;

@@ -5,13 +5,20 @@
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
 
+#include <condition_variable>
+#include <mutex>
 #include <set>
+#include <thread>
 #include <utility>
 
 #include "QuilletKit/Base/Log.h"
 
 namespace quillet {
 namespace {
+
+constexpr std::chrono::seconds reopensAfter{5};
+/// A server that didn't let one of us in is not waited for again.
+bool wasSilent = false;
 
 /// Of the innermost trap.
 Display* watched = nullptr;
@@ -42,11 +49,92 @@ void putUpHandler() {
 
 }  // namespace
 
-X11Connection::X11Connection(const std::string& display) {
+/// Happens on a thread of its own, which is left behind with a server that answers nothing.
+struct X11Connection::Opening {
+  std::mutex mutex;
+  std::condition_variable done;
+  bool isDone = false;
+  bool isAbandoned = false;
+  Display* display = nullptr;
+
+  void run(const std::string& name) {
+    Display* const opened = XOpenDisplay(name.empty() ? nullptr : name.c_str());
+    const std::lock_guard lock(mutex);
+    if (isAbandoned && opened != nullptr) XCloseDisplay(opened);
+    display = isAbandoned ? nullptr : opened;
+    isDone = true;
+    done.notify_one();
+  }
+  bool await(std::chrono::milliseconds limit) {
+    std::unique_lock lock(mutex);
+    return done.wait_for(lock, limit, [this] { return isDone; });
+  }
+  void abandon() {
+    const std::lock_guard lock(mutex);
+    isAbandoned = true;
+    if (display != nullptr) XCloseDisplay(std::exchange(display, nullptr));
+  }
+};
+
+X11Connection::X11Connection(const std::string& display, Waits waits) : name_(display), waits_(waits) {
+  XInitThreads();
+  open();
+  wasSilent = !opening_->await(wasSilent ? std::chrono::milliseconds(0) : ServerWatch::limit);
+  takeOpened();
+}
+
+X11Connection::~X11Connection() {
+  if (opening_) opening_->abandon();
+  close();
+}
+
+void X11Connection::open() {
+  nextOpening_ = std::chrono::steady_clock::now() + reopensAfter;
+  opening_ = std::make_shared<Opening>();
+  std::thread([opening = opening_, name = name_] { opening->run(name); }).detach();
+}
+
+/// False also while it is still being opened.
+bool X11Connection::takeOpened() {
+  if (!opening_->await({})) return false;
+  display_ = std::exchange(opening_, nullptr)->display;
+  if (display_ == nullptr) return false;
+  wasSilent = false;
+  setUp();
+  return usable();
+}
+
+bool X11Connection::reopen() {
+  if (usable()) return true;
+  if (opening_) return takeOpened();
+  if (std::chrono::steady_clock::now() >= nextOpening_) {
+    close();
+    open();
+  }
+  return false;
+}
+
+void X11Connection::close() {
+  if (display_ == nullptr) return;
+  auto& watch = ServerWatch::shared();
+  const int descriptor = ConnectionNumber(display_);
+  watch.add(descriptor);
+  if (usable()) {
+    const ServerWait wait;
+    XSync(display_, False);
+  }
+  watch.remove(descriptor);
+  XCloseDisplay(display_);  // has nothing left to wait for
+  ourDisplays().erase(display_);
+  display_ = nullptr;
+}
+
+void X11Connection::setUp() {
   int major = XkbMajorVersion;
   int minor = XkbMinorVersion;
-  display_ = XOpenDisplay(display.empty() ? nullptr : display.c_str());
-  if (display_ == nullptr) return;
+  const ServerWait wait;
+  broken_ = false;
+  if (waits_ == Waits::bounded) ServerWatch::shared().add(ConnectionNumber(display_));
   ourDisplays().insert(display_);
   putUpHandler();
   XSetIOErrorExitHandler(
@@ -56,18 +144,12 @@ X11Connection::X11Connection(const std::string& display) {
         Log::info("insertion", "A connection to the X display broke");
       },
       this);
-  broken_ = XkbQueryExtension(display_, nullptr, nullptr, nullptr, &major, &minor) == False;
+  if (XkbQueryExtension(display_, nullptr, nullptr, nullptr, &major, &minor) == False) broken_ = true;
   int ignored = 0;
   xtest_ = XTestQueryExtension(display_, &ignored, &ignored, &ignored, &ignored) != False;
   // Toolkits grab the server for moments; one that is stopped in such a moment must not hold us up.
   if (xtest_) XTestGrabControl(display_, True);
   XSync(display_, False);
-}
-
-X11Connection::~X11Connection() {
-  if (display_ == nullptr) return;
-  XCloseDisplay(display_);
-  ourDisplays().erase(display_);
 }
 
 X11ErrorTrap::X11ErrorTrap(const X11Connection& connection)

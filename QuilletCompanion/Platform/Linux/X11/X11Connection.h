@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <chrono>
+#include <memory>
 #include <string>
+
+#include "QuilletCompanion/Platform/Linux/X11/ServerWatch.h"
 
 // Xlib's own headers define macros like None and Bool; only sources include them.
 struct _XDisplay;
@@ -9,29 +13,46 @@ struct _XDisplay;
 namespace quillet {
 
 /// A display connection of our own whose failures never end the process, and that is answered also while another
-/// client keeps the server for itself, if only the server has XTEST; unless a question was on its way in the very
-/// moment when that began, which the server then keeps back until it ends. Main thread only.
+/// client keeps the server for itself, if only the server has XTEST. A server that answers nothing is waited for within
+/// a bound, and then taken for gone. Main thread only.
 class X11Connection {
  public:
+  /// Whether a wait within an `X11ErrorTrap` or a `ServerWait` has its bound. Without it, whoever can't begin again
+  /// keeps what the server holds for it.
+  enum class Waits { bounded, unbounded };
+
   /// Connects to `display`, or to the environment's if it is empty.
-  explicit X11Connection(const std::string& display);
+  explicit X11Connection(const std::string& display, Waits waits = Waits::bounded);
   ~X11Connection();
   X11Connection(const X11Connection&) = delete;
   X11Connection& operator=(const X11Connection&) = delete;
 
   /// False if it never opened, lacks XKB, or broke.
   bool usable() const { return display_ != nullptr && !broken_; }
+  /// For one that isn't usable: true once there is another connection, on which nothing of the last one's is known.
+  /// Tries every few seconds, and never waits. Whoever watches the last one's socket must have let go of it.
+  bool reopen();
   bool hasXTest() const { return xtest_; }
   _XDisplay* get() const { return display_; }
 
  private:
+  struct Opening;
+  void open();
+  bool takeOpened();
+  void setUp();
+  void close();
+
+  const std::string name_;
+  const Waits waits_;
+  std::shared_ptr<Opening> opening_;  ///< While it is under way.
+  std::chrono::steady_clock::time_point nextOpening_;
   _XDisplay* display_ = nullptr;
   bool broken_ = false;
   bool xtest_ = false;
 };
 
-/// While it lives, errors that the X server reports about any connection are ignored instead of ending the process.
-/// Waits for the server at its end. Nests.
+/// While it lives, errors that the X server reports about any connection are ignored instead of ending the process, and
+/// waits have their bound. Waits for the server at its end. Nests.
 class X11ErrorTrap {
  public:
   explicit X11ErrorTrap(const X11Connection& connection);
@@ -42,6 +63,7 @@ class X11ErrorTrap {
   X11ErrorTrap& operator=(const X11ErrorTrap&) = delete;
 
  private:
+  const ServerWait wait_;
   const X11Connection& connection_;
   _XDisplay* outerWatched_;
   int outerError_;

@@ -38,7 +38,20 @@ bool isDown(const std::array<char, 32>& keys, unsigned keycode) {
 }  // namespace
 
 X11Keyboard::X11Keyboard(const std::string& display) : connection_(display) {
+  if (usable()) setUp();
+}
+
+bool X11Keyboard::connect() {
+  if (!connection_.usable() && connection_.reopen()) setUp();
+  return usable();
+}
+
+void X11Keyboard::setUp() {
   if (!usable()) return;
+  keymap_.reset();
+  others_.clear();
+  borrowed_.clear();
+  changed_ = true;
   auto* const x = connection_.get();
   const X11ErrorTrap trap(connection_);
   XkbQueryExtension(x, nullptr, &xkbEventBase_, nullptr, nullptr, nullptr);

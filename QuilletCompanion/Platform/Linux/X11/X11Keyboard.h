@@ -50,6 +50,8 @@ class X11Keyboard {
 
   /// False without a display, XKB or XTEST.
   bool usable() const { return connection_.hasXTest() && connection_.usable(); }
+  /// As `usable`, after trying again to connect where the server had stopped answering.
+  bool connect();
   State state();
   /// Whether the layout changed since the last `readLayout`, or the core keyboard may show that of another one.
   bool layoutChanged();
@@ -65,6 +67,7 @@ class X11Keyboard {
   bool post(std::span<const KeymapPlan::Stroke> strokes, const State& state);
 
  private:
+  void setUp();
   void findDevices();
   void selectEvents() const;
   void readOthers();
