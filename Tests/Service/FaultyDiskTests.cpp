@@ -22,7 +22,8 @@ class FaultyDiskTest : public ProgramTest {
             arguments(),
             { "LD_PRELOAD=" QUILLET_FAULTY_DISK_LIBRARY,
               "QUILLET_DISK_IMAGE=" + image.string(),
-              "QUILLET_DISK_FULL=" + full.string() }};
+              "QUILLET_DISK_FULL=" + full.string(),
+              "QUILLET_DISK_FAULT=" + fault.string() }};
 #else
     return {folder.path(), arguments()};
 #endif
@@ -57,7 +58,7 @@ class FaultyDiskTest : public ProgramTest {
     return main.await(session.send(last));
   }
 
-  std::filesystem::path image = folder.path() / "image", full = folder.path() / "full";
+  std::filesystem::path image = folder.path() / "image", full = folder.path() / "full", fault = folder.path() / "fault";
   HTTPRequest last;
 };
 
@@ -77,6 +78,23 @@ TEST_F(FaultyDiskTest, WhatIsAcknowledgedSurvivesAPowerCut) {
   APIClient phoneAfter = client(after, phone);
   EXPECT_EQ(main.await(phoneAfter.waitForDelivery(mac.id(), "u0", 0)).state, DeliveryTransportState::cancelled);
   EXPECT_EQ(main.await(phoneAfter.waitForDelivery(mac.id(), "u19", 0)).state, DeliveryTransportState::queued);
+}
+
+TEST_F(FaultyDiskTest, WhicheverOperationFailsWhatIsAcknowledgedStands) {
+  const ServiceProgram program = startOnFaultyDisk();
+  APIClient macAPI = client(program, mac), phoneAPI = client(program, phone);
+  pairThem(macAPI, phoneAPI);
+  int number = 0;
+  for (bool reached = true; reached && number < 100;) {
+    const DeliveryRequest sent = delivery("u" + std::to_string(++number));
+    writeText(fault, std::to_string(number));
+    const std::string refused = refusal(phoneAPI.submitDelivery(mac.id(), sent));
+    reached = readText(fault) == "0";
+    std::filesystem::remove(fault);
+    if (!refused.empty()) EXPECT_EQ(refusal(phoneAPI.submitDelivery(mac.id(), sent)), "") << number << refused;
+    EXPECT_EQ(count(afterPowerCut() / "service.sqlite", "SELECT count(*) FROM deliveries"), number) << refused;
+  }
+  EXPECT_GT(number, 3);
 }
 
 TEST_F(FaultyDiskTest, AFullDiskStopsOnlyWhatMustBeWritten) {

@@ -2,6 +2,7 @@
 // Preloaded into a program: keeps an image of what a power cut would leave of its files, and makes the disk full.
 //   QUILLET_DISK_IMAGE  a folder that gets each file's contents as of its last sync
 //   QUILLET_DISK_FULL   while this file exists, no file grows
+//   QUILLET_DISK_FAULT  holds a number while it exists: so manieth from now on, a write or a sync fails; 0 afterwards
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,6 +12,7 @@
 #include <climits>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 namespace {
@@ -66,24 +68,36 @@ bool isFull(int descriptor, off_t end) {
   return true;
 }
 
+bool fails() {
+  const char* const sign = std::getenv("QUILLET_DISK_FAULT");
+  if (sign == nullptr || ::access(sign, F_OK) != 0) return false;
+  int left = 0;
+  std::ifstream(sign) >> left;
+  if (left > 0) std::ofstream(sign) << left - 1;
+  errno = EIO;
+  return left == 1;
+}
+
 }  // namespace
 
 extern "C" {
 
 int fsync(int descriptor) {
+  if (fails()) return -1;
   takeImage(descriptor);
   return real<int (*)(int)>("fsync")(descriptor);
 }
 int fdatasync(int descriptor) {
+  if (fails()) return -1;
   takeImage(descriptor);
   return real<int (*)(int)>("fdatasync")(descriptor);
 }
 ssize_t pwrite64(int descriptor, const void* data, size_t size, off64_t offset) {
-  if (isFull(descriptor, offset + static_cast<off_t>(size))) return -1;
+  if (isFull(descriptor, offset + static_cast<off_t>(size)) || fails()) return -1;
   return real<Write>("pwrite64")(descriptor, data, size, offset);
 }
 ssize_t pwrite(int descriptor, const void* data, size_t size, off_t offset) {
-  if (isFull(descriptor, offset + static_cast<off_t>(size))) return -1;
+  if (isFull(descriptor, offset + static_cast<off_t>(size)) || fails()) return -1;
   return real<Write>("pwrite")(descriptor, data, size, offset);
 }
 
