@@ -29,13 +29,8 @@ class BareSink {
   }
   ~BareSink() { loop.join(); }
 
+  LoopThread loop;
   tcp::endpoint endpoint;
-
- private:
-  std::optional<tcp::acceptor> acceptor_;
-
- public:
-  LoopThread loop;  // its end comes first
 
  private:
   Awaitable<void> accept() {
@@ -56,6 +51,8 @@ class BareSink {
       buffer.consume(buffer.size());
     }
   }
+
+  std::optional<tcp::acceptor> acceptor_;  // goes before the loop that it is of
 };
 
 WebSocket openStream(asio::io_context& context, const tcp::endpoint& endpoint, const DeviceIdentity& identity) {
