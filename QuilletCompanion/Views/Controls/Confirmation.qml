@@ -23,8 +23,10 @@ Rectangle {
     }
     function answer(yes) {
         visible = false
-        if (asker)
-            asker.forceActiveFocus(Qt.PopupFocusReason)
+        // Without a place the keyboard would stay here, where nothing is seen any more.
+        const next = asker && asker.visible && asker.enabled ? asker : nextItemInFocusChain()
+        if (next)
+            next.forceActiveFocus(Qt.PopupFocusReason)
         if (yes)
             confirmed()
         else
