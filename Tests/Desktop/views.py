@@ -10,8 +10,11 @@ usage: views.py COMMAND ...
   cycle TIMES       opens and closes every window so often that the icon's popover leads to
   texts             what the shown windows say, a line each
   check             fails for a control that has no name, or is smaller than a finger or a pointer needs
+  story PROGRAM ..  runs a program that shows one window after another, and tells what a screen reader finds in each
   tabs              fails unless Tab reaches every control of the active window, and Shift+Tab does so backwards
 Waits ten seconds for what isn't there yet."""
+import difflib
+import re
 import subprocess
 import sys
 import time
@@ -180,6 +183,45 @@ def call(name, path, method, *arguments):
                    check=True, stdout=subprocess.DEVNULL)
 
 
+STATES = [(Atspi.StateType.CHECKED, "checked"), (Atspi.StateType.EDITABLE, "to write in")]
+
+
+def said(node):
+    """A line as a screen reader would say it; empty for what it passes over."""
+    states = node.get_state_set()
+    if not node.get_name() and node.get_role_name() not in CONTROLS:
+        return ""
+    line = f"{node.get_role_name()}: {node.get_name()}"
+    if node.get_description():
+        line += f" ({node.get_description()})"
+    told = [word for state, word in STATES if states.contains(state)]
+    if node.get_role_name() in CONTROLS and not focusable(node):
+        told.append("not available")
+    return line + "".join(f", {word}" for word in told)
+
+
+def read():
+    program().set_cache_mask(Atspi.Cache.NONE)
+    # The words are drawn by lot for each pairing.
+    return [re.sub(r"(Verification words: ).*", r"\1…", line) for line in map(said, nodes()) if line]
+
+
+def story(*command):
+    """The program names what it shows on its output, and goes on for a line of its input. A window is told whole once;
+    then it is told what is new in it, and what has gone."""
+    shower = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+    before = {}
+    for scene in map(str.strip, shower.stdout):
+        eventually(lambda: program() is not None)
+        lines, window = read(), scene.split("-")[0]
+        told = [line for line in difflib.ndiff(before[window], lines) if line[0] in "+-"] if window in before else lines
+        print("\n".join(["# " + scene, *told]))
+        before[window] = lines
+        shower.stdin.write("\n")
+        shower.stdin.flush()
+    return shower.wait() == 0
+
+
 def main():
     command, arguments = sys.argv[1], sys.argv[2:]
     if command == "texts":
@@ -195,6 +237,8 @@ def main():
         for complaint in complaints():
             print(complaint)
         return len(nodes()) > 0 and not complaints()
+    if command == "story":
+        return story(*arguments)
     attempts = {
         "press": lambda: press(arguments[0]),
         "click": lambda: click(arguments[0]),

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "Tests/Views/Gallery.h"
 
-#include <poll.h>
-
 #include <QCoreApplication>
 #include <QDir>
+#include <QEventLoop>
+#include <QSocketNotifier>
 #include <cstdio>
 #include <iostream>
 #include <utility>
@@ -54,8 +54,11 @@ int Gallery::show() {
     Stage stage(look_);
     play(scene, stage);
     std::cout << scene.name << std::endl;
-    pollfd input{.fd = 0, .events = POLLIN, .revents = 0};
-    while (::poll(&input, 1, 5) == 0) stage.rest();
+    // The windows answer whoever reads them; the model rests meanwhile.
+    QEventLoop reading;
+    const QSocketNotifier asked(0, QSocketNotifier::Read);
+    QObject::connect(&asked, &QSocketNotifier::activated, &reading, &QEventLoop::quit);
+    reading.exec();
     std::string line;
     if (!std::getline(std::cin, line)) return 1;
   }

@@ -248,6 +248,7 @@ std::vector<Scene> dictationScenes() {
          stage.model->dictation().refreshStatus();
          stage.provider.trusted = false;
          stage.model->refreshAccessibilityTrust();
+         LogCapture::instance().expect("Shortcut for toggle unavailable: 10");
          stage.desk.keyboard.othersHave.push_back(taken);
          stage.model->dictation().setShortcut(HotkeyMonitor::Role::toggle, taken);
          stage.model->dictation().preferences.microphone.set(AudioInput{"gone", "Studio microphone"});

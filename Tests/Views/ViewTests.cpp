@@ -8,6 +8,7 @@
 #include <QKeyEvent>
 #include <QTranslator>
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <cmath>
 #include <cstring>
@@ -53,13 +54,15 @@ bool isCut(const QQuickItem& text) {
   if (text.property("truncated").toBool() || text.property("contentWidth").toDouble() > text.width() + slack)
     return true;
   const QRectF place = placeOf(text);
+  bool scrolls = false;
   for (const auto* around = text.parentItem(); around != nullptr; around = around->parentItem()) {
+    scrolls = scrolls || around->inherits("QQuickFlickable");
     const QRectF room = placeOf(*around);
     if (room.width() < slack) continue;
     if (place.left() < room.left() - slack || place.right() > room.right() + slack) return true;
   }
   const auto* window = text.window();
-  return place.top() < 0 || place.bottom() > window->height() + slack;
+  return !scrolls && (place.top() < 0 || place.bottom() > window->height() + slack);
 }
 
 double luminance(const QColor& color) {
@@ -77,9 +80,8 @@ double contrast(const QColor& a, const QColor& b) {
 /// What most of the place is painted in.
 QColor groundOf(const QImage& picture, const QRect& place) {
   std::map<QRgb, int> counts;
-  const QRect seen = place.intersected(picture.rect());
-  for (int y = seen.top(); y <= seen.bottom(); ++y) {
-    for (int x = seen.left(); x <= seen.right(); ++x) ++counts[picture.pixel(x, y)];
+  for (int y = place.top(); y <= place.bottom(); ++y) {
+    for (int x = place.left(); x <= place.right(); ++x) ++counts[picture.pixel(x, y)];
   }
   const auto most =
       std::max_element(counts.begin(), counts.end(), [](const auto& a, const auto& b) { return a.second < b.second; });
@@ -93,41 +95,44 @@ bool isFaint(const QQuickItem& item) {
   return opacity < 1;
 }
 
+QAccessible::Role roleOf(QQuickItem* item) {
+  const auto* about = QAccessible::queryAccessibleInterface(item);
+  return about == nullptr ? QAccessible::NoRole : about->role();
+}
+
+/// All that is seen, or what belongs to the question over the window.
+std::vector<QQuickItem*> frontItems(const QQuickWindow& window) {
+  auto items = visibleItems(window);
+  const auto question =
+      std::find_if(items.begin(), items.end(), [](auto* item) { return roleOf(item) == QAccessible::Dialog; });
+  if (question != items.end()) {
+    std::erase_if(items, [asked = *question](auto* item) { return !asked->isAncestorOf(item); });
+  }
+  return items;
+}
+
 std::string poorTexts(QQuickWindow& window) {
   constexpr double least = 4.5;
   const QImage picture = window.grabWindow();
   std::string found;
-  for (const auto* item : visibleItems(window)) {
-    if (!isText(*item) || isFaint(*item)) continue;
-    const auto ratio =
-        contrast(item->property("color").value<QColor>(), groundOf(picture, placeOf(*item).toAlignedRect()));
+  for (const auto* item : frontItems(window)) {
+    const QRect place = placeOf(*item).toAlignedRect();
+    if (!isText(*item) || isFaint(*item) || !picture.rect().contains(place)) continue;
+    const auto ratio = contrast(item->property("color").value<QColor>(), groundOf(picture, place));
     if (ratio < least) found += item->property("text").toString().toStdString() + ": " + std::to_string(ratio) + '\n';
   }
   return found;
 }
 
-bool isControl(QAccessible::Role role) {
-  return role == QAccessible::Button || role == QAccessible::CheckBox || role == QAccessible::ComboBox ||
-         role == QAccessible::EditableText;
-}
-
-/// The controls that can be used now: all, or those of the question over the window.
+/// The controls that can be used now.
 std::vector<QQuickItem*> controls(const QQuickWindow& window) {
-  std::vector<QQuickItem*> found;
-  const auto items = visibleItems(window);
-  const auto roleOf = [](QQuickItem* item) {
-    const auto* about = QAccessible::queryAccessibleInterface(item);
-    return about == nullptr ? QAccessible::NoRole : about->role();
-  };
-  const auto question =
-      std::find_if(items.begin(), items.end(), [&](auto* item) { return roleOf(item) == QAccessible::Dialog; });
-  for (auto* const item : items) {
-    auto* const about = QAccessible::queryAccessibleInterface(item);
-    if (about == nullptr || !item->isEnabled() || !isControl(about->role())) continue;
-    if (question != items.end() && !(*question)->isAncestorOf(item)) continue;
-    found.push_back(item);
-  }
-  return found;
+  constexpr std::array roles{QAccessible::Button, QAccessible::CheckBox, QAccessible::ComboBox,
+                             QAccessible::EditableText};
+  auto items = frontItems(window);
+  std::erase_if(items, [&](auto* item) {
+    return !item->isEnabled() || std::find(roles.begin(), roles.end(), roleOf(item)) == roles.end();
+  });
+  return items;
 }
 
 bool contains(const std::vector<QQuickItem*>& items, QQuickItem* item) {
