@@ -6,10 +6,10 @@
 #include <unicode/unistr.h>
 
 #include <algorithm>
-#include <charconv>
 #include <utility>
 
 #include "QuilletKit/Base/Base64URL.h"
+#include "QuilletKit/Base/PercentCoding.h"
 #include "QuilletKit/Base/Unicode.h"
 #include "QuilletKit/JSON/JSONCoding.h"
 #include "QuilletKit/Protocol/Envelope.h"
@@ -21,23 +21,10 @@ constexpr std::string_view kInvitationScheme = "quillet://";
 constexpr std::string_view kInvitationHost = "pair";
 constexpr std::size_t kGroupedCodeSize = 8;
 
-/// Absent when a "%" isn't followed by two hexadecimal digits, or when the result isn't UTF-8.
+/// Absent for bad escapes, or what isn't UTF-8.
 std::optional<std::string> percentDecoded(std::string_view text) {
-  std::string result;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] != '%') {
-      result += text[i];
-      continue;
-    }
-    const std::string_view digits = text.substr(i + 1, 2);
-    unsigned value = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
-    if (error != std::errc() || end - digits.data() != 2) return std::nullopt;
-    result += static_cast<char>(value);
-    i += 2;
-  }
-  if (!Unicode::isValidUTF8(result)) return std::nullopt;
-  return result;
+  auto decoded = PercentCoding::decode(text);
+  return decoded && Unicode::isValidUTF8(*decoded) ? decoded : std::nullopt;
 }
 
 /// What stands before the separator; `text` keeps what stands after it.

@@ -6,6 +6,8 @@
 
 #include <array>
 
+#include "QuilletKit/Base/AtomicFile.h"
+#include "QuilletKit/Base/File.h"
 #include "QuilletKit/Base/Log.h"
 
 namespace quillet {
@@ -46,14 +48,6 @@ void check(int code) {
   if (code != SQLITE_OK) throw DatabaseError(code);
 }
 
-/// So that the name of a new file survives a power failure, too.
-void syncFolder(const std::filesystem::path& folder) {
-  const int opened = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (opened < 0) return;
-  ::fsync(opened);
-  ::close(opened);
-}
-
 sqlite3* openConnection(const std::filesystem::path& path) {
   if (path != ":memory:") {
     if (path.has_parent_path() && !std::filesystem::exists(path.parent_path())) {
@@ -61,9 +55,8 @@ sqlite3* openConnection(const std::filesystem::path& path) {
       std::filesystem::permissions(path.parent_path(), std::filesystem::perms::owner_all);
     }
     // The library gives its side files the mode of the main file.
-    const int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (file >= 0) ::close(file);
-    syncFolder(path.parent_path());
+    File(path, O_RDWR | O_CREAT).close();
+    AtomicFile::syncFolder(path.has_parent_path() ? path.parent_path() : ".");
   }
   sqlite3* connection = nullptr;
   const int code = sqlite3_open_v2(path.c_str(), &connection, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
@@ -171,10 +164,8 @@ void Database::execute(const std::string& sql) {
 
 bool WriteAheadLog::sync() const {
   // The library locks other files than this one, so closing it here lets none of its locks go.
-  const int file = ::open(path_.c_str(), O_RDWR | O_CLOEXEC);
-  const bool done = file >= 0 && ::fdatasync(file) == 0;
-  if (file >= 0) ::close(file);
-  return done;
+  const File file(path_, O_RDWR);
+  return file && ::fdatasync(file.descriptor()) == 0;
 }
 
 WriteAheadLog Database::log() const {

@@ -2,13 +2,11 @@
 #include "QuilletService/Storage/NonceFile.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <fstream>
 #include <string>
 #include <system_error>
 #include <type_traits>
@@ -36,8 +34,8 @@ constexpr NonceFile::Key kNoKey{};
 
 /// What the system calls this run of itself; all zero where it doesn't say.
 NonceFile::Key currentBoot() {
-  std::string id;
-  std::ifstream("/proc/sys/kernel/random/boot_id") >> id;
+  std::string id = File::read("/proc/sys/kernel/random/boot_id").value.value_or("");
+  id.resize(std::min(id.size(), id.find('\n')));
   NonceFile::Key boot{};
   const Crypto::Digest digest = Crypto::sha256(bytesOf(id));
   if (!id.empty()) std::copy_n(digest.begin(), boot.size(), boot.begin());
@@ -49,15 +47,16 @@ off_t offsetOf(std::size_t record) {
 }
 
 template <typename Value>
-bool writeAt(int file, const Value* values, std::size_t count, off_t offset) {
+bool writeAt(const File& file, const Value* values, std::size_t count, off_t offset) {
   const auto size = static_cast<ssize_t>(count * sizeof(Value));
-  return ::pwrite(file, values, static_cast<std::size_t>(size), offset) == size;
+  return ::pwrite(file.descriptor(), values, static_cast<std::size_t>(size), offset) == size;
 }
 
-std::size_t readAt(int file, void* data, std::size_t size, off_t offset) {
+std::size_t readAt(const File& file, void* data, std::size_t size, off_t offset) {
   std::size_t got = 0;
   while (got < size) {
-    const auto count = ::pread(file, static_cast<char*>(data) + got, size - got, offset + static_cast<off_t>(got));
+    const auto count =
+        ::pread(file.descriptor(), static_cast<char*>(data) + got, size - got, offset + static_cast<off_t>(got));
     if (count <= 0) break;
     got += static_cast<std::size_t>(count);
   }
@@ -72,22 +71,18 @@ NonceFile::NonceFile(std::filesystem::path path) : path_(std::move(path)) {
   file_ = openLocked(path_, 0);
 }
 
-int NonceFile::openLocked(const std::filesystem::path& path, int flags) {
-  const int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | flags, 0600);
-  if (file < 0) {
-    throw std::filesystem::filesystem_error("cannot open", path, std::error_code(errno, std::generic_category()));
+File NonceFile::openLocked(const std::filesystem::path& path, int flags) {
+  File file(path, O_RDWR | O_CREAT | flags);
+  if (!file) {
+    throw std::filesystem::filesystem_error("cannot open", path,
+                                            std::error_code(file.error(), std::generic_category()));
   }
-  if (::flock(file, LOCK_EX | LOCK_NB) == 0) return file;
-  ::close(file);
-  throw InUse("Another service is using this database.");
-}
-
-NonceFile::~NonceFile() {
-  if (file_ >= 0) ::close(file_);
+  if (file.tryLock() != File::Lock::held) throw InUse("Another service is using this database.");
+  return file;
 }
 
 NonceFile::Contents NonceFile::load() {
-  if (file_ < 0 || new_) return {};
+  if (!file_ || new_) return {};
   Head head;
   const bool headed = readAt(file_, &head, sizeof head, 0) == sizeof head;
   Contents found;
@@ -107,7 +102,7 @@ NonceFile::Contents NonceFile::load() {
 }
 
 bool NonceFile::append(const Record& record) {
-  if (file_ < 0) return true;
+  if (!file_) return true;
   const bool written = writeAt(file_, &record, 1, offsetOf(records_));
   noteOutcome(written);
   if (written) ++records_;
@@ -122,7 +117,7 @@ bool NonceFile::markIncomplete() {
 }
 
 void NonceFile::replace(const Contents& contents) {
-  if (file_ < 0) return;
+  if (!file_) return;
   std::vector<Record> records = contents.records;
   for (const auto& [first, last] : contents.forgotten) {
     records.push_back({kNoKey, last, static_cast<std::uint64_t>(first)});
@@ -130,11 +125,11 @@ void NonceFile::replace(const Contents& contents) {
   // Both are locked while one takes the other's name, so that no other service slips in.
   const std::filesystem::path fresh = path_.string() + ".new";
   try {
-    const int file = openLocked(fresh, O_TRUNC);
+    File file = openLocked(fresh, O_TRUNC);
     const bool done = write(file, records) && ::rename(fresh.c_str(), path_.c_str()) == 0;
     noteOutcome(done);
-    ::close(done ? std::exchange(file_, file) : file);
     if (!done) return;
+    file_ = std::move(file);
     records_ = records.size();
     markedIncomplete_ = false;
   } catch (const std::exception&) {
@@ -142,7 +137,7 @@ void NonceFile::replace(const Contents& contents) {
   }
 }
 
-bool NonceFile::write(int file, const std::vector<Record>& records) {
+bool NonceFile::write(const File& file, const std::vector<Record>& records) {
   const Head head{currentBoot(), 0, kComplete};
   return writeAt(file, &head, 1, 0) && writeAt(file, records.data(), records.size(), offsetOf(0));
 }

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "QuilletKit/Base/File.h"
 #include "QuilletService/Storage/TimeSpans.h"
 
 namespace quillet {
@@ -36,7 +37,6 @@ class NonceFile {
   NonceFile() = default;
   /// Opens or creates; an empty path keeps nothing. Throws InUse or std::filesystem::filesystem_error.
   explicit NonceFile(std::filesystem::path path);
-  ~NonceFile();
   NonceFile(const NonceFile&) = delete;
   NonceFile& operator=(const NonceFile&) = delete;
 
@@ -52,13 +52,13 @@ class NonceFile {
 
  private:
   struct Head;
-  static int openLocked(const std::filesystem::path& path, int flags);
-  static bool write(int file, const std::vector<Record>& records);
+  static File openLocked(const std::filesystem::path& path, int flags);
+  static bool write(const File& file, const std::vector<Record>& records);
   bool markIncomplete();
   void noteOutcome(bool written);
 
   std::filesystem::path path_;
-  int file_ = -1;
+  File file_;
   bool new_ = false;
   std::size_t records_ = 0;
   bool failed_ = false;

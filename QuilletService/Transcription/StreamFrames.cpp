@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/Transcription/StreamFrames.h"
 
-#include <charconv>
 #include <map>
 
+#include "QuilletKit/Base/PercentCoding.h"
 #include "QuilletKit/Protocol/ServiceCoding.h"
 #include "QuilletService/ServiceError.h"
 #include "QuilletService/Validation.h"
@@ -38,18 +38,9 @@ constexpr auto jsonFields(std::type_identity<Failure>) {
                 field("utteranceId", &Failure::utteranceId));
 }
 
-/// With "%" and two digits undone; any other "%" stays.
+/// As it stands where its escapes make no sense.
 std::string decoded(std::string_view text) {
-  std::string result;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    unsigned char byte = 0;
-    const char* const digits = text.data() + i + 1;
-    const bool escaped =
-        text[i] == '%' && i + 2 < text.size() && std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2;
-    result += escaped ? static_cast<char>(byte) : text[i];
-    if (escaped) i += 2;
-  }
-  return result;
+  return PercentCoding::decode(text).value_or(std::string(text));
 }
 
 std::map<std::string_view, std::string> valuesOf(std::string_view query) {
