@@ -13,7 +13,7 @@ MainLoop::~MainLoop() {
 }
 
 Executor MainLoop::executor() {
-  return Poster(*this);
+  return LoopExecutor(*this);
 }
 
 }  // namespace quillet

@@ -3,11 +3,9 @@
 
 #include <QMetaObject>
 #include <QObject>
-#include <boost/asio/execution.hpp>
-#include <boost/asio/execution_context.hpp>
-#include <type_traits>
 #include <utility>
 
+#include "QuilletKit/Async/LoopExecutor.h"
 #include "QuilletKit/Async/Task.h"
 
 namespace quillet {
@@ -27,37 +25,17 @@ class MainLoop {
   Executor executor();
 
  private:
-  class Poster;
-  struct Context : boost::asio::execution_context {
-    using execution_context::destroy;
-    using execution_context::shutdown;
-  };
+  friend class LoopExecutor<MainLoop>;
 
-  Context context_;
-  QObject receiver_;
-};
-
-/// The form of the executor that Asio asks for.
-class MainLoop::Poster {
- public:
-  explicit Poster(MainLoop& loop) : loop_(&loop) {}
-
-  template <typename Function>
-  void execute(Function&& function) const {
+  template <typename Work>
+  void postOnce(Work work) {
     QMetaObject::invokeMethod(
-        &loop_->receiver_,
-        [work = std::decay_t<Function>(std::forward<Function>(function))]() mutable { std::move(work)(); },
-        Qt::QueuedConnection);
+        &receiver_, [work = std::move(work)]() mutable { std::move(work)(); }, Qt::QueuedConnection);
   }
-  boost::asio::execution_context& query(boost::asio::execution::context_t) const noexcept { return loop_->context_; }
-  static constexpr boost::asio::execution::blocking_t query(boost::asio::execution::blocking_t) noexcept {
-    return boost::asio::execution::blocking.never;
-  }
-  bool operator==(const Poster& other) const noexcept { return loop_ == other.loop_; }
-  bool operator!=(const Poster& other) const noexcept { return loop_ != other.loop_; }
+  boost::asio::execution_context& context() { return context_; }
 
- private:
-  MainLoop* loop_;
+  LoopContext context_;
+  QObject receiver_;
 };
 
 }  // namespace quillet

@@ -44,7 +44,7 @@ void SoundLoop::post(Job job) {
 }
 
 Executor SoundLoop::executor() {
-  return Poster(*this);
+  return LoopExecutor(*this);
 }
 
 void SoundLoop::stop() {

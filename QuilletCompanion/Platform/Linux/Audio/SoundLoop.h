@@ -5,17 +5,15 @@
 #include <pulse/mainloop.h>
 
 #include <atomic>
-#include <boost/asio/execution.hpp>
-#include <boost/asio/execution_context.hpp>
 #include <deque>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <type_traits>
 #include <utility>
 
 #include "QuilletKit/Async/Clock.h"
+#include "QuilletKit/Async/LoopExecutor.h"
 
 namespace quillet {
 
@@ -51,14 +49,19 @@ class SoundLoop {
   bool waitUntil(const std::function<bool()>& condition, Duration atMost);
 
  private:
-  class Poster;
-  struct Context : boost::asio::execution_context {
-    using execution_context::destroy;
-    using execution_context::shutdown;
-  };
+  friend class LoopExecutor<SoundLoop>;
   struct Free {
     void operator()(pa_mainloop* loop) const { pa_mainloop_free(loop); }
   };
+
+  template <typename Work>
+  void postOnce(Work work) {
+    post([work = std::make_shared<Work>(std::move(work))] {
+      Work once = std::move(*work);
+      std::move(once)();
+    });
+  }
+  boost::asio::execution_context& context() { return context_; }
 
   bool hasPosted();
   void runReady();
@@ -70,30 +73,7 @@ class SoundLoop {
   std::mutex lock_;
   std::deque<Job> posted_;
   std::multimap<MonotonicTime, Job> later_;  ///< Of the sound thread.
-  Context context_;
-};
-
-/// The form of the executor that Asio asks for.
-class SoundLoop::Poster {
- public:
-  explicit Poster(SoundLoop& loop) : loop_(&loop) {}
-
-  template <typename Function>
-  void execute(Function&& function) const {
-    loop_->post([work = std::make_shared<std::decay_t<Function>>(std::forward<Function>(function))] {
-      std::decay_t<Function> once = std::move(*work);
-      std::move(once)();
-    });
-  }
-  boost::asio::execution_context& query(boost::asio::execution::context_t) const noexcept { return loop_->context_; }
-  static constexpr boost::asio::execution::blocking_t query(boost::asio::execution::blocking_t) noexcept {
-    return boost::asio::execution::blocking.never;
-  }
-  bool operator==(const Poster& other) const noexcept { return loop_ == other.loop_; }
-  bool operator!=(const Poster& other) const noexcept { return loop_ != other.loop_; }
-
- private:
-  SoundLoop* loop_;
+  LoopContext context_;
 };
 
 }  // namespace quillet
