@@ -3,6 +3,7 @@
 
 #include <stdexcept>
 
+#include "QuilletKit/Identity/DeviceCalled.h"
 #include "QuilletKit/JSON/JSONFields.h"
 #include "QuilletKit/Protocol/WireCoding.h"
 #include "QuilletPhone/PhoneFolder.h"
@@ -50,14 +51,7 @@ PhoneState PhoneState::change(const std::filesystem::path& folder, const std::fu
 }
 
 const PairedMac* PhoneState::mac(const std::string& wanted) const {
-  const PairedMac* found = nullptr;
-  for (const auto& mac : macs) {
-    if (mac.identity.deviceId == wanted) return &mac;
-    if (!mac.identity.deviceId.starts_with(wanted) && mac.identity.name != wanted) continue;
-    if (found != nullptr) return nullptr;
-    found = &mac;
-  }
-  return found;
+  return deviceCalled(macs, wanted);
 }
 
 }  // namespace quillet

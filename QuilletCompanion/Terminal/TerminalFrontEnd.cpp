@@ -7,6 +7,7 @@
 #include "QuilletCompanion/Terminal/TerminalText.h"
 #include "QuilletKit/Base/PlainText.h"
 #include "QuilletKit/Base/Unicode.h"
+#include "QuilletKit/Identity/DeviceCalled.h"
 
 namespace quillet {
 
@@ -123,19 +124,8 @@ void TerminalFrontEnd::peers(const std::string&) {
   output_.answer("peers", {{"peers", describePeers(model_)}}, peersText(model_));
 }
 
-const StoredPeer* TerminalFrontEnd::peer(const std::string& wanted) const {
-  const StoredPeer* found = nullptr;
-  for (const auto& peer : model_.peerStore().peers().get()) {
-    if (peer.identity.deviceId == wanted) return &peer;
-    if (!peer.identity.deviceId.starts_with(wanted) && peer.identity.name != wanted) continue;
-    if (found != nullptr) return nullptr;
-    found = &peer;
-  }
-  return found;
-}
-
 void TerminalFrontEnd::revoke(const std::string& wanted) {
-  const StoredPeer* found = peer(wanted);
+  const auto* found = deviceCalled(model_.peerStore().peers().get(), wanted);
   if (found == nullptr) return output_.refuse("No one phone is called that. \"peers\" lists them.");
   background([this, id = found->identity.deviceId](Task::Token token) -> Awaitable<void> {
     const bool told = co_await model_.revoke(id);

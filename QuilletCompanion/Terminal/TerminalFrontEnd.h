@@ -45,7 +45,6 @@ class TerminalFrontEnd {
   void background(Body body);
   void confirmed(const std::string& argument, const char* command, const std::string& question,
                  void (TerminalFrontEnd::*action)());
-  const StoredPeer* peer(const std::string& wanted) const;
 
   void status(const std::string&);
   void pair(const std::string&) { pairing_.pair(); }
