@@ -15,8 +15,6 @@ fi
 # The demonstration has a Mac and a phone of its own, apart from what the user may have paired.
 # shellcheck source-path=SCRIPTDIR source=../Tests/Desktop/programs.sh
 source "$here/../Tests/Desktop/programs.sh" "$1"
-if [ -t 1 ]; then bold=$'\033[1m' plain=$'\033[0m'; else bold='' plain=''; fi
-step() { printf '\n%s%s%s\n' "$bold" "$1" "$plain"; }
 
 step "1. The service comes up"
 start_service --log debug
@@ -24,14 +22,7 @@ echo "$url"
 
 step "2. An editor is in front"
 touch "$work/note.txt"
-"$editor" "$work/note.txt" >"$work/editor.log" 2>&1 &
-processes+=($!)
-# Some programs say "gnome-text-editor", some "org.gnome.TextEditor".
-window() { xdotool search --onlyvisible --class "${editor//-/.?}|${editor##*-}" | tail -n 1; }
-opened() { [ -n "$(window)" ]; }
-front() { xdotool windowactivate "$(window)" && [ "$(xdotool getactivewindow)" = "$(window)" ]; }
-await 20 "the editor did not open" opened
-await 10 "the editor did not come to the front" front
+open_editor "$editor"
 
 step "3. The desktop program registers and connects"
 start_desktop -QLTLogLevel debug
@@ -65,12 +56,6 @@ echo
 [ "$(cat "$work/note.txt")" = "$sentence" ] || fail "the text differs"
 
 step "7. And nowhere else"
-# Logs at their most talkative, the service's database, and what program and phone keep: none holds the sentence.
 grep -q "Insertion finished" "$work/desktop.log" || fail "the log does not tell of the insertion"
-places=("$work"/*.log "$work"/*.out "$work"/service.db* "$work"/phone "$work"/{data,config}/com.fernhollow.quillet.mac)
-found=$(grep -rlF "$sentence" "${places[@]}" 2>/dev/null || true)
-[ -z "$found" ] || fail "the sentence stands in $found"
-echo "No log and no database holds it."
-if [ -n "${QUILLET_SCREENSHOT:-}" ]; then import -window root "$QUILLET_SCREENSHOT"; fi
-echo quit >&3
+end_demo "$sentence" "$work"/*.out "$work/phone"
 echo "Done: the editor holds exactly what the phone said."

@@ -14,8 +14,6 @@ if [ -z "${DISPLAY:-}" ]; then
 fi
 # shellcheck source-path=SCRIPTDIR source=../Tests/Desktop/programs.sh
 source "$here/../Tests/Desktop/programs.sh" "$1"
-if [ -t 1 ]; then bold=$'\033[1m' plain=$'\033[0m'; else bold='' plain=''; fi
-step() { printf '\n%s%s%s\n' "$bold" "$1" "$plain"; }
 voice=/usr/share/pocketsphinx/test/data/goforward.raw
 said="go forward ten meters"
 before="Robot,"
@@ -26,13 +24,7 @@ echo "$url"
 
 step "2. An editor is in front, and holds \"$before\""
 printf '%s' "$before" >"$work/note.txt"
-mousepad "$work/note.txt" >"$work/editor.log" 2>&1 &
-processes+=($!)
-window() { xdotool search --onlyvisible --class mousepad | tail -n 1; }
-opened() { [ -n "$(window)" ]; }
-front() { xdotool windowactivate "$(window)" && [ "$(xdotool getactivewindow)" = "$(window)" ]; }
-await 20 "the editor did not open" opened
-await 10 "the editor did not come to the front" front
+open_editor mousepad
 xdotool key ctrl+End
 
 step "3. The desktop program connects, and dictation is turned on"
@@ -88,10 +80,5 @@ await 10 "the music is still muffled" clear
 echo "High tones: $(treble) dB"
 
 step "8. And the words are nowhere else"
-places=("$work"/*.log "$work"/service.out "$work"/service.db* "$work"/{data,config}/com.fernhollow.quillet.mac)
-found=$(grep -rlF "$said" "${places[@]}" 2>/dev/null || true)
-[ -z "$found" ] || fail "the words stand in $found"
-echo "No log and no database holds them."
-if [ -n "${QUILLET_SCREENSHOT:-}" ]; then import -window root "$QUILLET_SCREENSHOT"; fi
-echo quit >&3
+end_demo "$said" "$work/service.out"
 echo "Done: what was said stands where the caret was."

@@ -10,30 +10,8 @@
 # Within such a command: ends the server, if it still lives, and starts it anew with the same devices.
 # QUILLET_SOUND_LIMIT: seconds that the command may take (300).
 set -u
-
-fail() {
-  echo "audio.sh: $1" >&2
-  exit 1
-}
-
-# await TEXT COMMAND...: until the command succeeds, for ten seconds at most.
-await() {
-  local what=$1
-  shift
-  for _ in {1..200}; do
-    "$@" >/dev/null 2>&1 && return
-    sleep 0.05
-  done
-  fail "$what did not come up"
-}
-
-# start NAME COMMAND...: a server that is ended with us.
-start() {
-  local name=$1
-  shift
-  "$@" >>"$QUILLET_SOUND_PLACE/$name.log" 2>&1 &
-  echo $! >>"$QUILLET_SOUND_PLACE/servers"
-}
+# shellcheck source-path=SCRIPTDIR source=../servers.sh
+source "$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../servers.sh"
 
 # sink NAME DESCRIPTION
 sink() {
@@ -59,7 +37,7 @@ start_server() {
       ;;
     pipewire) start pipewire-pulse pipewire-pulse ;;
   esac
-  tail -n 1 "$QUILLET_SOUND_PLACE/servers" >"$XDG_RUNTIME_DIR/sound-server"
+  echo $! >"$XDG_RUNTIME_DIR/sound-server"
   await "the sound server" pactl info
   sink speakers Speakers
   sink headphones Headphones
@@ -72,6 +50,7 @@ start_server() {
 }
 
 if [ "${1:-}" = restart ]; then
+  place=$QUILLET_SOUND_PLACE
   kill -9 "$(<"$XDG_RUNTIME_DIR/sound-server")" 2>/dev/null
   await "the server's end" bash -c '! pactl info'
   start_server
@@ -86,25 +65,10 @@ case "${1:-}" in
     ;;
 esac
 shift
-QUILLET_SOUND_PLACE=$(mktemp -d)
-export QUILLET_SOUND_PLACE
+unset PULSE_SERVER PULSE_RUNTIME_PATH DISPLAY
+begin_session
+export QUILLET_SOUND_PLACE=$place
 
-tear_down() {
-  tac "$QUILLET_SOUND_PLACE/servers" 2>/dev/null | xargs -r kill 2>/dev/null
-  wait 2>/dev/null
-  rm -rf "$QUILLET_SOUND_PLACE" 2>/dev/null || { sleep 1 && rm -rf "$QUILLET_SOUND_PLACE"; }
-}
-trap tear_down EXIT
-trap 'exit 130' INT
-trap 'exit 143' TERM
-
-mkdir -m 700 "$QUILLET_SOUND_PLACE/home" "$QUILLET_SOUND_PLACE/run"
-export HOME=$QUILLET_SOUND_PLACE/home XDG_RUNTIME_DIR=$QUILLET_SOUND_PLACE/run
-unset XDG_CONFIG_HOME XDG_DATA_HOME XDG_CACHE_HOME XDG_STATE_HOME PULSE_SERVER PULSE_RUNTIME_PATH DISPLAY WAYLAND_DISPLAY
-
-export DBUS_SESSION_BUS_ADDRESS=unix:path=$XDG_RUNTIME_DIR/bus
-start dbus dbus-daemon --session --nofork --address="$DBUS_SESSION_BUS_ADDRESS"
-await "the session bus" test -S "$XDG_RUNTIME_DIR/bus"
 if [ "$QUILLET_SOUND_KIND" = pipewire ]; then
   start pipewire pipewire
   await "pipewire" test -S "$XDG_RUNTIME_DIR/pipewire-0"
@@ -112,7 +76,4 @@ if [ "$QUILLET_SOUND_KIND" = pipewire ]; then
 fi
 start_server
 
-timeout --kill-after=5 "${QUILLET_SOUND_LIMIT:-300}" "$@"
-result=$?
-[ $result -eq 0 ] || cat "$QUILLET_SOUND_PLACE"/*.log >&2
-exit $result
+run "${QUILLET_SOUND_LIMIT:-300}" "$@"

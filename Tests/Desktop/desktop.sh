@@ -8,71 +8,28 @@
 # QUILLET_DESKTOP_SIZE: of its screen in pixels (1280x800).
 set -u
 
-place=$(mktemp -d)
-servers=()
+# shellcheck source-path=SCRIPTDIR source=../servers.sh
+source "$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../servers.sh"
 
-tear_down() {
-  local server
-  for ((i = ${#servers[@]} - 1; i >= 0; i--)); do
-    server=${servers[i]}
-    kill "$server" 2>/dev/null
-  done
-  wait 2>/dev/null
-  # Programs that the session had started may still write while they end.
-  rm -rf "$place" 2>/dev/null || { sleep 1 && rm -rf "$place"; }
-}
-trap tear_down EXIT
-trap 'exit 130' INT
-trap 'exit 143' TERM
-
-fail() {
-  echo "desktop.sh: $1" >&2
-  cat "$place"/*.log >&2
-  exit 1
-}
-
-# await TEXT COMMAND...: until the command succeeds, for ten seconds at most.
-await() {
-  local what=$1
-  shift
-  for _ in {1..200}; do
-    "$@" >/dev/null 2>&1 && return
-    sleep 0.05
-  done
-  fail "$what did not come up"
-}
-
-mkdir -m 700 "$place/home" "$place/run"
-export HOME=$place/home XDG_RUNTIME_DIR=$place/run
-unset XDG_CONFIG_HOME XDG_DATA_HOME XDG_CACHE_HOME XDG_STATE_HOME WAYLAND_DISPLAY AT_SPI_BUS_ADDRESS
+unset AT_SPI_BUS_ADDRESS
 export GSETTINGS_BACKEND=memory GSK_RENDERER=cairo LIBGL_ALWAYS_SOFTWARE=1 NO_AT_BRIDGE=0
+begin_session
 
 # Without -noreset the server forgets the accessibility bus's address whenever its last client leaves.
-Xvfb -displayfd 3 -screen 0 "${QUILLET_DESKTOP_SIZE:-1280x800}x24" -noreset +extension XTEST 3>"$place/display" >"$place/xvfb.log" 2>&1 &
-servers+=($!)
+start xvfb Xvfb -displayfd 3 -screen 0 "${QUILLET_DESKTOP_SIZE:-1280x800}x24" -noreset +extension XTEST 3>"$place/display"
 export QUILLET_DISPLAY_SERVER=$!
 await "the display" test -s "$place/display"
 DISPLAY=:$(<"$place/display")
 export DISPLAY
 
-export DBUS_SESSION_BUS_ADDRESS=unix:path=$place/run/bus
-dbus-daemon --session --nofork --address="$DBUS_SESSION_BUS_ADDRESS" >"$place/dbus.log" 2>&1 &
-servers+=($!)
-await "the session bus" test -S "$place/run/bus"
-
 launcher=/usr/libexec/at-spi-bus-launcher
 [ -x "$launcher" ] || launcher=/usr/lib/at-spi2-core/at-spi-bus-launcher
-"$launcher" --launch-immediately >"$place/atspi.log" 2>&1 &
-servers+=($!)
+start atspi "$launcher" --launch-immediately
 await "the accessibility bus" dbus-send --session --print-reply --dest=org.a11y.Bus /org/a11y/bus org.a11y.Bus.GetAddress
 
-openbox --sm-disable >"$place/openbox.log" 2>&1 &
-servers+=($!)
+start openbox openbox --sm-disable
 export QUILLET_WINDOW_MANAGER=$!
 # xprop succeeds without the property, too.
 await "the window manager" bash -c 'xprop -root _NET_SUPPORTING_WM_CHECK | grep "window id"'
 
-timeout --kill-after=5 "${QUILLET_DESKTOP_LIMIT:-300}" "$@"
-result=$?
-[ $result -eq 0 ] || cat "$place"/*.log >&2
-exit $result
+run "${QUILLET_DESKTOP_LIMIT:-300}" "$@"

@@ -29,6 +29,34 @@ await() {
   done
 }
 
+if [ -t 1 ]; then bold=$'\033[1m' plain=$'\033[0m'; else bold='' plain=''; fi
+step() { printf '\n%s%s%s\n' "$bold" "$1" "$plain"; }
+
+# open_editor PROGRAM: with $work/note.txt, and in front, where `front` brings it again
+open_editor() {
+  # Some programs say "gnome-text-editor", some "org.gnome.TextEditor".
+  editor_class="${1//-/.?}|${1##*-}"
+  "$1" "$work/note.txt" >"$work/editor.log" 2>&1 &
+  processes+=($!)
+  await 20 "the editor did not open" opened
+  await 10 "the editor did not come to the front" front
+}
+window() { xdotool search --onlyvisible --class "$editor_class" | tail -n 1; }
+opened() { [ -n "$(window)" ]; }
+front() { xdotool windowactivate "$(window)" && [ "$(xdotool getactivewindow)" = "$(window)" ]; }
+
+# end_demo TEXT PLACE...: logs at their most talkative, the service's database, what the program keeps and the places
+# hold the text nowhere; the desktop program ends
+end_demo() {
+  local text=$1 found
+  shift
+  found=$(grep -rlF "$text" "$work"/*.log "$work"/service.db* "$work"/{data,config}/com.fernhollow.quillet.mac "$@" 2>/dev/null || true)
+  [ -z "$found" ] || fail "the text stands in $found"
+  echo "No log and no database holds it."
+  if [ -n "${QUILLET_SCREENSHOT:-}" ]; then import -window root "$QUILLET_SCREENSHOT"; fi
+  echo quit >&3
+}
+
 # start_service [ARGUMENT...]: sets `service`, its process, and `url`
 start_service() {
   "$bin/quillet-service" --listen 127.0.0.1:0 --database "$work/service.db" "$@" >"$work/service.out" 2>"$work/service.log" &
