@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Dictation/CloudDictationRecognizer.h"
 
-#include <boost/asio/post.hpp>
 #include <utility>
 
-#include "QuilletKit/Base/Log.h"
+#include "QuilletKit/Async/ThrowIfCancelled.h"
 #include "QuilletKit/Base/UUID.h"
 #include "QuilletKit/Base/Unicode.h"
 
@@ -12,11 +11,6 @@ namespace quillet {
 namespace {
 
 constexpr std::size_t kShortest = 3200;  // bytes: a tenth of a second
-
-Awaitable<void> throwIfCancelled() {
-  if (!isCancelled(co_await boost::asio::this_coro::cancellation_state)) co_return;
-  throw boost::system::system_error(boost::asio::error::operation_aborted);
-}
 
 std::string trimmed(const TranscribeResponse& response) {
   return std::string(Unicode::trim(response.text));
@@ -29,17 +23,14 @@ struct CloudDictationRecognizer::Utterance {
   TranscribeMeta meta;
   DictationPCM capture;
   std::unique_ptr<MacDictationStreaming> stream;
-  bool inputGone = false;
-  std::unique_ptr<MicrophoneRecording> recording;
+  Input input;
 };
 
 CloudDictationRecognizer::CloudDictationRecognizer(Executor mainThread, const DictationPreferences& preferences,
                                                    const MacDictationCloud& cloud, Microphone& microphone,
                                                    MacTranscriptionStream::MakeSocket makeSocket, TimeSource time)
-    : mainThread_(std::move(mainThread)),
-      preferences_(preferences),
+    : RecordingRecognizer(std::move(mainThread), preferences, microphone, "Audio input stopped while dictating"),
       cloud_(cloud),
-      microphone_(microphone),
       makeSocket_(std::move(makeSocket)),
       time_(std::move(time)) {}
 
@@ -48,13 +39,11 @@ CloudDictationRecognizer::~CloudDictationRecognizer() = default;
 Awaitable<void> CloudDictationRecognizer::start(RecognitionLanguage language) {
   if (utterance_) throw DictationError(DictationFailure::microphoneUnavailable);
   if (!cloud_.transcribe) throw DictationError(DictationFailure::cloudUnavailable);
-  const bool granted = co_await microphone_.requestAccess();
-  co_await throwIfCancelled();
-  if (!granted) throw DictationError(DictationFailure::microphoneDenied);
+  co_await requireAccess();
   auto utterance =
       co_await record({.utteranceId = randomUUID(), .language = language, .style = preferences_.style.get()});
   co_await throwIfCancelled();
-  if (utterance->inputGone) throw DictationError(DictationFailure::microphoneUnavailable);
+  if (utterance->input.gone) throw DictationError(DictationFailure::microphoneUnavailable);
   utterance_ = std::move(utterance);
   if (mayStream()) startStream(*utterance_);
 }
@@ -62,24 +51,14 @@ Awaitable<void> CloudDictationRecognizer::start(RecognitionLanguage language) {
 Awaitable<std::unique_ptr<CloudDictationRecognizer::Utterance>> CloudDictationRecognizer::record(TranscribeMeta meta) {
   auto utterance = std::make_unique<Utterance>();
   utterance->meta = std::move(meta);
-  const auto chosen = preferences_.microphone.get();
-  utterance->recording = co_await microphone_.record(
-      chosen ? std::optional(chosen->uid) : std::nullopt,
-      [capture = &utterance->capture](std::span<const std::int16_t> samples) { capture->append(samples); },
-      [this, alive = std::weak_ptr(alive_), raw = utterance.get()] {
-        if (!alive.expired()) inputWentAway(*raw);
-      });
+  co_await RecordingRecognizer::record(
+      utterance->input,
+      [capture = &utterance->capture](std::span<const std::int16_t> samples) { capture->append(samples); });
   co_return utterance;
 }
 
-// Told by the recording itself, which ends as soon as anybody stops the dictation: so that is left for later.
-void CloudDictationRecognizer::inputWentAway(Utterance& utterance) {
-  utterance.inputGone = true;
-  boost::asio::post(mainThread_, [this, alive = std::weak_ptr(alive_), id = utterance.meta.utteranceId] {
-    if (alive.expired() || !utterance_ || utterance_->meta.utteranceId != id) return;
-    Log::info("dictation", "Audio input stopped while dictating");
-    if (onInterrupted) onInterrupted();
-  });
+const RecordingRecognizer::Input* CloudDictationRecognizer::present() const {
+  return utterance_ ? &utterance_->input : nullptr;
 }
 
 bool CloudDictationRecognizer::mayStream() const {
@@ -104,7 +83,7 @@ float CloudDictationRecognizer::currentLevel() const {
 Awaitable<std::string> CloudDictationRecognizer::finish() {
   const auto utterance = std::exchange(utterance_, nullptr);
   if (!utterance) throw DictationError(DictationFailure::recognitionFailed);
-  utterance->recording.reset();
+  utterance->input.recording.reset();
   utterance->capture.close();
   if (utterance->capture.size() < kShortest) throw DictationError(DictationFailure::noSpeech);
   if (utterance->stream) {

@@ -2,21 +2,18 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
 
-#include "QuilletCompanion/Dictation/DictationPreferences.h"
-#include "QuilletCompanion/Dictation/DictationRecognizer.h"
 #include "QuilletCompanion/Dictation/MacDictationCloud.h"
 #include "QuilletCompanion/Dictation/MacTranscriptionStream.h"
-#include "QuilletCompanion/Dictation/Microphone.h"
+#include "QuilletCompanion/Dictation/RecordingRecognizer.h"
 
 namespace quillet {
 
 /// Lets the service transcribe: over a stream while the user speaks, or else by one upload of the same sound. The
 /// sound is kept whole until the text is there, so that a stream that fails costs nothing but time. Whoever awaits an
 /// operation cancels it before destroying this.
-class CloudDictationRecognizer final : public DictationRecognizer {
+class CloudDictationRecognizer final : public RecordingRecognizer {
  public:
   /// All references outlive this.
   CloudDictationRecognizer(Executor mainThread, const DictationPreferences& preferences, const MacDictationCloud& cloud,
@@ -32,19 +29,15 @@ class CloudDictationRecognizer final : public DictationRecognizer {
   struct Utterance;
 
   Awaitable<std::unique_ptr<Utterance>> record(TranscribeMeta meta);
-  void inputWentAway(Utterance& utterance);
+  const Input* present() const override;
   bool mayStream() const;
   void startStream(Utterance& utterance);
   Awaitable<std::string> upload(const Utterance& utterance);
 
-  Executor mainThread_;
-  const DictationPreferences& preferences_;
   const MacDictationCloud& cloud_;
-  Microphone& microphone_;
   MacTranscriptionStream::MakeSocket makeSocket_;
   TimeSource time_;
   std::unique_ptr<Utterance> utterance_;  ///< Present while recording.
-  std::shared_ptr<const bool> alive_ = std::make_shared<bool>(true);
 };
 
 }  // namespace quillet

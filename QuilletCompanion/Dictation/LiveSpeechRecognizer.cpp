@@ -9,15 +9,11 @@
 
 #include "QuilletCompanion/Dictation/DictationFailure.h"
 #include "QuilletCompanion/Dictation/DictationPCM.h"
+#include "QuilletKit/Async/ThrowIfCancelled.h"
 #include "QuilletKit/Base/Log.h"
 
 namespace quillet {
 namespace {
-
-Awaitable<void> throwIfCancelled() {
-  if (!isCancelled(co_await boost::asio::this_coro::cancellation_state)) co_return;
-  throw boost::system::system_error(boost::asio::error::operation_aborted);
-}
 
 /// What the user is told of an engine's failure; a cancellation stays one.
 [[noreturn]] void rethrow(const std::exception_ptr& error, const char* what) {
@@ -44,16 +40,13 @@ struct LiveSpeechRecognizer::Utterance {
   std::shared_ptr<SpeechEngine> engine;
   std::unique_ptr<SpeechSession> session;
   std::atomic<float> level{0};
-  bool inputGone = false;
-  std::unique_ptr<MicrophoneRecording> recording;
+  Input input;
 };
 
 LiveSpeechRecognizer::LiveSpeechRecognizer(Executor mainThread, const DictationPreferences& preferences,
                                            Microphone& microphone, MakeEngine makeEngine,
                                            std::function<UserLocale()> userLocale)
-    : mainThread_(std::move(mainThread)),
-      preferences_(preferences),
-      microphone_(microphone),
+    : RecordingRecognizer(std::move(mainThread), preferences, microphone, "Audio input changed while dictating"),
       makeEngine_(std::move(makeEngine)),
       userLocale_(std::move(userLocale)) {}
 
@@ -61,14 +54,12 @@ LiveSpeechRecognizer::~LiveSpeechRecognizer() = default;
 
 Awaitable<void> LiveSpeechRecognizer::start(RecognitionLanguage language) {
   if (utterance_) throw DictationError(DictationFailure::microphoneUnavailable);
-  const bool granted = co_await microphone_.requestAccess();
-  co_await throwIfCancelled();
-  if (!granted) throw DictationError(DictationFailure::microphoneDenied);
+  co_await requireAccess();
   const auto utterance = co_await beginSession(language);
   co_await throwIfCancelled();
   co_await record(utterance);
   co_await throwIfCancelled();
-  if (utterance->inputGone) throw DictationError(DictationFailure::microphoneUnavailable);
+  if (utterance->input.gone) throw DictationError(DictationFailure::microphoneUnavailable);
   utterance_ = utterance;
 }
 
@@ -96,22 +87,11 @@ Awaitable<void> LiveSpeechRecognizer::record(const std::shared_ptr<Utterance>& u
       if (const auto known = weak.lock()) known->session->accept(copy);
     });
   };
-  auto whenInterrupted = [this, alive = std::weak_ptr(alive_), weak, main = mainThread_] {
-    if (const auto known = weak.lock()) known->inputGone = true;
-    boost::asio::post(main, [this, alive, weak] {
-      if (!alive.expired()) inputWentAway(weak);
-    });
-  };
-  const auto chosen = preferences_.microphone.get();
-  const auto uid = chosen ? std::optional(chosen->uid) : std::nullopt;
-  utterance->recording = co_await microphone_.record(uid, std::move(onSamples), std::move(whenInterrupted));
+  co_await RecordingRecognizer::record(utterance->input, std::move(onSamples));
 }
 
-void LiveSpeechRecognizer::inputWentAway(std::weak_ptr<Utterance> weak) {
-  const auto gone = weak.lock();
-  if (!gone || gone != utterance_) return;
-  Log::info("dictation", "Audio input changed while dictating");
-  if (onInterrupted) onInterrupted();
+const RecordingRecognizer::Input* LiveSpeechRecognizer::present() const {
+  return utterance_ ? &utterance_->input : nullptr;
 }
 
 float LiveSpeechRecognizer::currentLevel() const {
@@ -121,7 +101,7 @@ float LiveSpeechRecognizer::currentLevel() const {
 Awaitable<std::string> LiveSpeechRecognizer::finish() {
   const auto utterance = std::exchange(utterance_, nullptr);
   if (!utterance) throw DictationError(DictationFailure::recognitionFailed);
-  utterance->recording.reset();
+  utterance->input.recording.reset();
   co_await boost::asio::post(mainThread_, boost::asio::use_awaitable);  // behind the last sound
   std::exception_ptr error;
   try {

@@ -3,12 +3,9 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 
-#include "QuilletCompanion/Dictation/DictationPreferences.h"
-#include "QuilletCompanion/Dictation/DictationRecognizer.h"
-#include "QuilletCompanion/Dictation/Microphone.h"
+#include "QuilletCompanion/Dictation/RecordingRecognizer.h"
 #include "QuilletCompanion/Dictation/SpeechLocale.h"
 #include "QuilletSpeech/SpeechEngine.h"
 
@@ -16,7 +13,7 @@ namespace quillet {
 
 /// Transcribes with an engine of this computer's own, while the user speaks. Whoever awaits an operation cancels it
 /// before destroying this.
-class LiveSpeechRecognizer final : public DictationRecognizer {
+class LiveSpeechRecognizer final : public RecordingRecognizer {
  public:
   /// Gives the engine that `deviceEngine` of the preferences names. Throws std::exception for a name that means none;
   /// asked at every start. What it gives lives as long as somebody holds it.
@@ -37,15 +34,11 @@ class LiveSpeechRecognizer final : public DictationRecognizer {
 
   Awaitable<std::shared_ptr<Utterance>> beginSession(RecognitionLanguage language);
   Awaitable<void> record(const std::shared_ptr<Utterance>& utterance);
-  void inputWentAway(std::weak_ptr<Utterance> utterance);
+  const Input* present() const override;
 
-  Executor mainThread_;
-  const DictationPreferences& preferences_;
-  Microphone& microphone_;
   MakeEngine makeEngine_;
   std::function<UserLocale()> userLocale_;
   std::shared_ptr<Utterance> utterance_;  ///< Present while recording.
-  std::shared_ptr<const bool> alive_ = std::make_shared<bool>(true);
 };
 
 }  // namespace quillet
