@@ -26,7 +26,7 @@ Service::Service(const Executor& executor, const TimeSource& time, const Service
       devices(store_, hub, pairDirectory, time, settings.registrationsPerHour),
       pairing(store_, pairDirectory, time, settings.pairingTimeToLive),
       relay(store_, hub, pairDirectory, metrics, time, settings.relay),
-      transcription(executor, settings.engine, metrics, time, settings.transcription) {}
+      transcription(settings.engine, metrics, time, settings.transcription) {}
 
 std::string Service::metricsText(std::size_t connections) {
   return metrics.text({.connections = connections,
@@ -34,7 +34,7 @@ std::string Service::metricsText(std::size_t connections) {
                        .callsWaiting = hub.waiting(),
                        .noncesRemembered = authenticator.noncesRemembered(),
                        .streamsOpen = transcription.streams(),
-                       .uploadsUnderWay = transcription.uploads().working(),
+                       .uploadsUnderWay = transcription.uploads().taken(),
                        .uploadsWaiting = transcription.uploads().waiting(),
                        .devices = store_.devices.count(),
                        .pairs = store_.devices.pairCount(),

@@ -6,10 +6,10 @@
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/read.hpp>
 #include <boost/asio/read_until.hpp>
-#include <boost/asio/redirect_error.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/asio/write.hpp>
 
+#include "QuilletKit/Async/ThrowIfCancelled.h"
 #include "QuilletKit/JSON/JSONCoding.h"
 #include "QuilletKit/Network/NetworkStream.h"
 #include "QuilletSpeech/SpeechText.h"
@@ -54,7 +54,7 @@ std::string checkedLanguage(const WyomingInfo& info, const WyomingSettings& sett
 }  // namespace
 
 WyomingPeer::WyomingPeer(const Executor& network, const WyomingSettings& settings, std::string language)
-    : network_(network), settings_(settings), language_(std::move(language)), dialer_(network), news_(network) {}
+    : network_(network), settings_(settings), language_(std::move(language)), dialer_(network) {}
 
 Awaitable<void> WyomingPeer::open(std::shared_ptr<WyomingPeer> self) {
   asio::co_spawn(self->network_, self->run(), [self](std::exception_ptr error) {
@@ -80,15 +80,15 @@ Awaitable<std::string> WyomingPeer::finish(std::shared_ptr<WyomingPeer> self) {
 /// Waits for news. Throws the failure, if it is one.
 Awaitable<void> WyomingPeer::settled(std::chrono::milliseconds limit) {
   if (failure_) throw *failure_;
-  boost::system::error_code woken;
-  news_.expires_after(limit);
-  co_await news_.async_wait(asio::redirect_error(asio::use_awaitable, woken));
-  const auto state = co_await asio::this_coro::cancellation_state;
-  if (isCancelled(state)) {
+  bool told = false;
+  try {
+    told = co_await news_.waitFor(limit);
+    co_await throwIfCancelled();
+  } catch (const boost::system::system_error&) {
     close();
-    throw boost::system::system_error(asio::error::operation_aborted);
+    throw;
   }
-  if (!woken) fail(SpeechFailure::unavailable, "The server took too long.");
+  if (!told) fail(SpeechFailure::unavailable, "The server took too long.");
   if (failure_) throw *failure_;
 }
 
@@ -104,7 +104,7 @@ void WyomingPeer::handle(const WyomingEvent& event) {
     announce(WyomingInfo::of(event));
   } else if (event.type == "transcript") {
     transcript_ = event.text("text").value_or("");
-    news_.cancel();
+    news_.wake();
   } else if (event.type == "transcript-chunk") {
     const std::lock_guard lock(mutex_);
     partial_ += event.text("text").value_or("");
@@ -117,7 +117,7 @@ void WyomingPeer::announce(const WyomingInfo& info) {
   write(WyomingEvent::transcribe(settings_.model, checkedLanguage(info, settings_, language_)));
   write(WyomingEvent::audioStart());
   ready_ = true;
-  news_.cancel();
+  news_.wake();
 }
 
 Awaitable<WyomingEvent> WyomingPeer::read() {
@@ -172,7 +172,7 @@ void WyomingPeer::close() {
   dialer_.cancel();
   boost::system::error_code ignored;
   if (socket_) socket_->close(ignored);
-  news_.cancel();
+  news_.wake();
 }
 
 std::string WyomingPeer::partial() const {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <boost/asio/steady_timer.hpp>
 #include <chrono>
 #include <deque>
 #include <memory>
@@ -60,7 +59,7 @@ class WyomingPeer : public std::enable_shared_from_this<WyomingPeer> {
   std::string language_;
   Dialer dialer_;
   std::optional<Socket> socket_;
-  boost::asio::steady_timer news_;
+  Event news_;
   std::string buffer_;
   std::deque<std::string> outgoing_;
   bool ready_ = false, closed_ = false;

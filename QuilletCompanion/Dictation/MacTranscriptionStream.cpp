@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Dictation/MacTranscriptionStream.h"
 
-#include <boost/asio/redirect_error.hpp>
-#include <boost/asio/use_awaitable.hpp>
+#include <boost/asio/error.hpp>
 #include <utility>
 
 #include "QuilletCompanion/Dictation/DictationFailure.h"
+#include "QuilletKit/Async/ThrowIfCancelled.h"
 #include "QuilletKit/JSON/JSONFields.h"
 #include "QuilletKit/Protocol/APIClient.h"
 #include "QuilletKit/Protocol/ServiceCoding.h"
@@ -71,8 +71,6 @@ MacTranscriptionStream::MacTranscriptionStream(Executor mainThread, const Dictat
       makeRequest_(std::move(makeRequest)),
       makeSocket_(std::move(makeSocket)),
       time_(std::move(time)),
-      receiverEnded_(mainThread, asio::steady_timer::time_point::max()),
-      ended_(mainThread, asio::steady_timer::time_point::max()),
       run_(mainThread),
       receiver_(mainThread),
       readyWatchdog_(mainThread),
@@ -110,11 +108,7 @@ Awaitable<TranscribeResponse> MacTranscriptionStream::exchange(Task::Token token
     // The receiver knows more: what the service said before it went.
   }
   watch(finalWatchdog_, kFinalLimit);
-  while (!received_) {
-    boost::system::error_code ignored;
-    co_await receiverEnded_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
-    if (token.cancelled()) throwCancelled();
-  }
+  while (!received_) co_await wanted(token, receiverEnded_.wait());
   if (const auto* error = std::get_if<std::exception_ptr>(&*received_)) std::rethrow_exception(*error);
   co_return std::get<TranscribeResponse>(*received_);
 }
@@ -173,18 +167,17 @@ Awaitable<void> MacTranscriptionStream::receiveText(Task::Token token) {
   }
   if (token.cancelled()) co_return;
   received_ = std::move(result);
-  receiverEnded_.cancel();
+  receiverEnded_.wake();
 }
 
 Awaitable<TranscribeResponse> MacTranscriptionStream::finish() {
   finishing_ = true;
-  while (!result_) {
-    boost::system::error_code ignored;
-    co_await ended_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
-    if (isCancelled(co_await asio::this_coro::cancellation_state)) {
-      cancel();
-      throwCancelled();
-    }
+  try {
+    while (!result_) co_await ended_.wait();
+    co_await throwIfCancelled();
+  } catch (const boost::system::system_error&) {
+    cancel();
+    throw;
   }
   if (const auto* error = std::get_if<std::exception_ptr>(&*result_)) std::rethrow_exception(*error);
   co_return std::get<TranscribeResponse>(*result_);
@@ -218,7 +211,7 @@ void MacTranscriptionStream::endSocket(int closeCode) {
 void MacTranscriptionStream::end(Result result) {
   if (result_) return;
   result_ = std::move(result);
-  ended_.cancel();
+  ended_.wake();
 }
 
 }  // namespace quillet

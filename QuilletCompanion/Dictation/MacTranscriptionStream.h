@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <boost/asio/steady_timer.hpp>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -71,7 +70,7 @@ class MacTranscriptionStream final : public MacDictationStreaming {
   bool finishSent_ = false;         ///< The service has been told so.
   std::optional<Result> received_;  ///< What the receiver ended with.
   std::optional<Result> result_;
-  boost::asio::steady_timer receiverEnded_, ended_;  ///< Cancelled when their result is there.
+  Event receiverEnded_, ended_;
   Task run_, receiver_;
   Task readyWatchdog_, ageWatchdog_, finalWatchdog_;
 };

@@ -8,8 +8,8 @@
 #include <string_view>
 
 #include "QuilletCompanion/Target/TargetGuard.h"
-#include "QuilletCompanion/Target/TurnQueue.h"
 #include "QuilletKit/Async/Clock.h"
+#include "QuilletKit/Async/TurnQueue.h"
 
 namespace quillet {
 
@@ -84,7 +84,7 @@ class TextInserter {
   InsertionPacing pacing_;
   TimeSource time_;
   std::set<std::string> accessibilityIneffective_;
-  TurnQueue turns_;
+  TurnQueue turns_{1};
   std::optional<Lifetime> wanted_{std::in_place};  ///< Until insertions are abandoned.
 };
 

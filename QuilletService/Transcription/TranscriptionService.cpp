@@ -95,12 +95,12 @@ Awaitable<TranscribeResponse> Transcription::finish() {
                                .configVersion = std::string(kConfigVersion)};
 }
 
-TranscriptionService::TranscriptionService(const Executor& executor, SpeechEngine* engine, Metrics& metrics,
-                                           const TimeSource& time, TranscriptionLimits limits)
+TranscriptionService::TranscriptionService(SpeechEngine* engine, Metrics& metrics, const TimeSource& time,
+                                           TranscriptionLimits limits)
     : engine_(engine),
       metrics_(metrics),
       limits_(limits),
-      uploads_(executor, limits.uploads, limits.uploadsWaiting),
+      uploads_(limits.uploads),
       budget_(limits.soundPerDeviceAndHour, time) {}
 
 ServiceError TranscriptionService::refusal(ServiceError error) {
@@ -166,9 +166,9 @@ Awaitable<TranscribeResponse> TranscriptionService::transcribe(const Device& dev
   const auto samples = WaveFile::pcm(audio);
   if (!samples) throw refusal({400, "unsupported_audio", "The recording must be WAV of 16 kHz, 16 bit, one channel."});
   if (samples->size() / kSampleSize < kLeastSamples) throw refusal(noSpeech());
-  if (uploads_.full()) throw refusal(busy());
+  if (uploads_.taken() + uploads_.waiting() >= limits_.uploads + limits_.uploadsWaiting) throw refusal(busy());
   ++metrics_.uploadsTaken;
-  const auto turn = co_await uploads_.take();
+  const auto turn = co_await uploads_.next();
   const auto transcription =
       co_await open(device.id, meta.utteranceId,
                     {.language = tagOf(meta.language), .style = meta.style, .phrases = std::move(meta.phrases)});

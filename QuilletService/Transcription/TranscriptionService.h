@@ -4,12 +4,12 @@
 #include <memory>
 #include <unordered_map>
 
+#include "QuilletKit/Async/TurnQueue.h"
 #include "QuilletKit/Protocol/ServiceModels.h"
 #include "QuilletService/Metrics.h"
 #include "QuilletService/ServiceError.h"
 #include "QuilletService/Storage/DeviceStore.h"
 #include "QuilletService/Transcription/AudioBudget.h"
-#include "QuilletService/Transcription/WorkQueue.h"
 #include "QuilletSpeech/SpeechEngine.h"
 
 namespace quillet {
@@ -56,8 +56,7 @@ class Transcription {
 class TranscriptionService {
  public:
   /// Without an engine everything is refused.
-  TranscriptionService(const Executor& executor, SpeechEngine* engine, Metrics& metrics, const TimeSource& time,
-                       TranscriptionLimits limits);
+  TranscriptionService(SpeechEngine* engine, Metrics& metrics, const TimeSource& time, TranscriptionLimits limits);
 
   /// A stream's right to be open.
   class Place {
@@ -86,7 +85,7 @@ class TranscriptionService {
   /// What clients are told of the engine.
   ServiceConfig::Cloud describe() const;
   std::size_t streams() const { return streams_; }
-  const WorkQueue& uploads() const { return uploads_; }
+  const TurnQueue& uploads() const { return uploads_; }
   void sweep() { budget_.sweep(); }
 
  private:
@@ -102,7 +101,7 @@ class TranscriptionService {
   SpeechEngine* engine_;
   Metrics& metrics_;
   TranscriptionLimits limits_;
-  WorkQueue uploads_;
+  TurnQueue uploads_;
   AudioBudget budget_;
   std::size_t streams_ = 0;
   std::unordered_map<std::string, std::size_t> streamsOf_;

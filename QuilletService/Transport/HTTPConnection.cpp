@@ -3,7 +3,6 @@
 
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/ssl/stream.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
 
 #include "QuilletService/Transport/PeerWatch.h"
@@ -85,12 +84,6 @@ std::string_view forwardedFor(const Request& request) {
   return last;
 }
 
-/// Says that something is over, whatever ended it.
-struct Ending {
-  std::function<void()> tell;
-  ~Ending() { tell(); }
-};
-
 /// One client's connection: requests one after the other.
 template <typename Stream>
 class HTTPConnection final : public ServerConnection {
@@ -152,19 +145,10 @@ class HTTPConnection final : public ServerConnection {
     const SignedRequest signed_ = signedRequest(request, origin_.lease.address(), bodyHash);
     if (!Router::endsWithItsClient(signed_.target)) co_return co_await host_.router().handle(signed_);
     std::optional<HTTPReply> answer;
-    bool ended = false;
-    asio::steady_timer over(stream_.get_executor(), asio::steady_timer::time_point::max());
     Task work(stream_.get_executor());
     PeerWatch watch(stream_.get_executor(), beast::get_lowest_layer(stream_).native_handle(), [&] { work.cancel(); });
-    work.start([&]() -> Awaitable<void> {
-      const Ending ending{[&] {
-        ended = true;
-        over.cancel();
-      }};
-      answer = co_await host_.router().handle(signed_);
-    });
-    boost::system::error_code woken;
-    while (!ended) co_await over.async_wait(into(woken));
+    work.start([&]() -> Awaitable<void> { answer = co_await host_.router().handle(signed_); });
+    co_await work.token().ended();
     co_return answer;
   }
 

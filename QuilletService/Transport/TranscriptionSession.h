@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/ssl/stream.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
@@ -35,7 +34,6 @@ class TranscriptionSession final {
         entry_(std::move(entry)),
         limits_(limits),
         watchdog_(socket_.get_executor(), [this] { abort(); }),
-        news_(socket_.get_executor()),
         work_(socket_.get_executor()) {}
 
   /// Answers the upgrade and serves the socket until it ends.
@@ -55,7 +53,7 @@ class TranscriptionSession final {
       }
     }
     work_.cancel();
-    while (!served_) co_await newsOrNothing();
+    co_await work_.token().ended();
   }
 
   void abort() {
@@ -87,14 +85,9 @@ class TranscriptionSession final {
 
   /// Begins, waits for the sound's end, and gives the words. Its end lets go of the decoder.
   Awaitable<void> serve() {
-    served_ = false;
     struct Ending {
       TranscriptionSession& session;
-      ~Ending() {
-        session.transcription_.reset();
-        session.served_ = true;
-        session.news_.cancel();
-      }
+      ~Ending() { session.transcription_.reset(); }
     } ending{*this};
     std::exception_ptr error;
     try {
@@ -112,7 +105,7 @@ class TranscriptionSession final {
     transcription_ = co_await router_.beginStream(entry_);
     co_await write(StreamFrames::ready(entry_.request.utteranceId));
     while (!finishing_ && !refused_) {
-      co_await newsOrNothing();
+      co_await news_.wait();
       if (std::exchange(partialDue_, false)) co_await tellPartial();
     }
     if (refused_) std::rethrow_exception(refused_);
@@ -140,7 +133,7 @@ class TranscriptionSession final {
       }
     } catch (...) {
       refused_ = std::current_exception();
-      news_.cancel();
+      news_.wake();
     }
   }
 
@@ -148,7 +141,7 @@ class TranscriptionSession final {
     if (text != StreamFrames::kFinish || !transcription_) throw Refusal::badRequest("This isn't the word to finish.");
     finishing_ = true;
     watchdog_.watch(limits_.transcription);  // the engine's time
-    news_.cancel();
+    news_.wake();
   }
 
   void hear(ByteView samples) {
@@ -159,21 +152,12 @@ class TranscriptionSession final {
     if (now - lastPartial_ < kBetweenPartials) return;
     lastPartial_ = now;
     partialDue_ = true;
-    news_.cancel();
+    news_.wake();
   }
 
   Awaitable<void> write(std::string frame) {
     boost::system::error_code error;
     co_await socket_.async_write(boost::asio::buffer(frame), into(error));
-  }
-
-  Awaitable<void> newsOrNothing() {
-    boost::system::error_code woken;
-    news_.expires_at(boost::asio::steady_timer::time_point::max());
-    co_await news_.async_wait(into(woken));
-    if (!served_ && isCancelled(co_await boost::asio::this_coro::cancellation_state)) {
-      throw boost::system::system_error(boost::asio::error::operation_aborted);
-    }
   }
 
   boost::beast::websocket::stream<Stream, false> socket_;
@@ -182,14 +166,13 @@ class TranscriptionSession final {
   const ServerLimits& limits_;
   boost::beast::flat_buffer buffer_;
   Watchdog watchdog_;
-  boost::asio::steady_timer news_;
+  Event news_;
   std::unique_ptr<Transcription> transcription_;
   std::exception_ptr refused_;
   std::chrono::steady_clock::time_point end_;
   std::string told_;
   std::chrono::steady_clock::time_point lastPartial_ = std::chrono::steady_clock::now();
   bool finishing_ = false, partialDue_ = false;
-  bool served_ = true;  ///< Nothing of `serve` is under way.
   Task work_;
 };
 

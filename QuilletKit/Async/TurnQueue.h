@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstddef>
 #include <memory>
 
 #include "QuilletKit/Async/Task.h"
 
 namespace quillet {
 
-/// Lets in one at a time, in the order of asking. Main thread only.
+/// Lets in so many at a time, in the order of asking. One thread.
 class TurnQueue {
   struct State;
 
@@ -27,16 +28,18 @@ class TurnQueue {
     std::shared_ptr<State> state_;
   };
 
-  TurnQueue();
+  explicit TurnQueue(std::size_t atOnce);
   /// Who still waits ends as cancelled.
   ~TurnQueue();
   TurnQueue(const TurnQueue&) = delete;
   TurnQueue& operator=(const TurnQueue&) = delete;
 
-  /// Waits until all earlier turns have ended. One who is cancelled meanwhile leaves the queue.
+  /// Waits until a turn is free and nobody came earlier. One who is cancelled meanwhile leaves the queue.
   Awaitable<Turn> next();
   /// Ends all who wait, and who will ask, as cancelled operations end.
   void close();
+  std::size_t taken() const;
+  std::size_t waiting() const;
 
  private:
   std::shared_ptr<State> state_;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Target/TurnQueue.h"
+#include "QuilletKit/Async/TurnQueue.h"
 
 #include <boost/asio/error.hpp>
 #include <boost/system/system_error.hpp>
@@ -8,13 +8,13 @@
 
 namespace quillet {
 
-/// The places of those that wait, the next one first, and of who has the turn before them all.
+/// Those that wait stand in line, the next one first.
 struct TurnQueue::State {
   class Place;
 
+  std::size_t atOnce = 1, taken = 0;
   std::list<const Place*> places;
   Event moved;
-  bool taken = false;
   bool closed = false;
 };
 
@@ -29,7 +29,7 @@ class TurnQueue::State::Place {
   Place(const Place&) = delete;
   Place& operator=(const Place&) = delete;
 
-  bool isNext() const { return !state_.taken && state_.places.front() == this; }
+  bool isNext() const { return state_.taken < state_.atOnce && state_.places.front() == this; }
 
  private:
   State& state_;
@@ -45,12 +45,14 @@ TurnQueue::Turn& TurnQueue::Turn::operator=(Turn&& other) noexcept {
 
 void TurnQueue::Turn::end() {
   if (const auto state = std::exchange(state_, nullptr)) {
-    state->taken = false;
+    --state->taken;
     state->moved.wake();
   }
 }
 
-TurnQueue::TurnQueue() : state_(std::make_shared<State>()) {}
+TurnQueue::TurnQueue(std::size_t atOnce) : state_(std::make_shared<State>()) {
+  state_->atOnce = atOnce;
+}
 
 TurnQueue::~TurnQueue() {
   close();
@@ -61,13 +63,21 @@ Awaitable<TurnQueue::Turn> TurnQueue::next() {
   const State::Place place(*state);
   while (!state->closed && !place.isNext()) co_await state->moved.wait();
   if (state->closed) throw boost::system::system_error(boost::asio::error::operation_aborted);
-  state->taken = true;
+  ++state->taken;
   co_return Turn(state);
 }
 
 void TurnQueue::close() {
   state_->closed = true;
   state_->moved.wake();
+}
+
+std::size_t TurnQueue::taken() const {
+  return state_->taken;
+}
+
+std::size_t TurnQueue::waiting() const {
+  return state_->places.size();
 }
 
 }  // namespace quillet
