@@ -29,7 +29,7 @@ struct CloudDictationRecognizer::Utterance {
 CloudDictationRecognizer::CloudDictationRecognizer(Executor mainThread, const DictationPreferences& preferences,
                                                    const MacDictationCloud& cloud, Microphone& microphone,
                                                    MacTranscriptionStream::MakeSocket makeSocket, TimeSource time)
-    : RecordingRecognizer(std::move(mainThread), preferences, microphone, "Audio input stopped while dictating"),
+    : RecordingRecognizer(std::move(mainThread), preferences, microphone, "stopped"),
       cloud_(cloud),
       makeSocket_(std::move(makeSocket)),
       time_(std::move(time)) {}

@@ -46,7 +46,7 @@ struct LiveSpeechRecognizer::Utterance {
 LiveSpeechRecognizer::LiveSpeechRecognizer(Executor mainThread, const DictationPreferences& preferences,
                                            Microphone& microphone, MakeEngine makeEngine,
                                            std::function<UserLocale()> userLocale)
-    : RecordingRecognizer(std::move(mainThread), preferences, microphone, "Audio input changed while dictating"),
+    : RecordingRecognizer(std::move(mainThread), preferences, microphone, "changed"),
       makeEngine_(std::move(makeEngine)),
       userLocale_(std::move(userLocale)) {}
 

@@ -37,7 +37,7 @@ void RecordingRecognizer::interrupted(Input& input) {
   input.gone = true;
   boost::asio::post(mainThread_, [this, token = lifetime_.token(), id = input.id] {
     if (token.cancelled() || present() == nullptr || present()->id != id) return;
-    Log::info("dictation", "{}", interruption_);
+    Log::info("dictation", "Audio input {} while dictating", interruption_);
     if (onInterrupted) onInterrupted();
   });
 }

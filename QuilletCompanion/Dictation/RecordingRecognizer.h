@@ -20,7 +20,7 @@ class RecordingRecognizer : public DictationRecognizer {
     std::unique_ptr<MicrophoneRecording> recording;
   };
 
-  /// All references outlive this. `interruption` is what the log says when the input goes away.
+  /// All references outlive this. `interruption`: what the log says that the input did when it goes away.
   RecordingRecognizer(Executor mainThread, const DictationPreferences& preferences, Microphone& microphone,
                       const char* interruption);
 
