@@ -23,8 +23,10 @@ Rectangle {
     }
     function answer(yes) {
         visible = false
-        // Without a place the keyboard would stay here, where nothing is seen any more.
-        const next = asker && asker.visible && asker.enabled ? asker : nextItemInFocusChain()
+        // Without a place the keyboard would stay here, where nothing is seen any more; so it would if the window itself had
+        // it before, which hands it down again.
+        const back = asker && asker.activeFocusOnTab && asker.visible && asker.enabled
+        const next = back ? asker : nextItemInFocusChain()
         if (next)
             next.forceActiveFocus(Qt.PopupFocusReason)
         if (yes)
