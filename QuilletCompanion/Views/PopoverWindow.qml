@@ -80,6 +80,17 @@ Window {
             text: qsTr("This Mac's pairing identity was removed from the service. Reset it in Settings.")
             color: Theme.warning
         }
+        ActionButton {
+            visible: updates.pendingVersion !== ""
+            anchors.left: parent.left
+            prominent: true
+            label: qsTr("Update to version %1…").arg(updates.pendingVersion)
+            symbol: "arrow.down.circle.fill"
+            onClicked: {
+                desk.dismissPopover()
+                updates.check()
+            }
+        }
         Rectangle {
             width: parent.width
             height: 1
@@ -142,6 +153,16 @@ Window {
                 onClicked: {
                     desk.dismissPopover()
                     desk.openWindow("settings")
+                }
+            }
+            MenuRow {
+                width: parent.width
+                visible: updates.available
+                label: qsTr("Check for Updates…")
+                symbol: "arrow.triangle.2.circlepath"
+                onClicked: {
+                    desk.dismissPopover()
+                    updates.check()
                 }
             }
         }

@@ -144,8 +144,34 @@ PageWindow {
     Card {
         width: parent.width
         title: qsTr("Updates")
+        Toggle {
+            width: parent.width
+            visible: updates.available
+            label: qsTr("Check for updates automatically")
+            on: updates.automaticallyChecks
+            onToggled: value => updates.automaticallyChecks = value
+        }
+        Toggle {
+            width: parent.width
+            visible: updates.available
+            label: qsTr("Download and install updates automatically")
+            on: updates.automaticallyInstalls
+            onToggled: value => updates.automaticallyInstalls = value
+        }
         Words {
             width: parent.width
+            visible: updates.available
+            text: qsTr("Version %1").arg(desk.version)
+        }
+        ActionButton {
+            visible: updates.available
+            anchors.left: parent.left
+            label: qsTr("Check for Updates…")
+            onClicked: updates.check()
+        }
+        Words {
+            width: parent.width
+            visible: !updates.available
             text: qsTr("Development builds don't update themselves.")
         }
     }

@@ -66,6 +66,8 @@ TrayFrontEnd::TrayFrontEnd(AppModel& model, Executor mainThread, Look& look, Sur
              .quit = surroundings_.quit}),
       statistics_(model.wordStats(), mainThread_),
       dictation_(model.dictation(), mainThread_, copy),
+      updater_(std::move(surroundings_.updates)),
+      updates_(updater_, mainThread_),
       windows_([this](const QString& id, QQmlContext& context) { furnish(id, context); }, surroundings_.rest),
       panel_(model.dictation(), windows_, surroundings_.accompany) {
   prepareViews(look);
@@ -154,6 +156,7 @@ void TrayFrontEnd::furnish(const QString& id, QQmlContext& context) {
   context.setContextProperty("statistics", &statistics_);
   context.setContextProperty("dictation", &dictation_);
   context.setContextProperty("panel", &panel_);
+  context.setContextProperty("updates", &updates_);
   const auto give = [&context](const char* name, ViewObject* object) {
     object->setParent(&context);
     context.setContextProperty(name, object);

@@ -9,11 +9,13 @@
 #include <memory>
 
 #include "QuilletCompanion/App/AppModel.h"
+#include "QuilletCompanion/App/AppUpdater.h"
 #include "QuilletCompanion/App/StatusRows.h"
 #include "QuilletCompanion/Views/DeskView.h"
 #include "QuilletCompanion/Views/DictationPanelController.h"
 #include "QuilletCompanion/Views/DictationView.h"
 #include "QuilletCompanion/Views/StatisticsView.h"
+#include "QuilletCompanion/Views/UpdateView.h"
 #include "QuilletCompanion/Views/Windows.h"
 
 namespace quillet {
@@ -30,6 +32,7 @@ class TrayFrontEnd final : public QObject {
     std::function<void(QWindow&)> accompany = [](QWindow&) {};
     /// Called when nothing has been opened or closed for a while.
     std::function<void()> rest{};
+    std::unique_ptr<UpdateController> updates{};  ///< None: the program doesn't update itself.
   };
   TrayFrontEnd(AppModel& model, Executor mainThread, Look& look, Surroundings surroundings);
 
@@ -52,6 +55,8 @@ class TrayFrontEnd final : public QObject {
   DeskView desk_;
   StatisticsView statistics_;
   DictationView dictation_;
+  AppUpdater updater_;
+  UpdateView updates_;
   Windows windows_;
   DictationPanelController panel_;
   QSystemTrayIcon icon_;

@@ -2,6 +2,7 @@
 #include <QCursor>
 #include <chrono>
 
+#include "Tests/Doubles/FakeUpdateController.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/MemoryPreferences.h"
 #include "Tests/Views/Stage.h"
@@ -276,6 +277,8 @@ void untrusted(Stage& stage) {
 std::vector<Scene> popoverScenes() {
   return {
       {"popover-ready", "Popover", popover(nothing)},
+      {"popover-update", "Popover",
+       popover([](Stage& stage) { stage.updates = std::make_unique<FakeUpdateController>(); })},
       {"popover-no-field", "Popover", popover([](Stage& stage) { stage.provider.focus.clear(); })},
       {"popover-locked", "Popover", popover([](Stage& stage) { stage.provider.locked = true; })},
       {"popover-no-accessibility", "Popover", popover(untrusted)},
@@ -419,6 +422,11 @@ std::vector<Scene> otherScenes() {
       {"settings-too-long", "Settings", settings([](Stage& stage) { fill(stage, QString(5001, 'a'), ""); })},
       {"settings-sent", "Settings", feedback({200, R"({"ok":true})"})},
       {"settings-not-sent", "Settings", feedback(FakeService::error(429, "rate_limited"))},
+      {"settings-updates", "Settings",
+       [](Stage& stage) {
+         stage.updates = std::make_unique<FakeUpdateController>();
+         settings()(stage);
+       }},
       {"badge", "Badge",
        [](Stage& stage) {
          connected(stage);

@@ -44,10 +44,12 @@ void Stage::begin(bool paired, bool setUp) {
     service.set("GET /v1/pairs", {200, JSONCoding::encode(PairsResponse{{pairWith(phone_), pairWith(other)}})});
   }
   start();
-  tray_ = std::make_unique<TrayFrontEnd>(
-      *model, time.executor(), look_,
-      TrayFrontEnd::Surroundings{
-          .now = time.source().now, .quit = [] {}, .openEditor = [] {}, .accompany = [](QWindow&) {}});
+  tray_ = std::make_unique<TrayFrontEnd>(*model, time.executor(), look_,
+                                         TrayFrontEnd::Surroundings{.now = time.source().now,
+                                                                    .quit = [] {},
+                                                                    .openEditor = [] {},
+                                                                    .accompany = [](QWindow&) {},
+                                                                    .updates = std::move(updates)});
   tray_->start();
 }
 

@@ -59,6 +59,7 @@ class Stage final : public AppModelTest {
   void pairingIs(PairingState state);
   void countWords(const std::vector<std::int64_t>& daysUntilToday);
   FakeLedgerStorage sharedFolder;
+  std::unique_ptr<UpdateController> updates;  ///< For `begin`.
 
  protected:
   void TestBody() override {}

@@ -17,6 +17,7 @@
 #include <set>
 #include <string_view>
 
+#include "Tests/Doubles/FakeUpdateController.h"
 #include "Tests/Views/Gallery.h"
 #include "Tests/Views/Stage.h"
 
@@ -212,6 +213,26 @@ TEST(EachWindow, CanBeReadAndUsedByEverybody) {
     stage.await([&] { return window.isActive(); });
     expectUsable(window);
   });
+}
+
+TEST(Updates, AreOfferedAndChosenWhereThereIsAController) {
+  speak("en");
+  Stage stage(Gallery::instance().look());
+  auto controller = std::make_unique<FakeUpdateController>();
+  auto& updates = *controller;
+  stage.updates = std::move(controller);
+  stage.begin();
+  stage.popover();
+  stage.rest();
+  stage.press("PopoverWindow", "Update to version 1.2.0…");
+  EXPECT_EQ(updates.asked, 1);
+  EXPECT_EQ(Stage::window("Popover"), nullptr);
+  stage.open("settings");
+  stage.rest();
+  stage.press("SettingsWindow", "Check for updates automatically");
+  stage.press("SettingsWindow", "Download and install updates automatically");
+  EXPECT_FALSE(updates.checks.get());
+  EXPECT_TRUE(updates.installs.get());
 }
 
 }  // namespace

@@ -6,8 +6,10 @@ set -euo pipefail
 tests=$(dirname "$(dirname "$(realpath "${BASH_SOURCE[0]}")")")
 export QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
 kept=$tests/data/screen-reader.txt
+# How long a code still lasts hangs on how long its window took to come up.
+read_aloud() { "$tests/Desktop/views.py" story "$1" show en | sed -E 's/(refreshes in )[0-9]+/\1N/'; }
 if [ "$1" = --write ]; then
-  "$tests/Desktop/views.py" story "$2" show en >"$kept"
+  read_aloud "$2" >"$kept"
 else
-  "$tests/Desktop/views.py" story "$1" show en | diff -u "$kept" -
+  read_aloud "$1" | diff -u "$kept" -
 fi

@@ -8,6 +8,7 @@
 #include "QuilletCompanion/Platform/Linux/X11/AccompanyingWindow.h"
 #include "QuilletCompanion/Program/Quillet.h"
 #include "QuilletCompanion/Program/Windows/IdleMemory.h"
+#include "QuilletCompanion/Program/Windows/Updates.h"
 #include "QuilletCompanion/Views/Look.h"
 #include "QuilletCompanion/Views/Translations.h"
 #include "QuilletCompanion/Views/TrayFrontEnd.h"
@@ -27,7 +28,8 @@ class Front final : public WindowsFront {
                    [](QWindow& window) {
                      if (QGuiApplication::platformName() == "xcb") accompanyUser(window.winId());
                    },
-               .rest = giveBackIdleMemory}) {}
+               .rest = giveBackIdleMemory,
+               .updates = makeUpdateController()}) {}
   void start() override { tray_.start(); }
   void activate() override { tray_.activate(); }
 

@@ -441,6 +441,14 @@
             <source>Quit Quillet</source>
             <translation>Quillet beenden</translation>
         </message>
+        <message>
+            <source>Update to version %1…</source>
+            <translation>Auf Version %1 aktualisieren …</translation>
+        </message>
+        <message>
+            <source>Check for Updates…</source>
+            <translation>Nach Updates suchen …</translation>
+        </message>
     </context>
     <context>
         <name>SettingsWindow</name>
@@ -591,6 +599,22 @@
         <message>
             <source>Delete</source>
             <translation>Löschen</translation>
+        </message>
+        <message>
+            <source>Check for updates automatically</source>
+            <translation>Automatisch nach Updates suchen</translation>
+        </message>
+        <message>
+            <source>Download and install updates automatically</source>
+            <translation>Updates automatisch laden und installieren</translation>
+        </message>
+        <message>
+            <source>Version %1</source>
+            <translation>Version %1</translation>
+        </message>
+        <message>
+            <source>Check for Updates…</source>
+            <translation>Nach Updates suchen …</translation>
         </message>
     </context>
     <context>

@@ -441,6 +441,14 @@
             <source>Quit Quillet</source>
             <translation>Quitter Quillet</translation>
         </message>
+        <message>
+            <source>Update to version %1…</source>
+            <translation>Mettre à jour vers la version %1…</translation>
+        </message>
+        <message>
+            <source>Check for Updates…</source>
+            <translation>Rechercher les mises à jour…</translation>
+        </message>
     </context>
     <context>
         <name>SettingsWindow</name>
@@ -591,6 +599,22 @@
         <message>
             <source>Delete</source>
             <translation>Supprimer</translation>
+        </message>
+        <message>
+            <source>Check for updates automatically</source>
+            <translation>Rechercher automatiquement les mises à jour</translation>
+        </message>
+        <message>
+            <source>Download and install updates automatically</source>
+            <translation>Télécharger et installer automatiquement les mises à jour</translation>
+        </message>
+        <message>
+            <source>Version %1</source>
+            <translation>Version %1</translation>
+        </message>
+        <message>
+            <source>Check for Updates…</source>
+            <translation>Rechercher les mises à jour…</translation>
         </message>
     </context>
     <context>

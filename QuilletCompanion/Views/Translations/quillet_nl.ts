@@ -441,6 +441,14 @@
             <source>Quit Quillet</source>
             <translation>Quillet afsluiten</translation>
         </message>
+        <message>
+            <source>Update to version %1…</source>
+            <translation>Werk bij naar versie %1…</translation>
+        </message>
+        <message>
+            <source>Check for Updates…</source>
+            <translation>Zoek naar updates…</translation>
+        </message>
     </context>
     <context>
         <name>SettingsWindow</name>
@@ -591,6 +599,22 @@
         <message>
             <source>Delete</source>
             <translation>Verwijderen</translation>
+        </message>
+        <message>
+            <source>Check for updates automatically</source>
+            <translation>Zoek automatisch naar updates</translation>
+        </message>
+        <message>
+            <source>Download and install updates automatically</source>
+            <translation>Download en installeer updates automatisch</translation>
+        </message>
+        <message>
+            <source>Version %1</source>
+            <translation>Versie %1</translation>
+        </message>
+        <message>
+            <source>Check for Updates…</source>
+            <translation>Zoek naar updates…</translation>
         </message>
     </context>
     <context>
