@@ -2,9 +2,16 @@
 #include "QuilletCompanion/Platform/Linux/Audio/MuffledStreams.h"
 
 #include <algorithm>
+#include <chrono>
 
 namespace quillet {
 namespace {
+
+using namespace std::chrono_literals;
+
+constexpr Duration kMoving = 250ms, kLook = 5ms;
+/// PipeWire is still at work with a stream when it says that it is there.
+constexpr Duration kSettling = 150ms;
 
 using Sink = PulseConnection::Sink;
 using SinkInput = PulseConnection::SinkInput;
@@ -99,10 +106,39 @@ void MuffledStreams::take(const SinkInput& input, const Scene& scene) {
   // Told first: whoever watches must know of it before it is silent.
   onTaken_(input.index, home);
   homes_[input.index] = home;
-  connection_.moveSinkInput(input.index, sinkName);
+  move(input.index, sinkName);
+}
+
+bool MuffledStreams::move(std::uint32_t index, const std::string& sink) {
+  moved_[index] = sink;
+  lastMove_ = std::chrono::steady_clock::now();
+  return connection_.moveSinkInput(index, sink);
+}
+
+void MuffledStreams::awaitMoves() {
+  if (moved_.empty()) return;
+  const auto server = connection_.server();
+  if (!server || !server->isPipeWire) return;
+  auto& loop = connection_.loop();
+  for (const auto end = lastMove_ + kMoving; !haveArrived() && std::chrono::steady_clock::now() < end;) {
+    loop.waitUntil([] { return false; }, kLook);
+  }
+  loop.waitUntil([] { return false; }, lastMove_ + kSettling - std::chrono::steady_clock::now());
+}
+
+bool MuffledStreams::haveArrived() {
+  const auto sinks = connection_.sinks();
+  const auto inputs = connection_.sinkInputs();
+  if (!sinks || !inputs) return true;
+  return std::none_of(inputs->begin(), inputs->end(), [&](const SinkInput& input) {
+    const auto target = moved_.find(input.index);
+    return target != moved_.end() && !input.corked && contains(*sinks, target->second) &&
+           nameOf(*sinks, input.sink) != target->second;
+  });
 }
 
 bool MuffledStreams::giveBack() {
+  awaitMoves();
   const auto server = connection_.server();
   const auto sinks = connection_.sinks();
   const auto inputs = connection_.sinkInputs();
@@ -114,9 +150,11 @@ bool MuffledStreams::giveBack() {
     const auto home = homes_.find(input.index);
     const bool known = home != homes_.end() && contains(*sinks, home->second);
     const std::string& target = known ? home->second : other;
-    all = !target.empty() && connection_.moveSinkInput(input.index, target) && all;
+    all = !target.empty() && move(input.index, target) && all;
   }
+  awaitMoves();
   homes_.clear();
+  moved_.clear();
   return all;
 }
 

@@ -33,7 +33,8 @@ class MuffledStreams {
   void take(std::uint32_t index);
   void setHome(std::uint32_t index, std::string home) { homes_[index] = std::move(home); }
   /// Moves what is in the sink to where it belongs, or to the default output where that is gone. False if the server
-  /// didn't do all of it.
+  /// didn't do all of it. Ends when the streams are there, so that the sink may go; that takes
+  /// less than a second.
   bool giveBack();
 
   /// The modules that make such a sink; without a value if the server doesn't say.
@@ -54,10 +55,18 @@ class MuffledStreams {
   static std::set<std::string> recordedOf(const Scene& scene,
                                           const std::vector<PulseConnection::SourceOutput>& outputs);
   void take(const PulseConnection::SinkInput& input, const Scene& scene);
+  bool move(std::uint32_t index, const std::string& sink);
+  /// PipeWire answers before it has moved a stream, and loses its way, for good, if the stream is moved again or the
+  /// sink goes meanwhile.
+  void awaitMoves();
+  bool haveArrived();
 
   PulseConnection& connection_;
   OnTaken onTaken_;
-  std::map<std::uint32_t, std::string> homes_;  ///< By the stream's index.
+  // By the stream's index.
+  std::map<std::uint32_t, std::string> homes_;
+  std::map<std::uint32_t, std::string> moved_;  ///< To these sinks.
+  MonotonicTime lastMove_;
 };
 
 }  // namespace quillet

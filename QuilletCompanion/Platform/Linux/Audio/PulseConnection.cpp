@@ -187,7 +187,8 @@ std::optional<PulseConnection::Server> PulseConnection::server() {
   const auto take = [](pa_context*, const pa_server_info* info, void* slot) {
     if (info == nullptr) return;
     *static_cast<std::optional<Server>*>(slot) =
-        Server{textOf(info->default_sink_name), textOf(info->default_source_name)};
+        Server{textOf(info->default_sink_name), textOf(info->default_source_name),
+               textOf(info->server_name).find("PipeWire") != std::string::npos};
   };
   if (!finish(pa_context_get_server_info(context_, take, &found))) return std::nullopt;
   return found;

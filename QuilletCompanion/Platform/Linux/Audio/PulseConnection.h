@@ -52,6 +52,7 @@ class PulseConnection {
   };
   struct Server {
     std::string defaultSink, defaultSource;  ///< Empty where there is none.
+    bool isPipeWire = false;
   };
   /// Who hears of what happens. Called from within the streams' service: no questions there.
   class Observer {
