@@ -45,6 +45,7 @@ struct TapSource {
     const InputSamples& buffer = input.back();
     const std::size_t stride = std::max<std::size_t>(1, buffer.channels);
     const std::size_t offset = std::min(stride - 1, channel);
+    if (buffer.samples.size() <= offset) return {};
     return {buffer.samples.data() + offset, stride, (buffer.samples.size() + stride - 1 - offset) / stride};
   }
   static TapSource separate(std::span<const InputSamples> input, std::size_t channels, std::size_t channel) {
@@ -55,8 +56,7 @@ struct TapSource {
 
   void read(std::size_t start, std::span<float> chunk) const noexcept {
     const std::size_t there = std::min(chunk.size(), frames > start ? frames - start : 0);
-    const float* from = first + start * stride;
-    for (std::size_t i = 0; i < there; ++i) chunk[i] = audible(from[i * stride]);
+    for (std::size_t i = 0; i < there; ++i) chunk[i] = audible(first[(start + i) * stride]);
     std::fill(chunk.begin() + static_cast<std::ptrdiff_t>(there), chunk.end(), 0.0F);
   }
 };

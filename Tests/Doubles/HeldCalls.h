@@ -20,11 +20,15 @@ namespace quillet::test {
 template <typename T>
 class HeldCalls {
  public:
+  ~HeldCalls() {
+    for (const auto& each : held_) each->owner = nullptr;
+  }
+
   /// With false a cancelled call goes on hanging, as one does that can't be broken off.
   bool obeysCancellation = true;
 
   Awaitable<T> call() {
-    auto held = std::make_shared<Held>(co_await boost::asio::this_coro::executor);
+    auto held = std::make_shared<Held>(co_await boost::asio::this_coro::executor, this);
     held_.push_back(held);
     const bool callerThrows = co_await boost::asio::this_coro::throw_if_cancelled();
     co_await boost::asio::this_coro::throw_if_cancelled(false);
@@ -32,8 +36,9 @@ class HeldCalls {
       boost::system::error_code ignored;
       co_await held->ended.async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, ignored));
       const bool cancelled = isCancelled(co_await boost::asio::this_coro::cancellation_state);
-      if (!cancelled || !obeysCancellation || held->result || held->error) continue;
-      std::erase(held_, held);
+      const bool obeys = held->owner == nullptr || obeysCancellation;
+      if (!cancelled || !obeys || held->result || held->error) continue;
+      if (held->owner != nullptr) std::erase(held_, held);
       held->error = std::make_exception_ptr(boost::system::system_error(boost::asio::error::operation_aborted));
     }
     co_await boost::asio::this_coro::throw_if_cancelled(callerThrows);
@@ -52,8 +57,10 @@ class HeldCalls {
 
  private:
   struct Held {
-    explicit Held(const Executor& executor) : ended(executor, boost::asio::steady_timer::time_point::max()) {}
+    Held(const Executor& executor, HeldCalls* owner)
+        : ended(executor, boost::asio::steady_timer::time_point::max()), owner(owner) {}
     boost::asio::steady_timer ended;
+    HeldCalls* owner;  ///< Null once it is gone.
     std::optional<T> result;
     std::exception_ptr error;
   };
