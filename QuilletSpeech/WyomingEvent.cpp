@@ -2,6 +2,7 @@
 #include "QuilletSpeech/WyomingEvent.h"
 
 #include "QuilletKit/JSON/JSONFields.h"
+#include "QuilletKit/JSON/JSONSlice.h"
 #include "QuilletSpeech/SpeechEngine.h"
 
 namespace quillet {
@@ -59,7 +60,7 @@ WyomingEvent::Head WyomingEvent::Head::parse(std::string_view line) {
   Head head;
   JSONReader::parse(line, [&](const JSONReader& value) {
     head.type = value.member("type").string();
-    if (const auto inLine = value.find("data")) head.data = inLine->raw();
+    if (value.find("data")) head.data = JSONSlice::member(line, "data");
     head.dataLength = length(value, "data_length");
     head.payloadLength = length(value, "payload_length");
   });

@@ -21,9 +21,9 @@
 ///
 /// encode and decode then work for it, for vectors and string-keyed maps of it, and as a member of other types in that
 /// file. A member that is std::optional may be absent; `defaulted` lets any other member keep its initial value.
-/// Enumerations take a table (RawValue.h). What is no plain record gets a pair of functions in its own namespace,
-/// `void writeJSON(JSONWriter&, const T&)` and `void readJSON(const JSONReader&, T&)`. RawJSON splices text that was
-/// encoded before. If other files call encode or decode of the type, add JSONCODING_INSTANTIATE(Type) at global scope.
+/// Enumerations take a table (RawValue.h).
+/// If other files call encode or decode of the type, add JSONCODING_INSTANTIATE(Type) at global scope. Text that was
+/// encoded before is spliced by JSONWriter::raw.
 namespace quillet::JSONCoding {
 
 /// A text that isn't JSON, or isn't of the expected type. The message names the key, never a value.

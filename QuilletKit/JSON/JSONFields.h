@@ -67,12 +67,6 @@ template <typename T>
 inline constexpr auto kJSONFields = jsonFields(std::type_identity<T>{});
 
 template <typename T>
-concept CustomCoded = requires(JSONWriter& writer, const JSONReader& reader, T& value) {
-  writeJSON(writer, std::as_const(value));
-  readJSON(reader, value);
-};
-
-template <typename T>
 void writeValue(JSONWriter& writer, const T& value);
 template <typename T>
 void readValue(const JSONReader& reader, T& value);
@@ -193,9 +187,7 @@ void readEnum(const JSONReader& reader, E& value) {
 
 template <typename T>
 void writeValue(JSONWriter& writer, const T& value) {
-  if constexpr (CustomCoded<T>) {
-    writeJSON(writer, value);
-  } else if constexpr (Described<T>) {
+  if constexpr (Described<T>) {
     writer.beginObject();
     std::apply([&](const auto&... each) { (detail::writeField(writer, value, each), ...); }, kJSONFields<T>);
     writer.endObject();
@@ -203,46 +195,36 @@ void writeValue(JSONWriter& writer, const T& value) {
     writer.string(rawValue(value));
   } else if constexpr (std::is_same_v<T, std::string>) {
     writer.string(value);
-  } else if constexpr (std::is_same_v<T, RawJSON>) {
-    writer.raw(value.text);
   } else if constexpr (std::is_same_v<T, bool>) {
     writer.boolean(value);
   } else if constexpr (std::signed_integral<T>) {
     writer.integer(value);
   } else if constexpr (std::unsigned_integral<T>) {
     writer.unsignedInteger(value);
-  } else if constexpr (std::floating_point<T>) {
-    writer.number(value);
   } else if constexpr (detail::isA<T, std::variant>) {
     std::visit([&](const auto& alternative) { writeValue(writer, alternative); }, value);
   } else {
-    static_assert(detail::isA<T, std::vector> || detail::isA<T, std::map>, "no jsonFields or writeJSON in sight");
+    static_assert(detail::isA<T, std::vector> || detail::isA<T, std::map>, "no jsonFields in sight");
     detail::writeRange(writer, value);
   }
 }
 
 template <typename T>
 void readValue(const JSONReader& reader, T& value) {
-  if constexpr (CustomCoded<T>) {
-    readJSON(reader, value);
-  } else if constexpr (Described<T>) {
+  if constexpr (Described<T>) {
     std::apply([&](const auto&... each) { (detail::readField(reader, value, each), ...); }, kJSONFields<T>);
   } else if constexpr (RawEnum<T>) {
     detail::readEnum(reader, value);
   } else if constexpr (std::is_same_v<T, std::string>) {
     value = reader.string();
-  } else if constexpr (std::is_same_v<T, RawJSON>) {
-    value.text = reader.raw();
   } else if constexpr (std::is_same_v<T, bool>) {
     value = reader.boolean();
   } else if constexpr (std::integral<T>) {
     detail::readInteger(reader, value);
-  } else if constexpr (std::floating_point<T>) {
-    value = static_cast<T>(reader.number());
   } else if constexpr (detail::isA<T, std::variant>) {
     detail::readVariant(reader, value);
   } else {
-    static_assert(detail::isA<T, std::vector> || detail::isA<T, std::map>, "no jsonFields or readJSON in sight");
+    static_assert(detail::isA<T, std::vector> || detail::isA<T, std::map>, "no jsonFields in sight");
     detail::readRange(reader, value);
   }
 }

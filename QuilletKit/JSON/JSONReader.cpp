@@ -88,41 +88,6 @@ std::string_view JSONReader::string() const {
   return node_->text;
 }
 
-std::string JSONReader::raw() const {
-  std::string text;
-  JSONWriter writer(text);
-  writeTo(writer);
-  return text;
-}
-
-void JSONReader::writeTo(JSONWriter& writer) const {
-  switch (node_->kind) {
-    case Kind::null:
-      return writer.null();
-    case Kind::boolean:
-      return writer.boolean(node_->boolean);
-    case Kind::integer:
-      return writer.integer(node_->integer);
-    case Kind::unsignedInteger:
-      return writer.unsignedInteger(node_->unsignedInteger);
-    case Kind::number:
-      return writer.number(node_->number);
-    case Kind::string:
-      return writer.string(node_->text);
-    case Kind::array:
-      writer.beginArray();
-      forEachElement([&](const JSONReader& element) { element.writeTo(writer); });
-      return writer.endArray();
-    case Kind::object:
-      writer.beginObject();
-      forEachMember([&](std::string_view key, const JSONReader& member) {
-        writer.anyKey(key);
-        member.writeTo(writer);
-      });
-      return writer.endObject();
-  }
-}
-
 std::optional<JSONReader> JSONReader::find(std::string_view key) const {
   if (node_->kind != Kind::object) fail("not an object");
   const JSONNode* found = lastMember(*node_, key);

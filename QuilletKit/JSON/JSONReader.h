@@ -5,10 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <string>
 #include <string_view>
-
-#include "QuilletKit/JSON/JSONWriter.h"
 
 namespace quillet {
 
@@ -28,8 +25,6 @@ class JSONReader {
   std::uint64_t unsignedInteger() const;
   double number() const;
   std::string_view string() const;
-  /// The value re-encoded in this system's form.
-  std::string raw() const;
 
   /// A member of an object; absent also when it is null.
   std::optional<JSONReader> find(std::string_view key) const;
@@ -46,7 +41,6 @@ class JSONReader {
 
  private:
   JSONReader(const JSONNode& node, std::string_view key) : node_(&node), key_(key) {}
-  void writeTo(JSONWriter& writer) const;
 
   const JSONNode* node_;
   std::string_view key_;

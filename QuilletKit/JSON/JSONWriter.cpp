@@ -4,7 +4,6 @@
 #include <unicode/utf8.h>
 
 #include <charconv>
-#include <cmath>
 
 #include "QuilletKit/JSON/JSONCoding.h"
 
@@ -129,12 +128,6 @@ void JSONWriter::integer(std::int64_t value) {
 void JSONWriter::unsignedInteger(std::uint64_t value) {
   separate();
   appendNumber(out_, value);
-}
-
-void JSONWriter::number(double value) {
-  if (!std::isfinite(value)) throw JSONCoding::EncodingError("number is not finite");
-  separate();
-  appendNumber(out_, value == 0 ? 0.0 : value);  // "-0" would be read as an integer, without its sign
 }
 
 void JSONWriter::raw(std::string_view encoded) {

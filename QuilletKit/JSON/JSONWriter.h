@@ -7,12 +7,6 @@
 
 namespace quillet {
 
-/// Text that is one encoded JSON value already; written as it stands, unchecked. Read, it holds the value re-encoded.
-struct RawJSON {
-  std::string text;
-  bool operator==(const RawJSON&) const = default;
-};
-
 /// Appends JSON to a string, with the separators that are due. The caller keeps keys in ascending order and pairs
 /// begin and end. Throws JSONCoding::EncodingError; the string then ends anywhere.
 class JSONWriter {
@@ -31,9 +25,7 @@ class JSONWriter {
   void string(std::string_view text);
   void integer(std::int64_t value);
   void unsignedInteger(std::uint64_t value);
-  void number(double value);
   void boolean(bool value) { raw(value ? "true" : "false"); }
-  void null() { raw("null"); }
   /// One value that is encoded already.
   void raw(std::string_view encoded);
 
