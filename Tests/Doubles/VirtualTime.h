@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <boost/asio/error.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/redirect_error.hpp>
@@ -12,7 +14,8 @@
 
 namespace quillet::test {
 
-/// A main thread and clocks that move only on command.
+/// A main thread and clocks that move only on command. Outlives whoever sleeps: a sleeper that is left at its end fails
+/// the test.
 class VirtualTime {
   struct Sleeper {
     Duration deadline;
@@ -25,6 +28,14 @@ class VirtualTime {
 
  public:
   boost::asio::io_context context;
+
+  VirtualTime() = default;
+  ~VirtualTime() {
+    run();  // what was cancelled unwinds
+    EXPECT_EQ(sleepers(), 0u) << "still asleep";
+  }
+  VirtualTime(const VirtualTime&) = delete;
+  VirtualTime& operator=(const VirtualTime&) = delete;
 
   Executor executor() { return context.get_executor(); }
 
