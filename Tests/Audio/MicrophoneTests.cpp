@@ -128,7 +128,7 @@ TEST_F(MicrophoneTest, FailsWhereThereIsNone) {
   EXPECT_TRUE(unavailable());
   start("microphone");
   EXPECT_TRUE(unavailable());
-  run(std::string(QUILLET_SOURCE_DIR) + "/Tests/Audio/audio.sh restart");
+  restartSound();
 }
 
 TEST_F(MicrophoneTest, LeavesNothingRecordingWhenCancelled) {

@@ -11,6 +11,7 @@
 
 #include "QuilletCompanion/Platform/Linux/Audio/PulseThread.h"
 #include "Tests/Audio/SoundPrograms.h"
+#include "Tests/Doubles/Paths.h"
 
 namespace quillet::test {
 
@@ -18,6 +19,10 @@ using namespace std::chrono_literals;
 
 inline void run(const std::string& command) {
   ASSERT_EQ(std::system((command + " >/dev/null").c_str()), 0) << command;
+}
+
+inline void restartSound() {
+  run(sourceFile("Tests/Audio/audio.sh") + " restart");
 }
 
 /// A main thread for the tested adapters, and what the tests wait with.
@@ -60,7 +65,7 @@ class LosingServer : public Test {
  protected:
   ~LosingServer() override { restart(); }
 
-  static void restart() { run(std::string(QUILLET_SOURCE_DIR) + "/Tests/Audio/audio.sh restart"); }
+  static void restart() { restartSound(); }
   static void kill(const char* signal) {
     run("kill -" + std::string(signal) + " " + outputOf("cat $XDG_RUNTIME_DIR/sound-server"));
   }

@@ -7,6 +7,7 @@
 #include "Tests/Desktop/Editor.h"
 #include "Tests/Desktop/StubLock.h"
 #include "Tests/Doubles/AccessibilityContract.h"
+#include "Tests/Doubles/Paths.h"
 
 namespace quillet::test {
 namespace {
@@ -33,15 +34,23 @@ class RealDesktop {
   std::optional<Editor> program_;
 };
 
-template <const char* program>
+template <std::string (*program)()>
 class FieldsDesktop : public RealDesktop {
  public:
-  void open(const std::string& text) { program_.emplace(program, QStringList{"--text", QString::fromStdString(text)}); }
-  void openPassword() { program_.emplace(program, QStringList{"--password", "--text", "secret"}); }
+  void open(const std::string& text) { start({"--text", QString::fromStdString(text)}); }
+  void openPassword() { start({"--password", "--text", "secret"}); }
+
+ private:
+  void start(const QStringList& arguments) { program_.emplace(QString::fromStdString(program()), arguments); }
 };
 
-constexpr char kGTKFields[] = QUILLET_SOURCE_DIR "/Tests/Desktop/fields.py", kQtFields[] = QUILLET_BIN_DIR "/QtFields";
-using Desktops = testing::Types<FieldsDesktop<kGTKFields>, FieldsDesktop<kQtFields>>;
+std::string gtkFields() {
+  return sourceFile("Tests/Desktop/fields.py");
+}
+std::string qtFields() {
+  return builtProgram("QtFields");
+}
+using Desktops = testing::Types<FieldsDesktop<gtkFields>, FieldsDesktop<qtFields>>;
 INSTANTIATE_TYPED_TEST_SUITE_P(Real, AccessibilityContract, Desktops);
 
 }  // namespace

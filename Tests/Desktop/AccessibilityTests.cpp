@@ -15,6 +15,7 @@
 #include "Tests/Desktop/Editor.h"
 #include "Tests/Desktop/StubLock.h"
 #include "Tests/Desktop/TypingTarget.h"
+#include "Tests/Doubles/Paths.h"
 
 namespace quillet::test {
 namespace {
@@ -127,7 +128,7 @@ INSTANTIATE_TEST_SUITE_P(Toolkits, EditorAccess,
                          });
 
 TEST_F(Accessibility, FieldThatBecomesAPasswordFieldIsReadNoMore) {
-  const Editor fields(QUILLET_SOURCE_DIR "/Tests/Desktop/fields.py", {"--text", "known"});
+  const Editor fields(QString::fromStdString(sourceFile("Tests/Desktop/fields.py")), {"--text", "known"});
   const auto field = awaitFocus(fields);
   ASSERT_TRUE(field);
   ASSERT_TRUE(becomes(field, "known", {5, 0}));

@@ -15,14 +15,15 @@
 #include "Tests/Desktop/StubLock.h"
 #include "Tests/Doubles/InsertionReports.h"
 #include "Tests/Doubles/NetworkThread.h"
+#include "Tests/Doubles/Paths.h"
 
 namespace quillet::test {
 namespace {
 
 using std::chrono::milliseconds;
 
-constexpr auto kGTKFields = QUILLET_SOURCE_DIR "/Tests/Desktop/fields.py";
-constexpr auto kQtFields = QUILLET_BIN_DIR "/QtFields";
+const std::string kGTKFields = sourceFile("Tests/Desktop/fields.py");
+const std::string kQtFields = builtProgram("QtFields");
 
 /// The inserter with everything it stands on, and fields of real toolkits.
 class Insertion : public testing::Test {
@@ -35,8 +36,8 @@ class Insertion : public testing::Test {
     EXPECT_TRUE(eventually([this] { return running == 0; }));
   }
 
-  void open(const QString& program, const QString& arguments = {}) {
-    editor.emplace(program, arguments.split(' ', Qt::SkipEmptyParts));
+  void open(const std::string& program, const QString& arguments = {}) {
+    editor.emplace(QString::fromStdString(program), arguments.split(' ', Qt::SkipEmptyParts));
     ASSERT_TRUE(eventually([&] {
       const auto front = provider.frontApplication();
       field = front && front->pid == editor->pid() ? provider.focusedElement(front->pid) : nullptr;
@@ -87,7 +88,7 @@ constexpr InsertionReport kUnsupported{InsertionOutcome::refused, RefusalReason:
 const std::string kLong = "the quick brown fox jumps over the lazy dog and does it again";
 
 TEST_F(Insertion, WritesIntoFieldsOfBothToolkits) {
-  for (const auto* program : {kGTKFields, kQtFields}) {
+  for (const auto& program : {kGTKFields, kQtFields}) {
     for (const auto* kind : {"--text ab", "--area"}) {
       open(program, kind);
       const std::string before = value();
@@ -100,7 +101,7 @@ TEST_F(Insertion, WritesIntoFieldsOfBothToolkits) {
 TEST_F(Insertion, ASelectionGoesOnlyOnceTheNewTextIsThere) {
   for (const auto* version : {"3", "4"}) {
     SCOPED_TRACE(version);
-    open(QUILLET_SOURCE_DIR "/Tests/Desktop/spin.py", version);
+    open(sourceFile("Tests/Desktop/spin.py"), version);
     ASSERT_TRUE(eventually([&] { return provider.selectedRange(field) == AXTextRange{0, 2}; }));
     EXPECT_EQ(insert("no number"), kUnsupported);
     EXPECT_EQ(value(), "42");
@@ -110,7 +111,7 @@ TEST_F(Insertion, ASelectionGoesOnlyOnceTheNewTextIsThere) {
     EXPECT_EQ(provider.selectedRange(field), (AXTextRange{3, 0}));
   }
   // No room beside what is selected, and enough in its place.
-  for (const auto* program : {kGTKFields, kQtFields}) {
+  for (const auto& program : {kGTKFields, kQtFields}) {
     SCOPED_TRACE(program);
     open(program, "--limit 9 --text 123456789");
     press({"shift+Home"});
@@ -122,7 +123,7 @@ TEST_F(Insertion, ASelectionGoesOnlyOnceTheNewTextIsThere) {
 
 TEST_F(Insertion, AFieldThatChangesWhatItGetsIsUncertainAndNotTypedInto) {
   const struct {
-    const char* program;
+    std::string program;
     const char* arguments;
     std::string value;
   } cases[] = {{kGTKFields, "--limit 5", "the q"},
@@ -213,7 +214,7 @@ TEST_F(Insertion, AProgramThatHangsInTheMiddleHoldsNobodyUp) {
 }
 
 TEST_F(Insertion, AProgramThatHangsBeforehandIsRefusedAndGetsNothingLater) {
-  for (const auto* program : {kGTKFields, kQtFields}) {
+  for (const auto& program : {kGTKFields, kQtFields}) {
     open(program, "--text kept");
     const auto snapshot = prepared();
     editor->suspend();
@@ -224,7 +225,7 @@ TEST_F(Insertion, AProgramThatHangsBeforehandIsRefusedAndGetsNothingLater) {
 }
 
 TEST_F(Insertion, AnotherFieldBetweenPrepareAndDeliveryIsRefusedEvenIfTheFirstIsBack) {
-  for (const auto* program : {kGTKFields, kQtFields}) {
+  for (const auto& program : {kGTKFields, kQtFields}) {
     open(program);
     const auto snapshot = prepared();
     press({"Tab"});

@@ -2,12 +2,12 @@
 #pragma once
 
 #include <boost/json.hpp>
-#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/Paths.h"
 
 namespace quillet::test {
 
@@ -15,9 +15,9 @@ namespace quillet::test {
 /// container or a tuple of these, or a JSON value. Throws for a table that isn't there, that has no rows, or others.
 template <typename Row>
 std::vector<Row> rows(const std::string& file, const std::string& table) {
-  const auto path = std::filesystem::path(QUILLET_SOURCE_DIR) / "Tests/data/tables" / (file + ".json");
+  const auto path = sourceFile("Tests/data/tables/" + file + ".json");
   auto found = boost::json::value_to<std::vector<Row>>(boost::json::parse(readText(path)).at(table));
-  if (found.empty()) throw std::logic_error(path.string() + " has no rows under " + table);
+  if (found.empty()) throw std::logic_error(path + " has no rows under " + table);
   return found;
 }
 

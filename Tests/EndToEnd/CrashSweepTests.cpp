@@ -15,6 +15,7 @@
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
 #include "Tests/Desktop/StubLock.h"
+#include "Tests/Doubles/Paths.h"
 #include "Tests/EndToEnd/KillPoint.h"
 #include "Tests/EndToEnd/ProcessMemory.h"
 #include "Tests/EndToEnd/Programs.h"
@@ -300,7 +301,7 @@ TEST_F(PairingCrashSweep, LeavesNoPhoneThatBelievesInAPairingWhichIsNotHeld) {
 class TypingCrashSweep : public CrashSweep {
  protected:
   TypingCrashSweep()
-      : CrashSweep(QUILLET_SOURCE_DIR "/Tests/Desktop/fields.py", {"--deaf"},
+      : CrashSweep(QString::fromStdString(sourceFile("Tests/Desktop/fields.py")), {"--deaf"},
                    "Grüße, привет; 日本 👍🏽 and more. ") {}
 };
 

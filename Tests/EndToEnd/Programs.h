@@ -9,6 +9,7 @@
 #include <list>
 
 #include "Tests/Desktop/Editor.h"
+#include "Tests/Doubles/Paths.h"
 
 namespace quillet::test {
 
@@ -23,7 +24,7 @@ class Program {
     process_.emplace();
     process_->setProcessEnvironment(environment);
     process_->setStandardErrorFile(QProcess::nullDevice());
-    process_->start(QString(QUILLET_BIN_DIR) + "/" + name, arguments);
+    process_->start(QString::fromStdString(builtProgram(name.toStdString())), arguments);
     process_->waitForStarted();
   }
   void say(const char* line) { process_->write(line); }

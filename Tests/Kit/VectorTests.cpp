@@ -7,13 +7,14 @@
 
 #include "QuilletVectors/VectorRun.h"
 #include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/Paths.h"
 #include "Tests/Doubles/Rows.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet::vectors {
 namespace {
 
-const std::filesystem::path kFolder = std::filesystem::path(QUILLET_SOURCE_DIR) / "Tests/data/vectors";
+const std::filesystem::path kFolder = test::sourceFile("Tests/data/vectors");
 
 void expectAllPass(const Tally& tally, std::int64_t atLeast) {
   for (const auto& failure : tally.failures) {

@@ -9,6 +9,7 @@
 #include "Tests/Doubles/ChildProcess.h"
 #include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/NetworkThread.h"
+#include "Tests/Doubles/Paths.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/Service/ServiceFixture.h"
 
@@ -50,7 +51,7 @@ class ServiceProgram {
   static std::vector<std::string> command(std::vector<std::string> variables,
                                           const std::vector<std::string>& arguments) {
     variables.insert(variables.begin(), "env");
-    variables.emplace_back(QUILLET_BIN_DIR "/quillet-service");
+    variables.push_back(builtProgram("quillet-service"));
     variables.insert(variables.end(), arguments.begin(), arguments.end());
     return variables;
   }
