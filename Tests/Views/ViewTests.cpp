@@ -17,9 +17,9 @@
 #include <set>
 #include <string_view>
 
+#include "QuilletPictures/Gallery.h"
+#include "QuilletPictures/Stage.h"
 #include "Tests/Doubles/FakeUpdateController.h"
-#include "Tests/Views/Gallery.h"
-#include "Tests/Views/Stage.h"
 
 namespace quillet::test {
 namespace {

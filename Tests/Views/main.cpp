@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "QuilletPictures/Gallery.h"
+#include "QuilletPictures/Stage.h"
 #include "Tests/Doubles/UnannouncedErrors.h"
-#include "Tests/Views/Gallery.h"
-#include "Tests/Views/Stage.h"
 
 namespace {
 

@@ -2,10 +2,10 @@
 #include <QCursor>
 #include <chrono>
 
+#include "QuilletPictures/Stage.h"
 #include "Tests/Doubles/FakeUpdateController.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/MemoryPreferences.h"
-#include "Tests/Views/Stage.h"
 
 namespace quillet::test {
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "Tests/Views/Gallery.h"
+#include "QuilletPictures/Gallery.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -9,7 +9,7 @@
 #include <iostream>
 #include <utility>
 
-#include "Tests/Views/Stage.h"
+#include "QuilletPictures/Stage.h"
 
 namespace quillet::test {
 

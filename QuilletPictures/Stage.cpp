@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "Tests/Views/Stage.h"
+#include "QuilletPictures/Stage.h"
 
 #include <QCoreApplication>
 #include <QGuiApplication>
