@@ -11,7 +11,7 @@
 
 #include "QuilletPictures/Stage.h"
 
-namespace quillet::test {
+namespace quillet::pictures {
 
 Gallery& Gallery::instance() {
   static Gallery gallery;
@@ -65,4 +65,4 @@ int Gallery::show() {
   return 0;
 }
 
-}  // namespace quillet::test
+}  // namespace quillet::pictures

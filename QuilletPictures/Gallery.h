@@ -8,7 +8,7 @@
 
 #include "QuilletCompanion/Views/Look.h"
 
-namespace quillet::test {
+namespace quillet::pictures {
 
 /// The one look of the process, as a desktop would set it.
 class Gallery {
@@ -34,4 +34,4 @@ class Gallery {
   std::string complaints_;
 };
 
-}  // namespace quillet::test
+}  // namespace quillet::pictures

@@ -7,10 +7,11 @@
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/MemoryPreferences.h"
 
-namespace quillet::test {
+namespace quillet::pictures {
 namespace {
 
 using namespace std::chrono_literals;
+using namespace test;
 using Arrange = std::function<void(Stage&)>;
 using State = PairingState;
 
@@ -449,4 +450,4 @@ const std::vector<Scene>& scenes() {
   return all;
 }
 
-}  // namespace quillet::test
+}  // namespace quillet::pictures

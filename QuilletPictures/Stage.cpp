@@ -13,8 +13,10 @@
 #include "QuilletKit/Protocol/PairingCrypto.h"
 #include "QuilletKit/Protocol/ServiceCoding.h"
 
-namespace quillet::test {
+namespace quillet::pictures {
 namespace {
+
+using test::FakeService;
 
 constexpr auto day = std::chrono::hours(24);
 
@@ -231,4 +233,4 @@ std::vector<QQuickItem*> visibleItems(const QQuickWindow& window) {
   return found;
 }
 
-}  // namespace quillet::test
+}  // namespace quillet::pictures

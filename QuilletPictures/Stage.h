@@ -14,11 +14,11 @@
 #include "Tests/App/AppModelHarness.h"
 #include "Tests/Doubles/FakeLedgerStorage.h"
 
-namespace quillet::test {
+namespace quillet::pictures {
 
 /// The real windows over the real model, between a fake desktop and a scripted service. The model's clocks stand still
 /// but on command. Needs a QApplication and a display.
-class Stage final : public AppModelTest {
+class Stage final : public test::AppModelTest {
  public:
   explicit Stage(Look& look);
 
@@ -58,7 +58,7 @@ class Stage final : public AppModelTest {
   void offerPairing();
   void pairingIs(PairingState state);
   void countWords(const std::vector<std::int64_t>& daysUntilToday);
-  FakeLedgerStorage sharedFolder;
+  test::FakeLedgerStorage sharedFolder;
   std::unique_ptr<UpdateController> updates;  ///< For `begin`.
 
  protected:
@@ -94,4 +94,4 @@ void speak(const QString& language, QTranslator* otherwise = nullptr);
 /// Each item of the window that is seen at least in part, its parents first.
 std::vector<QQuickItem*> visibleItems(const QQuickWindow& window);
 
-}  // namespace quillet::test
+}  // namespace quillet::pictures

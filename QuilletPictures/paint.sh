@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# A picture of every window in every state, as FOLDER/LANGUAGE/LOOK/STATE.png. usage: paint.sh VIEWTESTS FOLDER
+# A picture of every window in every state, as FOLDER/LANGUAGE/LOOK/STATE.png. usage: paint.sh QUILLET-PICTURES FOLDER
 set -euo pipefail
 for language in en nl fr de; do
   looks=(light dark)

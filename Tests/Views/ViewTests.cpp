@@ -24,6 +24,8 @@
 namespace quillet::test {
 namespace {
 
+using namespace pictures;
+
 /// Is asked for what the catalogue before it hasn't.
 class Missing final : public QTranslator {
  public:

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # What a screen reader finds in every window in every state is what is written down; with --write, writes it down.
-# usage: screen-reader.sh [--write] VIEWTESTS
+# usage: screen-reader.sh [--write] QUILLET-PICTURES
 set -euo pipefail
 tests=$(dirname "$(dirname "$(realpath "${BASH_SOURCE[0]}")")")
 export QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
