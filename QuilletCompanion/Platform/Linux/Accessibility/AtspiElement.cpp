@@ -135,7 +135,7 @@ ElementTraits traitsOf(const AtspiElement& element, CallBudget& budget) {
   ElementTraits traits;
   const auto summary = summarize(element.accessible(), element.pid(), budget);
   if (!summary.answered() || summary.role == ATSPI_ROLE_INVALID) return traits;
-  element.guess().role = summary.role;
+  element.role() = summary.role;
   traits.isSecure = summary.role == ATSPI_ROLE_PASSWORD_TEXT;
   traits.editable = summary.isEditable() || (summary.role == ATSPI_ROLE_TERMINAL && isReadable(element, budget));
   auto role = textRole(summary);

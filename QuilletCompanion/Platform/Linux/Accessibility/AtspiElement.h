@@ -16,13 +16,6 @@ namespace quillet {
 /// Which toolkit an element's application is made with, as far as its behaviour matters here.
 enum class AtspiToolkit { unknown, gtk, qt, gecko, chromium };
 
-/// What an element answered last. Only to guess which questions to ask in one go: never an answer itself.
-struct AtspiGuess {
-  AtspiRole role = ATSPI_ROLE_INVALID;
-  int characters = 0;  ///< In the toolkit's unit, as the caret.
-  int caret = 0;
-};
-
 /// An accessible object of another process.
 class AtspiElement final : public ElementHandle {
  public:
@@ -32,14 +25,15 @@ class AtspiElement final : public ElementHandle {
   AtspiAccessible* accessible() const { return accessible_.get(); }
   AtspiText* text() const { return ATSPI_TEXT(accessible_.get()); }
   std::int32_t pid() const { return pid_; }
-  AtspiGuess& guess() const { return guess_; }
+  /// As its application told last; invalid before that.
+  AtspiRole& role() const { return role_; }
   /// Once its application told; it stays for good.
   std::optional<AtspiToolkit>& toolkit() const { return toolkit_; }
 
  private:
   GRef<AtspiAccessible> accessible_;
   std::int32_t pid_;
-  mutable AtspiGuess guess_;
+  mutable AtspiRole role_ = ATSPI_ROLE_INVALID;
   mutable std::optional<AtspiToolkit> toolkit_;
 };
 using AtspiElementRef = std::shared_ptr<const AtspiElement>;

@@ -67,7 +67,7 @@ FieldReading AtspiTextReader::field() {
   if (!budget_.mayCall(element_->pid())) return {};
   AtspiBatch batch(element_->accessible(), budget_.callLimit());
   const auto value = askValue(batch);
-  const auto caret = askCaret(batch, 0);
+  const auto caret = askCaret(batch);
   batch.wait();
   FieldReading reading{.value = valueFrom(batch, value)};
   reading.selection = isWeb(toolkit_) ? selection() : selectionFrom(batch, caret, reading.value);
@@ -82,7 +82,7 @@ TargetReading AtspiTextReader::target() {
   }
   if (!budget_.mayCall(element_->pid())) return {};
   AtspiBatch batch(element_->accessible(), budget_.callLimit());
-  const auto caret = askCaret(batch, guessedCaret());
+  const auto caret = askCaret(batch);
   TargetReading reading{.traits = traitsOf(*element_, budget_)};
   if (!reading.traits.editable || reading.traits.isSecure) return reading;
   batch.wait();
@@ -90,54 +90,30 @@ TargetReading AtspiTextReader::target() {
   return reading;
 }
 
-bool AtspiTextReader::maySpeculate() const {
-  const auto role = element_->guess().role;
-  return role != ATSPI_ROLE_INVALID && role != ATSPI_ROLE_PASSWORD_TEXT;
-}
-
-int AtspiTextReader::guessedCaret() const {
-  return toolkit_ == AtspiToolkit::qt || !maySpeculate() ? 0 : element_->guess().caret;
-}
-
-AtspiTextReader::ValueQuestion AtspiTextReader::askValue(AtspiBatch& batch) const {
-  ValueQuestion question{.guessed = maySpeculate() ? element_->guess().characters : 0};
-  question.role = batch.call("Accessible", "GetRole");
-  question.count = batch.property("Text", "CharacterCount");
-  if (question.guessed > 0) question.text = batch.call("Text", "GetText", {0, question.guessed});
-  return question;
+AtspiTextReader::ValueQuestion AtspiTextReader::askValue(AtspiBatch& batch) {
+  return {.role = batch.call("Accessible", "GetRole"), .count = batch.property("Text", "CharacterCount")};
 }
 
 std::optional<std::string> AtspiTextReader::valueFrom(const AtspiBatch& batch, const ValueQuestion& question) {
   const auto role = batch.number(question.role), characters = batch.number(question.count);
-  auto& guess = element_->guess();
-  guess.role = static_cast<AtspiRole>(role.value_or(ATSPI_ROLE_INVALID));
-  if (!role || guess.role == ATSPI_ROLE_PASSWORD_TEXT || !characters || *characters < 0) return std::nullopt;
-  guess.characters = *characters;
-  const bool right = question.guessed > 0 && question.guessed == *characters;
-  auto raw = right ? batch.text(question.text) : slice(*element_, 0, *characters);
-  if (right && raw) raw = clean(std::move(*raw));
+  element_->role() = static_cast<AtspiRole>(role.value_or(ATSPI_ROLE_INVALID));
+  if (!role || element_->role() == ATSPI_ROLE_PASSWORD_TEXT || !characters || *characters < 0) return std::nullopt;
+  auto raw = slice(*element_, 0, *characters);
   return raw && isWeb(toolkit_) ? flattened(*element_, *raw, 0) : raw;
 }
 
-AtspiTextReader::CaretQuestion AtspiTextReader::askCaret(AtspiBatch& batch, int guessed) const {
-  CaretQuestion question{.guessed = guessed};
-  question.caret = batch.property("Text", "CaretOffset");
-  question.selections = batch.call("Text", "GetNSelections");
-  if (guessed > 0) question.text = batch.call("Text", "GetText", {0, guessed});
-  return question;
+AtspiTextReader::CaretQuestion AtspiTextReader::askCaret(AtspiBatch& batch) {
+  return {.caret = batch.property("Text", "CaretOffset"), .selections = batch.call("Text", "GetNSelections")};
 }
 
 std::optional<AXTextRange> AtspiTextReader::selectionFrom(const AtspiBatch& batch, const CaretQuestion& question,
                                                           const std::optional<std::string>& value) {
   const auto caret = batch.number(question.caret);
   if (!caret || *caret < 0) return std::nullopt;
-  element_->guess().caret = *caret;
   const bool selected = batch.number(question.selections).value_or(0) > 0;
   const auto found = selected ? firstSelection(*element_, *caret) : Range{*caret, *caret};
   if (!found) return std::nullopt;
-  const bool guessed = question.guessed > 0 && question.guessed == found->start;
-  const auto before = guessed ? batch.text(question.text) : std::nullopt;
-  const auto location = before ? TextUnits::utf16Length(*before) : utf16Units({0, found->start}, value);
+  const auto location = utf16Units({0, found->start}, value);
   const auto length = utf16Units(*found, value);
   if (!location || !length) return std::nullopt;
   return AXTextRange{.location = *location, .length = *length};
@@ -156,7 +132,7 @@ std::optional<AXTextRange> AtspiTextReader::selection() {
   if (!isWeb(toolkit_)) {
     if (!budget_.mayCall(element_->pid())) return std::nullopt;
     AtspiBatch batch(element_->accessible(), budget_.callLimit());
-    const auto question = askCaret(batch, guessedCaret());
+    const auto question = askCaret(batch);
     batch.wait();
     return selectionFrom(batch, question, std::nullopt);
   }
@@ -177,7 +153,7 @@ std::optional<KeyTypist::Observation> AtspiTextReader::observation() {
   const auto characters = count(*leaf->element);
   const auto selected = range(*leaf->element, leaf->caret);
   if (!characters) return std::nullopt;
-  const auto role = leaf->element->guess().role;
+  const auto role = leaf->element->role();
   KeyTypist::Observation seen{.characters = *characters,
                               .caret = leaf->caret,
                               .selected = selected ? selected->end - selected->start : 0,
@@ -190,7 +166,7 @@ std::optional<KeyTypist::Observation> AtspiTextReader::observation() {
 }
 
 std::optional<KeyTypist::Observation> AtspiTextReader::observationWithoutCaret() {
-  if (!isWeb(toolkit_) || element_->guess().role != ATSPI_ROLE_ENTRY) return std::nullopt;
+  if (!isWeb(toolkit_) || element_->role() != ATSPI_ROLE_ENTRY) return std::nullopt;
   const auto characters = count(*element_);
   if (!characters) return std::nullopt;
   return KeyTypist::Observation{.characters = *characters,

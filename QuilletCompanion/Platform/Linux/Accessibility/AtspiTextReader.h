@@ -39,25 +39,19 @@ class AtspiTextReader {
     int caret = 0;
   };
 
-  /// Questions that are under way in a batch. What can be asked only once another answer is there is `guessed`.
+  /// Questions that are under way in a batch.
   struct ValueQuestion {
-    int guessed = 0;  ///< The number of characters; 0 if the text wasn't asked for.
-    AtspiBatch::Index role = 0, count = 0, text = 0;
+    AtspiBatch::Index role = 0, count = 0;
   };
   struct CaretQuestion {
-    int guessed = 0;  ///< The caret; 0 if the text before it wasn't asked for.
-    AtspiBatch::Index caret = 0, selections = 0, text = 0;
+    AtspiBatch::Index caret = 0, selections = 0;
   };
 
   /// Of a web field without children, which has no caret while one of its completions is shown as having the focus.
   std::optional<KeyTypist::Observation> observationWithoutCaret();
-  ValueQuestion askValue(AtspiBatch& batch) const;
+  static ValueQuestion askValue(AtspiBatch& batch);
   std::optional<std::string> valueFrom(const AtspiBatch& batch, const ValueQuestion& question);
-  CaretQuestion askCaret(AtspiBatch& batch, int guessed) const;
-  /// Whether text may be asked for before the role is known: the last one known was no password field's.
-  bool maySpeculate() const;
-  /// 0 where the text before the caret isn't needed to tell what its offset means, or isn't asked for.
-  int guessedCaret() const;
+  static CaretQuestion askCaret(AtspiBatch& batch);
   /// Where no children share the text. `value`, if known, is that text.
   std::optional<AXTextRange> selectionFrom(const AtspiBatch& batch, const CaretQuestion& question,
                                            const std::optional<std::string>& value);

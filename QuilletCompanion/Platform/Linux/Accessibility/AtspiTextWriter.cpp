@@ -82,7 +82,6 @@ class Writer {
     GErrorSlot error;
     if (!mayCall()) return false;
     atspi_editable_text_delete_text(editable(), range.first, range.second, error);
-    element_.guess().characters -= range.second - range.first;
     return !error.failed();
   }
 
@@ -102,8 +101,6 @@ class Writer {
       return role == ATSPI_ROLE_SPIN_BUTTON ? Replacement::rejected : Replacement::failed;
     }
     if (!remove(selected) || !mayCall()) return Replacement::claimed;
-    element_.guess().characters = *after - (selected.second - selected.first);
-    element_.guess().caret = selected.first + grown;
     GErrorSlot error;
     // Also where the caret is right, since the new text may be selected now.
     atspi_text_set_caret_offset(element_.text(), selected.first + grown, error);
@@ -133,8 +130,6 @@ class Writer {
     if (!batch.succeeded(inserted)) return false;
     const auto length =
         static_cast<int>(toolkit_ == AtspiToolkit::gtk ? TextUnits::codePoints(text) : TextUnits::utf16Length(text));
-    element_.guess().characters += length;
-    element_.guess().caret = start + length;
     if (const auto now = batch.number(caret); now && *now >= 0) placeCaret(*now, start, start + length);
     return true;
   }
