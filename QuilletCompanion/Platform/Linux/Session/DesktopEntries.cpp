@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Platform/Linux/Session/DesktopEntries.h"
 
-#include <glib.h>
+#include <gio/gdesktopappinfo.h>
 
-#include <QStandardPaths>
 #include <array>
-#include <filesystem>
-#include <memory>
-#include <optional>
+#include <string_view>
 #include <vector>
 
 namespace quillet {
@@ -17,42 +14,30 @@ struct Entry {
   std::string file, name, windowClass, program;
 };
 
-struct KeyFileDeleter {
-  void operator()(GKeyFile* file) const { g_key_file_unref(file); }
-};
-
-std::string take(char* text) {
-  const std::unique_ptr<char, decltype(&g_free)> owned(text, &g_free);
+std::string textOf(const char* text) {
   return text != nullptr ? text : "";
 }
 
-std::string programOf(const std::string& command) {
-  const auto first = command.substr(0, command.find(' '));
-  return first.substr(first.rfind('/') + 1);
+std::string stemOf(const std::string& id) {
+  constexpr std::string_view extension = ".desktop";
+  return id.ends_with(extension) ? id.substr(0, id.size() - extension.size()) : id;
 }
 
-std::optional<Entry> read(const std::filesystem::path& path) {
-  const std::unique_ptr<GKeyFile, KeyFileDeleter> file(g_key_file_new());
-  if (!g_key_file_load_from_file(file.get(), path.c_str(), G_KEY_FILE_NONE, nullptr)) return std::nullopt;
-  const auto value = [&](const char* key) {
-    return take(g_key_file_get_string(file.get(), "Desktop Entry", key, nullptr));
-  };
-  return Entry{.file = path.stem().string(),
-               .name = take(g_key_file_get_locale_string(file.get(), "Desktop Entry", "Name", nullptr, nullptr)),
-               .windowClass = value("StartupWMClass"),
-               .program = programOf(value("Exec"))};
+Entry entryOf(GAppInfo* info) {
+  const std::string program = textOf(g_app_info_get_executable(info));
+  return {.file = stemOf(textOf(g_app_info_get_id(info))),
+          .name = textOf(g_app_info_get_name(info)),
+          .windowClass = textOf(g_desktop_app_info_get_startup_wm_class(G_DESKTOP_APP_INFO(info))),
+          .program = program.substr(program.rfind('/') + 1)};
 }
 
 std::vector<Entry> readAll() {
   std::vector<Entry> entries;
-  for (const auto& folder : QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation)) {
-    std::error_code error;
-    for (std::filesystem::directory_iterator file(folder.toStdString(), error), end; !error && file != end;
-         file.increment(error)) {
-      if (file->path().extension() != ".desktop") continue;
-      if (auto entry = read(file->path()); entry && !entry->name.empty()) entries.push_back(std::move(*entry));
-    }
+  GList* const all = g_app_info_get_all();
+  for (const GList* info = all; info != nullptr; info = info->next) {
+    entries.push_back(entryOf(static_cast<GAppInfo*>(info->data)));
   }
+  g_list_free_full(all, &g_object_unref);
   return entries;
 }
 

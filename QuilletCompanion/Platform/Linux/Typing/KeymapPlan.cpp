@@ -2,12 +2,36 @@
 #include "QuilletCompanion/Platform/Linux/Typing/KeymapPlan.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <utility>
 
-#include "QuilletCompanion/Platform/Linux/Typing/FrequentCharacters.h"
-
 namespace quillet {
+namespace {
+
+constexpr std::array<std::u32string_view, 10> alphabets{
+    U"’“”—–…„‘€",
+    U"éäüößèàçñáíóúêâôîïëùåøæãõìòœÄÖÜÉ¿¡«»",
+    U"ąęłśżźćńěščřžýůďťňğışţășțőű",
+    U"оеаинтсрвлкмдпуяыьгзбчйхжшюцщэфіїєёъ",
+    U"αοιετσνηρπκμλςυγδωχθφβξζάίόέήύώψ",
+    U"יוהלארמתבשעםנדקחפכטגצןסזךץף",
+    U"ايلنمتروبعدةهسفكقحجأشصطخضىذثزءغئظآؤ",
+    U"नरकतसमहयलपवदजगबशटडचथधषठणघभ्ािेोींैुू",
+    U"านรอกเงมยลวดทสตะปบคหแจพชขใไโผ่้ิีัืุู็",
+    U"のいにたてるしはとがなでをかれさすんまりこあらもっきくうそどよめつけわだえせみ、。",
+};
+
+/// The characters that are likely to follow in a text in which `character` occurs, the likeliest first: those of its
+/// alphabet. Empty if we know none.
+std::u32string_view companionsOf(char32_t character) {
+  const auto* const found = std::find_if(alphabets.begin(), alphabets.end(), [&](std::u32string_view alphabet) {
+    return alphabet.find(character) != alphabet.npos;
+  });
+  return found == alphabets.end() ? std::u32string_view() : *found;
+}
+
+}  // namespace
 
 void KeymapPlan::setLayout(std::map<char32_t, Place> natives,
                            const std::map<Place, std::optional<char32_t>>& borrowable) {
