@@ -82,7 +82,7 @@ bool AccessibilityBus::enable() {
 bool AccessibilityBus::isStale() {
   if (!isEnabled()) return false;
   if (isConnectionLost()) return true;
-  if (ping_ && ping_->wait(Duration::zero())) settle(!std::exchange(ping_, nullptr)->answered());
+  if (ping_ && ping_->wait(Duration::zero())) settle(!std::exchange(ping_, nullptr)->take());
   if ((present_ && wellKnown_.within(keptFor)) || checked_.within(keptUnsettledFor)) return stale_;
   check();
   return stale_;
@@ -93,7 +93,7 @@ void AccessibilityBus::check() {
   if (ping_) return settle(true);  // it has had its time
   if (askAddress() != address_) return settle(true);
   ping_ = std::make_unique<BusPing>(bus_.get(), registryName);
-  if (ping_->wait(answersAtOnce)) settle(!std::exchange(ping_, nullptr)->answered());
+  if (ping_->wait(answersAtOnce)) settle(!std::exchange(ping_, nullptr)->take());
 }
 
 void AccessibilityBus::settle(bool stale) {
@@ -144,7 +144,7 @@ void AccessibilityBus::connect(MonotonicTime deadline) {
     ping_ = std::make_unique<BusPing>(bus_.get(), registryName);
   }
   if (!ping_->wait(patience())) return;
-  const bool answered = std::exchange(ping_, nullptr)->answered();
+  const bool answered = std::exchange(ping_, nullptr)->take();
   attempt_.reset();
   if (!answered) return bus_.reset();
   atspi_set_timeout(timeout, timeout);

@@ -33,8 +33,7 @@ GRef<GDBusConnection> sessionBus() {
   const auto address = takeText(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, GErrorSlot()));
   if (!address) return {};
   BusAttempt attempt(*address);
-  if (!attempt.wait(std::chrono::milliseconds(500)) || !attempt.take()) return {};
-  return GRef<GDBusConnection>(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, GErrorSlot()));
+  return attempt.wait(std::chrono::milliseconds(500)) ? attempt.take() : nullptr;
 }
 
 }  // namespace
@@ -42,7 +41,6 @@ GRef<GDBusConnection> sessionBus() {
 ApplicationName::ApplicationName(const std::string& name, Answer answer, std::function<void()> onActivate)
     : answer_(answer), onActivate_(std::move(onActivate)), name_(name), connection_(sessionBus()) {
   if (connection_ == nullptr) return;
-  g_dbus_connection_set_exit_on_close(connection_.get(), FALSE);
   static constexpr GDBusInterfaceVTable table{called, nullptr, nullptr, {}};
   GDBusNodeInfo* const node = g_dbus_node_info_new_for_xml(description, GErrorSlot());
   object_ = g_dbus_connection_register_object(connection_.get(), pathOf(name).c_str(), node->interfaces[0], &table,

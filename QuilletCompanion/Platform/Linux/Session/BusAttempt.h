@@ -3,55 +3,48 @@
 
 #include <gio/gio.h>
 
-#include <memory>
 #include <string>
+#include <utility>
 
 #include "QuilletCompanion/Platform/Linux/Session/GObjectRef.h"
-#include "QuilletKit/Async/Clock.h"
+#include "QuilletKit/Async/Attempt.h"
 
 namespace quillet {
 
-/// A question to a program that may be long in answering, or never answer. It goes on by itself, but its answer is
-/// heard of only in `wait`. Its end gives it up. Main thread only.
-class BusPatience {
+/// A question to a message bus, which may be long in answering, or never answer. Its end cancels it.
+template <typename Answer>
+class BusQuestion {
  public:
-  BusPatience() = default;
-  ~BusPatience() { g_cancellable_cancel(ending_.get()); }
-  BusPatience(const BusPatience&) = delete;
-  BusPatience& operator=(const BusPatience&) = delete;
+  ~BusQuestion() { g_cancellable_cancel(ending_.get()); }
+  BusQuestion(const BusQuestion&) = delete;
+  BusQuestion& operator=(const BusQuestion&) = delete;
 
-  /// False if there is no answer by then. The event loop stands still meanwhile.
-  bool wait(Duration limit);
+  /// False if there is no answer by then.
+  bool wait(Duration limit) const { return attempt_.wait(limit); }
+  /// The answer, once. Waits for it.
+  Answer take() { return attempt_.take(); }
 
  protected:
-  struct Outcome {
-    bool known = false;
-    GRef<GDBusConnection> connection;
-    bool answered = false;
-  };
-  struct ContextUnref {
-    void operator()(GMainContext* context) const { g_main_context_unref(context); }
-  };
+  /// `ask` gets what cancels the question.
+  template <typename Ask>
+  explicit BusQuestion(Ask ask)
+      : attempt_([ask = std::move(ask), ending = addRef(ending_.get())] { return ask(ending.get()); }) {}
 
-  const std::unique_ptr<GMainContext, ContextUnref> context_{g_main_context_new()};
+ private:
   const GRef<GCancellable> ending_{g_cancellable_new()};
-  const std::shared_ptr<Outcome> outcome_ = std::make_shared<Outcome>();
+  Attempt<Answer> attempt_;
 };
 
-/// An attempt to connect to a message bus.
-class BusAttempt : public BusPatience {
+/// A connection on which a bus has answered, or null. What it receives arrives from the main loop.
+class BusAttempt : public BusQuestion<GRef<GDBusConnection>> {
  public:
-  explicit BusAttempt(const std::string& address);
-  /// After it was waited for: a connection on which the bus has answered, or null if there is none to be had.
-  GRef<GDBusConnection> take();
+  explicit BusAttempt(std::string address);
 };
 
 /// Whether the program of a name answers, which is started if need be.
-class BusPing : public BusPatience {
+class BusPing : public BusQuestion<bool> {
  public:
-  BusPing(GDBusConnection* connection, const char* name);
-  /// After it was waited for.
-  bool answered() const { return outcome_->answered; }
+  BusPing(GDBusConnection* connection, std::string name);
 };
 
 }  // namespace quillet

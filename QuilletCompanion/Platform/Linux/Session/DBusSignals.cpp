@@ -41,11 +41,7 @@ DBusSignals::DBusSignals(GBusType bus) : bus_(bus) {
   if (!address) return;
   BusAttempt attempt(*address);
   if (attempt.wait(answersWithin)) {
-    // It answers. Only a connection that is made in this context tells of its end here.
-    if (attempt.take()) {
-      adopt(GRef<GDBusConnection>(
-          g_dbus_connection_new_for_address_sync(address->c_str(), clientFlags, nullptr, nullptr, GErrorSlot())));
-    }
+    adopt(attempt.take());
   } else {
     retryLater();
   }

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Platform/Linux/Session/LinuxSystemEvents.h"
 
+#include <unistd.h>
+
 #include <chrono>
-#include <condition_variable>
 #include <list>
-#include <mutex>
-#include <thread>
+#include <memory>
 #include <utility>
 #include <vector>
 
-#include "QuilletCompanion/Platform/Linux/Session/SleepInhibitor.h"
+#include "QuilletCompanion/Platform/Linux/Session/DBusSignals.h"
 
 namespace quillet {
 namespace {
@@ -25,6 +25,59 @@ GRef<GNetworkMonitor> defaultMonitor() {
   const GRef<GDBusConnection> shared(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, GErrorSlot()));
   if (shared) g_dbus_connection_set_exit_on_close(shared.get(), FALSE);
   return addRef(g_network_monitor_get_default());
+}
+
+/// The descriptor that a reply "(h)" brings, now the caller's; -1 without one.
+int descriptorIn(GVariant* reply, GUnixFDList* descriptors) {
+  if (reply == nullptr || descriptors == nullptr || !g_variant_is_of_type(reply, G_VARIANT_TYPE("(h)"))) return -1;
+  gint32 index = 0;
+  g_variant_get(reply, "(h)", &index);
+  if (index < 0 || index >= g_unix_fd_list_get_length(descriptors)) return -1;
+  return g_unix_fd_list_get(descriptors, index, GErrorSlot());
+}
+
+/// logind's delay of sleep: taken ahead, since it can't be had any more once sleep was announced, and let go when there
+/// is nothing left to do before it. Main thread only.
+class SleepInhibitor {
+ public:
+  /// Of a bus that outlives it.
+  explicit SleepInhibitor(const DBusSignals& bus) : bus_(bus) {}
+  ~SleepInhibitor() { release(); }
+  SleepInhibitor(const SleepInhibitor&) = delete;
+  SleepInhibitor& operator=(const SleepInhibitor&) = delete;
+
+  /// Asks for it unless it is there or on its way.
+  void take();
+  /// Lets it go, also one that is on its way.
+  void release();
+
+ private:
+  const DBusSignals& bus_;
+  int descriptor_ = -1;
+  /// Of the request that is under way.
+  std::shared_ptr<int> request_;
+};
+
+void SleepInhibitor::take() {
+  if (descriptor_ >= 0 || request_) return;
+  request_ = std::make_shared<int>();
+  bus_.callLater(
+      logind, "/org/freedesktop/login1", "org.freedesktop.login1.Manager", "Inhibit",
+      g_variant_new("(ssss)", "sleep", "Quillet", "Tells the phone that this computer goes to sleep", "delay"),
+      [this, request = std::weak_ptr(request_)](GVariant* reply, GUnixFDList* descriptors) {
+        const int received = descriptorIn(reply, descriptors);
+        if (request.expired()) {
+          if (received >= 0) close(received);
+          return;
+        }
+        request_.reset();
+        descriptor_ = received;
+      });
+}
+
+void SleepInhibitor::release() {
+  request_.reset();
+  if (descriptor_ >= 0) close(std::exchange(descriptor_, -1));
 }
 
 }  // namespace
@@ -157,52 +210,36 @@ class LinuxSystemEvents::Source : public std::enable_shared_from_this<Source> {
   int sleeps_ = 0;
 };
 
-/// The monitor as it is made on a thread of its own, which is left behind with a bus that answers nothing. It tells the
-/// main context of changes all the same, since that thread has none.
-struct LinuxSystemEvents::MonitorAttempt {
-  std::mutex mutex;
-  std::condition_variable made;
-  bool isMade = false;
-  GRef<GNetworkMonitor> monitor;
-  LinuxSystemEvents* owner = nullptr;  ///< Of the main thread alone.
-
-  static void run(const std::shared_ptr<MonitorAttempt>& attempt) {
-    auto found = defaultMonitor();
-    {
-      const std::lock_guard lock(attempt->mutex);
-      attempt->monitor = std::move(found);
-      attempt->isMade = true;
-      attempt->made.notify_one();
-    }
-    const auto tell = [](void* data) -> gboolean {
-      const std::unique_ptr<std::shared_ptr<MonitorAttempt>> told(static_cast<std::shared_ptr<MonitorAttempt>*>(data));
-      if (auto* const events = (*told)->owner) events->adopt((*told)->monitor.get());
-      return G_SOURCE_REMOVE;
-    };
-    g_idle_add(tell, new std::shared_ptr<MonitorAttempt>(attempt));
-  }
-};
-
-LinuxSystemEvents::LinuxSystemEvents() : attempt_(std::make_shared<MonitorAttempt>()) {
-  attempt_->owner = this;
-  std::thread([attempt = attempt_] { MonitorAttempt::run(attempt); }).detach();
-  std::unique_lock lock(attempt_->mutex);
-  attempt_->made.wait_for(lock, monitorWithin, [this] { return attempt_->isMade; });
-  network_ = addRef(attempt_->monitor.get());
+LinuxSystemEvents::LinuxSystemEvents() : self_(std::make_shared<LinuxSystemEvents*>(this)) {
+  // The monitor tells the main context of changes all the same, since that thread has none.
+  making_.emplace([self = std::weak_ptr(self_)] {
+    auto monitor = defaultMonitor();
+    g_idle_add(made, new std::weak_ptr(self));
+    return monitor;
+  });
+  if (making_->wait(monitorWithin)) takeMonitor();
 }
 
 LinuxSystemEvents::LinuxSystemEvents(GNetworkMonitor* network) : network_(addRef(network)) {}
 
-LinuxSystemEvents::~LinuxSystemEvents() {
-  if (attempt_) attempt_->owner = nullptr;
+LinuxSystemEvents::~LinuxSystemEvents() = default;
+
+gboolean LinuxSystemEvents::made(void* data) {
+  const std::unique_ptr<std::weak_ptr<LinuxSystemEvents*>> told(static_cast<std::weak_ptr<LinuxSystemEvents*>*>(data));
+  if (const auto self = told->lock()) (*self)->adopt();
+  return G_SOURCE_REMOVE;
 }
 
-void LinuxSystemEvents::adopt(GNetworkMonitor* network) {
-  attempt_.reset();
-  if (!network_) network_ = addRef(network);
+void LinuxSystemEvents::takeMonitor() {
+  network_ = making_->take();
+  making_.reset();
+}
+
+void LinuxSystemEvents::adopt() {
+  if (making_) takeMonitor();
   const auto source = source_.lock();
   if (!source) return;
-  source->follow(network);
+  source->follow(network_.get());
   source->tellIfChanged();
 }
 

@@ -4,9 +4,11 @@
 #include <gio/gio.h>
 
 #include <memory>
+#include <optional>
 
 #include "QuilletCompanion/Platform/Linux/Session/GObjectRef.h"
 #include "QuilletCompanion/Relay/SystemEvents.h"
+#include "QuilletKit/Async/Attempt.h"
 
 namespace quillet {
 
@@ -29,12 +31,15 @@ class LinuxSystemEvents final : public SystemEvents {
  private:
   /// What all observations share.
   class Source;
-  struct MonitorAttempt;
-  void adopt(GNetworkMonitor* network);
+  static gboolean made(void* self);
+  void takeMonitor();
+  void adopt();
 
   GRef<GNetworkMonitor> network_;
   std::weak_ptr<Source> source_;
-  std::shared_ptr<MonitorAttempt> attempt_;  ///< While it is under way.
+  std::optional<Attempt<GRef<GNetworkMonitor>>> making_;  ///< Until it is taken.
+  /// Whom the attempt tells, unless that is gone.
+  std::shared_ptr<LinuxSystemEvents*> self_;
 };
 
 }  // namespace quillet

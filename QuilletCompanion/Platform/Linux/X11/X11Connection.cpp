@@ -5,10 +5,7 @@
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
 
-#include <condition_variable>
-#include <mutex>
 #include <set>
-#include <thread>
 #include <utility>
 
 #include "QuilletKit/Base/Log.h"
@@ -49,55 +46,33 @@ void putUpHandler() {
 
 }  // namespace
 
-/// Happens on a thread of its own, which is left behind with a server that answers nothing.
-struct X11Connection::Opening {
-  std::mutex mutex;
-  std::condition_variable done;
-  bool isDone = false;
-  bool isAbandoned = false;
-  Display* display = nullptr;
-
-  void run(const std::string& name) {
-    Display* const opened = XOpenDisplay(name.empty() ? nullptr : name.c_str());
-    const std::lock_guard lock(mutex);
-    if (isAbandoned && opened != nullptr) XCloseDisplay(opened);
-    display = isAbandoned ? nullptr : opened;
-    isDone = true;
-    done.notify_one();
-  }
-  bool await(std::chrono::milliseconds limit) {
-    std::unique_lock lock(mutex);
-    return done.wait_for(lock, limit, [this] { return isDone; });
-  }
-  void abandon() {
-    const std::lock_guard lock(mutex);
-    isAbandoned = true;
-    if (display != nullptr) XCloseDisplay(std::exchange(display, nullptr));
-  }
-};
+void X11Connection::Close::operator()(_XDisplay* display) const {
+  XCloseDisplay(display);
+}
 
 X11Connection::X11Connection(const std::string& display, Waits waits) : name_(display), waits_(waits) {
   XInitThreads();
   open();
-  wasSilent = !opening_->await(wasSilent ? std::chrono::milliseconds(0) : ServerWatch::limit);
+  wasSilent = !opening_->wait(wasSilent ? std::chrono::milliseconds(0) : ServerWatch::limit);
   takeOpened();
 }
 
 X11Connection::~X11Connection() {
-  if (opening_) opening_->abandon();
   close();
 }
 
 void X11Connection::open() {
   nextOpening_ = std::chrono::steady_clock::now() + reopensAfter;
-  opening_ = std::make_shared<Opening>();
-  std::thread([opening = opening_, name = name_] { opening->run(name); }).detach();
+  opening_.emplace([name = name_] {
+    return std::unique_ptr<_XDisplay, Close>(XOpenDisplay(name.empty() ? nullptr : name.c_str()));
+  });
 }
 
 /// False also while it is still being opened.
 bool X11Connection::takeOpened() {
-  if (!opening_->await({})) return false;
-  display_ = std::exchange(opening_, nullptr)->display;
+  if (!opening_->wait({})) return false;
+  display_ = opening_->take().release();
+  opening_.reset();
   if (display_ == nullptr) return false;
   wasSilent = false;
   setUp();

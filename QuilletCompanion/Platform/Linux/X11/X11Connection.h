@@ -3,9 +3,11 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "QuilletCompanion/Platform/Linux/X11/ServerWatch.h"
+#include "QuilletKit/Async/Attempt.h"
 
 // Xlib's own headers define macros like None and Bool; only sources include them.
 struct _XDisplay;
@@ -36,7 +38,11 @@ class X11Connection {
   _XDisplay* get() const { return display_; }
 
  private:
-  struct Opening;
+  struct Close {
+    void operator()(_XDisplay* display) const;
+  };
+  /// Of a display that isn't this connection's yet.
+  using Opening = Attempt<std::unique_ptr<_XDisplay, Close>>;
   void open();
   bool takeOpened();
   void setUp();
@@ -44,7 +50,7 @@ class X11Connection {
 
   const std::string name_;
   const Waits waits_;
-  std::shared_ptr<Opening> opening_;  ///< While it is under way.
+  std::optional<Opening> opening_;  ///< While it is under way.
   std::chrono::steady_clock::time_point nextOpening_;
   _XDisplay* display_ = nullptr;
   bool broken_ = false;
