@@ -2,8 +2,9 @@
 #include "QuilletKit/Network/ServiceURL.h"
 
 #include <algorithm>
+#include <boost/url/parse.hpp>
+#include <boost/url/url_view.hpp>
 #include <cctype>
-#include <charconv>
 #include <stdexcept>
 
 namespace quillet {
@@ -32,23 +33,6 @@ bool canStandInURL(std::string_view text) {
   return true;
 }
 
-bool isPort(std::string_view text) {
-  unsigned value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  return error == std::errc() && end == text.data() + text.size() && value >= 1 && value <= 65535;
-}
-
-/// Takes a bracketed IPv6 address or a name from the front of `authority`.
-std::string_view takeHost(std::string_view& authority) {
-  const bool bracketed = authority.starts_with('[');
-  const std::size_t end = std::min(authority.find(bracketed ? ']' : ':'), authority.size());
-  if (bracketed && end == authority.size()) return {};
-  const std::string_view host = authority.substr(bracketed, end - bracketed);
-  authority.remove_prefix(end + bracketed);
-  const bool isAddress = host.find_first_not_of("0123456789abcdefABCDEF:.") == host.npos;
-  return bracketed && !isAddress ? std::string_view() : host;
-}
-
 bool isScheme(std::string_view scheme) {
   return scheme == "http" || scheme == "https" || scheme == "ws" || scheme == "wss";
 }
@@ -66,22 +50,19 @@ std::string targetOf(std::string_view pathWithQuery) {
 }  // namespace
 
 std::optional<ServiceURL> ServiceURL::parse(std::string_view text) {
-  const std::size_t colon = text.find("://");
-  if (colon == text.npos || !canStandInURL(text)) return std::nullopt;
-  ServiceURL url;
-  url.scheme = lowered(text.substr(0, colon));
-  const std::string_view rest = text.substr(colon + 3);
-  const std::size_t authorityEnd = std::min(rest.find_first_of("/?#"), rest.size());
-  std::string_view authority = rest.substr(0, authorityEnd);
-  if (!isScheme(url.scheme) || authority.find_first_of("@\\%") != authority.npos) return std::nullopt;
-  url.host = takeHost(authority);
-  if (url.host.empty()) return std::nullopt;
-  if (!authority.empty() && authority.front() != ':') return std::nullopt;
-  if (authority.size() > 1) {
-    if (!isPort(authority.substr(1))) return std::nullopt;
-    url.port = authority.substr(1);
+  const auto parsed = boost::urls::parse_uri(text);
+  if (!parsed || parsed->has_userinfo() || parsed->host_type() == boost::urls::host_type::ipvfuture) {
+    return std::nullopt;
   }
-  url.target = targetOf(rest.substr(authorityEnd));
+  ServiceURL url{.scheme = lowered(parsed->scheme()),
+                 .host = std::string(parsed->encoded_host()),
+                 .port = std::string(parsed->port())};
+  if (!isScheme(url.scheme) || url.host.empty() || url.host.find('%') != url.host.npos) return std::nullopt;
+  if (!url.port.empty() && parsed->port_number() == 0) return std::nullopt;
+  // The parser takes what follows a port or an address for a path, "/" or not.
+  if (!parsed->encoded_path().empty() && parsed->encoded_path().front() != '/') return std::nullopt;
+  if (url.host.front() == '[') url.host = url.host.substr(1, url.host.size() - 2);
+  url.target = targetOf(parsed->encoded_resource());
   return url;
 }
 

@@ -6,10 +6,11 @@
 #include <unicode/unistr.h>
 
 #include <algorithm>
+#include <boost/url/parse.hpp>
+#include <boost/url/url_view.hpp>
 #include <utility>
 
 #include "QuilletKit/Base/Base64URL.h"
-#include "QuilletKit/Base/PercentCoding.h"
 #include "QuilletKit/Base/Unicode.h"
 #include "QuilletKit/JSON/JSONCoding.h"
 #include "QuilletKit/Protocol/Envelope.h"
@@ -17,46 +18,18 @@
 namespace quillet {
 namespace {
 
-constexpr std::string_view kInvitationScheme = "quillet://";
+constexpr std::string_view kInvitationScheme = "quillet";
 constexpr std::string_view kInvitationHost = "pair";
 constexpr std::size_t kGroupedCodeSize = 8;
 
-/// Absent for bad escapes, or what isn't UTF-8.
-std::optional<std::string> percentDecoded(std::string_view text) {
-  auto decoded = PercentCoding::decode(text);
-  return decoded && Unicode::isValidUTF8(*decoded) ? decoded : std::nullopt;
-}
-
-/// What stands before the separator; `text` keeps what stands after it.
-std::string_view takeUntil(std::string_view& text, char separator) {
-  const std::size_t end = text.find(separator);
-  const std::string_view head = text.substr(0, end);
-  text.remove_prefix(end == text.npos ? text.size() : end + 1);
-  return head;
-}
-
-/// The value of the first query item of that name.
-std::optional<std::string> queryValue(std::string_view query, std::string_view name) {
-  while (!query.empty()) {
-    const std::string_view item = takeUntil(query, '&');
-    const std::size_t equals = item.find('=');
-    if (percentDecoded(item.substr(0, equals)) != name) continue;
-    return equals == item.npos ? std::nullopt : percentDecoded(item.substr(equals + 1));
+/// The value of the first query item of that name; absent also for what isn't UTF-8.
+std::optional<std::string> queryValue(const boost::urls::url_view& url, std::string_view name) {
+  for (const auto& item : url.encoded_params()) {
+    if (item.key.decode() != name) continue;
+    auto value = item.value.decode();
+    return item.has_value && Unicode::isValidUTF8(value) ? std::optional(std::move(value)) : std::nullopt;
   }
   return std::nullopt;
-}
-
-/// The query of a pairing URL; absent for any other text.
-std::optional<std::string_view> invitationQuery(std::string_view text) {
-  const auto isBlankOrControl = [](char c) { return (c >= 0 && c <= ' ') || c == 0x7f; };
-  if (!text.starts_with(kInvitationScheme)) return std::nullopt;
-  if (std::any_of(text.begin(), text.end(), isBlankOrControl)) return std::nullopt;
-  text.remove_prefix(kInvitationScheme.size());
-  text = takeUntil(text, '#');
-  std::string_view authority = takeUntil(text, '?');
-  authority = takeUntil(authority, '/');
-  if (authority != kInvitationHost) return std::nullopt;
-  return text;
 }
 
 }  // namespace
@@ -66,10 +39,10 @@ std::string PairingInvitation::text() const {
 }
 
 std::optional<PairingInvitation> PairingInvitation::parse(std::string_view text) {
-  const auto query = invitationQuery(text);
-  if (!query) return std::nullopt;
-  auto session = queryValue(*query, "s");
-  const auto keyText = queryValue(*query, "k");
+  const auto url = boost::urls::parse_uri(text);
+  if (!url || url->scheme() != kInvitationScheme || url->encoded_authority() != kInvitationHost) return std::nullopt;
+  auto session = queryValue(*url, "s");
+  const auto keyText = queryValue(*url, "k");
   if (!session || session->empty() || !keyText) return std::nullopt;
   const auto key = Base64URL::decode(*keyText);
   if (!key || key->size() != Crypto::kKeySize) return std::nullopt;
