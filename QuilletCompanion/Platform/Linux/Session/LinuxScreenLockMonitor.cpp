@@ -82,10 +82,7 @@ LinuxScreenLockMonitor::LinuxScreenLockMonitor()
               {"org.cinnamon.ScreenSaver", "/org/cinnamon/ScreenSaver"},
               {"org.mate.ScreenSaver", "/org/mate/ScreenSaver"},
               {"org.xfce.ScreenSaver", "/org/xfce/ScreenSaver"}} {
-  if (const auto found = findSession()) {
-    watchSession(found->path);
-    takeProperties(found->properties.get());
-  }
+  look(Asking::now);
   systemBus_.watchName(
       logind, [this] { logindAppeared(); }, nullptr);
   for (auto& saver : savers_) watch(saver);
@@ -99,60 +96,54 @@ bool LinuxScreenLockMonitor::isScreenLocked() {
   return lockedHint_ || !active_ || std::any_of(savers_.begin(), savers_.end(), [](const auto& s) { return s.active; });
 }
 
+void LinuxScreenLockMonitor::ask(Asking asking, const std::string& object, const char* interface, const char* method,
+                                 GVariant* arguments, DBusSignals::Reply reply) const {
+  if (asking == Asking::later) {
+    return systemBus_.callLater(logind, object.c_str(), interface, method, arguments, std::move(reply));
+  }
+  reply(systemBus_.call(logind, object.c_str(), interface, method, arguments).get(), nullptr);
+}
+
 /// Of the sessions found the first graphical one; where the desktop was started from a terminal there is none, and the
 /// very first will do.
-std::optional<LinuxScreenLockMonitor::Session> LinuxScreenLockMonitor::findSession() const {
-  std::optional<Session> other;
-  for (const auto& [object, interface, method, arguments] : sessionQuestions()) {
-    const auto reply = systemBus_.call(logind, object.c_str(), interface, method, arguments.get());
-    const auto path = pathIn(reply.get());
-    if (!path) continue;
-    auto properties =
-        systemBus_.call(logind, path->c_str(), propertiesInterface, "GetAll", g_variant_new("(s)", sessionInterface));
-    const bool graphical = isGraphical(properties.get());
-    if (graphical || !other) other = Session{*path, std::move(properties)};
-    if (graphical) break;
-  }
-  return other;
-}
-
-void LinuxScreenLockMonitor::findSessionLater(std::size_t attempt, const std::string& other) {
+void LinuxScreenLockMonitor::findSession(Asking asking, std::size_t attempt, const std::string& other) {
   const auto questions = sessionQuestions();
-  if (attempt >= questions.size()) return other.empty() ? lookAgain() : adoptSession(other);
+  if (attempt >= questions.size()) return other.empty() ? lookAgain() : adoptSession(asking, other);
   const auto& [object, interface, method, arguments] = questions[attempt];
-  systemBus_.callLater(logind, object.c_str(), interface, method, arguments.get(),
-                       [this, attempt, other](GVariant* reply, GUnixFDList*) {
-                         const auto path = pathIn(reply);
-                         if (!path) return findSessionLater(attempt + 1, other);
-                         adoptIfGraphical(*path, attempt, other);
-                       });
+  ask(asking, object, interface, method, arguments.get(), [=, this](GVariant* reply, GUnixFDList*) {
+    const auto path = pathIn(reply);
+    if (!path) return findSession(asking, attempt + 1, other);
+    adoptIfGraphical(asking, *path, attempt, other);
+  });
 }
 
-void LinuxScreenLockMonitor::adoptIfGraphical(const std::string& path, std::size_t attempt, const std::string& other) {
-  systemBus_.callLater(logind, path.c_str(), propertiesInterface, "GetAll", g_variant_new("(s)", sessionInterface),
-                       [this, path, attempt, other](GVariant* reply, GUnixFDList*) {
-                         if (isGraphical(reply)) return adoptSession(path);
-                         findSessionLater(attempt + 1, other.empty() ? path : other);
-                       });
+void LinuxScreenLockMonitor::adoptIfGraphical(Asking asking, const std::string& path, std::size_t attempt,
+                                              const std::string& other) {
+  ask(asking, path, propertiesInterface, "GetAll", g_variant_new("(s)", sessionInterface),
+      [=, this](GVariant* reply, GUnixFDList*) {
+        if (isGraphical(reply)) return adoptSession(asking, path);
+        findSession(asking, attempt + 1, other.empty() ? path : other);
+      });
 }
 
-void LinuxScreenLockMonitor::adoptSession(const std::string& path) {
+void LinuxScreenLockMonitor::adoptSession(Asking asking, const std::string& path) {
   if (session_) return;
-  watchSession(path);
-  askSession();
+  session_ = path;
+  watchSession();
+  askSession(asking);
 }
 
-void LinuxScreenLockMonitor::watchSession(const std::string& path) {
-  session_ = path;
+void LinuxScreenLockMonitor::watchSession() {
+  const char* const path = session_->c_str();
   const auto request = [this](bool lock) {
     return [this, lock](GVariant*) {
       lockRequested_ = lock;
       notified();
     };
   };
-  systemBus_.subscribe(logind, sessionInterface, "Lock", path.c_str(), request(true));
-  systemBus_.subscribe(logind, sessionInterface, "Unlock", path.c_str(), request(false));
-  systemBus_.subscribe(logind, propertiesInterface, "PropertiesChanged", path.c_str(), [this](GVariant* arguments) {
+  systemBus_.subscribe(logind, sessionInterface, "Lock", path, request(true));
+  systemBus_.subscribe(logind, sessionInterface, "Unlock", path, request(false));
+  systemBus_.subscribe(logind, propertiesInterface, "PropertiesChanged", path, [this](GVariant* arguments) {
     if (!g_variant_is_of_type(arguments, G_VARIANT_TYPE("(sa{sv}as)"))) return;
     const GVariantRef changed(g_variant_get_child_value(arguments, 1));
     propertiesChanged(changed.get());
@@ -162,12 +153,12 @@ void LinuxScreenLockMonitor::watchSession(const std::string& path) {
 // A logind that starts again has its name before it knows its sessions.
 void LinuxScreenLockMonitor::logindAppeared() {
   looksLeft_ = 40;
-  look();
+  look(Asking::later);
 }
 
-void LinuxScreenLockMonitor::look() {
-  if (session_) return askSession();
-  findSessionLater(0, {});
+void LinuxScreenLockMonitor::look(Asking asking) {
+  if (session_) return askSession(asking);
+  findSession(asking, 0, {});
 }
 
 void LinuxScreenLockMonitor::lookAgain() {
@@ -176,19 +167,19 @@ void LinuxScreenLockMonitor::lookAgain() {
   const auto again = [](gpointer self) -> gboolean {
     auto& monitor = *static_cast<LinuxScreenLockMonitor*>(self);
     monitor.lookTimer_ = 0;
-    monitor.look();
+    monitor.look(Asking::later);
     return G_SOURCE_REMOVE;
   };
   lookTimer_ = g_timeout_add(250, again, this);
 }
 
-void LinuxScreenLockMonitor::askSession() {
-  systemBus_.callLater(logind, session_->c_str(), propertiesInterface, "GetAll", g_variant_new("(s)", sessionInterface),
-                       [this](GVariant* reply, GUnixFDList*) {
-                         if (reply == nullptr) return lookAgain();
-                         answer([&] { takeProperties(reply); });
-                         if (lockedByNotification() != anyNotified()) notified();
-                       });
+void LinuxScreenLockMonitor::askSession(Asking asking) {
+  ask(asking, *session_, propertiesInterface, "GetAll", g_variant_new("(s)", sessionInterface),
+      [this](GVariant* reply, GUnixFDList*) {
+        if (reply == nullptr) return lookAgain();
+        answer([&] { takeProperties(reply); });
+        if (lockedByNotification() != anyNotified()) notified();
+      });
 }
 
 void LinuxScreenLockMonitor::watch(Saver& saver) {

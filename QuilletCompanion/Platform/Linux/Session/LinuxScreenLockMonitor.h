@@ -32,20 +32,19 @@ class LinuxScreenLockMonitor final : public ScreenLockMonitor {
     bool active = false;    ///< As its signals say, or its answer.
   };
 
-  struct Session {
-    std::string path;
-    GVariantRef properties;  ///< Null if it didn't answer.
-  };
+  /// Whether an answer of logind is waited for, or comes from the main loop.
+  enum class Asking { now, later };
 
-  std::optional<Session> findSession() const;
-  void look();
+  void ask(Asking asking, const std::string& object, const char* interface, const char* method, GVariant* arguments,
+           DBusSignals::Reply reply) const;
+  void look(Asking asking);
   void lookAgain();
   /// From the `attempt`-th question on. `other` is a session that will do if no graphical one is found, or empty.
-  void findSessionLater(std::size_t attempt, const std::string& other);
-  void adoptIfGraphical(const std::string& path, std::size_t attempt, const std::string& other);
-  void adoptSession(const std::string& path);
-  void watchSession(const std::string& path);
-  void askSession();
+  void findSession(Asking asking, std::size_t attempt, const std::string& other);
+  void adoptIfGraphical(Asking asking, const std::string& path, std::size_t attempt, const std::string& other);
+  void adoptSession(Asking asking, const std::string& path);
+  void watchSession();
+  void askSession(Asking asking);
   void watch(Saver& saver);
   void takeProperties(GVariant* reply);
   void propertiesChanged(GVariant* properties);
