@@ -3,8 +3,9 @@
 
 #include <algorithm>
 #include <cctype>
-#include <fstream>
+#include <sstream>
 
+#include "QuilletKit/Base/File.h"
 #include "QuilletKit/Base/UUID.h"
 #include "QuilletKit/JSON/JSONFields.h"
 #include "QuilletKit/Protocol/WaveFile.h"
@@ -75,9 +76,9 @@ std::string promptOf(const std::vector<std::string>& phrases) {
 }
 
 std::string readKey(const std::filesystem::path& path) {
-  std::ifstream file(path);
+  std::istringstream text(File::read(path).value.value_or(""));
   std::string key;
-  if (!(file >> key)) throw SpeechError(SpeechFailure::unavailable, "The key file can't be read.");
+  if (!(text >> key)) throw SpeechError(SpeechFailure::unavailable, "The key file can't be read.");
   return key;
 }
 

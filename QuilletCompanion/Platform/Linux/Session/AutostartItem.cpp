@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Platform/Linux/Session/AutostartItem.h"
 
-#include <fstream>
+#include <sstream>
 #include <string_view>
 #include <system_error>
 
 #include "QuilletKit/Base/AtomicFile.h"
+#include "QuilletKit/Base/File.h"
 #include "QuilletKit/Base/Log.h"
 
 namespace quillet {
@@ -41,7 +42,7 @@ std::string AutostartItem::entry() const {
 
 bool AutostartItem::isEnabled() {
   if (!file_) return false;
-  std::ifstream stream(*file_);
+  std::istringstream stream(File::read(*file_).value.value_or(""));
   bool isEntry = false;
   for (std::string line; std::getline(stream, line);) {
     if (line == "[Desktop Entry]") isEntry = true;

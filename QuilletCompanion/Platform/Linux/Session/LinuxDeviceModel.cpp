@@ -1,22 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Platform/Linux/Session/LinuxDeviceModel.h"
 
-#include <algorithm>
-#include <fstream>
+#include <string_view>
 #include <system_error>
 
 #include "QuilletCompanion/Platform/Linux/Session/GObjectRef.h"
+#include "QuilletKit/Base/File.h"
 #include "QuilletKit/Base/Unicode.h"
 
 namespace quillet {
 namespace {
 
 std::string firstLine(const std::filesystem::path& path) {
-  std::ifstream file(path);
-  std::string line;
-  std::getline(file, line);
-  line.resize(std::min(line.size(), line.find('\0')));
-  return std::string(Unicode::trim(std::string_view(line)));
+  const std::string text = File::read(path).value.value_or("");
+  const auto line = std::string_view(text).substr(0, text.find_first_of(std::string_view("\n\0", 2)));
+  return std::string(Unicode::trim(line));
 }
 
 bool feedsSystem(const std::filesystem::path& supply) {
