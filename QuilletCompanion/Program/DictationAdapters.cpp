@@ -15,8 +15,7 @@ DictationAdapters::DictationAdapters(Executor mainThread, HTTPSession& http)
       microphone_(sound_),
       devices_(sound_),
       muffleRoutes_(sound_),
-      otherSound_(sound_),
-      players_(mainThread_) {}
+      otherSound_(sound_) {}
 
 DictationPlatform DictationAdapters::platform() {
   return {.microphone = microphone_,

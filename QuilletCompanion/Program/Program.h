@@ -57,7 +57,7 @@ class Program {
   const std::optional<std::filesystem::path> supportFolder_;
   std::unique_ptr<SecretStore> secretStore_;
   MainLoop mainLoop_;
-  MainLoopTimers timers_{mainLoop_.executor()};
+  MainLoopTimers timers_;
   NetworkThread network_;
   boost::asio::thread_pool secretThread_{1};  ///< Ends before the main loop, which it tells of what it found.
   HTTPSession session_{network_.executor()};

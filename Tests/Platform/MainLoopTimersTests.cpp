@@ -24,7 +24,7 @@ class MainLoopTimersTest : public testing::Test {
 };
 
 TEST_F(MainLoopTimersTest, SleepsAsLongAsItShouldAndLeavesShortSleepsAlone) {
-  MainLoopTimers timers(loop.executor());
+  MainLoopTimers timers;
   std::vector<Duration> others;
   TimeSource precise;
   precise.sleep = [&](Duration duration) -> Awaitable<void> {
@@ -44,7 +44,7 @@ TEST_F(MainLoopTimersTest, SleepsAsLongAsItShouldAndLeavesShortSleepsAlone) {
 }
 
 TEST_F(MainLoopTimersTest, ACancelledSleepEndsSoon) {
-  MainLoopTimers timers(loop.executor());
+  MainLoopTimers timers;
   bool begun = false, aborted = false;
   std::optional<Task> task(loop.executor());
   task->start([&, sleep = timers.lasting({}).sleep]() -> Awaitable<void> {
@@ -66,7 +66,7 @@ TEST_F(MainLoopTimersTest, WhoSleepsWhenTheTimersGoNeverGoesOn) {
   for (const bool cancelled : {false, true}) {
     auto held = std::make_shared<int>();
     const std::weak_ptr<int> left = held;
-    auto timers = std::make_unique<MainLoopTimers>(loop.executor());
+    auto timers = std::make_unique<MainLoopTimers>();
     Task task(loop.executor());
     bool begun = false, wentOn = false;
     task.start([&, held, sleep = timers->lasting({}).sleep]() -> Awaitable<void> {

@@ -76,7 +76,7 @@ class MprisPlayersTest : public testing::Test {
 
   test::PrivateBus bus{G_BUS_TYPE_SESSION};
   boost::asio::io_context main;
-  std::optional<MprisPlayers> players{std::in_place, main.get_executor()};
+  std::optional<MprisPlayers> players{std::in_place};
   Task task{main.get_executor()};
 
  private:

@@ -7,11 +7,11 @@
 
 namespace quillet {
 
-/// Sleeps on Qt's event loop, which wake no other thread. Main thread only. Destroyed before the loop whose executor it
-/// was given; who still sleeps then never goes on.
+/// Sleeps on Qt's event loop, which wake no other thread. Main thread only. Whoever still sleeps at its end never goes
+/// on.
 class MainLoopTimers {
  public:
-  explicit MainLoopTimers(Executor mainThread) : mainThread_(std::move(mainThread)) {}
+  MainLoopTimers() = default;
   MainLoopTimers(const MainLoopTimers&) = delete;
   MainLoopTimers& operator=(const MainLoopTimers&) = delete;
 
@@ -20,11 +20,9 @@ class MainLoopTimers {
   TimeSource lasting(TimeSource precise);
 
  private:
-  class Sleeper;
   Awaitable<void> sleep(Duration duration);
 
-  Executor mainThread_;
-  QObject sleepers_;
+  QObject life_;
 };
 
 }  // namespace quillet

@@ -1,21 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Platform/Linux/Media/MprisPlayers.h"
 
-#include <boost/asio/associated_cancellation_slot.hpp>
-#include <boost/asio/async_result.hpp>
-#include <boost/asio/error.hpp>
-#include <boost/asio/post.hpp>
-#include <boost/asio/use_awaitable.hpp>
-#include <cstring>
+#include <boost/asio/this_coro.hpp>
 #include <memory>
-#include <optional>
 #include <utility>
+
+#include "QuilletKit/Async/Event.h"
 
 namespace quillet {
 namespace {
 
 namespace asio = boost::asio;
-using Error = boost::system::error_code;
 using Answers = std::vector<GVariantRef>;
 
 constexpr std::string_view kPlayerNames = "org.mpris.MediaPlayer2.";
@@ -25,44 +20,6 @@ constexpr const char* kPath = "/org/mpris/MediaPlayer2";
 constexpr const char* kPlayer = "org.mpris.MediaPlayer2.Player";
 constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
 constexpr const char* kBus = "org.freedesktop.DBus";
-
-/// A coroutine that waits for answers, as what goes on with them.
-class Waiting : public std::enable_shared_from_this<Waiting> {
- public:
-  using Resume = asio::async_result<asio::use_awaitable_t<>, void(Error, Answers)>::handler_type;
-
-  Waiting(Executor mainThread, std::size_t questions, Resume resume)
-      : mainThread_(std::move(mainThread)), left_(questions), answers_(questions), resume_(std::move(resume)) {}
-
-  void begin() {
-    if (auto slot = asio::get_associated_cancellation_slot(*resume_); slot.is_connected()) {
-      slot.assign([weak = weak_from_this()](asio::cancellation_type) {
-        if (const auto alive = weak.lock()) alive->endSoon(asio::error::operation_aborted);
-      });
-    }
-    if (left_ == 0) endSoon({});
-  }
-  void take(std::size_t question, GVariant* answer) {
-    if (answer != nullptr) answers_[question].reset(g_variant_ref(answer));
-    if (--left_ == 0) endSoon({});
-  }
-
- private:
-  void endSoon(Error error) {
-    asio::post(mainThread_, [self = shared_from_this(), error] { self->end(error); });
-  }
-  void end(Error error) {
-    if (!resume_) return;
-    asio::get_associated_cancellation_slot(*resume_).clear();
-    Resume resume = *std::exchange(resume_, std::nullopt);
-    std::move(resume)(error, std::move(answers_));
-  }
-
-  Executor mainThread_;
-  std::size_t left_;
-  Answers answers_;
-  std::optional<Resume> resume_;
-};
 
 /// The text in a reply "(v)".
 std::string textIn(GVariant* reply) {
@@ -141,17 +98,25 @@ Awaitable<MprisPlayers::Names> MprisPlayers::inState(Names players, std::string_
 }
 
 Awaitable<std::vector<GVariantRef>> MprisPlayers::ask(std::vector<Question> questions) {
-  co_return co_await asio::async_initiate<const asio::use_awaitable_t<>, void(Error, Answers)>(
-      [this](auto resume, std::vector<Question> asked) {
-        const auto waiting = std::make_shared<Waiting>(mainThread_, asked.size(), std::move(resume));
-        waiting->begin();
-        for (std::size_t i = 0; i < asked.size(); ++i) {
-          const Question& each = asked[i];
-          bus_.callLater(each.service.c_str(), each.path, each.interface, each.method, each.arguments.get(),
-                         [waiting, i](GVariant* answer, GUnixFDList*) { waiting->take(i, answer); });
-        }
-      },
-      asio::use_awaitable, std::move(questions));
+  struct Asked {
+    Answers answers;
+    std::size_t left;
+    Event answered;
+  };
+  // Answers may still come to a coroutine that was cancelled.
+  const auto asked = std::make_shared<Asked>(Answers(questions.size()), questions.size());
+  for (std::size_t i = 0; i < questions.size(); ++i) {
+    const Question& each = questions[i];
+    bus_.callLater(each.service.c_str(), each.path, each.interface, each.method, each.arguments.get(),
+                   [asked = std::weak_ptr(asked), i](GVariant* answer, GUnixFDList*) {
+                     const auto open = asked.lock();
+                     if (!open) return;
+                     if (answer != nullptr) open->answers[i].reset(g_variant_ref(answer));
+                     if (--open->left == 0) open->answered.wake();
+                   });
+  }
+  if (asked->left > 0) co_await asked->answered.wait();
+  co_return std::move(asked->answers);
 }
 
 }  // namespace quillet

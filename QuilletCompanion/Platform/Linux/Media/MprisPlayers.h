@@ -14,8 +14,6 @@ namespace quillet {
 /// nobody for more than three quarters of a second. Needs the GLib main context. Main thread only.
 class MprisPlayers final : public MediaPlayers {
  public:
-  explicit MprisPlayers(Executor mainThread) : mainThread_(std::move(mainThread)) {}
-
   Awaitable<bool> pause() override;
   Awaitable<void> play() override;
   void playNow() override;
@@ -30,7 +28,6 @@ class MprisPlayers final : public MediaPlayers {
   Awaitable<Names> inState(Names players, std::string_view state);
   void command(const Names& players, const char* command);
 
-  Executor mainThread_;
   DBusSignals bus_{G_BUS_TYPE_SESSION};
   Names paused_;  ///< That were told to pause.
 };
