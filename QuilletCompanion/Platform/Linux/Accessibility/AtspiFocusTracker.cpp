@@ -21,11 +21,22 @@ constexpr std::chrono::milliseconds retryDelay{100};
 constexpr int mostAttempts = 20, completionAttempts = 3;
 constexpr std::size_t mostArrivals = 64;
 constexpr std::size_t mostApplications = 64;
+constexpr unsigned int mostKept = 128;
 
 /// The limit of an application's call may still be set, and be nearly nothing.
 void allowFullTime() {
   constexpr int limit = static_cast<int>(CallBudget::limit.count());
   atspi_set_timeout(limit, limit);
+}
+
+/// libatspi keeps an object for every one that any event names until its application ends, since most toolkits never
+/// tell of an object's end. Those without a known parent come again when they are needed; whoever has one keeps it.
+void forgetLooseObjects(AtspiApplication* application) {
+  const auto isLoose = [](gpointer, gpointer object, gpointer) -> gboolean {
+    return static_cast<AtspiAccessible*>(object)->accessible_parent == nullptr;
+  };
+  if (application == nullptr || g_hash_table_size(application->hash) < mostKept) return;
+  g_hash_table_foreach_remove(application->hash, isLoose, nullptr);
 }
 
 /// Containers, cells and suggestions, of which toolkits tell while the focus stays where it is.
@@ -100,6 +111,7 @@ void AtspiFocusTracker::handle(AtspiEvent* event, void* self) {
     if (tracker.arrivals_.size() == mostArrivals) tracker.arrivals_.pop_front();
     tracker.arrivals_.push_back({.source = addRef(event->source)});
     tracker.soon_.start();
+    forgetLooseObjects(event->source->parent.app);
   }
   g_boxed_free(ATSPI_TYPE_EVENT, event);
 }
