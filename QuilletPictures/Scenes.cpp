@@ -262,6 +262,8 @@ std::vector<Scene> dictationScenes() {
          QMetaObject::invokeMethod(stage.dictationView(), "record", Q_ARG(QString, "toggle"));
        })},
       {"settings-language", "Settings", pill([](Stage& stage) {
+         stage.model->dictation().preferences.recognizer.set(RecognizerChoice::device);
+         stage.model->dictation().preferences.deviceEngine.set("tcp://studio:10300");
          stage.open("settings");
          QMetaObject::invokeMethod(stage.control("DictationSettings", "Language"), "toggleList");
        })},

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "QuilletSpeech/SpeechEngineChoice.h"
+
 namespace quillet::DictationTexts {
 namespace {
 
@@ -25,6 +27,15 @@ std::optional<std::string> transcription(const DictationPreferences& preferences
   }
   const auto& cloud = configuration.cloud;
   return streams(preferences, cloud) ? cloud.streaming->model : cloud.model;
+}
+
+bool isEngine(const std::string& name) {
+  try {
+    SpeechEngineChoice::parse(name);
+    return true;
+  } catch (const SpeechEngineChoice::Malformed&) {
+    return false;
+  }
 }
 
 PrivacyNote privacyNote(const DictationPreferences& preferences, const ServiceConfig& configuration) {

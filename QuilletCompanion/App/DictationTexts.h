@@ -16,6 +16,9 @@ namespace quillet::DictationTexts {
 /// engine in this program.
 std::optional<std::string> transcription(const DictationPreferences& preferences, const ServiceConfig& configuration);
 
+/// Whether that names an engine of this computer's own, as `deviceEngine` does.
+bool isEngine(const std::string& name);
+
 /// Where the user's voice goes. `place` stands where the text has "%1"; it may be empty.
 struct PrivacyNote {
   std::string text, place;

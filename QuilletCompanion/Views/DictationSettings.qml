@@ -104,6 +104,17 @@ Column {
                 current: dictation.microphone
                 onPicked: index => dictation.setMicrophone(index)
             }
+            Picker {
+                width: parent.width
+                label: qsTr("Transcribe")
+                options: [qsTr("In the cloud"), qsTr("On this Mac")]
+                current: dictation.recognizer
+                onPicked: index => dictation.setRecognizer(index)
+            }
+            EngineField {
+                width: parent.width
+                visible: dictation.recognizer === 1
+            }
             StatusRow {
                 width: parent.width
                 title: qsTr("Transcription")

@@ -9,6 +9,13 @@ namespace {
 
 using namespace DictationPhases;
 
+constexpr std::string_view kEmbedded = "embedded";
+
+std::string engineNamed(const QString& address) {
+  const auto trimmed = address.trimmed().toStdString();
+  return trimmed.empty() ? std::string(kEmbedded) : trimmed;
+}
+
 std::string translate(std::string_view text) {
   return inWords(text).toStdString();
 }
@@ -129,6 +136,25 @@ QStringList DictationView::microphones() const {
 
 int DictationView::microphone() const {
   return static_cast<int>(DictationTexts::placeOf(feature_.preferences.microphone.get(), choices()));
+}
+
+QString DictationView::engine() const {
+  const auto& engine = feature_.preferences.deviceEngine.get();
+  return engine == kEmbedded ? QString() : toQt(engine);
+}
+
+void DictationView::setRecognizer(int index) {
+  feature_.preferences.recognizer.set(static_cast<RecognizerChoice>(index));
+}
+
+void DictationView::setEngine(const QString& address) {
+  const auto name = engineNamed(address);
+  if (DictationTexts::isEngine(name)) feature_.preferences.deviceEngine.set(name);
+}
+
+QString DictationView::engineProblem(const QString& address) const {
+  if (DictationTexts::isEngine(engineNamed(address))) return {};
+  return inWords("The address of an engine begins with http, https or tcp.");
 }
 
 QString DictationView::transcription() const {

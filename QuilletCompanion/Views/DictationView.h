@@ -39,6 +39,8 @@ class DictationView final : public ViewObject {
   Q_PROPERTY(QString systemAudioAccess READ systemAudioAccess NOTIFY changed)
   Q_PROPERTY(QStringList microphones READ microphones NOTIFY changed)
   Q_PROPERTY(int microphone READ microphone NOTIFY changed)
+  Q_PROPERTY(int recognizer READ recognizer NOTIFY changed)
+  Q_PROPERTY(QString engine READ engine NOTIFY changed)
   Q_PROPERTY(QString transcription READ transcription NOTIFY changed)
   Q_PROPERTY(QString privacyNote READ privacyNote NOTIFY changed)
 
@@ -72,6 +74,10 @@ class DictationView final : public ViewObject {
   /// The system's default first.
   QStringList microphones() const;
   int microphone() const;
+  /// 0 for the service, 1 for an engine of this computer's own.
+  int recognizer() const { return static_cast<int>(feature_.preferences.recognizer.get()); }
+  /// The address of that engine; empty for the one in this program.
+  QString engine() const;
   QString transcription() const;
   QString privacyNote() const;
 
@@ -88,6 +94,11 @@ class DictationView final : public ViewObject {
   Q_INVOKABLE void setClean(bool on);
   Q_INVOKABLE void setAudio(int index) { feature_.setAudio(static_cast<DictationAudio>(index)); }
   Q_INVOKABLE void setMicrophone(int index);
+  Q_INVOKABLE void setRecognizer(int index);
+  /// Takes what `engine` gives; anything that names no engine changes nothing.
+  Q_INVOKABLE void setEngine(const QString& address);
+  /// What is wrong with an address, if anything is.
+  Q_INVOKABLE QString engineProblem(const QString& address) const;
   /// "hold" or "toggle": begins to record a shortcut, or ends that.
   Q_INVOKABLE void record(const QString& role) { shortcuts_.record(roleOf(role)); }
   Q_INVOKABLE void clearShortcut(const QString& role) { shortcuts_.clear(roleOf(role)); }

@@ -81,6 +81,8 @@ TEST(DictationTextsTest, NameWhoTranscribesOnlyOnceTheServiceHasToldIt) {
   preferences.recognizer.set(RecognizerChoice::device);
   EXPECT_EQ(DictationTexts::privacyNote(preferences, told).place, "");
   EXPECT_EQ(DictationTexts::transcription(preferences, told), std::nullopt);
+  EXPECT_TRUE(DictationTexts::isEngine("tcp://studio:10300"));
+  EXPECT_FALSE(DictationTexts::isEngine("studio")) << "nothing would be transcribed, and nobody told why";
 }
 
 TEST(DictationTextsTest, AnUnpluggedMicrophoneStaysInTheListWhileItIsChosen) {

@@ -175,6 +175,37 @@
             <source>Press Esc to cancel a dictation. If there's no text field to type in, you can copy the text instead.</source>
             <translation>Mit Esc brechen Sie ein Diktat ab. Gibt es kein Textfeld, können Sie den Text stattdessen kopieren.</translation>
         </message>
+        <message>
+            <source>Transcribe</source>
+            <translation>Transkribieren</translation>
+        </message>
+        <message>
+            <source>In the cloud</source>
+            <translation>In der Cloud</translation>
+        </message>
+        <message>
+            <source>On this Mac</source>
+            <translation>Auf diesem Computer</translation>
+        </message>
+    </context>
+    <context>
+        <name>EngineField</name>
+        <message>
+            <source>Engine</source>
+            <translation>Spracherkennung</translation>
+        </message>
+        <message>
+            <source>Built in, English only</source>
+            <translation>Eingebaut, nur Englisch</translation>
+        </message>
+        <message>
+            <source>Use engine</source>
+            <translation>Verwenden</translation>
+        </message>
+        <message>
+            <source>Leave this empty for the engine in Quillet, or write the address of your own.</source>
+            <translation>Leer lassen für die Spracherkennung in Quillet, oder die Adresse Ihrer eigenen eintragen.</translation>
+        </message>
     </context>
     <context>
         <name>OnboardingWindow</name>
@@ -1278,6 +1309,10 @@
         <message>
             <source>The address of the service holds a user name or a password, which Quillet never sends. Set it without them and start Quillet anew.</source>
             <translation>Die Adresse des Dienstes enthält einen Benutzernamen oder ein Passwort, das Quillet nie sendet. Geben Sie sie ohne diese an und starten Sie Quillet neu.</translation>
+        </message>
+        <message>
+            <source>The address of an engine begins with http, https or tcp.</source>
+            <translation>Die Adresse einer Spracherkennung beginnt mit http, https oder tcp.</translation>
         </message>
     </context>
 </TS>

@@ -41,6 +41,10 @@
             <source>Used for dictation on this Mac.</source>
             <translation>Used for dictation on this computer.</translation>
         </message>
+        <message>
+            <source>On this Mac</source>
+            <translation>On this computer</translation>
+        </message>
     </context>
     <context>
         <name>OnboardingWindow</name>

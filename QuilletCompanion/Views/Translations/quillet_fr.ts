@@ -175,6 +175,37 @@
             <source>Press Esc to cancel a dictation. If there's no text field to type in, you can copy the text instead.</source>
             <translation>Appuyez sur Échap pour annuler une dictée. S’il n’y a pas de champ où écrire, vous pouvez copier le texte.</translation>
         </message>
+        <message>
+            <source>Transcribe</source>
+            <translation>Transcrire</translation>
+        </message>
+        <message>
+            <source>In the cloud</source>
+            <translation>Dans le cloud</translation>
+        </message>
+        <message>
+            <source>On this Mac</source>
+            <translation>Sur cet ordinateur</translation>
+        </message>
+    </context>
+    <context>
+        <name>EngineField</name>
+        <message>
+            <source>Engine</source>
+            <translation>Moteur</translation>
+        </message>
+        <message>
+            <source>Built in, English only</source>
+            <translation>Intégré, anglais seulement</translation>
+        </message>
+        <message>
+            <source>Use engine</source>
+            <translation>Utiliser</translation>
+        </message>
+        <message>
+            <source>Leave this empty for the engine in Quillet, or write the address of your own.</source>
+            <translation>Laissez ce champ vide pour le moteur de Quillet, ou saisissez l’adresse du vôtre.</translation>
+        </message>
     </context>
     <context>
         <name>OnboardingWindow</name>
@@ -1278,6 +1309,10 @@
         <message>
             <source>The address of the service holds a user name or a password, which Quillet never sends. Set it without them and start Quillet anew.</source>
             <translation>L’adresse du service contient un nom d’utilisateur ou un mot de passe, que Quillet n’envoie jamais. Indiquez-la sans eux et redémarrez Quillet.</translation>
+        </message>
+        <message>
+            <source>The address of an engine begins with http, https or tcp.</source>
+            <translation>L’adresse d’un moteur commence par http, https ou tcp.</translation>
         </message>
     </context>
 </TS>

@@ -175,6 +175,37 @@
             <source>Press Esc to cancel a dictation. If there's no text field to type in, you can copy the text instead.</source>
             <translation>Druk op Esc om een dictaat te annuleren. Is er geen tekstveld om in te typen, dan kun je de tekst kopiëren.</translation>
         </message>
+        <message>
+            <source>Transcribe</source>
+            <translation>Transcriberen</translation>
+        </message>
+        <message>
+            <source>In the cloud</source>
+            <translation>In de cloud</translation>
+        </message>
+        <message>
+            <source>On this Mac</source>
+            <translation>Op deze computer</translation>
+        </message>
+    </context>
+    <context>
+        <name>EngineField</name>
+        <message>
+            <source>Engine</source>
+            <translation>Spraakherkenner</translation>
+        </message>
+        <message>
+            <source>Built in, English only</source>
+            <translation>Ingebouwd, alleen Engels</translation>
+        </message>
+        <message>
+            <source>Use engine</source>
+            <translation>Gebruiken</translation>
+        </message>
+        <message>
+            <source>Leave this empty for the engine in Quillet, or write the address of your own.</source>
+            <translation>Laat dit leeg voor de spraakherkenner in Quillet, of vul het adres van een eigen in.</translation>
+        </message>
     </context>
     <context>
         <name>OnboardingWindow</name>
@@ -1278,6 +1309,10 @@
         <message>
             <source>The address of the service holds a user name or a password, which Quillet never sends. Set it without them and start Quillet anew.</source>
             <translation>Het adres van de dienst bevat een gebruikersnaam of wachtwoord, dat Quillet nooit verstuurt. Stel het zonder in en start Quillet opnieuw.</translation>
+        </message>
+        <message>
+            <source>The address of an engine begins with http, https or tcp.</source>
+            <translation>Het adres van een spraakherkenner begint met http, https of tcp.</translation>
         </message>
     </context>
 </TS>
