@@ -15,7 +15,7 @@ Window {
     property alias above: above.data
 
     width: pageWidth
-    height: Math.min(Math.ceil(pageHeight), Screen.desktopAvailableHeight - 60)
+    height: Math.min(Math.ceil(pageHeight), Screen.desktopAvailableHeight - 60, Screen.height - 60)
     minimumWidth: pageWidth
     maximumWidth: pageWidth
     color: Theme.window

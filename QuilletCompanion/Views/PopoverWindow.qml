@@ -7,10 +7,8 @@ import Quillet
 Window {
     id: root
 
-    readonly property real padding: Theme.unit * 4
-
     width: 320
-    height: Math.min(column.implicitHeight + padding * 2, Screen.desktopAvailableHeight - 20)
+    height: Math.min(Math.ceil(page.wantedHeight), Screen.desktopAvailableHeight - 20, Screen.height - 20)
     title: qsTr("Quillet")
     color: Theme.window
 
@@ -20,14 +18,11 @@ Window {
         border.width: 1
         border.color: Theme.border
     }
-    Column {
-        id: column
-        x: root.padding
-        y: root.padding
-        width: root.width - root.padding * 2
+    Page {
+        id: page
+        anchors.fill: parent
+        padding: Theme.unit * 4
         spacing: Theme.unit * 3
-        LayoutMirroring.enabled: Qt.application.layoutDirection === Qt.RightToLeft
-        LayoutMirroring.childrenInherit: true
 
         Column {
             width: parent.width
@@ -54,7 +49,7 @@ Window {
                 model: desk.rows
                 StatusRow {
                     required property var modelData
-                    width: column.width
+                    width: parent.width
                     title: modelData.title
                     value: modelData.value
                     tint: Theme.tints[modelData.tint]
