@@ -46,8 +46,7 @@ void DictationPanelController::refresh() {
   const auto& phase = feature_.controller().phase().get();
   const bool isWanted = preferences.showsFloatingButton.get() || !is<DictationPhases::Idle>(phase);
   if (!preferences.isEnabled.get() || !isWanted) return windows_.close("pill");
-  const auto* const shown = windows_.find("pill");
-  const bool isNew = shown == nullptr || !shown->isVisible();
+  const bool isNew = !isShown();
   auto* const pill = windows_.open("pill", [this](QQuickWindow& window) {
     window.setFlags(pillFlags);
     accompany_(window);
@@ -58,9 +57,13 @@ void DictationPanelController::refresh() {
   pill->raise();
 }
 
+bool DictationPanelController::isShown() const {
+  const auto* const pill = windows_.find("pill");
+  return pill != nullptr && pill->isVisible();
+}
+
 void DictationPanelController::moveAlong() {
-  auto* const pill = windows_.find("pill");
-  if (pill != nullptr && pill->isVisible() && !isAtWork()) place(*pill);
+  if (isShown() && !isAtWork()) place(*windows_.find("pill"));
 }
 
 void DictationPanelController::place(QQuickWindow& pill) {

@@ -25,6 +25,7 @@ class DictationPanelController final : public QObject {
 
   /// From now on it is shown when it should be.
   void start();
+  bool isShown() const;
   /// Screens changed, or another application came to the front: goes to the pointer's screen, unless somebody dictates.
   void moveAlong();
   /// The part of its window that is seen, and can be clicked.

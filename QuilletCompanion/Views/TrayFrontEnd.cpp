@@ -72,31 +72,47 @@ TrayFrontEnd::TrayFrontEnd(AppModel& model, Executor mainThread, Look& look, Sur
       panel_(model.dictation(), windows_, surroundings_.accompany) {
   prepareViews(look);
   QGuiApplication::setWindowIcon(trayIcon("mic.fill"));
-  connect(&icon_, &QSystemTrayIcon::activated, this, [this] { togglePopover(); });
   connect(&desk_, &ViewObject::changed, this, [this] {
     updateIcon();
-    panel_.moveAlong();  // another application may have come to the front, on another screen
+    if (panel_.isShown() && surroundings_.displayAnswers())
+      panel_.moveAlong();  // another application may have come to the front, on another screen
   });
   connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
     if (state == Qt::ApplicationActive) model_.becameActive();
   });
-  updateIcon();
   inserted_ = model_.inserted().subscribe([this](const std::string&) { showBadge(); });
 }
 
 void TrayFrontEnd::start() {
-  icon_.show();
+  const auto* const host = surroundings_.trayHost;
+  if (host == nullptr || host->get()) {
+    showIcon();
+  } else {
+    // Queued: it may have come with the event that is being looked at.
+    trayWatch_ = host->observe([this](bool) {
+      QMetaObject::invokeMethod(
+          this, [this] { showIcon(); }, Qt::QueuedConnection);
+    });
+  }
   panel_.start();
   if (!model_.onboardingCompleted().get()) {
     windows_.open("onboarding");
-  } else if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+  } else if (!hasTray()) {
     QTimer::singleShot(trayMayTake, this, [this] { showWithoutTray(); });
   }
 }
 
 /// Nobody is left with a program that has no face.
 void TrayFrontEnd::showWithoutTray() {
-  if (!QSystemTrayIcon::isSystemTrayAvailable()) showPopover(false);
+  if (!hasTray()) showPopover(false);
+}
+
+void TrayFrontEnd::showIcon() {
+  if (icon_) return;
+  icon_.emplace();
+  connect(&*icon_, &QSystemTrayIcon::activated, this, [this] { togglePopover(); });
+  updateIcon();
+  icon_->show();
 }
 
 void TrayFrontEnd::activate() {
@@ -119,7 +135,7 @@ void TrayFrontEnd::showPopover(bool atIcon) {
   windows_.open("popover", [this, atIcon](QQuickWindow& window) {
     window.setFlags(atIcon ? popoverFlags : Qt::WindowFlags(Qt::Dialog));
     if (!atIcon) return;
-    const QRect icon = icon_.geometry();
+    const QRect icon = icon_ ? icon_->geometry() : QRect();
     const QPoint pointer = icon.isEmpty() ? QCursor::pos() : icon.center();
     const auto* screen = QGuiApplication::screenAt(pointer);
     if (screen == nullptr) screen = QGuiApplication::primaryScreen();
@@ -133,6 +149,7 @@ void TrayFrontEnd::showPopover(bool atIcon) {
 }
 
 void TrayFrontEnd::showBadge() {
+  if (!surroundings_.displayAnswers()) return;
   auto* const window = windows_.open("badge", [this](QQuickWindow& badge) {
     badge.setFlags(badgeFlags);
     surroundings_.accompany(badge);
@@ -144,11 +161,12 @@ void TrayFrontEnd::showBadge() {
 }
 
 void TrayFrontEnd::updateIcon() {
+  if (!icon_) return;
   const auto shown =
       menuIcon(model_.connectionStatus().get(), isInProgress(model_.dictation().controller().phase().get()));
   if (std::exchange(iconShown_, shown) == shown) return;
-  icon_.setIcon(trayIcon(toQt(shown.symbol)));
-  icon_.setToolTip(inWords(shown.label));
+  icon_->setIcon(trayIcon(toQt(shown.symbol)));
+  icon_->setToolTip(inWords(shown.label));
 }
 
 void TrayFrontEnd::furnish(const QString& id, QQmlContext& context) {

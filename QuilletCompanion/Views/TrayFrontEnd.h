@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "QuilletCompanion/App/AppModel.h"
 #include "QuilletCompanion/App/AppUpdater.h"
@@ -30,9 +31,13 @@ class TrayFrontEnd final : public QObject {
     std::function<void()> openEditor;  ///< Opens the user's editor with an empty note.
     /// Lets a window that is not shown yet stand on every desktop and in no list of windows.
     std::function<void(QWindow&)> accompany = [](QWindow&) {};
+    /// False while drawing would wait for a display that is silent.
+    std::function<bool()> displayAnswers = [] { return true; };
     /// Called when nothing has been opened or closed for a while.
     std::function<void()> rest{};
     std::unique_ptr<UpdateController> updates{};  ///< None: the program doesn't update itself.
+    /// Whether there is something that shows icons; an icon is made as soon as there is. Null where nobody knows.
+    const Observable<bool>* trayHost = nullptr;
   };
   TrayFrontEnd(AppModel& model, Executor mainThread, Look& look, Surroundings surroundings);
 
@@ -43,6 +48,8 @@ class TrayFrontEnd final : public QObject {
 
  private:
   void furnish(const QString& id, QQmlContext& context);
+  void showIcon();
+  bool hasTray() const { return icon_ && QSystemTrayIcon::isSystemTrayAvailable(); }
   void showWithoutTray();
   void togglePopover();
   void showPopover(bool atIcon);
@@ -59,10 +66,11 @@ class TrayFrontEnd final : public QObject {
   UpdateView updates_;
   Windows windows_;
   DictationPanelController panel_;
-  QSystemTrayIcon icon_;
+  std::optional<QSystemTrayIcon> icon_;
   MenuIcon iconShown_;
   std::int64_t dismissedAt_ = 0;  ///< Milliseconds since 1970.
   Subscription inserted_;
+  Observable<bool>::Subscription trayWatch_;
 };
 
 }  // namespace quillet

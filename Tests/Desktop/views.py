@@ -140,7 +140,8 @@ def usable(window):
     return seen, focused
 
 
-def unreached(window, key):
+def round_by(window, key):
+    """All controls by their places, and the places that the key comes by until it begins again, or stays where it is."""
     seen, reached = {}, []
     while True:
         xdotool("key", key)
@@ -151,17 +152,35 @@ def unreached(window, key):
             if focused is not None and focused not in reached[-1:]:
                 break
             if time.monotonic() > deadline:
-                return [f"{key} stays where it is"]
+                return seen, reached
         if focused in reached:
-            return [f"{key} does not reach \"{seen[place]}\"" for place in seen if place not in reached]
+            return seen, reached
         reached.append(focused)
 
 
+def unreached(window, key):
+    seen, reached = round_by(window, key)
+    return [f"{key} does not reach \"{seen[place]}\"" for place in seen if place not in reached]
+
+
+def active_windows():
+    return [w for w in everything(program()) if w.get_state_set().contains(Atspi.StateType.ACTIVE)][:1]
+
+
 def tabs():
-    windows = [w for w in everything(program()) if w.get_state_set().contains(Atspi.StateType.ACTIVE)]
-    missing = [c for key in ("Tab", "shift+Tab") for w in windows[:1] for c in unreached(w, key)]
+    windows = active_windows()
+    missing = [c for key in ("Tab", "shift+Tab") for w in windows for c in unreached(w, key)]
     print("\n".join(missing))
     return bool(windows) and not missing
+
+
+def order():
+    """Where the keyboard is in the active window, and where Tab takes it from there."""
+    for window in active_windows():
+        seen, focused = usable(window)
+        yield f"keyboard: {seen.get(focused, 'nowhere')}"
+        seen, reached = round_by(window, "Tab")
+        yield "Tab: " + ", ".join(seen[place] for place in reached)
 
 
 def cycle(times):
@@ -214,7 +233,10 @@ def story(*command):
     for scene in map(str.strip, shower.stdout):
         eventually(lambda: program() is not None)
         lines, window = read(), scene.split("-")[0]
-        told = [line for line in difflib.ndiff(before[window], lines) if line[0] in "+-"] if window in before else lines
+        if window in before:
+            told = [line for line in difflib.ndiff(before[window], lines) if line[0] in "+-"]
+        else:
+            told = lines + list(order())
         print("\n".join(["# " + scene, *told]))
         before[window] = lines
         shower.stdin.write("\n")

@@ -235,16 +235,29 @@ wait "$windows" || fail "the program did not end well"
 /usr/bin/python3 -c 'import sqlite3, sys
 with sqlite3.connect(sys.argv[1], timeout=10) as database: database.execute("UPDATE devices SET revoked_at=1")' "$work/service.db"
 kill "$tray"
-xfce4-panel --disable-wm-check >"$work/panel.log" 2>&1 &
-processes+=($!)
+wait "$tray" || true
+start_windows
+view wait "Use your phone to type on this computer."
+start_panel() {
+  xfce4-panel --disable-wm-check >>"$work/panel.log" 2>&1 &
+  panel=$!
+  processes+=("$panel")
+}
 watcher() {
   gdbus call --session --dest org.kde.StatusNotifierWatcher --object-path /StatusNotifierWatcher \
     --method org.freedesktop.DBus.Properties.Get org.kde.StatusNotifierWatcher RegisteredStatusNotifierItems
 }
-await 20 "there is no host for icons" watcher
-start_windows
 item() { watcher | sed -nE "s/.*'([^/]+)\/StatusNotifierItem'.*/\1/p" | grep .; }
-await 10 "the icon is not in the tray" item
+in_panel() {
+  start_panel
+  await 20 "there is no host for icons" watcher
+  await 10 "the icon is not in the tray" item
+}
+# It comes after the program, and once more.
+in_panel
+kill "$panel"
+wait "$panel" || true
+in_panel
 gdbus call --session --dest "$(item)" --object-path /StatusNotifierItem \
   --method org.kde.StatusNotifierItem.Activate 1154 12 >/dev/null
 view wait "This computer's pairing identity was removed*"

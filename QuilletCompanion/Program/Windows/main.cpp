@@ -5,8 +5,11 @@
 
 #include "QuilletCompanion/Platform/Linux/Session/DefaultEditor.h"
 #include "QuilletCompanion/Platform/Linux/Session/PortalAppearance.h"
+#include "QuilletCompanion/Platform/Linux/Session/TrayHosts.h"
 #include "QuilletCompanion/Platform/Linux/X11/AccompanyingWindow.h"
+#include "QuilletCompanion/Platform/Linux/X11/DisplayCheck.h"
 #include "QuilletCompanion/Program/Quillet.h"
+#include "QuilletCompanion/Program/Windows/DisplayLoss.h"
 #include "QuilletCompanion/Program/Windows/IdleMemory.h"
 #include "QuilletCompanion/Program/Windows/Updates.h"
 #include "QuilletCompanion/Views/Look.h"
@@ -20,21 +23,29 @@ using namespace quillet;
 class Front final : public WindowsFront {
  public:
   Front(AppModel& model, Executor mainThread, std::function<std::int64_t()> now)
-      : tray_(model, std::move(mainThread), look_,
+      : loss_([&model] { model.willEnd(); }),
+        tray_(model, std::move(mainThread), look_,
               {.now = std::move(now),
                .quit = [] { QCoreApplication::quit(); },
                .openEditor = openDefaultEditor,
                .accompany =
                    [](QWindow& window) {
-                     if (QGuiApplication::platformName() == "xcb") accompanyUser(window.winId());
+                     if (isX11()) accompanyUser(window.winId());
                    },
+               .displayAnswers = [this] { return !isX11() || display_.answers(); },
                .rest = giveBackIdleMemory,
-               .updates = makeUpdateController()}) {}
+               .updates = makeUpdateController(),
+               .trayHost = &trayHosts_.seen()}) {}
   void start() override { tray_.start(); }
   void activate() override { tray_.activate(); }
 
  private:
+  static bool isX11() { return QGuiApplication::platformName() == "xcb"; }
+
+  DisplayLoss loss_;
+  DisplayCheck display_;
   PortalAppearance appearance_;
+  TrayHosts trayHosts_;
   Look look_{appearance_.value()};
   TrayFrontEnd tray_;
 };
