@@ -57,7 +57,7 @@ class Authenticator {
   void accept(const SignedRequest& request, const Check& check, bool holds);
   /// The registered device that has signed an accepted request. Throws ServiceError 403 for a deleted one.
   Device sender(const SignedRequest& request);
-  /// What `check` would throw for this request whatever its body and signature are.
+  /// The refusal that `check` would throw for any body and signature of this request.
   void precheck(const SignedRequest& request);
 
   void sweep();

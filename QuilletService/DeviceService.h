@@ -12,8 +12,8 @@ class DeviceService {
  public:
   DeviceService(Store& store, RelayHub& hub, PairDirectory& pairs, const TimeSource& time, int registrationsPerHour);
 
-  /// Throws what a new device's registration is refused for whoever signed it. To be asked before the signature, since
-  /// a signed request leaves its nonce behind.
+  /// Throws the refusal of a new device that no signature could avert. To be asked before the signature is checked,
+  /// since a signed request leaves its nonce behind.
   void precheckRegistration(const RegisterRequest& request, std::string_view address);
   /// Registers, or brings a registration up to date. The request's signature was checked against its own key. Each
   /// address can register so many new devices in an hour.

@@ -39,11 +39,11 @@ class NonceGuard {
   /// Takes up what `file` holds. An empty path keeps nothing. Throws what NonceFile throws.
   NonceGuard(Bounds bounds, const std::filesystem::path& file, Moment now);
 
-  /// What stands for a nonce of a device: 16 bytes that nobody can find another pair for.
+  /// 16 bytes that stand for a nonce of a device. Nobody can find another pair with the same.
   static Key key(std::string_view deviceId, std::string_view nonce);
 
   bool contains(const Key& key) const { return known_.contains(key); }
-  /// A request of that time may have been here without being known any more.
+  /// Whether a request of that time may have been taken and forgotten since.
   bool mayHaveForgotten(std::int64_t timestamp) const { return forgotten_.covers(expiryOf(timestamp)); }
   Outcome add(std::string_view deviceId, const Key& key, std::int64_t timestamp, Moment now);
   /// Forgets what is over, for all devices, and now and then makes the file shorter.
@@ -73,7 +73,7 @@ class NonceGuard {
   std::unordered_set<Key, Hash> known_;
   std::vector<Held> byExpiry_;  ///< A heap, the earliest first.
   std::unordered_map<std::uint64_t, std::size_t> counts_;
-  TimeSpans forgotten_;  ///< When that was over which is no longer known.
+  TimeSpans forgotten_;  ///< The expiry times of what was forgotten.
   NonceFile file_;
 };
 

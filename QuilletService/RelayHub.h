@@ -80,7 +80,7 @@ class RelayHub {
   std::unordered_map<std::string, Desk> desks_;
   std::unordered_multimap<std::string, Waiter*> deliveries_;
   Deadlines deadlines_;
-  // One sleep for all who wait. Whoever is answered in time costs it nothing; it looks once too often then.
+  // One sleep serves all who wait. An answer in time leaves it as it is; it then looks once too often.
   MonotonicTime nextLook_ = MonotonicTime::max();
   Task timekeeper_;
 };

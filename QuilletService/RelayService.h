@@ -52,7 +52,7 @@ class RelayService {
   void handle(const std::string& macId, const RelayClient::Presence& presence, Envelopes& texts);
   void keepResult(const DeliveryKey& key, std::string envelope);
   void forwardPending(const std::string& macId);
-  /// Does it, or has the desktop come again.
+  /// Does the work. If that fails, disconnects the desktop, so that it comes again.
   template <typename Work>
   void orComeAgain(const std::string& macId, Work work);
   /// `known` is the delivery in whose place `added` would stand, if there is one.

@@ -45,7 +45,7 @@ struct AppModelParts {
   };
   struct Secrets {
     SecretStore& store;
-    /// Where the store is asked, which may take seconds: a thread of its own.
+    /// A thread of its own for questions to the store, which may take seconds.
     Executor thread;
   };
   struct Storage {

@@ -74,7 +74,7 @@ class TargetGuard {
   PrepareDecision prepare(const std::string& peerId);
   /// What could be written to now; calls a field that can't be edited `noField`.
   ProbeResult probe();
-  /// Removes nothing. A token of another peer is as unknown as none.
+  /// Removes nothing. A token of another peer counts as unknown.
   TokenLookup lookup(const std::string& token, const std::string& peerId) const;
   void consume(const std::string& token);
   /// Absent when the snapshot's target is still the one in front.

@@ -86,7 +86,7 @@ class Task {
   };
 
  public:
-  /// One piece of work, as others see it: the one "am I still wanted?", and the way to wait for its end. A copy of it
+  /// One piece of work, as others see it: they ask whether it is still wanted, and wait for its end. A copy of it
   /// may outlive everything.
   class Token {
    public:

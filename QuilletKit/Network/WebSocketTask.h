@@ -14,8 +14,8 @@
 namespace quillet {
 
 /// One outgoing WebSocket. Created unconnected; all operations are called on `callbacks`' thread and complete there.
-/// Nothing is called back after destruction. Abstract so that faults which no real service can be asked for are given
-/// by a double.
+/// Nothing is called back after destruction. Abstract, so that a double can give faults that no real service gives on
+/// request.
 class WebSocketTask {
  public:
   virtual ~WebSocketTask() = default;

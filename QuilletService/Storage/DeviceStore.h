@@ -55,7 +55,7 @@ class DeviceStore {
   /// Those of a device of either kind, the oldest first.
   std::vector<Pair> pairsOf(const std::string& deviceId);
 
-  /// Of the device and everything that it said.
+  /// Removes all feedback of the device.
   void removeFeedbackOf(const std::string& deviceId);
   void addFeedback(const std::string& deviceId, std::int64_t at, const std::string& body);
   /// Those that aren't revoked.

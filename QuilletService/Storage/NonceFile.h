@@ -27,7 +27,7 @@ class NonceFile {
   };
   struct Contents {
     std::vector<Record> records;
-    std::vector<TimeSpans::Span> forgotten;  ///< When that was over which is left out.
+    std::vector<TimeSpans::Span> forgotten;  ///< The expiry times of what is left out.
     bool complete = true;                    ///< Nothing else can be missing.
   };
   struct InUse : std::runtime_error {
@@ -42,7 +42,7 @@ class NonceFile {
 
   /// All whole records; a torn last one is left out. A file that is new is complete.
   Contents load();
-  /// False when the next start would take the record for one that was never there.
+  /// False when the next start won't know of the record.
   bool append(const Record& record);
   /// Makes these the file's only records, which are all there are. On failure the file stays as it is.
   void replace(const Contents& contents);

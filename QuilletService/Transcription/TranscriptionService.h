@@ -93,7 +93,7 @@ class TranscriptionService {
   Awaitable<std::unique_ptr<Transcription>> open(std::string deviceId, std::string utteranceId, SpeechOptions options);
   void requireReady(const std::string& deviceId);
   void leave(const std::string& deviceId);
-  /// Counts it, and says it as the client hears it.
+  /// Counts the error and gives it as the client is told.
   ServiceError refusal(const SpeechError& error);
   ServiceError refusal(ServiceError error);
   std::string model() const;

@@ -17,7 +17,7 @@
 
 namespace quillet {
 
-/// An accepted connection. Names the executor's type: one of any type is copied and asked for every operation.
+/// An accepted connection. Names the executor's type, since a type-erased one is copied for every operation.
 using ServerSocket = boost::asio::basic_stream_socket<boost::asio::ip::tcp, boost::asio::io_context::executor_type>;
 
 /// An open connection of any kind, as the server sees it.
@@ -66,7 +66,7 @@ class ConnectionHost {
   }
 
  private:
-  /// When half of many connections are gone: the allocator keeps what they took for itself otherwise.
+  /// Called as connections end. Once half of many are gone, their memory goes back, which the allocator would keep.
   void giveBackMemory() {
     constexpr std::size_t kMany = 256;
     if (most_ < kMany || connections_.size() > most_ / 2) return;

@@ -7,7 +7,7 @@
 
 namespace quillet {
 
-/// Whose connection it is. Behind a proxy that only shows with each request.
+/// The client of the connection. Behind a proxy each request tells it.
 struct ConnectionOrigin {
   AddressLimiter::Lease lease;
   bool proxied = false;

@@ -14,8 +14,8 @@
 
 namespace quillet {
 
-/// The session's accessibility service. What it has said is kept while it would tell of a change, for half a minute
-/// at most, so that asking again and again costs nothing. Main thread only.
+/// The session's accessibility service. Its answers are kept for half a minute at most, and only while it would tell of
+/// a change, so that asking again and again costs nothing. Main thread only.
 class AccessibilityBus {
  public:
   AccessibilityBus();
@@ -34,11 +34,11 @@ class AccessibilityBus {
   /// The service says it is on, but the bus that we are connected to is gone or was replaced, or its registry no longer
   /// answers. libatspi connects once: only a new process gets out of the first two.
   bool isStale();
-  /// Called from the event loop after a registry appeared, which knows of nobody yet who listens.
+  /// Called from the event loop after a new registry appeared. It doesn't know yet who listens.
   std::function<void()> onNewRegistry;
 
  private:
-  /// When something was found out last; never, at first.
+  /// The time of the last answer; none at first.
   struct Known {
     MonotonicTime at{};
     void now() { at = std::chrono::steady_clock::now(); }
@@ -60,7 +60,7 @@ class AccessibilityBus {
   bool connected_ = false;
   bool registrySeen_ = false;
   std::optional<bool> enabled_;  ///< What it said, if it answered.
-  bool slow_ = false;            ///< It took its time not to answer.
+  bool slow_ = false;            ///< The last question cost time and had no answer.
   bool stale_ = false;
   Known enabledKnown_, wellKnown_, checked_;
   std::string address_;                  ///< Of the bus that libatspi is connected to.

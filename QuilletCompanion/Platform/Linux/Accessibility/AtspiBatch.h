@@ -17,13 +17,13 @@ namespace quillet {
 
 /// Calls to one accessible that don't depend on each other: all are sent before the first answer is awaited, over the
 /// connection that libatspi has to the application. An application takes them in the order in which they were added.
-/// What has no answer when the batch dies is given up.
+/// Calls without an answer are given up at the end of the batch.
 class AtspiBatch {
  public:
   using Argument = std::variant<int, const char*>;
   using Index = std::size_t;
 
-  /// `accessible` must outlive it. Waiting takes at most twice `limit`, and only once that if the application is hung.
+  /// `accessible` must outlive it. Waiting takes at most twice `limit`, or once for an application that hangs.
   AtspiBatch(AtspiAccessible* accessible, std::chrono::milliseconds limit);
   ~AtspiBatch();
   AtspiBatch(const AtspiBatch&) = delete;

@@ -27,7 +27,7 @@ class AtspiElement final : public ElementHandle {
   std::int32_t pid() const { return pid_; }
   /// As its application told last; invalid before that.
   AtspiRole& role() const { return role_; }
-  /// Once its application told; it stays for good.
+  /// Absent until its application told; the same from then on.
   std::optional<AtspiToolkit>& toolkit() const { return toolkit_; }
 
  private:
@@ -50,9 +50,9 @@ struct AtspiSummary {
   /// cells, some of which claim the focus as well, are not.
   bool isTextual() const;
   bool isEditable() const;
-  /// A text that shows a list of what it could become.
+  /// A text field that shows a list of completions.
   bool offersCompletions() const;
-  /// The item of a list that is chosen while the focus really is with what the list belongs to.
+  /// The chosen item of a list whose owner keeps the real focus.
   bool isActiveItem() const;
 };
 /// Without the role: one call.

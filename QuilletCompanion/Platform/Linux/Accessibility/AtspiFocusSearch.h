@@ -9,14 +9,14 @@
 
 namespace quillet {
 
-/// Looks through an application for the text element that has the focus: tens to hundreds of milliseconds in large
-/// windows, and so in bits, and no further than a bound: what is deeper or later than that has to tell by itself. For
+/// Searches an application for the text element that has the focus. In large windows that takes tens to hundreds of
+/// milliseconds, so it goes in steps and ends at a bound. Elements beyond the bound must tell by events. For
 /// applications whose focus events we haven't seen.
 class AtspiFocusSearch {
  public:
   explicit AtspiFocusSearch(std::int32_t pid) : pid_(pid) {}
 
-  /// Goes on until the time is up, or a call longer. False once there is nothing more to look at; then `found` tells.
+  /// Goes on until the time is up, or one call longer. False once the search has ended; `found` then has its result.
   bool advance(CallBudget& budget, MonotonicTime until);
   /// Absent if there is none, or the application didn't answer.
   AtspiElementRef found() const { return found_; }

@@ -26,25 +26,25 @@ class AtspiFocusTracker {
   AtspiFocusTracker(const AtspiFocusTracker&) = delete;
   AtspiFocusTracker& operator=(const AtspiFocusTracker&) = delete;
 
-  /// Called from the event loop after the focus of the application `pid` moved: with the text element that got it, or
-  /// any that had it and lost it again meanwhile, or with nothing if something else has it.
+  /// Called from the event loop after the focus of the application `pid` moved. `element` is the text element that got
+  /// it, even if it lost it again meanwhile. It is null if something else has the focus.
   std::function<void(std::int32_t pid, const ElementRef& element)> onFocusEvent;
 
-  /// Tells at once of what has already come, which the event loop would do soon.
+  /// Handles the events that have arrived, as the event loop would do soon.
   void deliver();
   /// Begins to listen, once libatspi is connected. Repeats do nothing.
   void start();
-  /// Tells the registry anew what we listen to, if we did.
+  /// Registers our listeners with a new registry, if we listened before.
   void restart();
   bool isListening() const { return listener_ != nullptr; }
-  /// The text element of `pid` that has the focus now. `window` gives the window that is active: an application of
-  /// which no event told is searched: each of its windows once, and a few times again at growing distances, until an
-  /// event tells that something has changed. A search that takes
-  /// longer goes on from the event loop; what it finds is then told as if an event had come. `role`, if given, is its
-  /// role by the same look.
+  /// The text element of `pid` that has the focus now. `role`, if given, gets its role by the same look.
+  /// `window` gives the active window. An application that no event told of is searched: each of its windows once, and
+  /// a few times again at growing intervals, until an event tells of a change.
+  /// A search that takes longer goes on from the event loop. What it finds is then told as if an event had
+  /// come.
   AtspiElementRef focused(std::int32_t pid, const std::function<unsigned long()>& window, CallBudget& budget,
                           AtspiRole* role = nullptr);
-  /// Whether keys go to `element`; absent if it doesn't answer, or has lost the focus and nothing told yet what got it.
+  /// Whether keys go to `element`. Absent if it doesn't answer, or lost the focus and nothing is known to have got it.
   std::optional<bool> takesKeys(const AtspiElementRef& element, CallBudget& budget);
 
  private:

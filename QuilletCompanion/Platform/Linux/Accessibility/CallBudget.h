@@ -14,7 +14,7 @@ class HungApplications {
  public:
   bool contains(std::int32_t pid) const;
   void add(std::int32_t pid);
-  /// It gave a sign of life.
+  /// The application has answered.
   void remove(std::int32_t pid) { until_.erase(pid); }
 
  private:

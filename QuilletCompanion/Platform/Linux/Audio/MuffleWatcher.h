@@ -6,12 +6,12 @@
 
 namespace quillet {
 
-/// A process that gives others' sound back if this one ends without having done so, however that comes. It knows what
+/// A process that gives others' sound back if this one ends without doing so, whatever ended it. It knows only what
 /// it is told, lives as long as this object, and does nothing before our end.
 class MuffleWatcher {
  public:
   MuffleWatcher() = default;
-  /// Without `dismiss` it goes to work.
+  /// Lets the process give the sound back, unless it was dismissed.
   ~MuffleWatcher() { letGo(); }
   MuffleWatcher(const MuffleWatcher&) = delete;
   MuffleWatcher& operator=(const MuffleWatcher&) = delete;

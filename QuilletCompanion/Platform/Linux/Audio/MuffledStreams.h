@@ -56,8 +56,8 @@ class MuffledStreams {
                                           const std::vector<PulseConnection::SourceOutput>& outputs);
   void take(const PulseConnection::SinkInput& input, const Scene& scene);
   bool move(std::uint32_t index, const std::string& sink);
-  /// PipeWire answers before it has moved a stream, and loses its way, for good, if the stream is moved again or the
-  /// sink goes meanwhile.
+  /// PipeWire answers before it has moved a stream. If the stream is moved again or the sink goes meanwhile, the stream
+  /// stays wrongly linked for good.
   void awaitMoves();
   bool haveArrived();
 

@@ -54,7 +54,7 @@ class PulseConnection {
     std::string defaultSink, defaultSource;  ///< Empty where there is none.
     bool isPipeWire = false;
   };
-  /// Who hears of what happens. Called from within the streams' service: no questions there.
+  /// A listener. It is called from within the streams' service, where nothing may be asked of the server.
   class Observer {
    public:
     virtual ~Observer() = default;

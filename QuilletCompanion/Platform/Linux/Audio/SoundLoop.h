@@ -65,7 +65,7 @@ class SoundLoop {
 
   bool hasPosted();
   void runReady();
-  /// Lets the streams go on once; waits until then at most, with `untilJob` also for a job no longer.
+  /// Serves the streams once. Waits until then at most, and with `untilJob` no longer than for a job.
   void serve(MonotonicTime until, bool untilJob);
 
   std::unique_ptr<pa_mainloop, Free> loop_{pa_mainloop_new()};

@@ -36,7 +36,7 @@ class X11SystemKeyboard final : public SystemKeyboard {
   std::unique_ptr<Taken> captureKeys(OnKey onKey) override;
   std::optional<std::string> keyText(std::uint16_t keyCode) const override;
 
-  /// A window, to which those who type on this display by XTEST must say so; their keys then don't count. 0 without a
+  /// The window that programs tell when they type on this display by XTEST, so that their keys don't count. 0 without a
   /// display.
   unsigned long typingWitness() const { return witness_; }
 

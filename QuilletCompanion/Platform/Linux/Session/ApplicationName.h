@@ -12,7 +12,7 @@ namespace quillet {
 /// (org.freedesktop.Application). Without a bus nobody does. Main thread only.
 class ApplicationName {
  public:
-  /// What whoever asks the program to show itself is told.
+  /// The answer to a request that the program show itself.
   enum class Answer { shows, hasNoWindows };
 
   /// `onActivate` runs from the main loop, whatever the answer.

@@ -38,7 +38,7 @@ class LinuxSystemEvents final : public SystemEvents {
   GRef<GNetworkMonitor> network_;
   std::weak_ptr<Source> source_;
   std::optional<Attempt<GRef<GNetworkMonitor>>> making_;  ///< Until it is taken.
-  /// Whom the attempt tells, unless that is gone.
+  /// This object, for the attempt, which may outlive it.
   std::shared_ptr<LinuxSystemEvents*> self_;
 };
 

@@ -15,9 +15,9 @@ namespace quillet {
 
 /// Tells when files of a folder appear, change or go, and when the folder itself does, which may not exist at first.
 /// Files that begin with a dot are not told of: tools prepare theirs under such names. Changes within a fifth of a
-/// second come as one. A network share isn't touched, since it may hang, nor does the kernel tell what other machines
-/// do there: of one a change is told each minute, whether there was any or not. What is mounted over a folder later
-/// goes unnoticed. Needs the GLib main context, which Qt's event loop serves. Main thread only.
+/// second come as one. A network share may hang, and the kernel doesn't tell what other machines do there: it isn't
+/// touched, and each minute a change is told, whether there was one or not. What is mounted over a folder later goes
+/// unnoticed. Needs the GLib main context, which Qt's event loop serves. Main thread only.
 class FolderWatch {
  public:
   /// Calls `changed` from the main loop until destroyed.

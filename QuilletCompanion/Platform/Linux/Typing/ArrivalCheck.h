@@ -17,13 +17,13 @@ class ArrivalCheck {
  public:
   using Look = std::optional<TypingObservation>;
 
-  /// All that has been posted, and all that has surely arrived or will never be seen to, since the beginning.
+  /// Counts since the beginning: characters that were posted, and those that arrived or will never be seen to arrive.
   std::uint64_t posted() const { return settled_ + underWay_.size(); }
   std::uint64_t arrived() const { return settled_ + seenOfUnderWay_; }
   std::uint64_t underWay() const { return posted() - arrived(); }
-  /// What follows is another text: that an earlier one was lost doesn't concern it.
+  /// The next characters belong to another text, which the loss of an earlier one doesn't stop.
   void beginText();
-  /// Whether the target was found to have taken nothing of the last, for so long that it has lost it; told once.
+  /// Whether the target took nothing of the last characters for so long that it has lost them; told once.
   bool takeLost() { return std::exchange(lost_, false); }
   bool lost() const { return lost_; }
   /// At the last look the target could not be read, or keys no longer went there.
@@ -42,7 +42,7 @@ class ArrivalCheck {
   void giveUpLate(MonotonicTime time);
   void settle();
   std::optional<std::int64_t> growth(const TypingObservation& seen) const;
-  /// By what stands before the caret: the fewest of what is under way that explain it; absent if nothing does.
+  /// The fewest characters under way that explain the text before the caret; absent if none do.
   std::optional<std::uint64_t> shown(const TypingObservation& seen) const;
   void count(std::int64_t growth, const TypingObservation& seen, MonotonicTime time);
   TypingObservation::CountUnit unitOf(const TypingObservation& seen) const;

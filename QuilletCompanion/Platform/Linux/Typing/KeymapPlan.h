@@ -22,7 +22,7 @@ constexpr unsigned shift = 1, third = 2;
 /// place that has to change its character is the longest unused one. Knows nothing of a display.
 class KeymapPlan {
  public:
-  /// Where a character stands. The order is that of our liking: few modifiers first.
+  /// The place of a character. Ordered by preference: few modifiers first.
   struct Place {
     unsigned level = 0;
     Keycode keycode = 0;
@@ -42,7 +42,7 @@ class KeymapPlan {
     /// To be made before the first stroke. Beside what the strokes need, they fill places that are free with what is
     /// likely to come next, since one change of the keymap costs as much as another.
     std::vector<Assignment> assignments;
-    /// Before the assignments are made, so many of all strokes ever typed must have had their effect.
+    /// How many of all strokes ever typed must have had their effect before the assignments are made.
     std::uint64_t awaits = 0;
   };
   struct Rules {

@@ -17,7 +17,7 @@ class ServerWatch {
 
   static ServerWatch& shared();
 
-  /// From now on, a silent server costs this connection.
+  /// From now on this connection is shut down if its server stays silent.
   void add(int descriptor);
   /// To be called before the connection is closed.
   void remove(int descriptor);

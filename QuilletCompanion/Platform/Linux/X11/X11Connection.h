@@ -19,8 +19,8 @@ namespace quillet {
 /// a bound, and then taken for gone. Main thread only.
 class X11Connection {
  public:
-  /// Whether a wait within an `X11ErrorTrap` or a `ServerWait` has its bound. Without it, whoever can't begin again
-  /// keeps what the server holds for it.
+  /// Whether waits within an `X11ErrorTrap` or a `ServerWait` are bounded. Unbounded is for a program that can't begin
+  /// again, and so must keep what the server holds for it.
   enum class Waits { bounded, unbounded };
 
   /// Connects to `display`, or to the environment's if it is empty.
@@ -31,7 +31,7 @@ class X11Connection {
 
   /// False if it never opened, lacks XKB, or broke.
   bool usable() const { return display_ != nullptr && !broken_; }
-  /// For one that isn't usable: true once there is another connection, on which nothing of the last one's is known.
+  /// Replaces a connection that isn't usable. True once there is a new one, which has no state of the last one's.
   /// Tries every few seconds, and never waits. Whoever watches the last one's socket must have let go of it.
   bool reopen();
   bool hasXTest() const { return xtest_; }
