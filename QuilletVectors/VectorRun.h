@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "QuilletVectors/PublishedVectors.h"
 #include "QuilletVectors/VectorChecks.h"
 
 namespace quillet::vectors {
@@ -85,39 +84,6 @@ inline void runOwn(const json::object& root, const std::string& file, Tally& tal
   for (const auto& fields : root.at("cases").as_array()) runCase({fields.as_object(), identities}, file, tally);
 }
 
-inline void runPublishedTest(const Algorithm& algorithm, const json::object& group, const json::object& test,
-                             const std::string& file, Tally& tally) {
-  std::string reason = "expected " + text(test.at("result"));
-  std::optional<bool> right = false;
-  try {
-    right = algorithm.check(group, test);
-  } catch (const std::exception& failure) {
-    reason += std::string(", got ") + nameOfCurrentFailure().value_or(failure.what());
-  }
-  if (!right) {
-    ++tally.skipped;
-  } else if (*right) {
-    ++tally.passed;
-  } else {
-    tally.failures.push_back({file, std::to_string(test.at("tcId").to_number<std::int64_t>()), reason});
-  }
-}
-
-inline void runPublished(const json::object& root, const std::string& file, Tally& tally) {
-  const auto* algorithm = std::find_if(std::begin(kAlgorithms), std::end(kAlgorithms), [&](const Algorithm& each) {
-    return root.at("algorithm").as_string() == each.name;
-  });
-  if (algorithm == std::end(kAlgorithms)) {
-    tally.failures.push_back({file, text(root.at("algorithm")), "no check for this algorithm"});
-    return;
-  }
-  for (const auto& group : root.at("testGroups").as_array()) {
-    for (const auto& test : group.as_object().at("tests").as_array()) {
-      runPublishedTest(*algorithm, group.as_object(), test.as_object(), file, tally);
-    }
-  }
-}
-
 inline void runFile(const std::filesystem::path& path, Tally& tally) {
   std::ifstream stream(path, std::ios::binary);
   const std::string content{std::istreambuf_iterator<char>(stream), {}};
@@ -127,7 +93,6 @@ inline void runFile(const std::filesystem::path& path, Tally& tally) {
   const json::object* object = error ? nullptr : root.if_object();
   try {
     if (object != nullptr && object->contains("cases")) return runOwn(*object, path.filename(), tally);
-    if (object != nullptr && object->contains("testGroups")) return runPublished(*object, path.filename(), tally);
   } catch (const std::exception& malformed) {
     throw InputError(path.string() + " is malformed: " + malformed.what());
   }
