@@ -3,6 +3,7 @@
 
 #include "Tests/App/AppModelHarness.h"
 #include "Tests/Doubles/LogCapture.h"
+#include "Tests/Doubles/Rows.h"
 
 namespace quillet {
 namespace {
@@ -331,15 +332,7 @@ TEST_F(AppModelTest, KeepsWhatTheUserChose) {
 
 TEST(ServiceLocationTest, TakesTheFirstUsableSource) {
   const std::optional<std::string> bundled = "https://bundled.example";
-  const std::pair<const char*, const char*> cases[] = {
-      {" https://own.example/x \n", "https://own.example/x"},
-      {"HTTP://Own.example", "http://"},
-      {"ftp://own.example", "https://bundled.example"},
-      {"wss://own.example", "https://bundled.example"},
-      {"https://", "https://bundled.example"},
-      {"", "https://bundled.example"},
-  };
-  for (const auto& [text, expected] : cases) {
+  for (const auto& [text, expected] : test::rows<std::tuple<std::string, std::string>>("service_url", "chosen")) {
     UserDefaults defaults(std::nullopt);
     defaults.set("QLTServerURLOverride", boost::json::string(text));
     EXPECT_TRUE(serviceLocation(defaults, bundled)->text().starts_with(expected)) << text;

@@ -162,21 +162,12 @@ TEST(SpeechLocaleTest, FollowsTheChoiceOrElseTheUser) {
 }
 
 TEST(SpeechLocaleTest, ReadsTheEnvironment) {
-  const struct {
-    const char *language, *all, *lang;
-    std::vector<std::string> languages;
-    const char* region;
-  } cases[] = {
-      {"", "", "de_CH.UTF-8", {"de-CH"}, "CH"},
-      {"nl:en_GB", "", "de_DE.UTF-8@euro", {"nl", "en-GB", "de-DE"}, "DE"},
-      {"nl", "C.UTF-8", "de_DE", {}, ""},
-      {"", "", "", {}, ""},
-  };
-  for (const auto& [language, all, lang, languages, region] : cases) {
-    setenv("LANGUAGE", language, 1);
-    setenv("LC_ALL", all, 1);
+  using Row = std::tuple<std::string, std::string, std::string, std::vector<std::string>, std::string>;
+  for (const auto& [language, all, lang, languages, region] : rows<Row>("locales", "environment")) {
+    setenv("LANGUAGE", language.c_str(), 1);
+    setenv("LC_ALL", all.c_str(), 1);
     setenv("LC_MESSAGES", "", 1);
-    setenv("LANG", lang, 1);
+    setenv("LANG", lang.c_str(), 1);
     const UserLocale user = UserLocale::ofEnvironment();
     EXPECT_EQ(user.languages, languages);
     EXPECT_EQ(user.region, region);

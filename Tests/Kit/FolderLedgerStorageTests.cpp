@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/Rows.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet {
@@ -50,14 +51,7 @@ TEST_F(FolderLedgerStorageTest, EveryKeyHasASafeNameOfItsOwn) {
 }
 
 TEST_F(FolderLedgerStorageTest, SeesNoFilesThatItWouldNotHaveNamed) {
-  for (const char* const name :
-       {"words.a", "words.a.json~", ".words.a.json.3F2.tmp", "words.a.sync-conflict-20260805-101112-ABCDEFG.json",
-        "words.a.sync-conflict-20260805-101112-2345672.json", "words.a (conflicted copy 2026-08-05 101112).json",
-        "words.a_conflict-20260805-101112.json", "words.a (1).json", ".syncthing.words.a.json.tmp", "words.A.json",
-        "%77ords.a.json", "words.a%2.json", "words.a%.json", "words.a%zz.json", "words.a%2e.json", ".json",
-        "readme.txt", ".stfolder"}) {
-    place(name, "x");
-  }
+  for (const auto& name : test::rows<std::string>("words", "files of others")) place(name, "x");
   EXPECT_EQ(storage.allKeys(), std::vector<std::string>{});
 }
 

@@ -10,6 +10,7 @@
 #include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/LoopbackServer.h"
 #include "Tests/Doubles/LoopbackService.h"
+#include "Tests/Doubles/Rows.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet::test {
@@ -198,25 +199,10 @@ TEST_F(PhoneServiceTest, DeletesAtTheServiceWithADamagedFile) {
 TEST_F(PhoneServiceTest, EachEndOfADeliveryHasItsOwnExit) {
   serve();
   ASSERT_EQ(pair(mac), PhoneExit::done) << output.str();
-  const struct {
-    std::vector<std::string> arguments;
-    PhoneExit exit;
-    const char* says;
-  } steps[] = {
-      {{"wait", "u1", "--seconds", "0"}, PhoneExit::serviceRefused, "no such delivery"},
-      {{"cancel", "u1"}, PhoneExit::serviceRefused, "no such delivery"},
-      {{"deliver", "token", "text", "--utterance", "u1"}, PhoneExit::done, "queued"},
-      {{"wait", "u1", "--seconds", "0"}, PhoneExit::noAnswer, "Utterance: u1"},
-      {{"--json", "wait", "u1", "--seconds", "0"}, PhoneExit::noAnswer, "\"utteranceId\":\"u1\""},
-      {{"cancel", "u1"}, PhoneExit::done, "cancelled"},
-      {{"cancel", "u1"}, PhoneExit::done, "cancelled"},
-      {{"wait", "u1"}, PhoneExit::cancelled, "Nothing was inserted"},
-      {{"deliver", "token", "text", "--utterance", "u1"}, PhoneExit::cancelled, "Nothing was inserted"},
-      {{"--json", "say", "text"}, PhoneExit::serviceRefused, "\"utteranceId\""},
-  };
-  for (const auto& step : steps) {
-    EXPECT_EQ(run(step.arguments), step.exit) << testing::PrintToString(step.arguments) << output.str();
-    EXPECT_NE(output.str().find(step.says), std::string::npos) << output.str();
+  using Step = std::tuple<std::vector<std::string>, int, std::string>;
+  for (const auto& [arguments, exit, says] : rows<Step>("command_lines", "deliveries")) {
+    EXPECT_EQ(static_cast<int>(run(arguments)), exit) << testing::PrintToString(arguments) << output.str();
+    EXPECT_NE(output.str().find(says), std::string::npos) << output.str();
   }
 }
 
