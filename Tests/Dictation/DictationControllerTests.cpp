@@ -68,36 +68,6 @@ struct Rig {
   }
 };
 
-TEST(DictationControllerTest, GoesFromAPressToTheTextInTheField) {
-  Rig rig;
-  rig.controller->start(Trigger::hold);
-  EXPECT_EQ(rig.phase(), DictationPhase(Starting{}));
-  rig.time.run();
-  EXPECT_EQ(rig.recognizer.calls, std::vector<std::string>{"start nl"});
-  rig.started();
-  EXPECT_EQ(rig.phase(), DictationPhase(Listening{rig.time.source().now()}));
-  rig.recognizer.level = 0.5;
-  rig.time.advance(49ms);
-  EXPECT_EQ(rig.controller->level().get(), 0);
-  rig.time.advance(1ms);
-  EXPECT_EQ(rig.controller->level().get(), 0.5F);
-  rig.time.advance(2s);
-  rig.controller->holdReleased();
-  rig.time.run();
-  EXPECT_EQ(rig.phase(), DictationPhase(Transcribing{}));
-  EXPECT_EQ(rig.controller->level().get(), 0);
-  rig.finished(" two words");
-  EXPECT_EQ(rig.controller->lastText().get(), " two words");
-  rig.inserted(DictationNotInserted{RefusalReason::secureField});
-  EXPECT_EQ(rig.phase(), DictationPhase(NotInserted{" two words", RefusalReason::secureField}));
-  rig.time.advance(10s - 1ms);
-  EXPECT_TRUE(is<NotInserted>(rig.phase()));
-  rig.time.advance(1ms);
-  EXPECT_EQ(rig.phase(), DictationPhase(Idle{}));
-  EXPECT_EQ(rig.told.size(), 5u);
-  EXPECT_EQ(rig.texts, std::vector<std::string>{" two words"});
-}
-
 TEST(DictationControllerTest, TellsWhatFailed) {
   const auto failed = [](DictationFailure failure) { return DictationPhase(Failed{failure}); };
   Rig rig;

@@ -112,19 +112,6 @@ TEST_F(HotkeyMonitorTest, EscapeIsOursOnlyWhileAsked) {
   EXPECT_TRUE(keyboard.hotKeys().empty());
 }
 
-TEST_F(HotkeyMonitorTest, TakesNoMoreThanTheShortcutsNeed) {
-  monitor.configure(kControlOptionSpace, std::nullopt);
-  EXPECT_EQ(keyboard.followers(), 0U);
-  monitor.configure(kLoneRightOption, DictationShortcut{kLeftOption});
-  EXPECT_EQ(keyboard.followers(), 1U);
-  EXPECT_TRUE(keyboard.hotKeys().empty());
-  keyboard.press(kRightOption);
-  monitor.configure(std::nullopt, std::nullopt);
-  EXPECT_EQ(keyboard.followers(), 0U);
-  keyboard.release(kRightOption);
-  EXPECT_EQ(told(), Events{});
-}
-
 TEST_F(HotkeyMonitorTest, WhatAnotherHasIsUnavailableAndTheOtherRoleGoesOn) {
   auto& log = test::LogCapture::instance();
   log.expect("Shortcut for toggle unavailable: 10");

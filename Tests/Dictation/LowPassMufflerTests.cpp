@@ -108,13 +108,6 @@ TEST(LowPassMufflerTest, FadesInThreeTenthsOfASecond) {
   EXPECT_EQ(LowPassMuffler({.sampleRate = 0}).mix(), 0);
 }
 
-TEST(LowPassMufflerTest, TouchesNothingWhileDisengaged) {
-  LowPassMuffler muffler({});
-  Samples noise;
-  for (int i = 0; i < 2000; ++i) noise.push_back(static_cast<float>(std::sin(i * i)));
-  EXPECT_EQ(render(muffler, noise), noise);
-}
-
 TEST(LowPassMufflerTest, FitsChannelsToTheOutput) {
   LowPassMuffler stereo({}), mono({.channels = 1});
   EXPECT_THAT(render(stereo, {0.25F, 0.75F}, 2, 1), ElementsAre(0.5F));

@@ -3,8 +3,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -105,26 +103,6 @@ TEST(AtomicFile, AFailureNamesItsStepAndLeavesNothingBehind) {
   EXPECT_EQ(failureOf("new", folder.path() / "occupied"), failed("rename", EISDIR));
   EXPECT_EQ(entriesIn(folder.path()), 2);
   EXPECT_EQ(test::readText(folder.path() / "file"), "old");
-}
-
-/// A limit on file sizes makes the write fail half-way, as a full disk does.
-TEST(AtomicFile, AWriteThatFailsHalfWayKeepsTheOldContents) {
-  const TemporaryFolder folder;
-  const fs::path path = folder.path() / "file";
-  AtomicFile::write(bytesOf("old"), path);
-
-  rlimit before{};
-  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
-  const rlimit limited{4096, before.rlim_max};
-  const auto handler = ::signal(SIGXFSZ, SIG_IGN);
-  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limited), 0);
-  const std::string failure = failureOf(std::string(10'000, 'x'), path);
-  ::setrlimit(RLIMIT_FSIZE, &before);
-  ::signal(SIGXFSZ, handler);
-
-  EXPECT_EQ(failure, failed("write", EFBIG));
-  EXPECT_EQ(test::readText(path), "old");
-  EXPECT_EQ(entriesIn(folder.path()), 1);
 }
 
 TEST(AtomicFile, ARelativePathStandsInTheWorkingFolder) {

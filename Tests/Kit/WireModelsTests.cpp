@@ -7,6 +7,8 @@
 
 #include "QuilletKit/Base/Base64URL.h"
 #include "QuilletKit/JSON/JSONCoding.h"
+#include "QuilletKit/Protocol/Envelope.h"
+#include "QuilletKit/Protocol/PairingCrypto.h"
 #include "QuilletKit/Protocol/ServiceModels.h"
 
 namespace quillet {
@@ -60,6 +62,29 @@ TEST(TranscribeBody, RefusesEveryCutAndAnyOtherMetadata) {
   }
   EXPECT_THROW(TranscribeBody::parse(Bytes{0xFF, 0xFF, 0xFF, 0xFF, '{', '}'}), JSONCoding::DecodingError);
   EXPECT_THROW(TranscribeBody::parse(Bytes{0, 0, 0, 2, '{', '}'}), JSONCoding::DecodingError);
+}
+
+TEST(Envelope, TwoSealsShareNeitherSaltNorBox) {
+  const DeviceIdentity phone = DeviceIdentity::generate(), desktop = DeviceIdentity::generate();
+  const PeerIdentity to = desktop.peerIdentity("Desktop", DevicePlatform::macos);
+  const Envelope first = Envelope::sealBytes("text", EnvelopePurpose::delivery, phone, to);
+  const Envelope second = Envelope::sealBytes("text", EnvelopePurpose::delivery, phone, to);
+  EXPECT_EQ(Base64URL::decode(first.salt)->size(), 32u);
+  EXPECT_NE(first.salt, second.salt);
+  EXPECT_NE(first.box.substr(0, 16), second.box.substr(0, 16));
+}
+
+TEST(PairingCrypto, SealsAnIdentityUnderAFreshNonceEachTime) {
+  const DeviceIdentity phone = DeviceIdentity::generate();
+  const Crypto::Key mac = Crypto::generatePrivateKey(), own = Crypto::generatePrivateKey();
+  const PairingCrypto crypto("s", Crypto::x25519PublicKey(mac), Crypto::x25519PublicKey(own), "m", phone.deviceId(),
+                             own);
+  const PeerIdentity identity = phone.peerIdentity("Phone", DevicePlatform::ios);
+  EXPECT_NE(crypto.sealIdentity(identity), crypto.sealIdentity(identity));
+}
+
+TEST(PairingCode, LeavesOutWhatIsNoText) {
+  EXPECT_EQ(PairingCode::normalise("\xff 7k"), "7K");
 }
 
 }  // namespace

@@ -126,22 +126,6 @@ TEST_F(WordStatsStoreTest, ReadsOtherDevicesAndFollowsThem) {
   EXPECT_EQ(stats.summary().total, 2);
 }
 
-TEST_F(WordStatsStoreTest, TellsWhetherItIsShared) {
-  EXPECT_FALSE(store(nullptr).isSynchronised().get());
-  cloud.signedIn = false;
-  auto stats = store(&cloud);
-  std::vector<bool> told;
-  const auto subscription = stats.isSynchronised().observe([&](bool syncs) { told.push_back(syncs); });
-  stats.record(2);
-  EXPECT_EQ(stats.summary().total, 2);
-  stats.reload();
-  EXPECT_TRUE(told.empty());
-  cloud.signedIn = true;
-  cloud.onExternalChange();
-  cloud.onExternalChange();
-  EXPECT_EQ(told, std::vector<bool>{true});
-}
-
 TEST_F(WordStatsStoreTest, EndsItsSubscription) {
   { const auto stats = store(&cloud); }
   EXPECT_FALSE(cloud.onExternalChange);

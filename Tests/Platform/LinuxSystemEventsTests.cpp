@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Platform/Linux/Session/LinuxSystemEvents.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sched.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -125,20 +122,6 @@ TEST_F(LinuxSystemEventsTest, FollowsLogindThatComesAndGoes) {
   EXPECT_TRUE(hears({"sleep", "wake"})) << "nobody could tell of the wake any more";
 }
 
-TEST_F(LinuxSystemEventsTest, FollowsABusThatComesBack) {
-  EXPECT_TRUE(inhibits());
-  ASSERT_TRUE(logind.prepareForSleep(true));
-  ASSERT_TRUE(logind.prepareForSleep(true));
-  ASSERT_TRUE(hears({"sleep"}));
-  systemBus.stop();
-  EXPECT_TRUE(hears({"sleep", "wake"})) << "nobody could tell of the wake any more";
-  systemBus.start();
-  logind.start();
-  EXPECT_TRUE(inhibits());
-  ASSERT_TRUE(logind.prepareForSleep(true));
-  EXPECT_TRUE(hears({"sleep", "wake", "sleep"}));
-}
-
 TEST_F(LinuxSystemEventsTest, IgnoresWhatOthersSay) {
   EXPECT_TRUE(inhibits());
   systemBus.forge(MockLogind::manager, "org.freedesktop.login1.Manager", "PrepareForSleep", g_variant_new("(b)", TRUE));
@@ -213,64 +196,6 @@ TEST(LinuxSystemEventsNetwork, TellsTheStateAtOnceAndEveryChange) {
   observation.reset();
   change(FALSE);
   EXPECT_EQ(told.size(), 5U);
-}
-
-/// This thread in a network of its own, without any route, until the end of the scope.
-class EmptyNetwork {
- public:
-  EmptyNetwork()
-      : before_(open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC)), entered_(unshare(CLONE_NEWNET) == 0) {}
-  ~EmptyNetwork() {
-    if (entered_) EXPECT_EQ(setns(before_, CLONE_NEWNET), 0);
-    close(before_);
-  }
-  EmptyNetwork(const EmptyNetwork&) = delete;
-  EmptyNetwork& operator=(const EmptyNetwork&) = delete;
-
-  bool entered() const { return entered_; }
-  /// Runs "ip ARGUMENTS" in it.
-  static bool ip(const std::string& arguments) {
-    return std::system(("ip " + arguments + " 2>/dev/null").c_str()) == 0;
-  }
-
- private:
-  int before_;
-  bool entered_;
-};
-
-/// GLib's monitor of the kernel's routes, as it would be without NetworkManager.
-GRef<GNetworkMonitor> kernelMonitor() {
-  g_network_monitor_get_default();  // makes the kinds known
-  auto* const kinds = g_io_extension_point_lookup(G_NETWORK_MONITOR_EXTENSION_POINT_NAME);
-  auto* const kind = g_io_extension_point_get_extension_by_name(kinds, "netlink");
-  if (kind == nullptr) return nullptr;
-  return GRef<GNetworkMonitor>(
-      static_cast<GNetworkMonitor*>(g_initable_new(g_io_extension_get_type(kind), nullptr, nullptr, nullptr)));
-}
-
-TEST(LinuxSystemEventsNetwork, FollowsTheKernelsRoutes) {
-  setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus", 1);
-  const EmptyNetwork network;
-  if (!network.entered()) GTEST_SKIP() << "not permitted to make a network namespace";
-  if (!EmptyNetwork::ip("link add quillet0 type veth peer name quillet1")) GTEST_SKIP() << "no virtual network devices";
-  const auto monitor = kernelMonitor();
-  ASSERT_NE(monitor, nullptr);
-  LinuxSystemEvents events(monitor.get());
-  std::vector<bool> told;
-  const auto observation = events.observe({.networkPath = [&](bool available) { told.push_back(available); }});
-  EXPECT_EQ(told, std::vector<bool>{false});
-  for (const char* const device : {"quillet0", "quillet1"}) {
-    ASSERT_TRUE(EmptyNetwork::ip(std::string("link set up dev ") + device));
-  }
-  ASSERT_TRUE(EmptyNetwork::ip("addr add 192.0.2.1/24 dev quillet0"));
-  ASSERT_TRUE(EmptyNetwork::ip("route add default via 192.0.2.2"));
-  EXPECT_TRUE(test::eventually([&] { return told.back(); }));
-  const std::size_t before = told.size();
-  ASSERT_TRUE(EmptyNetwork::ip("route add default via 192.0.2.3 metric 5"));
-  EXPECT_TRUE(test::eventually([&] { return told.size() > before; })) << "another path, available as before";
-  EXPECT_TRUE(told.back());
-  ASSERT_TRUE(EmptyNetwork::ip("link set down dev quillet0"));
-  EXPECT_TRUE(test::eventually([&] { return !told.back(); }));
 }
 
 /// Follows a NetworkManager of the test's own, then loses the bus under it.

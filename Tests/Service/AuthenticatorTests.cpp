@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletService/RateLimiter.h"
-
 #include <fstream>
 
 #include "Tests/Doubles/TemporaryFolder.h"
@@ -204,18 +202,6 @@ TEST(NonceGuardTest, AfterAnotherBootNothingThatWasSignedBeforeIsTaken) {
     EXPECT_TRUE(guard.mayHaveForgotten(499)) << "also at the start after that";
     EXPECT_FALSE(guard.mayHaveForgotten(500));
   }
-}
-
-TEST(RateLimiterTest, AWindowStartsWithItsFirstUse) {
-  VirtualTime time;
-  RateLimiter limiter(2, 60s, time.source());
-  EXPECT_TRUE(limiter.admit("a"));
-  time.advance(59s);
-  EXPECT_TRUE(limiter.admit("a"));
-  EXPECT_FALSE(limiter.admit("a"));
-  EXPECT_TRUE(limiter.admit("b"));
-  time.advance(1s);
-  EXPECT_TRUE(limiter.admit("a"));
 }
 
 }  // namespace

@@ -192,20 +192,5 @@ TEST_F(HTTPServerTest, RequestsThatComeTogetherAreEachAnsweredForThemselves) {
   });
 }
 
-TEST_F(HTTPServerTest, ABodyInPiecesIsSignedAsAWhole) {
-  play([&]() -> Awaitable<void> {
-    co_await enrolAndPair();
-    const DeliveryRequest request = delivery("u", std::string(700'000, 'x'));
-    const std::string whole = wire(phone, "POST", "/v1/macs/" + mac.id() + "/deliveries", JSONCoding::encode(request));
-    for (const bool changed : {true, false}) {
-      std::string bytes = whole;
-      if (changed) bytes[bytes.size() - 300'000] ^= 1;
-      Socket socket = co_await dial();
-      for (std::size_t at = 0; at < bytes.size(); at += 100'001) co_await write(socket, bytes.substr(at, 100'001));
-      EXPECT_EQ(statusIn(co_await readToEnd(socket)), changed ? "401" : "200");
-    }
-  });
-}
-
 }  // namespace
 }  // namespace quillet::test

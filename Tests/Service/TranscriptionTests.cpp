@@ -2,8 +2,8 @@
 #include <boost/json.hpp>
 
 #include "QuilletKit/Protocol/WaveFile.h"
-#include "QuilletSpeech/SphinxEngine.h"
 #include "Tests/Doubles/LogCapture.h"
+#include "Tests/Doubles/Rows.h"
 #include "Tests/Doubles/StubSpeechEngine.h"
 #include "Tests/Service/ServerFixture.h"
 #include "Tests/Speech/Recordings.h"
@@ -173,17 +173,11 @@ TEST_F(TranscriptionTest, SaysSoWithoutAnEngine) {
 }
 
 TEST_F(TranscriptionTest, PassesEachFailureOnByItsCode) {
-  const std::pair<SpeechFailure, const char*> kFailures[] = {
-      {SpeechFailure::languageUnsupported, "422 language_unsupported"},
-      {SpeechFailure::modelNotInstalled, "503 model_not_installed"},
-      {SpeechFailure::unavailable, "502 engine_unavailable"},
-      {SpeechFailure::busy, "503 busy"},
-      {SpeechFailure::tooLong, "413 too_long"},
-      {SpeechFailure::failed, "502 engine_failed"}};
   serveWith(engine);
   play([&]() -> Awaitable<void> {
-    for (const auto& [failure, expected] : kFailures) {
-      const std::string code = std::string(expected).substr(4);
+    for (const auto& [name, expected] : rows<std::tuple<std::string, std::string>>("speech", "passed on")) {
+      const auto failure = fromRaw<SpeechFailure>(name);
+      const std::string code = expected.substr(4);
       engine.beginFails = failure;
       EXPECT_EQ(co_await refusal(upload({"u-1"}, samples_)), expected);
       co_await stream();
@@ -377,30 +371,6 @@ TEST_F(TranscriptionTest, CountsWhatItDoesAndLogsNoWord) {
     co_await client.answer();
   });
   EXPECT_FALSE(LogCapture::instance().anyHolds("Mirabelle"));
-}
-
-TEST_F(TranscriptionTest, GivesTheSameTextByStreamByUploadAndFromTheEngineAlone) {
-  SphinxEngine sphinx;
-  serveWith(sphinx);
-  for (const Recording& recording : transcribedRecordings()) {
-    if (recording.name != "005" && !recording.name.ends_with("0920")) continue;
-    play([&]() -> Awaitable<void> {
-      auto session = co_await sphinx.begin({.language = "en"});
-      session->accept(recording.samples);
-      const std::string alone = co_await session->finish();
-      const auto uploaded = co_await upload({"u-1", RecognitionLanguage::en}, recording.samples);
-      StreamClient client = co_await stream("u-2");
-      co_await client.speak(recording.samples);
-      co_await client.sayFinish();
-      const auto streamed = co_await client.answer();
-      EXPECT_GT(alone.size(), 20U);
-      EXPECT_EQ(uploaded.text, alone);
-      EXPECT_EQ(streamed.at("text").as_string(), alone);
-    });
-  }
-  play([&]() -> Awaitable<void> {
-    EXPECT_EQ(co_await refusal(upload({"u-1", RecognitionLanguage::fr}, samples_)), "422 language_unsupported");
-  });
 }
 
 }  // namespace

@@ -1,26 +1,20 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/Protocol/Envelope.h"
-
 #include <gtest/gtest.h>
 
-#include "QuilletKit/Base/Base64URL.h"
-#include "QuilletKit/Identity/SecretStore.h"
+#include <cerrno>
+#include <fstream>
+#include <functional>
 
-namespace quillet {
+#include "QuilletKit/Identity/DeviceIdentity.h"
+#include "QuilletKit/Identity/SecretStore.h"
+#include "Tests/Doubles/SecretStoreContract.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+
+namespace quillet::test {
 namespace {
 
 Bytes bytesIn(ByteView view) {
   return {view.begin(), view.end()};
-}
-
-TEST(Envelope, TwoSealsShareNeitherSaltNorBox) {
-  const DeviceIdentity phone = DeviceIdentity::generate(), desktop = DeviceIdentity::generate();
-  const PeerIdentity to = desktop.peerIdentity("Desktop", DevicePlatform::macos);
-  const Envelope first = Envelope::sealBytes("text", EnvelopePurpose::delivery, phone, to);
-  const Envelope second = Envelope::sealBytes("text", EnvelopePurpose::delivery, phone, to);
-  EXPECT_EQ(Base64URL::decode(first.salt)->size(), 32u);
-  EXPECT_NE(first.salt, second.salt);
-  EXPECT_NE(first.box.substr(0, 16), second.box.substr(0, 16));
 }
 
 /// Counts and refuses operations.
@@ -40,15 +34,6 @@ class FailingSecretStore : public SecretStore {
 };
 
 const std::string kSigningItem = "device.signing.v1", kAgreementItem = "device.agreement.v1";
-
-TEST(DeviceIdentity, IsMadeOnceAndThenFound) {
-  MemorySecretStore store;
-  const DeviceIdentity made = DeviceIdentity::loadOrCreate(store);
-  const DeviceIdentity found = DeviceIdentity::loadOrCreate(store);
-  EXPECT_EQ(found.signingKey, made.signingKey);
-  EXPECT_EQ(found.agreementKey, made.agreementKey);
-  EXPECT_TRUE(found.peerIdentity("", DevicePlatform::macos).isConsistent());
-}
 
 TEST(DeviceIdentity, ALoneKeyIsNotReused) {
   for (const auto& lone : {kSigningItem, kAgreementItem}) {
@@ -92,5 +77,39 @@ TEST(DeviceIdentity, RemovalStartsWithTheSigningKeyAndStopsAtAnError) {
   EXPECT_FALSE(store.items.load(kAgreementItem));
 }
 
+namespace fs = std::filesystem;
+
+struct FileBackend {
+  TemporaryFolder folder;
+  std::unique_ptr<SecretStore> open(const std::string& service) {
+    return std::make_unique<FileSecretStore>(folder.path(), service);
+  }
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(File, SecretStoreContract, FileBackend);
+
+TEST(FileSecretStore, FailuresCarryErrno) {
+  const TemporaryFolder folder;
+  std::ofstream(folder.path() / "file") << "x";
+  FileSecretStore under(folder.path() / "file", "service");
+  FileSecretStore store(folder.path(), "service");
+  fs::create_directories(folder.path() / "service" / "folder");
+  const std::pair<int, std::function<void()>> cases[] = {
+      {ENOTDIR, [&] { under.load("item"); }},
+      {EISDIR, [&] { store.load("folder"); }},
+      {EISDIR, [&] { store.save(Bytes{1}, "folder"); }},
+      {EISDIR, [&] { store.remove("folder"); }},
+      {ENAMETOOLONG, [&] { store.save(Bytes{1}, std::string(300, 'a')); }},
+  };
+  for (const auto& [status, operation] : cases) {
+    try {
+      operation();
+      ADD_FAILURE() << "expected " << status;
+    } catch (const SecretStoreError& error) {
+      EXPECT_EQ(error.status, status);
+    }
+  }
+}
+
 }  // namespace
-}  // namespace quillet
+}  // namespace quillet::test
