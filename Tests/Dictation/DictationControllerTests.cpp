@@ -69,28 +69,27 @@ struct Rig {
 };
 
 TEST(DictationControllerTest, TellsWhatFailed) {
-  const auto failed = [](DictationFailure failure) { return DictationPhase(Failed{failure}); };
   Rig rig;
-  rig.controller->start(Trigger::toggle);
-  rig.time.run();
-  rig.recognizer.starts.fail(DictationError(DictationFailure::cloudUnavailable));
-  rig.time.run();
-  EXPECT_EQ(rig.phase(), failed(DictationFailure::cloudUnavailable));
-  rig.controller->start(Trigger::toggle);
-  rig.time.run();
-  rig.recognizer.starts.fail(std::runtime_error("device"));
-  rig.time.run();
-  EXPECT_EQ(rig.phase(), failed(DictationFailure::microphoneUnavailable));
-  rig.listen();
-  rig.stop();
-  rig.recognizer.finishes.fail(DictationError(DictationFailure::offline));
-  rig.time.run();
-  EXPECT_EQ(rig.phase(), failed(DictationFailure::offline));
-  rig.listen();
-  rig.stop();
-  rig.recognizer.finishes.fail(std::runtime_error("decoder"));
-  rig.time.run();
-  EXPECT_EQ(rig.phase(), failed(DictationFailure::recognitionFailed));
+  const auto startFails = [&](auto error) {
+    rig.controller->start(Trigger::toggle);
+    rig.time.run();
+    rig.recognizer.starts.fail(error);
+    rig.time.run();
+    return rig.phase();
+  };
+  const auto finishFails = [&](auto error) {
+    rig.listen();
+    rig.stop();
+    rig.recognizer.finishes.fail(error);
+    rig.time.run();
+    return rig.phase();
+  };
+  const auto failed = [](DictationFailure failure) { return DictationPhase(Failed{failure}); };
+  using enum DictationFailure;
+  EXPECT_EQ(startFails(DictationError(cloudUnavailable)), failed(cloudUnavailable));
+  EXPECT_EQ(startFails(std::runtime_error("device")), failed(microphoneUnavailable));
+  EXPECT_EQ(finishFails(DictationError(offline)), failed(offline));
+  EXPECT_EQ(finishFails(std::runtime_error("decoder")), failed(recognitionFailed));
   EXPECT_EQ(rig.controller->lastText().get(), std::nullopt);
   rig.time.advance(4s - 1ms);
   EXPECT_TRUE(is<Failed>(rig.phase()));

@@ -112,23 +112,6 @@ TEST_F(HotkeyMonitorTest, EscapeIsOursOnlyWhileAsked) {
   EXPECT_TRUE(keyboard.hotKeys().empty());
 }
 
-TEST_F(HotkeyMonitorTest, WhatAnotherHasIsUnavailableAndTheOtherRoleGoesOn) {
-  auto& log = test::LogCapture::instance();
-  log.expect("Shortcut for toggle unavailable: 10");
-  log.expect("Shortcut for hold unavailable: 10");
-  keyboard.othersHave = {kControlOptionSpace};
-  monitor.configure(kControlOptionSpace, kLoneRightOption);
-  EXPECT_TRUE(log.contains("Shortcut for toggle unavailable: 10"));
-  EXPECT_EQ(monitor.unavailable(), std::set{Role::toggle});
-  keyboard.press(kRightOption);
-  EXPECT_EQ(told(), Events{holdDown});
-  keyboard.othersHave.clear();
-  monitor.configure(kControlOptionSpace, kControlOptionSpace);
-  EXPECT_EQ(monitor.unavailable(), std::set{Role::hold}) << "the same for both";
-  monitor.configure(kControlOptionSpace, std::nullopt);
-  EXPECT_EQ(monitor.unavailable(), std::set<Role>{});
-}
-
 TEST_F(HotkeyMonitorTest, ANewKeymapRegistersAnewAndLosesNoRelease) {
   auto& log = test::LogCapture::instance();
   log.expect("Shortcut for toggle unavailable: 10");

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Platform/Qt/MainLoopTimers.h"
-
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <boost/asio/post.hpp>
+#include <memory>
+#include <vector>
 
 #include "QuilletCompanion/Platform/Qt/MainLoopExecutor.h"
+#include "QuilletCompanion/Platform/Qt/MainLoopTimers.h"
 #include "Tests/Desktop/Editor.h"
 
 namespace quillet {
@@ -14,7 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 using test::eventually;
 
-class MainLoopTimersTest : public testing::Test {
+class MainLoopTest : public testing::Test {
  protected:
   int argc = 1;
   char name[5] = "test";
@@ -23,7 +25,32 @@ class MainLoopTimersTest : public testing::Test {
   MainLoop loop;
 };
 
-TEST_F(MainLoopTimersTest, SleepsAsLongAsItShouldAndLeavesShortSleepsAlone) {
+TEST_F(MainLoopTest, RunsPostedWorkInOrderAndNeverInsideThePost) {
+  std::vector<int> order;
+  boost::asio::post(loop.executor(), [&order, owned = std::make_unique<int>(1)] { order.push_back(*owned); });
+  boost::asio::post(loop.executor(), [&] { order.push_back(2); });
+  EXPECT_TRUE(order.empty());
+  EXPECT_TRUE(eventually([&] { return order.size() == 2; }));
+  EXPECT_EQ(order, (std::vector{1, 2}));
+}
+
+TEST_F(MainLoopTest, ExecutorsOfOneLoopAreEqualAndQueuedWorkDiesWithTheLoop) {
+  auto owned = std::make_shared<int>(0);
+  const std::weak_ptr<int> watched = owned;
+  bool ran = false;
+  {
+    MainLoop other;
+    EXPECT_EQ(loop.executor(), loop.executor());
+    EXPECT_NE(loop.executor(), other.executor());
+    boost::asio::post(other.executor(), [&ran, kept = std::move(owned)] { ran = true; });
+    EXPECT_FALSE(watched.expired());
+  }
+  QCoreApplication::processEvents();
+  EXPECT_TRUE(watched.expired());
+  EXPECT_FALSE(ran);
+}
+
+TEST_F(MainLoopTest, SleepsAsLongAsItShouldAndLeavesShortSleepsAlone) {
   MainLoopTimers timers;
   std::vector<Duration> others;
   TimeSource precise;
@@ -43,7 +70,7 @@ TEST_F(MainLoopTimersTest, SleepsAsLongAsItShouldAndLeavesShortSleepsAlone) {
   EXPECT_EQ(others, std::vector<Duration>{999ms});
 }
 
-TEST_F(MainLoopTimersTest, ACancelledSleepEndsSoon) {
+TEST_F(MainLoopTest, ACancelledSleepEndsSoon) {
   MainLoopTimers timers;
   bool begun = false, aborted = false;
   std::optional<Task> task(loop.executor());
@@ -62,7 +89,7 @@ TEST_F(MainLoopTimersTest, ACancelledSleepEndsSoon) {
   EXPECT_TRUE(eventually([&] { return aborted; }));
 }
 
-TEST_F(MainLoopTimersTest, WhoSleepsWhenTheTimersGoNeverGoesOn) {
+TEST_F(MainLoopTest, WhoSleepsWhenTheTimersGoNeverGoesOn) {
   for (const bool cancelled : {false, true}) {
     auto held = std::make_shared<int>();
     const std::weak_ptr<int> left = held;
