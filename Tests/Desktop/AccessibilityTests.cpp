@@ -140,6 +140,15 @@ TEST_F(Accessibility, FieldThatBecomesAPasswordFieldIsReadNoMore) {
   EXPECT_FALSE(provider.readField(field).value);
 }
 
+TEST_F(Accessibility, SearchingATableOfManyRowsHangsNobody) {
+  const Editor table(QString::fromStdString(sourceFile("Tests/Desktop/fields.py")), {"--rows", "100000"});
+  const auto isInFront = [&] { return provider.frontApplication().value_or(FrontApplication{}).pid == table.pid(); };
+  ASSERT_TRUE(eventually(isInFront));
+  EXPECT_FALSE(provider.focusedElement(table.pid())) << "a table is no field";
+  ::kill(table.pid(), SIGHUP);  // goes to the field
+  EXPECT_TRUE(eventually([&] { return provider.focusedElement(table.pid()) != nullptr; }, std::chrono::seconds(3)));
+}
+
 TEST_F(Accessibility, WindowThatChangesHandsIsSeenAtOnce) {
   const Editor editor("mousepad");
   ASSERT_TRUE(awaitFocus(editor));

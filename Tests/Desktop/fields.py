@@ -7,6 +7,7 @@ fields.py [FIELD] [--text TEXT] [FAULT]
   FAULT  --limit N       takes N characters at most
          --upper         turns what it gets into capitals
          --deaf          says yes to what is written to it, and keeps nothing that doesn't come from the keyboard
+         --rows N        begins with the focus on a table of N rows
          --at N FATE     once it holds N characters: "readonly" (takes no more), "leave" (the focus goes to a second
                          field), "exit" (the program ends), "stop" (it hangs until somebody wakes it)
 A SIGUSR1 makes the field read-only, a SIGUSR2 a password field. A SIGHUP takes the focus to a button and back.
@@ -27,6 +28,7 @@ def arguments():
         parser.add_argument("--" + flag, action="store_true")
     parser.add_argument("--text", default="")
     parser.add_argument("--limit", type=int, default=0)
+    parser.add_argument("--rows", type=int, default=0)
     parser.add_argument("--at", nargs=2, default=None)
     return parser.parse_args()
 
@@ -50,6 +52,17 @@ def make_fate(fate, field, second):
         "stop": lambda: os.kill(os.getpid(), signal.SIGSTOP),
     }
     return fates[fate]
+
+
+def make_table(rows):
+    content = Gtk.ListStore(str)
+    for row in range(rows):
+        content.append([str(row)])
+    table = Gtk.TreeView(model=content, fixed_height_mode=True)
+    table.append_column(Gtk.TreeViewColumn("Number", Gtk.CellRendererText(), text=0, sizing="fixed"))
+    scrolled = Gtk.ScrolledWindow()
+    scrolled.add(table)
+    return table, scrolled
 
 
 def go_and_come(button, field):
@@ -78,6 +91,9 @@ def main():
     box.pack_start(field, True, True, 0)
     box.pack_start(second, False, False, 0)
     box.pack_start(button, False, False, 0)
+    table, scrolled = make_table(wanted.rows)
+    if wanted.rows:
+        box.pack_start(scrolled, True, True, 0)
     window.add(box)
     if wanted.deaf:
         field.connect("insert-text", keep_only_typed)
@@ -92,7 +108,7 @@ def main():
     GLib.unix_signal_add(GLib.PRIORITY_HIGH, signal.SIGHUP, lambda: go_and_come(button, field))
     window.connect("destroy", Gtk.main_quit)
     window.show_all()
-    field.grab_focus()
+    (table if wanted.rows else field).grab_focus()
     if not wanted.area:
         field.set_position(-1)
     Gtk.main()

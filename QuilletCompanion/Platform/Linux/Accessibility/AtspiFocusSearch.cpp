@@ -14,7 +14,7 @@ constexpr int mostMatches = 32;
 constexpr int mostChildren = 512;
 /// An office program has 2,000 elements, which take half a second.
 constexpr int mostLooks = 3000;
-constexpr std::chrono::milliseconds longest{700};
+constexpr std::chrono::milliseconds longest{1500};
 
 bool isFocusedText(AtspiAccessible* accessible, std::int32_t pid, CallBudget& budget) {
   const auto summary = summarize(accessible, pid, budget);
@@ -88,9 +88,11 @@ bool AtspiFocusSearch::advance(CallBudget& budget, MonotonicTime until) {
   return !found_ && !exhausted && !(queue_.empty() && applications_.empty());
 }
 
-/// Asks the toolkit to search by itself, which only some can.
+/// Asks a browser to search by itself, since pages are large. Other programs look at every cell of a table, of which a
+/// spreadsheet has a billion, and hang.
 void AtspiFocusSearch::query(AtspiAccessible* application, CallBudget& budget) {
-  if (!budget.mayCall(pid_)) return;
+  const AtspiElement self(addRef(application), pid_);
+  if (!isWeb(toolkitOf(self, budget)) || !budget.mayCall(pid_)) return;
   for (auto& match : matchesOf(application)) {
     if (match && isFocusedText(match.get(), pid_, budget)) return take(std::move(match));
   }
