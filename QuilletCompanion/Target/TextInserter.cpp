@@ -17,6 +17,7 @@ constexpr Duration kModifierPoll = std::chrono::milliseconds(20);
 /// For a target that is behind, or doesn't answer, with nothing typed meanwhile.
 constexpr Duration kPatience = std::chrono::seconds(6);
 constexpr std::size_t kMaximumChunk = 20;  // What one key event carries.
+constexpr std::size_t kChunksBetweenLooks = 8;
 
 constexpr InsertionReport kUnconfirmedWrite{InsertionOutcome::uncertain, std::nullopt, InsertionMethod::accessibility};
 constexpr InsertionReport kUnconfirmedTyping{InsertionOutcome::uncertain, std::nullopt, InsertionMethod::typing};
@@ -186,15 +187,17 @@ Awaitable<bool> TextInserter::modifiersReleased() {
 
 Awaitable<InsertionReport> TextInserter::type(const Job& job) {
   const auto chunks = chunksOf(job.units, static_cast<std::size_t>(std::max(pacing_.chunkUTF16Limit, 1)));
+  TypedTrail trail(normalised(beforeCaret(job.before)), normalised(job.units));
   provider_.beginTyping();
   bool typed = false;
-  for (const auto chunk : chunks) {
+  for (std::size_t i = 0; i < chunks.size(); ++i) {
     const bool begun = typed;
-    const auto reason = co_await typeChunk(job, chunk, typed);
+    const auto reason = co_await typeChunk(job, chunks[i], typed);
     if (reason) co_return begun || typed ? kUnconfirmedTyping : refused(*reason);
     if (pacing_.interChunkDelay > Duration::zero()) co_await pause(pacing_.interChunkDelay);
+    if ((i + 1) % kChunksBetweenLooks == 0) verdict(job, &trail);
   }
-  const auto verdict = co_await awaitTyped(job);
+  const auto verdict = co_await awaitTyped(job, trail);
   co_return verdict == WriteVerdict::applied ? inserted(InsertionMethod::typing) : kUnconfirmedTyping;
 }
 
@@ -227,19 +230,28 @@ bool TextInserter::isSilent(const Job& job, RefusalReason reason) const {
   return reason == RefusalReason::focusChanged && targetGuard_.focusGeneration() == job.snapshot.generation;
 }
 
-Awaitable<TextInserter::WriteVerdict> TextInserter::awaitVerdict(const Job& job, Duration settle) {
+TextInserter::WriteVerdict TextInserter::verdict(const Job& job, TypedTrail* trail) {
+  const FieldState now = look(job.element);
+  if (trail != nullptr && now.value && now.selection && now.selection->length == 0) {
+    trail->look(normalised(beforeCaret(now)));
+    if (trail->complete()) return WriteVerdict::applied;
+  }
+  return compare(job.before, now, job.units);
+}
+
+Awaitable<TextInserter::WriteVerdict> TextInserter::awaitVerdict(const Job& job, Duration settle, TypedTrail* trail) {
   const MonotonicTime deadline = time_.monotonic() + settle;
   for (;;) {
-    const auto verdict = compare(job.before, look(job.element), job.units);
-    if (verdict == WriteVerdict::applied || time_.monotonic() >= deadline) co_return verdict;
+    const auto found = verdict(job, trail);
+    if (found == WriteVerdict::applied || time_.monotonic() >= deadline) co_return found;
     co_await pause(pacing_.pollInterval);
   }
 }
 
-Awaitable<TextInserter::WriteVerdict> TextInserter::awaitTyped(const Job& job) {
+Awaitable<TextInserter::WriteVerdict> TextInserter::awaitTyped(const Job& job, TypedTrail& trail) {
   const MonotonicTime latest = time_.monotonic() + kPatience;
   for (FieldState last = look(job.element);;) {
-    const auto verdict = co_await awaitVerdict(job, pacing_.typingSettle);
+    const auto verdict = co_await awaitVerdict(job, pacing_.typingSettle, &trail);
     FieldState now = look(job.element);
     if (verdict == WriteVerdict::applied || now == last || time_.monotonic() >= latest) co_return verdict;
     last = std::move(now);
@@ -263,6 +275,12 @@ TextInserter::FieldState TextInserter::look(const ElementRef& element) {
   if (reading.value) state.value = Unicode::toUTF16(*reading.value);
   state.selection = reading.selection;
   return state;
+}
+
+std::u16string_view TextInserter::beforeCaret(const FieldState& state) {
+  if (!state.value || !state.selection) return {};
+  return std::u16string_view(*state.value)
+      .substr(0, static_cast<std::size_t>(std::max<std::int64_t>(state.selection->location, 0)));
 }
 
 TextInserter::WriteVerdict TextInserter::compare(const FieldState& before, const FieldState& after,

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "QuilletCompanion/Target/TargetGuard.h"
+#include "QuilletCompanion/Target/TypedTrail.h"
 #include "QuilletKit/Async/Clock.h"
 #include "QuilletKit/Async/TurnQueue.h"
 
@@ -60,14 +61,17 @@ class TextInserter {
 
   static WriteVerdict compare(const FieldState& before, const FieldState& after, const std::u16string& text);
   static WriteVerdict compareValues(const FieldState& before, const FieldState& after, const std::u16string& text);
+  static std::u16string_view beforeCaret(const FieldState& state);
   FieldState look(const ElementRef& element);
   InsertionReport giveToLocalTest(const std::string& text);
   Awaitable<InsertionReport> insertIntoElement(const Job& job);
   /// Absent when nothing was written and typing may be tried.
   Awaitable<std::optional<InsertionReport>> write(const Job& job);
-  Awaitable<WriteVerdict> awaitVerdict(const Job& job, Duration settle);
+  /// `trail`, if given, goes on, for a field that no longer shows all that was typed.
+  WriteVerdict verdict(const Job& job, TypedTrail* trail);
+  Awaitable<WriteVerdict> awaitVerdict(const Job& job, Duration settle, TypedTrail* trail = nullptr);
   /// As long as the field goes on changing.
-  Awaitable<WriteVerdict> awaitTyped(const Job& job);
+  Awaitable<WriteVerdict> awaitTyped(const Job& job, TypedTrail& trail);
   Awaitable<InsertionReport> type(const Job& job);
   std::optional<RefusalReason> refusalBeforeTyping(const Job& job);
   /// Posts one chunk, and waits for a target that is behind. Gives why it may not go, or absent. `typed` becomes true
