@@ -7,6 +7,7 @@ bundle for each of pages/*.js but page.js. The exit code is 1 unless every text 
 """
 import argparse
 import collections
+import contextlib
 import http.server
 import json
 import mimetypes
@@ -67,6 +68,10 @@ class Pages:
 
             def log_message(self, *_):
                 pass
+
+            def handle(self):
+                with contextlib.suppress(ConnectionError):  # of a page that was left
+                    super().handle()
 
             def answer(self, code, body, kind="application/json"):
                 self.send_response(code)
@@ -141,7 +146,8 @@ def trial(wanted, pages, inserter, results):
                     if value != text or result["outcome"] != "inserted":
                         same = len(os.path.commonprefix([value, text]))
                         told = f"{result['outcome']} {result['reason']}"
-                        print(f"{editor} {kind} {length} #{number}: {told}, {same} of {len(text)} right", flush=True)
+                        wrong = f"{value[same:same + 12]!r} for {text[same:same + 12]!r}, {len(value) - len(text):+}"
+                        print(f"{editor} {kind} {length} #{number}: {told}, {same} of {len(text)} right, {wrong}", flush=True)
 
 
 def main():
