@@ -116,7 +116,7 @@ TEST(ArrivalCheck, ForgetsWhatATargetHasLost) {
   EXPECT_TRUE(slow.arrived() == 2 && !slow.lost());
 }
 
-TEST(ArrivalCheck, ATerminalThatScrollsIsReadAtItsCaret) {
+TEST(ArrivalCheck, AFieldThatShowsAPartIsReadAtItsCaret) {
   const auto look = [](std::int64_t characters, std::u32string tail) {
     return Look{characters, characters, 0, 1, Unit::codePoints, std::move(tail)};
   };
@@ -128,7 +128,14 @@ TEST(ArrivalCheck, ATerminalThatScrollsIsReadAtItsCaret) {
   check.before(look(328, U"lk and so on"));
   check.add(U"ly", at(3ms));
   check.look(look(250, U"$ "), at(4ms));
+  EXPECT_EQ(check.underWay(), 2U) << "it may be about to be filled anew";
+  check.look(look(250, U"$ "), at(304ms));
   EXPECT_EQ(check.underWay(), 0U) << "somebody else has cleared it";
+  auto page = posted(U"it\u2019s so", look(500, U"and "));
+  page.look(look(600, U"other text"), at(1ms));
+  EXPECT_EQ(page.arrived(), 0U) << "more, but not of what was typed";
+  page.look(look(500, U"and\u00A0it's"), at(2ms));
+  EXPECT_EQ(page.arrived(), 4U) << "it shows no more than 500";
 }
 
 TEST(ArrivalCheck, WhatAnEarlierTextHasLostDoesNotEndTheNext) {

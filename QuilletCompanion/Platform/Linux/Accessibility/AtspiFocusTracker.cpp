@@ -18,7 +18,7 @@ constexpr int mostSearches = 5;
 /// How long a search may hold the main thread, and how long it then leaves it alone.
 constexpr std::chrono::milliseconds searchSlice{10}, searchPause{5};
 constexpr std::chrono::milliseconds retryDelay{100};
-constexpr int mostAttempts = 20, completionAttempts = 3;
+constexpr int mostAttempts = 20, completionAttempts = 10;
 constexpr std::size_t mostArrivals = 64;
 constexpr std::size_t mostApplications = 64;
 constexpr unsigned int mostKept = 128;

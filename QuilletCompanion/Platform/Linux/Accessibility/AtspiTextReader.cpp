@@ -10,7 +10,7 @@ namespace quillet {
 namespace {
 
 constexpr int deepest = 8;
-/// Of what stands before a terminal's caret: more than is ever under way.
+/// Of what stands before the caret, where the text may be only a part of all: more than is usually under way.
 constexpr int tailLength = 48;
 
 std::int64_t children(std::string_view text) {
@@ -159,19 +159,26 @@ std::optional<KeyTypist::Observation> AtspiTextReader::observation() {
                               .selected = selected ? selected->end - selected->start : 0,
                               .element = reinterpret_cast<std::uintptr_t>(leaf->element->accessible()),
                               .unit = unitOf(toolkit_, role)};
-  if (role != ATSPI_ROLE_TERMINAL) return seen;
-  const auto tail = slice(*leaf->element, std::max(0, leaf->caret - tailLength), leaf->caret);
-  if (const auto units = Unicode::toUTF16(tail.value_or(""))) seen.tail = Unicode::toUTF32(*units);
-  return seen;
+  if (role == ATSPI_ROLE_TERMINAL || isWeb(toolkit_)) seen.tail = tail(*leaf->element, leaf->caret);
+  // A page that is just filling its field anew.
+  const bool passing = leaf->caret > *characters || (leaf->caret > 0 && (!seen.tail || seen.tail->empty()));
+  return isWeb(toolkit_) && passing ? std::nullopt : std::optional(seen);
+}
+
+std::optional<std::u32string> AtspiTextReader::tail(const AtspiElement& element, int end) {
+  const auto text = slice(element, std::max(0, end - tailLength), end);
+  const auto units = text ? Unicode::toUTF16(*text) : std::nullopt;
+  return units ? Unicode::toUTF32(*units) : std::nullopt;
 }
 
 std::optional<KeyTypist::Observation> AtspiTextReader::observationWithoutCaret() {
   if (!isWeb(toolkit_) || element_->role() != ATSPI_ROLE_ENTRY) return std::nullopt;
   const auto characters = count(*element_);
-  if (!characters) return std::nullopt;
+  if (characters.value_or(0) == 0) return std::nullopt;
   return KeyTypist::Observation{.characters = *characters,
                                 .element = reinterpret_cast<std::uintptr_t>(element_->accessible()),
-                                .unit = unitOf(toolkit_, ATSPI_ROLE_ENTRY)};
+                                .unit = unitOf(toolkit_, ATSPI_ROLE_ENTRY),
+                                .tail = tail(*element_, *characters)};
 }
 
 std::optional<int> AtspiTextReader::count(const AtspiElement& element) {

@@ -63,6 +63,8 @@ class AtspiTextReader {
   /// Where there is one.
   std::optional<Range> firstSelection(const AtspiElement& element, int caretOffset);
   std::optional<std::string> slice(const AtspiElement& element, int start, int end);
+  /// What stands right before `end`.
+  std::optional<std::u32string> tail(const AtspiElement& element, int end);
   std::string clean(std::string text) const;
   std::optional<Leaf> leafAtCaret(bool measure);
   /// Absent unless the caret stands at a child.

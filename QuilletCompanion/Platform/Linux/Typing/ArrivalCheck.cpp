@@ -19,6 +19,8 @@ constexpr Duration lostAfter = 5s;
 constexpr Duration otherElementWait = 100ms;
 /// A count that has stopped at the number of code points, in a target that might count UTF-16 units.
 constexpr Duration standstill = 60ms;
+/// How long a page may show something else in between, while it fills its field anew.
+constexpr Duration passing = 300ms;
 
 std::int64_t lengthIn(Unit unit, char32_t character) {
   return unit != Unit::codePoints && character > 0xffff ? 2 : 1;
@@ -38,6 +40,17 @@ std::uint64_t charactersIn(Unit unit, std::u32string_view characters, std::int64
     if (length < 0) break;
   }
   return count;
+}
+
+/// As it was typed: pages and terminals change blanks, quotation marks and the ends of lines by themselves.
+std::u32string plain(std::u32string text) {
+  std::erase(text, U'\n');
+  for (char32_t& character : text) {
+    if (character == U'\u00A0') character = U' ';
+    if (character == U'\u2018' || character == U'\u2019') character = U'\'';
+    if (character == U'\u201C' || character == U'\u201D') character = U'"';
+  }
+  return text;
 }
 
 }  // namespace
@@ -94,24 +107,25 @@ std::optional<std::int64_t> ArrivalCheck::growth(const TypingObservation& seen) 
 
 std::optional<std::uint64_t> ArrivalCheck::shown(const TypingObservation& seen) const {
   if (!before_->tail || !seen.tail || seen.tail->empty()) return std::nullopt;
-  std::u32string expected = *before_->tail + underWay_.substr(0, static_cast<std::size_t>(seenOfUnderWay_));
-  for (auto arrived = seenOfUnderWay_;; ++arrived) {
-    if (expected.ends_with(*seen.tail)) return arrived;
-    if (arrived == underWay_.size()) return std::nullopt;
-    expected += underWay_[static_cast<std::size_t>(arrived)];
+  const std::u32string tail = plain(*seen.tail);
+  const std::u32string expected = plain(*before_->tail + underWay_);
+  const auto start = expected.size() - underWay_.size();
+  for (auto arrived = seenOfUnderWay_; arrived <= underWay_.size(); ++arrived) {
+    const auto end = start + static_cast<std::size_t>(arrived);
+    if (std::u32string_view(expected).substr(0, end).ends_with(tail)) return arrived;
   }
+  return std::nullopt;
 }
 
 void ArrivalCheck::count(std::int64_t growth, const TypingObservation& seen, MonotonicTime time) {
   const auto byTail = shown(seen);
+  if (growth != lastGrowth_ || byTail.value_or(0) > seenOfUnderWay_) unchangedSince_ = time;
+  lastGrowth_ = growth;
+  seenOfUnderWay_ = std::max(seenOfUnderWay_, byTail.value_or(0));
+  const bool contradicted = !byTail && before_->tail && seen.tail;
+  if (contradicted && time - std::max(unchangedSince_, lastPost_) < passing) return;
   // Somebody has taken text away since: there is nothing left to count.
   if (growth < 0 && !byTail) return settle();
-  if (byTail.value_or(0) > seenOfUnderWay_) {
-    seenOfUnderWay_ = *byTail;
-    unchangedSince_ = time;
-  }
-  if (growth != lastGrowth_) unchangedSince_ = time;
-  lastGrowth_ = growth;
   const std::int64_t points = lengthIn(Unit::codePoints, underWay_);
   const bool astral = lengthIn(Unit::utf16, underWay_) > points;
   if (seen.unit == Unit::unknown && astral && growth > points) {

@@ -127,7 +127,7 @@ std::size_t KeyTypist::Parts::type(std::u32string_view characters, const Progres
 std::optional<std::size_t> KeyTypist::Parts::typeNext(std::u32string_view rest, const Progress& progress,
                                                       MonotonicTime end) {
   if (!mayGoOn(progress, end - reserve) || steady_clock::now() >= end) {
-    later = !arrival.elsewhere();
+    later = true;
     return std::nullopt;
   }
   const auto state = readyState();
@@ -149,7 +149,7 @@ std::optional<std::size_t> KeyTypist::Parts::typeNext(std::u32string_view rest, 
   // A key that was pressed or let go meanwhile asks for another plan.
   if (!chunk.assignments.empty() && keyboard.state() != *state) return 0;
   const auto posted = post(chunk, rest, *state, progress, end - reserve);
-  later = !arrival.elsewhere();
+  later = true;
   return posted > 0 ? std::optional(posted) : std::nullopt;
 }
 

@@ -17,7 +17,8 @@ struct TypingObservation {
   std::int64_t selected = 0;          ///< Length of the selection that the next key replaces.
   std::uintptr_t element = 0;         ///< Tells elements apart; 0 if the caller can't.
   CountUnit unit = CountUnit::unknown;
-  /// Some of the text before the caret, of a target where the rest may scroll away and the counts with it: a terminal.
+  /// Some of the text before the caret, of a target where the rest may go away and the counts with it: a terminal that
+  /// scrolls, a web editor that shows the surroundings of the caret only.
   std::optional<std::u32string> tail;
   bool elsewhere = false;  ///< It answers, but keys no longer go there; the rest then doesn't matter.
 };
