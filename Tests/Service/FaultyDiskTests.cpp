@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <fstream>
+#include <functional>
+#include <optional>
 
 #include "Tests/Service/ServiceProgram.h"
 
@@ -84,17 +86,52 @@ TEST_F(FaultyDiskTest, WhicheverOperationFailsWhatIsAcknowledgedStands) {
   const ServiceProgram program = startOnFaultyDisk();
   APIClient macAPI = client(program, mac), phoneAPI = client(program, phone);
   pairThem(macAPI, phoneAPI);
-  int number = 0;
-  for (bool reached = true; reached && number < 100;) {
-    const DeliveryRequest sent = delivery("u" + std::to_string(++number));
-    writeText(fault, std::to_string(number));
-    const std::string refused = refusal(phoneAPI.submitDelivery(mac.id(), sent));
-    reached = readText(fault) == "0";
-    std::filesystem::remove(fault);
-    if (!refused.empty()) EXPECT_EQ(refusal(phoneAPI.submitDelivery(mac.id(), sent)), "") << number << refused;
-    EXPECT_EQ(count(afterPowerCut() / "service.sqlite", "SELECT count(*) FROM deliveries"), number) << refused;
+  std::optional<Party> other;
+  std::string session;
+  std::optional<DeliveryRequest> sent;
+  const auto registerOther = [&] {
+    return refusal(client(program, *other).registerDevice(DevicePlatform::ios, other->name, "1"));
+  };
+  const auto beginPairing = [&](int number) {
+    other.emplace("Phone " + std::to_string(number), DevicePlatform::ios);
+    ASSERT_EQ(registerOther(), "");
+    const auto created = main.await(macAPI.createPairingSession(Crypto::randomBytes(32), "Desk"));
+    session = created.sessionId;
+    APIClient otherAPI = client(program, *other);
+    main.await(otherAPI.claimPairing({std::nullopt, created.code, freshKey(), "Pocket"}));
+    main.await(otherAPI.confirmPairing(session, "sealed-by-phone"));
+  };
+  const struct {
+    const char *what, *counted;
+    std::function<void(int)> prepare;
+    std::function<std::string()> ask;
+    bool mustGoOn = false;
+  } steps[] = {
+      {"delivery", "SELECT count(*) FROM deliveries",
+       [&](int number) { sent = delivery("u" + std::to_string(number)); },
+       [&] { return refusal(phoneAPI.submitDelivery(mac.id(), *sent)); }},
+      {"registration", "SELECT count(*) FROM devices", [&](int) { other.emplace("Other", DevicePlatform::ios); },
+       registerOther},
+      {"pairing", "SELECT count(*) FROM pairs", beginPairing,
+       [&] { return refusal(macAPI.confirmPairing(session, "sealed-by-mac")); }},
+      {"read", "SELECT 0", [](int) {}, [&] { return refusal(phoneAPI.pairs()); }, true},
+  };
+  for (const auto& step : steps) {
+    const auto before = count(afterPowerCut() / "service.sqlite", step.counted);
+    const bool counts = before > 0 || step.what == std::string("delivery");
+    int number = 0;
+    for (bool reached = true; reached && number < 100;) {
+      step.prepare(++number);
+      writeText(fault, std::to_string(number));
+      const std::string refused = step.ask();
+      reached = readText(fault) == "0";
+      std::filesystem::remove(fault);
+      if (!refused.empty()) EXPECT_TRUE(!step.mustGoOn && step.ask().empty()) << step.what << number << refused;
+      const auto left = count(afterPowerCut() / "service.sqlite", step.counted);
+      EXPECT_EQ(left, counts ? before + number : 0) << step.what << refused;
+    }
+    EXPECT_TRUE(number > 3 || step.mustGoOn) << step.what;
   }
-  EXPECT_GT(number, 3);
 }
 
 TEST_F(FaultyDiskTest, AFullDiskStopsOnlyWhatMustBeWritten) {
