@@ -26,19 +26,8 @@ void DictationPanelController::start() {
   phaseWatch_ = feature_.controller().phase().observe([this](const auto&) { refresh(); });
   enabledWatch_ = preferences.isEnabled.observable().observe([this](bool) { refresh(); });
   buttonWatch_ = preferences.showsFloatingButton.observable().observe([this](bool) { refresh(); });
-  followScreens();
+  screens_.emplace([this] { moveAlong(); });
   refresh();
-}
-
-void DictationPanelController::followScreens() {
-  const auto follow = [this](QScreen* screen) {
-    connect(screen, &QScreen::availableGeometryChanged, this, &DictationPanelController::moveAlong);
-    moveAlong();
-  };
-  for (auto* screen : QGuiApplication::screens()) follow(screen);
-  connect(qGuiApp, &QGuiApplication::screenAdded, this, follow);
-  // Queued: the one that goes is still in the list.
-  connect(qGuiApp, &QGuiApplication::screenRemoved, this, &DictationPanelController::moveAlong, Qt::QueuedConnection);
 }
 
 void DictationPanelController::refresh() {

@@ -5,8 +5,10 @@
 #include <QQuickWindow>
 #include <QRectF>
 #include <functional>
+#include <optional>
 
 #include "QuilletCompanion/App/AppModel.h"
+#include "QuilletCompanion/Views/ScreenChanges.h"
 #include "QuilletCompanion/Views/Windows.h"
 
 namespace quillet {
@@ -33,13 +35,13 @@ class DictationPanelController final : public QObject {
 
  private:
   void refresh();
-  void followScreens();
   static void place(QQuickWindow& pill);
   bool isAtWork() const { return isInProgress(feature_.controller().phase().get()); }
 
   DictationFeature& feature_;
   Windows& windows_;
   Accompany accompany_;
+  std::optional<ScreenChanges> screens_;
   Observable<DictationPhase>::Subscription phaseWatch_;
   Observable<bool>::Subscription enabledWatch_, buttonWatch_;
 };

@@ -10,9 +10,13 @@ QPoint popoverPlace(const QRect& icon, const QPoint& pointer, const QSize& popov
   const bool above = anchor.center().y() > available.center().y();
   const int x = anchor.center().x() - popover.width() / 2;
   const int y = above ? anchor.top() - popover.height() : anchor.bottom() + 1;
+  return placeWithin(available, QRect(QPoint(x, y), popover));
+}
+
+QPoint placeWithin(const QRect& available, const QRect& window) {
   const auto kept = [](int wanted, int least, int most) { return std::max(least, std::min(wanted, most)); };
-  return {kept(x, available.left(), available.right() + 1 - popover.width()),
-          kept(y, available.top(), available.bottom() + 1 - popover.height())};
+  return {kept(window.left(), available.left(), available.right() + 1 - window.width()),
+          kept(window.top(), available.top(), available.bottom() + 1 - window.height())};
 }
 
 QPoint pillPlace(const QSize& window, const QRect& available) {

@@ -2,9 +2,12 @@
 #include "QuilletCompanion/Views/Windows.h"
 
 #include <QQmlComponent>
+#include <QScreen>
 #include <QUrl>
 #include <chrono>
 #include <utility>
+
+#include "QuilletCompanion/Views/TrayPlacement.h"
 
 namespace quillet {
 namespace {
@@ -91,6 +94,15 @@ void Windows::closed(const QString& id) {
   windows_.remove(id);
   window->deleteLater();
   farewell_.start();
+}
+
+void Windows::keepOnScreens() {
+  for (const auto& window : windows_) {
+    if (window == nullptr || !window->isVisible()) continue;
+    const QRect frame = window->frameGeometry();
+    const QPoint place = placeWithin(window->screen()->availableGeometry(), frame);
+    if (place != frame.topLeft()) window->setFramePosition(place);
+  }
 }
 
 }  // namespace quillet

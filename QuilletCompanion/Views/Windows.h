@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 
+#include "QuilletCompanion/Views/ScreenChanges.h"
 #include "QuilletCompanion/Views/ViewEngine.h"
 
 namespace quillet {
@@ -36,11 +37,13 @@ class Windows final : public QObject {
  private:
   QQuickWindow* create(const QString& id);
   void closed(const QString& id);
+  void keepOnScreens();
 
   Furnish furnish_;
   std::function<void()> onRest_;
   std::unique_ptr<QQmlEngine> engine_;
   QHash<QString, QPointer<QQuickWindow>> windows_;
+  ScreenChanges screens_{[this] { keepOnScreens(); }};
   QTimer farewell_;  ///< The engine isn't given up within its own event.
 };
 

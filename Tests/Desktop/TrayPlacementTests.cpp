@@ -15,6 +15,7 @@ TEST(TrayPlacement, StandsAtTheIconOnTheSideThatHasRoom) {
   EXPECT_EQ(popoverPlace({}, QPoint(5, 700), popover, screen), QPoint(0, 300)) << "at the pointer";
   EXPECT_EQ(popoverPlace({}, QPoint(1500, 100), {300, 900}, QRect(1280, 0, 800, 600)), QPoint(1350, 0))
       << "higher than the screen";
+  EXPECT_EQ(placeWithin(QRect(0, 0, 800, 560), QRect(701, 60, 560, 510)), QPoint(240, 50)) << "a screen that shrank";
 }
 
 TEST(TrayPlacement, PillAndBadgeKeepTheirPlacesOnAnyScreen) {
