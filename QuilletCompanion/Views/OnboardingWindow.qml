@@ -71,7 +71,10 @@ PageWindow {
                     width: parent.width
                     label: qsTr("Mac name")
                     prompt: qsTr("Mac name")
-                    Component.onCompleted: text = desk.macName
+                    Component.onCompleted: {
+                        text = desk.macName
+                        input.forceActiveFocus()
+                    }
                     onAccepted: go.press()
                 }
                 Words {

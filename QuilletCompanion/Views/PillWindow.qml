@@ -82,6 +82,7 @@ Window {
                 id: meter
                 readonly property var bars: dictation.bars
                 visible: root.phase === "recording"
+                LayoutMirroring.enabled: false // the newest is at the right
                 anchors.verticalCenter: parent.verticalCenter
                 height: 22
                 spacing: 2.5

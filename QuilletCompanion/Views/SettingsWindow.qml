@@ -19,7 +19,10 @@ PageWindow {
                 width: parent.width - save.width - parent.spacing
                 label: qsTr("Mac name")
                 prompt: qsTr("Mac name")
-                Component.onCompleted: text = desk.macName
+                Component.onCompleted: {
+                    text = desk.macName
+                    input.forceActiveFocus()
+                }
                 onAccepted: save.press()
             }
             ActionButton {
@@ -196,6 +199,7 @@ PageWindow {
         width: parent.width
         title: qsTr("Feedback")
         Words {
+            width: parent.width
             text: message.label
             quiet: true
             Accessible.ignored: true
@@ -209,6 +213,7 @@ PageWindow {
             edit.onTextChanged: settings.message = edit.text
         }
         Words {
+            width: parent.width
             text: reply.label
             quiet: true
             Accessible.ignored: true

@@ -27,6 +27,7 @@ gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi
 
 LEAST_SIDE = 24
+MANY = 7
 CONTROLS = ("push button", "check box", "combo box", "text", "entry", "radio button")
 
 
@@ -145,7 +146,7 @@ def round_by(window, key):
     seen, reached = {}, []
     while True:
         xdotool("key", key)
-        deadline = time.monotonic() + 2
+        deadline = time.monotonic() + 10
         while True:
             now, focused = usable(window)
             seen.update(now)
@@ -175,12 +176,13 @@ def tabs():
 
 
 def order():
-    """Where the keyboard is in the active window, and where Tab takes it from there."""
+    """Where the keyboard is in the active window, and where Tab takes it from there, unless that is a long list."""
     for window in active_windows():
         seen, focused = usable(window)
         yield f"keyboard: {seen.get(focused, 'nowhere')}"
-        seen, reached = round_by(window, "Tab")
-        yield "Tab: " + ", ".join(seen[place] for place in reached)
+        if 0 < len(seen) < MANY:
+            seen, reached = round_by(window, "Tab")
+            yield "Tab: " + ", ".join(seen[place] for place in reached)
 
 
 def cycle(times):
