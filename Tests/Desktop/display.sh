@@ -21,10 +21,14 @@ wait "$desktop"
 windows=$!
 processes+=("$windows")
 await 10 "the pill is not there" "$here/views.py" wait "Start dictation"
+await 10 "there is no popover without a tray" "$here/views.py" wait "Quit Quillet"
+xdotool key Escape
+"$here/views.py" gone "Quit Quillet" || fail "the popover stays"
 open_editor mousepad
 tick=0.5
 await 30 "the editor was never ready" phone say "Before. "
 
+"$here/views.py" gone "Inserted from phone" || fail "the badge stays"
 # The phone gets its answer all the same: exit code 6 is a refusal by the computer.
 refused() {
   local code=0
