@@ -57,7 +57,7 @@ WyomingPeer::WyomingPeer(const Executor& network, const WyomingSettings& setting
     : network_(network), settings_(settings), language_(std::move(language)), dialer_(network) {}
 
 Awaitable<void> WyomingPeer::open(std::shared_ptr<WyomingPeer> self) {
-  asio::co_spawn(self->network_, self->run(), [self](std::exception_ptr error) {
+  asio::co_spawn(self->network_, self->run(), [self](const std::exception_ptr& error) {
     try {
       if (error) std::rethrow_exception(error);
     } catch (const SpeechError& e) {

@@ -30,7 +30,7 @@ DictationController::~DictationController() {
   recognizer_.onInterrupted = nullptr;
 }
 
-void DictationController::changePhase(DictationPhase phase) {
+void DictationController::changePhase(const DictationPhase& phase) {
   if (phase_.get() == phase) return;
   phase_.set(phase);
   if (onPhaseChange) onPhaseChange(phase);
@@ -155,7 +155,7 @@ Duration DictationController::visibleTime(const DictationPhase& outcome) const {
   return is<NotInserted>(outcome) ? timings_.notInsertedVisible : timings_.failedVisible;
 }
 
-void DictationController::present(Session session, DictationPhase outcome) {
+void DictationController::present(Session session, const DictationPhase& outcome) {
   ticker_.cancel();
   level_.set(0);
   changePhase(outcome);

@@ -72,9 +72,9 @@ class DictationController {
  private:
   using Session = std::int64_t;
 
-  void changePhase(DictationPhase phase);
+  void changePhase(const DictationPhase& phase);
   /// Ends the session's dictation with `outcome`, which goes away by itself.
-  void present(Session session, DictationPhase outcome);
+  void present(Session session, const DictationPhase& outcome);
   Duration visibleTime(const DictationPhase& outcome) const;
   /// Whether the wall clock has moved on by less than that since the press.
   bool pressedWithin(Duration duration) const;

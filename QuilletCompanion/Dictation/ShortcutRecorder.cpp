@@ -102,8 +102,8 @@ void ShortcutRecorder::keyDown(const KeyEvent& event) {
   const DictationShortcut pressed{event.keyCode, event.modifiers & DictationShortcut::kAllModifiers};
   loneModifier_.reset();
   if (pressed == DictationShortcut{.keyCode = escape}) return end();
-  if (auto refused = refusal(pressed)) {
-    problem_.set(std::move(refused));
+  if (const auto refused = refusal(pressed)) {
+    problem_.set(refused);
   } else {
     accept(pressed);
   }

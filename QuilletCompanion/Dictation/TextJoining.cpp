@@ -51,7 +51,7 @@ std::optional<std::u16string> TextJoining::textBeforeCaret(const FieldReading& f
 }
 
 std::string TextJoining::joined(std::string_view recognised, const std::optional<std::u16string>& before) {
-  const std::string text(Unicode::trim(recognised));
+  std::string text(Unicode::trim(recognised));
   const auto units = Unicode::toUTF16(text);
   if (text.empty() || !units || !before || before->empty()) return text;
   return stick(*before, *units) ? " " + text : text;

@@ -68,7 +68,7 @@ std::string PairingCode::normalise(std::string_view typed) {
 }
 
 std::string PairingCode::display(std::string_view code) {
-  const std::string canonical = normalise(code);
+  std::string canonical = normalise(code);
   const icu::UnicodeString characters = icu::UnicodeString::fromUTF8(canonical);
   if (characters.countChar32() != kGroupedCodeSize) return canonical;
   icu::UnicodeString grouped = characters;

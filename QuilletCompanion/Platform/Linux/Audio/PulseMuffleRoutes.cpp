@@ -25,7 +25,7 @@ class PulseMuffleRoutes::Slot final : public std::enable_shared_from_this<Slot> 
 
   explicit Slot(PulseCore& core) : core_(core) {}
 
-  void build(std::shared_ptr<const Wishes> wishes, Told told) {
+  void build(std::shared_ptr<const Wishes> wishes, const Told& told) {
     route_.reset();
     if (wishes->givenUp) return;
     route_ = std::make_unique<PulseRoute>(core_.connection, wishes);

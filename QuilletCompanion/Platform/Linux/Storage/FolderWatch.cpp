@@ -24,7 +24,7 @@ constexpr std::uint32_t kChanges = kArrives | IN_CLOSE_WRITE | IN_MOVED_FROM | I
 
 }  // namespace
 
-FolderWatch::FolderWatch(fs::path folder, std::function<void()> changed)
+FolderWatch::FolderWatch(const fs::path& folder, std::function<void()> changed)
     : folder_(folder.lexically_normal()), changed_(std::move(changed)), descriptor_(-1) {
   if (folder_.filename().empty()) folder_ = folder_.parent_path();
   if (isOnNetwork(folder_, mounts())) {

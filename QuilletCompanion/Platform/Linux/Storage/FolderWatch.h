@@ -21,7 +21,7 @@ namespace quillet {
 class FolderWatch {
  public:
   /// Calls `changed` from the main loop until destroyed.
-  FolderWatch(std::filesystem::path folder, std::function<void()> changed);
+  FolderWatch(const std::filesystem::path& folder, std::function<void()> changed);
   ~FolderWatch();
   FolderWatch(const FolderWatch&) = delete;
   FolderWatch& operator=(const FolderWatch&) = delete;
