@@ -58,8 +58,11 @@ def make_table(rows):
     content = Gtk.ListStore(str)
     for row in range(rows):
         content.append([str(row)])
-    table = Gtk.TreeView(model=content, fixed_height_mode=True)
-    table.append_column(Gtk.TreeViewColumn("Number", Gtk.CellRendererText(), text=0, sizing="fixed"))
+    table = Gtk.TreeView(model=content)
+    column = Gtk.TreeViewColumn("Number", Gtk.CellRendererText(), text=0)
+    column.set_sizing(Gtk.TreeViewColumnSizing.FIXED)
+    table.append_column(column)
+    table.set_fixed_height_mode(True)
     scrolled = Gtk.ScrolledWindow()
     scrolled.add(table)
     return table, scrolled
