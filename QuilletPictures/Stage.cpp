@@ -51,7 +51,8 @@ void Stage::begin(bool paired, bool setUp) {
                                                                     .quit = [] {},
                                                                     .openEditor = [] {},
                                                                     .accompany = [](QWindow&) {},
-                                                                    .updates = std::move(updates)});
+                                                                    .updates = std::move(updates),
+                                                                    .trayMayTake = std::chrono::hours(1)});
   tray_->start();
 }
 

@@ -7,7 +7,6 @@
 #include <QPainter>
 #include <QScreen>
 #include <QTimer>
-#include <chrono>
 #include <utility>
 
 #include "QuilletCompanion/Views/CheckView.h"
@@ -19,13 +18,9 @@
 namespace quillet {
 namespace {
 
-using namespace std::chrono_literals;
-
 constexpr Qt::WindowFlags popoverFlags = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
 constexpr Qt::WindowFlags badgeFlags = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
                                        Qt::WindowDoesNotAcceptFocus | Qt::WindowTransparentForInput;
-/// A desktop that is just starting has its tray only then.
-constexpr auto trayMayTake = 1500ms;
 /// A click on the icon takes the focus from the popover, which closes it; it must not open it again.
 constexpr std::int64_t clickLasts = 300;
 constexpr int iconSide = 48;
@@ -98,7 +93,7 @@ void TrayFrontEnd::start() {
   if (!model_.onboardingCompleted().get()) {
     windows_.open("onboarding");
   } else if (!hasTray()) {
-    QTimer::singleShot(trayMayTake, this, [this] { showWithoutTray(); });
+    QTimer::singleShot(surroundings_.trayMayTake, this, [this] { showWithoutTray(); });
   }
 }
 

@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QString>
 #include <QSystemTrayIcon>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -38,6 +39,8 @@ class TrayFrontEnd final : public QObject {
     std::unique_ptr<UpdateController> updates{};  ///< None: the program doesn't update itself.
     /// Whether there is something that shows icons; an icon is made as soon as there is. Null where nobody knows.
     const Observable<bool>* trayHost = nullptr;
+    /// A desktop that is just starting has its tray only then; without one the popover is opened.
+    std::chrono::milliseconds trayMayTake{1500};
   };
   TrayFrontEnd(AppModel& model, Executor mainThread, Look& look, Surroundings surroundings);
 
