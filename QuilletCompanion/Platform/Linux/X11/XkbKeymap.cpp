@@ -33,7 +33,7 @@ unsigned thirdLevelModifierOf(const XkbKeyTypeRec& type) {
 }  // namespace
 
 std::unique_ptr<XkbKeymap> XkbKeymap::read(_XDisplay* display, unsigned device) {
-  auto* const xkb = XkbGetMap(display, XkbAllClientInfoMask | XkbModifierMapMask | XkbKeyActionsMask, device);
+  auto* const xkb = XkbGetMap(display, XkbAllClientInfoMask | XkbKeyActionsMask, device);
   return xkb == nullptr ? nullptr : std::unique_ptr<XkbKeymap>(new XkbKeymap(xkb));
 }
 
