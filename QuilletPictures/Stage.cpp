@@ -213,8 +213,12 @@ void Stage::countWords(const std::vector<std::int64_t>& daysUntilToday) {
 
 QQuickWindow& play(const Scene& scene, Stage& stage) {
   scene.arrange(stage);
-  if (auto* const window = Stage::window(scene.window)) return *window;
-  throw std::runtime_error("its window didn't open");
+  auto* const window = Stage::window(scene.window);
+  if (window == nullptr) throw std::runtime_error("its window didn't open");
+  // One that has yet to appear may not have its size either.
+  stage.await([&] { return window->isExposed(); });
+  stage.rest();
+  return *window;
 }
 
 void speak(const QString& language, QTranslator* otherwise) {
