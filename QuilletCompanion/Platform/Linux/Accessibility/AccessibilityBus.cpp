@@ -25,24 +25,18 @@ constexpr std::chrono::milliseconds answersAtOnce{50};
 constexpr const char* registryName = "org.a11y.atspi.Registry";
 constexpr int timeout = static_cast<int>(CallBudget::limit.count());
 
-constexpr auto addressVariable = "AT_SPI_BUS_ADDRESS";
-
-/// The library would ask the X server where the bus is, without a limit, unless it is told. The variable is never taken
-/// out again, since other threads may be reading the environment.
+/// The library would ask the X server where the bus is, without a limit, unless it is told.
 bool initialise(const std::string& address) {
-  const char* const found = g_getenv(addressVariable);
-  const std::string before = found != nullptr ? found : "";
-  g_setenv(addressVariable, address.c_str(), TRUE);
+  constexpr auto variable = "AT_SPI_BUS_ADDRESS";
+  const char* const found = g_getenv(variable);
+  const auto before = found != nullptr ? std::optional<std::string>(found) : std::nullopt;
+  g_setenv(variable, address.c_str(), TRUE);
   const bool succeeded = atspi_init() <= 1;  // 1: it was initialised before
-  g_setenv(addressVariable, before.c_str(), TRUE);
+  before ? void(g_setenv(variable, before->c_str(), TRUE)) : g_unsetenv(variable);
   return succeeded;
 }
 
 }  // namespace
-
-void AccessibilityBus::reserveEnvironment() {
-  g_setenv(addressVariable, "", FALSE);
-}
 
 AccessibilityBus::AccessibilityBus() {
   session_.subscribe(busName, propertiesInterface, "PropertiesChanged", busPath, [this](GVariant*) { forget(); });

@@ -18,10 +18,6 @@ namespace quillet {
 /// a change, so that asking again and again costs nothing. Main thread only.
 class AccessibilityBus {
  public:
-  /// To be called before any thread starts: connecting later sets a variable, which must have its place by then. Empty
-  /// counts as unset.
-  static void reserveEnvironment();
-
   AccessibilityBus();
   ~AccessibilityBus();
   AccessibilityBus(const AccessibilityBus&) = delete;
