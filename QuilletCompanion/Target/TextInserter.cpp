@@ -232,11 +232,17 @@ bool TextInserter::isSilent(const Job& job, RefusalReason reason) const {
 
 TextInserter::WriteVerdict TextInserter::verdict(const Job& job, TypedTrail* trail) {
   const FieldState now = look(job.element);
-  if (trail != nullptr && now.value && now.selection && now.selection->length == 0) {
-    trail->look(normalised(beforeCaret(now)));
-    if (trail->complete()) return WriteVerdict::applied;
-  }
-  return compare(job.before, now, job.units);
+  const auto found = compare(job.before, now, job.units);
+  if (trail == nullptr || !showsPart(job, now)) return found;
+  // The end of the text must stand there still.
+  return trail->look(normalised(beforeCaret(now))) && trail->complete() ? WriteVerdict::applied : found;
+}
+
+// A field that shows all it holds is judged by that alone.
+bool TextInserter::showsPart(const Job& job, const FieldState& now) {
+  if (!job.before.value || !now.value || !now.selection || now.selection->length != 0) return false;
+  const auto replaced = job.before.selection ? static_cast<std::size_t>(job.before.selection->length) : 0;
+  return now.value->size() + replaced < job.before.value->size() + job.units.size();
 }
 
 Awaitable<TextInserter::WriteVerdict> TextInserter::awaitVerdict(const Job& job, Duration settle, TypedTrail* trail) {

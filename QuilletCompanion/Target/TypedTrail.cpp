@@ -18,7 +18,7 @@ TypedTrail::TypedTrail(std::u16string_view before, std::u16string_view text)
   stream_ += text;
 }
 
-void TypedTrail::look(std::u16string_view shown) {
+bool TypedTrail::look(std::u16string_view shown) {
   const bool whole = fromStart_ && seen_ < overlap;
   const std::size_t start = seen_ - std::min(seen_, overlap);
   // The nearest place that fits: of a text that repeats itself too little is taken for seen, never too much.
@@ -26,8 +26,9 @@ void TypedTrail::look(std::u16string_view shown) {
     const auto wanted = std::u16string_view(stream_).substr(start, end - start);
     if (whole ? shown != wanted : !shown.ends_with(wanted)) continue;
     seen_ = end;
-    return;
+    return true;
   }
+  return false;
 }
 
 }  // namespace quillet

@@ -14,8 +14,8 @@ class TypedTrail {
   /// `before`: all that stood before the caret, or the selection, before `text` was typed.
   TypedTrail(std::u16string_view before, std::u16string_view text);
 
-  /// `shown`: what stands before the caret now, or the last of it.
-  void look(std::u16string_view shown);
+  /// `shown`: what stands before the caret now, or the last of it. False if that fits nowhere in the text.
+  bool look(std::u16string_view shown);
   bool complete() const { return seen_ == stream_.size(); }
 
  private:

@@ -141,6 +141,17 @@ TEST_F(TextInserterTest, TypedTextThatNeverShowsIsUncertainAfterTwoSeconds) {
   EXPECT_EQ(report, kMaybeTyped);
 }
 
+TEST_F(TextInserterTest, TextThatAFieldChangesOnceItStoodThereIsUncertain) {
+  typingOnly();
+  desktop.afterChunk = [&](std::size_t count) {
+    if (count == 9) desktop.field().text[3] = u'#';
+  };
+  std::string text;
+  for (int number = 100; number < 150; ++number) text += std::to_string(number) + " ";
+  EXPECT_EQ(insert(text), kMaybeTyped);
+  EXPECT_EQ(desktop.field().text.size(), text.size());
+}
+
 TEST_F(TextInserterTest, ACancelledInsertionEndsBeforeItsNextChunk) {
   typingOnly();
   start(std::string(40, 'x'));
