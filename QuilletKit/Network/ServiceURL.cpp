@@ -5,6 +5,8 @@
 #include <boost/url/parse.hpp>
 #include <boost/url/url_view.hpp>
 #include <cctype>
+#include <charconv>
+#include <cstdint>
 #include <stdexcept>
 
 namespace quillet {
@@ -33,6 +35,13 @@ bool canStandInURL(std::string_view text) {
   return true;
 }
 
+/// The parser's own number of a port wraps round above 65,535.
+bool isPort(std::string_view text) {
+  std::uint16_t value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  return error == std::errc() && end == text.data() + text.size() && value != 0;
+}
+
 bool isScheme(std::string_view scheme) {
   return scheme == "http" || scheme == "https" || scheme == "ws" || scheme == "wss";
 }
@@ -58,7 +67,7 @@ std::optional<ServiceURL> ServiceURL::parse(std::string_view text) {
                  .host = std::string(parsed->encoded_host()),
                  .port = std::string(parsed->port())};
   if (!isScheme(url.scheme) || url.host.empty() || url.host.find('%') != url.host.npos) return std::nullopt;
-  if (!url.port.empty() && parsed->port_number() == 0) return std::nullopt;
+  if (!url.port.empty() && !isPort(url.port)) return std::nullopt;
   // The parser takes what follows a port or an address for a path, "/" or not.
   if (!parsed->encoded_path().empty() && parsed->encoded_path().front() != '/') return std::nullopt;
   if (url.host.front() == '[') url.host = url.host.substr(1, url.host.size() - 2);
