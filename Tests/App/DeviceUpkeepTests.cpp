@@ -115,6 +115,17 @@ TEST_F(DeviceUpkeepTest, ARevocationIsLocalBeforeTheServiceAnswersAndSurvivesBei
   EXPECT_TRUE(pending().empty());
 }
 
+TEST_F(DeviceUpkeepTest, ARevocationUnderWayOutlivesTheEndOfTheProgram) {
+  connectWith(phone);
+  service.hold(revocation(phone.deviceId()));
+  run([](auto revoked) -> Awaitable<void> { co_await std::move(revoked); }(model->revoke(phone.deviceId())));
+  ASSERT_TRUE(until([&] { return service.count(revocation(phone.deviceId())) == 1; }));
+  model->stopServices();
+  time.run();
+  EXPECT_EQ(pending(), std::vector{phone.deviceId()});
+  EXPECT_FALSE(isPeer(phone));
+}
+
 TEST_F(DeviceUpkeepTest, ARevocationOfAnEarlierPairingIsNotTriedAgain) {
   connectWith(phone);
   const auto paired = [&] { defaults.remove("pendingRevocations"); };  // as a new pairing does for its phone

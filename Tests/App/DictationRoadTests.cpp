@@ -70,6 +70,26 @@ TEST_F(DictationRoadTest, ARefusedTextIsKeptForCopying) {
   EXPECT_EQ(phase(), DictationPhase(NotInserted{"words", RefusalReason::noAccessibility}));
 }
 
+TEST_F(DictationRoadTest, ACancelledOneEndsAtItsNextChunk) {
+  useDevice();
+  start();
+  provider.field().write = FakeField::Write::fails;
+  listen();
+  understand(std::string(400, 'x'));
+  time.advance(20ms);
+  const auto typed = provider.field().text.size();
+  EXPECT_GT(typed, 0u);
+  EXPECT_LT(typed, 400u);
+  model->dictation().handle(HotkeyEvent::cancel);
+  time.advance(10s);
+  EXPECT_TRUE(in<Idle>());
+  EXPECT_EQ(provider.field().text.size(), typed);
+  listen();
+  understand("y");
+  time.advance(10s);
+  EXPECT_EQ(provider.field().text.size(), typed + 2) << "the next one has its turn";
+}
+
 TEST_F(DictationRoadTest, TheServiceIsAskedWhileItKnowsThisComputer) {
   service.set(kRegister, {500, "{}"});
   start();

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "QuilletKit/Async/RunOn.h"
 #include "Tests/Doubles/Attempt.h"
 #include "Tests/Doubles/Rows.h"
 #include "Tests/Kit/HTTPSessionFixture.h"
@@ -103,6 +104,31 @@ TEST_F(HTTPSessionTest, VerifiesTheCertificateItsNameAndItsTime) {
     EXPECT_NE(outcome.find(expected), outcome.npos) << trusted << name << ": " << outcome;
     EXPECT_EQ(outcome == "secret", expected == "secret");
   }
+}
+
+TEST_F(HTTPSessionTest, HopsSurviveACancellationAtAnyMomentOfTheirEnd) {
+  int ended = 0;
+  constexpr int kRounds = 500;
+  for (int round = 0; round < kRounds; ++round) {
+    Task task(main.executor());
+    bool begun = false;
+    bool finished = false;
+    task.start([&]() -> Awaitable<void> {
+      begun = true;
+      try {
+        co_await runOn(network.executor(), []() -> Awaitable<void> { co_return; }());
+      } catch (const boost::system::system_error&) {
+      }
+      finished = true;
+    });
+    for (int step = 0; step < round % 7; ++step) std::this_thread::yield();
+    main.runUntil([&] { return begun; });
+    main.runUntil([&, polls = 0]() mutable { return finished || ++polls > round % 4; });
+    task.cancel();
+    main.runUntil([&] { return finished; });
+    ended += finished ? 1 : 0;
+  }
+  EXPECT_EQ(ended, kRounds);
 }
 
 TEST_F(HTTPSessionTest, TellsAnswersFromWhatIsNone) {

@@ -100,6 +100,17 @@ TEST_F(FocusMonitorTest, AGrantThatChangedGetsANewObserver) {
   EXPECT_EQ(told(), (Generations{1, 2}));
 }
 
+TEST_F(FocusMonitorTest, ADestroyedMonitorHearsNothing) {
+  int changes = 0;
+  {
+    FocusMonitor brief(guard, desktop, [&] { ++changes; });
+    brief.start();
+  }
+  desktop.tellFrontChanged();
+  desktop.tellFocusMoved(kPid, kOtherField);
+  EXPECT_EQ(changes, 1);
+}
+
 TEST_F(FocusMonitorTest, AStopFromWithinACallbackIsSafe) {
   FocusMonitor* self = nullptr;
   int changes = 0;
