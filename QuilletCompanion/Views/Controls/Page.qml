@@ -11,8 +11,9 @@ Flickable {
     readonly property real wantedHeight: column.implicitHeight + padding * 2
     default property alias content: column.data
 
+    // A window that is only being made has no size yet, and begins at its top.
     function reveal(item) {
-        if (!item || contentHeight <= height)
+        if (!item || !root.Window.window.visible || contentHeight <= height)
             return
         const top = item.mapToItem(column, 0, 0).y
         if (top < contentY)
