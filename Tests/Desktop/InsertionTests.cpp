@@ -7,6 +7,7 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
 #include "QuilletCompanion/Platform/Qt/MainLoopExecutor.h"
@@ -171,6 +172,13 @@ TEST_F(Insertion, ATerminalThatScrollsMeanwhileTakesALongText) {
   // What goes at the top is as long as what comes in the meantime.
   const QStringList line{"1", "2", "3", "4", "5", "6", "7", "8", "9", "a", "b", "c", "d", "e", "f", "Return"};
   for (int i = 0; i < 16; ++i) press(line);
+  // Once all of that has come, and stays.
+  std::string shown;
+  int unchanged = 0;
+  ASSERT_TRUE(eventually([&] {
+    unchanged = std::exchange(shown, value()) == shown ? unchanged + 1 : 0;
+    return unchanged == 10;
+  }));
   std::string text;
   while (text.size() < 600) text += kLong + ", ";
   EXPECT_EQ(insert(text + "to its end"), kTyped);
