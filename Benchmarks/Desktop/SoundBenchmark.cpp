@@ -22,7 +22,8 @@ using namespace std::chrono_literals;
 /// Seconds of CPU that the server takes for a second of recording.
 double recording(const SoundServer& server, const std::string& format) {
   constexpr auto time = 4s;
-  const test::Program recorder({"sh", "-c", "exec parec -d microphone --latency-msec=20 " + format + " >/dev/null"});
+  const test::ChildProcess recorder(
+      {"sh", "-c", "exec parec -d microphone --latency-msec=20 " + format + " >/dev/null"});
   std::this_thread::sleep_for(500ms);  // what belongs to its start
   const double before = server.cpu();
   std::this_thread::sleep_for(time);
