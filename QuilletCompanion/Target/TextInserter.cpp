@@ -195,7 +195,7 @@ Awaitable<InsertionReport> TextInserter::type(const Job& job) {
     const auto reason = co_await typeChunk(job, chunks[i], typed);
     if (reason) co_return begun || typed ? kUnconfirmedTyping : refused(*reason);
     if (pacing_.interChunkDelay > Duration::zero()) co_await pause(pacing_.interChunkDelay);
-    if ((i + 1) % kChunksBetweenLooks == 0) verdict(job, &trail);
+    if ((i + 1) % kChunksBetweenLooks == 0) sawAll(job, look(job.element), trail);
   }
   const auto verdict = co_await awaitTyped(job, trail);
   co_return verdict == WriteVerdict::applied ? inserted(InsertionMethod::typing) : kUnconfirmedTyping;
@@ -232,10 +232,13 @@ bool TextInserter::isSilent(const Job& job, RefusalReason reason) const {
 
 TextInserter::WriteVerdict TextInserter::verdict(const Job& job, TypedTrail* trail) {
   const FieldState now = look(job.element);
-  const auto found = compare(job.before, now, job.units);
-  if (trail == nullptr || !showsPart(job, now)) return found;
-  // The end of the text must stand there still.
-  return trail->look(normalised(beforeCaret(now))) && trail->complete() ? WriteVerdict::applied : found;
+  if (trail != nullptr && sawAll(job, now, *trail)) return WriteVerdict::applied;
+  return compare(job.before, now, job.units);
+}
+
+// The end of the text must stand there still.
+bool TextInserter::sawAll(const Job& job, const FieldState& now, TypedTrail& trail) {
+  return showsPart(job, now) && trail.look(normalised(beforeCaret(now))) && trail.complete();
 }
 
 // A field that shows all it holds is judged by that alone.

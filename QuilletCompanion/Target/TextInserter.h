@@ -69,6 +69,8 @@ class TextInserter {
   Awaitable<std::optional<InsertionReport>> write(const Job& job);
   /// `trail`, if given, goes on, for a field that no longer shows all that was typed.
   WriteVerdict verdict(const Job& job, TypedTrail* trail);
+  /// Goes on with the trail; true once the looks at a field that shows a part add up to all of the text.
+  static bool sawAll(const Job& job, const FieldState& now, TypedTrail& trail);
   static bool showsPart(const Job& job, const FieldState& now);
   Awaitable<WriteVerdict> awaitVerdict(const Job& job, Duration settle, TypedTrail* trail = nullptr);
   /// As long as the field goes on changing.
