@@ -49,10 +49,8 @@ wait "$desktop" || true
 tint2 >"$work/tint2.log" 2>&1 &
 processes+=($!)
 "$bin/QuilletCompanion" defaults write onboardingCompleted true
-start_windows() {
-  "$bin/QuilletCompanion" -QLTServerURLOverride "$url" >"$work/windows.log" 2>&1 &
-  windows=$!
-  processes+=("$windows")
+windows_at_rest() {
+  start_windows
   sleep 20 # what belongs to the start: threads that wait for a while before they end, too
 }
 # click: at the icon; sets `took`, in milliseconds until the window manager has put a window on the screen
@@ -63,7 +61,7 @@ click() {
   while read -r -t 5 line <&"${screen[0]}" && [[ $line != MapNotify* ]]; do :; done
   took=$(((${EPOCHREALTIME/./} - from) / 1000))
 }
-start_windows
+windows_at_rest
 row tray "$windows"
 popovers=()
 for _ in {1..6}; do
@@ -75,7 +73,7 @@ for _ in {1..6}; do
 done
 kill "$windows" && wait "$windows" || true
 "$bin/QuilletCompanion" defaults write dictation.enabled true
-start_windows
+windows_at_rest
 row "tray, pill" "$windows"
 kill "$windows" "$screen_PID"
 echo "from exec to connected: $first ms the first time (new keys), $second ms the second"

@@ -17,9 +17,7 @@ echo quit >&3
 wait "$desktop"
 "$bin/QuilletCompanion" defaults write onboardingCompleted true
 "$bin/QuilletCompanion" defaults write dictation.enabled true
-"$bin/QuilletCompanion" -QLTServerURLOverride "$url" >"$log" 2>&1 &
-windows=$!
-processes+=("$windows")
+start_windows
 await 10 "the pill is not there" "$here/views.py" wait "Start dictation"
 await 10 "there is no popover without a tray" "$here/views.py" wait "Quit Quillet"
 xdotool key Escape

@@ -11,9 +11,7 @@ log=$work/windows.log
 
 start_service
 "$bin/QuilletCompanion" defaults write onboardingCompleted true
-"$bin/QuilletCompanion" -QLTServerURLOverride "$url" >"$log" 2>&1 &
-windows=$!
-processes+=("$windows")
+start_windows
 handles() { find "/proc/$windows/fd" -mindepth 1 | wc -l; }
 # KiB that no other process has and no file holds
 memory() { awk '/^Anonymous:/ {print $2}' "/proc/$windows/smaps_rollup"; }

@@ -75,6 +75,12 @@ start_desktop() {
   await 20 "the desktop program did not connect" events '"status":"connected"'
 }
 events() { grep -F "$1" "$work/desktop.out"; }
+# start_windows [ARGUMENT...]: sets `windows`, its process, which goes on with $work/windows.log
+start_windows() {
+  "$bin/QuilletCompanion" -QLTServerURLOverride "$url" "$@" >>"$work/windows.log" 2>&1 &
+  windows=$!
+  processes+=("$windows")
+}
 
 phone() { "$bin/quillet-phone" --state "$work/phone" "$@"; }
 # claim: a phone takes up the desktop's pairing `code`, so that both show their words

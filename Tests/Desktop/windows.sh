@@ -17,11 +17,6 @@ export QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 LANG=C.UTF-8
 view() { "$here/views.py" "$@" || fail "views.py $*: $("$here/views.py" texts | head -n 60)"; }
 log=$work/windows.log
 setting() { "$bin/QuilletCompanion" defaults read "$1" 2>/dev/null; }
-start_windows() {
-  "$bin/QuilletCompanion" -QLTServerURLOverride "$url" -wordLedgerFolder "$work/words" >>"$log" 2>&1 &
-  windows=$!
-  processes+=("$windows")
-}
 # A window that was found may be gone a moment later, which xdotool doesn't survive.
 bring_up() { xdotool search --onlyvisible --name "$1" windowactivate --sync >/dev/null 2>&1; }
 close_window() {
@@ -77,7 +72,7 @@ printf '[Default Applications]\ntext/plain=org.xfce.mousepad.desktop\n' >"$XDG_C
 
 mkdir "$work/words"
 # A first run begins the set-up.
-start_windows
+start_windows -wordLedgerFolder "$work/words"
 view wait "Use your phone to type on this computer."
 view check
 view tabs
@@ -236,7 +231,7 @@ wait "$windows" || fail "the program did not end well"
 with sqlite3.connect(sys.argv[1], timeout=10) as database: database.execute("UPDATE devices SET revoked_at=1")' "$work/service.db"
 kill "$tray"
 wait "$tray" || true
-start_windows
+start_windows -wordLedgerFolder "$work/words"
 view wait "Use your phone to type on this computer."
 start_panel() {
   xfce4-panel --disable-wm-check >>"$work/panel.log" 2>&1 &
