@@ -189,6 +189,14 @@ appearance 1
 await 10 "the settings did not turn dark" looks 30,30,32
 appearance 0
 await 10 "the settings did not turn light" looks 244,244,246
+# A desktop that leaves colours to programs has a theme all the same.
+theme() { printf 'Net/ThemeName "%s"\n' "$1" >"$work/xsettings"; }
+theme Some-Dark
+xsettingsd -c "$work/xsettings" >>"$work/xsettings.log" 2>&1 &
+processes+=($!)
+await 10 "the settings did not follow a dark theme" looks 30,30,32
+theme Some && kill -HUP $!
+await 10 "the settings did not follow a light theme" looks 244,244,246
 view fill "Computer name" "Another desk"
 view press "Save name"
 await 10 "the name was not changed" test "$(setting macName)" = "Another desk"
