@@ -25,7 +25,13 @@ export DISPLAY
 launcher=/usr/libexec/at-spi-bus-launcher
 [ -x "$launcher" ] || launcher=/usr/lib/at-spi2-core/at-spi-bus-launcher
 start atspi "$launcher" --launch-immediately
-await "the accessibility bus" dbus-send --session --print-reply --dest=org.a11y.Bus /org/a11y/bus org.a11y.Bus.GetAddress
+# Asked for an address before it has its name, the session bus would start another one, which knows no display and tells
+# none where it is: what asks only the display then finds no accessibility.
+is_announced() {
+  xprop -root AT_SPI_BUS | grep -q unix &&
+    dbus-send --session --print-reply --dest=org.freedesktop.DBus / org.freedesktop.DBus.GetNameOwner string:org.a11y.Bus
+}
+await "the accessibility bus" is_announced
 
 start openbox openbox --sm-disable
 export QUILLET_WINDOW_MANAGER=$!
