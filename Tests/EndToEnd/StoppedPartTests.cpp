@@ -53,6 +53,7 @@ class StoppedPart : public testing::Test {
   static pid_t sessionBus() { return ownerAt(sessionAddress(), "org.freedesktop.DBus"); }
   static pid_t accessibilityBus() { return ownerAt(accessibilityAddress(), "org.freedesktop.DBus"); }
   static pid_t displayServer() { return std::atoi(std::getenv("QUILLET_DISPLAY_SERVER")); }
+  static pid_t keyring() { return ownerAt(sessionAddress(), "org.freedesktop.secrets"); }
   static pid_t registry() { return ownerAt(accessibilityAddress(), "org.a11y.atspi.Registry"); }
   void startDesktop() {
     auto environment = QProcessEnvironment::systemEnvironment();
@@ -88,6 +89,7 @@ TEST_F(StoppedPart, HoldsTheProgramUpNeitherAtItsStartNorInUseNorAtItsEnd) {
   } parts[] = {{"session bus", sessionBus},
                {"accessibility bus", accessibilityBus},
                {"registry", registry},
+               {"keyring", keyring},
                {"system bus", [this] { return static_cast<pid_t>(systemBus.processId()); }},
                {"display", displayServer}};
   for (const auto& part : parts) {

@@ -134,6 +134,46 @@ TEST_F(FaultyDiskTest, WhicheverOperationFailsWhatIsAcknowledgedStands) {
   }
 }
 
+TEST_F(FaultyDiskTest, WhicheverOperationFailsAResultIsKeptOrComesAgain) {
+  const ServiceProgram program = startOnFaultyDisk();
+  APIClient macAPI = client(program, mac), phoneAPI = client(program, phone);
+  pairThem(macAPI, phoneAPI);
+  std::unique_ptr<WebSocketTask> socket;
+  const auto connect = [&] {
+    socket = makeWebSocketTask(session, main.executor(), macAPI.relayRequest(), 1 << 20);
+    socket->resume();
+  };
+  // The result of the delivery that comes next, while this operation from then on fails.
+  const auto answer = [&](const std::string& utterance, int failing) {
+    EXPECT_NE(main.await(socket->receive()).data.find(utterance), std::string::npos) << "no delivery";
+    if (failing > 0) writeText(fault, std::to_string(failing));
+    const auto sealed = Envelope::sealBytes("text", EnvelopePurpose::result, mac.identity, phone.peer);
+    socket->sendText(JSONCoding::encode(RelayClientMessage(RelayClient::Result{utterance, phone.id(), sealed})),
+                     [](bool) {});
+    socket->sendText("ping", [](bool) {});
+  };
+  connect();
+  int number = 0;
+  for (bool reached = true; reached && number < 100;) {
+    const std::string utterance = "u" + std::to_string(++number);
+    main.await(phoneAPI.submitDelivery(mac.id(), delivery(utterance)));
+    answer(utterance, number);
+    bool closed = false;
+    try {
+      main.await(socket->receive());
+    } catch (const TransportError&) {
+      closed = true;
+    }
+    reached = readText(fault) == "0";
+    std::filesystem::remove(fault);
+    EXPECT_EQ(closed, reached) << number;
+    if (closed) connect(), answer(utterance, 0), main.await(socket->receive());
+    const auto known = main.await(phoneAPI.waitForDelivery(mac.id(), utterance, 0));
+    EXPECT_EQ(known.state, DeliveryTransportState::result) << number;
+  }
+  EXPECT_GT(number, 2);
+}
+
 TEST_F(FaultyDiskTest, AFullDiskStopsOnlyWhatMustBeWritten) {
   ServiceProgram program = startOnFaultyDisk();
   APIClient macAPI = client(program, mac), phoneAPI = client(program, phone);
