@@ -89,7 +89,8 @@ class Writer {
   Replacement replace(Range selected, std::optional<int> before, const std::string& text, AtspiRole role) {
     // Each line gets an element of its own, and so this one can't tell how much has come.
     const bool divides = role == ATSPI_ROLE_PARAGRAPH && text.find('\n') != text.npos;
-    if (divides || !before) {
+    if (!before) return Replacement::failed;
+    if (divides) {
       return remove(selected) && insert(selected.first, text) ? Replacement::claimed : Replacement::failed;
     }
     const auto after = insertAndCount(selected.second, text);
