@@ -10,6 +10,7 @@
 #include <iostream>
 
 #include "QuilletCompanion/App/DefaultsCommand.h"
+#include "QuilletCompanion/Platform/Linux/Accessibility/AccessibilityBus.h"
 #include "QuilletCompanion/Platform/Linux/Session/ApplicationName.h"
 #include "QuilletCompanion/Platform/Linux/Session/InstanceLock.h"
 #include "QuilletCompanion/Program/CommandLine.h"
@@ -132,6 +133,7 @@ int startAnew(const std::filesystem::path& program, char** argv) {
 int runQuillet(int argc, char** argv, const WindowsMaker* windows) {
   keepMemoryPrivate();
   fillStandardFiles();
+  AccessibilityBus::reserveEnvironment();
   const std::filesystem::path program = ownPath();
   const auto request = CommandLine::parse({argv + 1, argv + argc}, std::cout, std::cerr);
   if (const auto* answered = std::get_if<CommandLine::Answered>(&request)) return answered->exitCode;

@@ -13,7 +13,6 @@
 #include "QuilletCompanion/Views/PairingView.h"
 #include "QuilletCompanion/Views/SettingsView.h"
 #include "QuilletCompanion/Views/SymbolProvider.h"
-#include "QuilletCompanion/Views/TrayMenu.h"
 #include "QuilletCompanion/Views/TrayPlacement.h"
 
 namespace quillet {
@@ -59,8 +58,7 @@ TrayFrontEnd::TrayFrontEnd(AppModel& model, Executor mainThread, Look& look, Sur
              .copy = copy,
              .dismissPopover = [this] { windows_.close("popover"); },
              .openEditor = surroundings_.openEditor,
-             .quit = surroundings_.quit,
-             .openSoundSettings = surroundings_.openSoundSettings}),
+             .quit = surroundings_.quit}),
       statistics_(model.wordStats(), mainThread_),
       dictation_(model.dictation(), mainThread_, copy),
       updater_(std::move(surroundings_.updates)),
@@ -107,11 +105,7 @@ void TrayFrontEnd::showWithoutTray() {
 void TrayFrontEnd::showIcon() {
   if (icon_) return;
   icon_.emplace();
-  menu_ = makeTrayMenu(desk_, [this] { showPopover(true); });
-  icon_->setContextMenu(menu_.get());
-  connect(&*icon_, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-    if (reason != QSystemTrayIcon::Context) togglePopover();
-  });
+  connect(&*icon_, &QSystemTrayIcon::activated, this, [this] { togglePopover(); });
   updateIcon();
   icon_->show();
 }
@@ -136,7 +130,6 @@ void TrayFrontEnd::showPopover(bool atIcon) {
   windows_.open("popover", [this, atIcon](QQuickWindow& window) {
     window.setFlags(atIcon ? popoverFlags : Qt::WindowFlags(Qt::Dialog));
     if (!atIcon) return;
-    surroundings_.accompany(window);
     const QRect icon = icon_ ? icon_->geometry() : QRect();
     const QPoint pointer = icon.isEmpty() ? QCursor::pos() : icon.center();
     const auto* screen = QGuiApplication::screenAt(pointer);

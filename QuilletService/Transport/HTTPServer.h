@@ -9,7 +9,6 @@
 #include <string>
 
 #include "QuilletService/Transport/ConnectionHost.h"
-#include "QuilletService/Transport/DescriptorReserve.h"
 
 namespace quillet {
 
@@ -42,7 +41,6 @@ class HTTPServer {
   ConnectionHost host_;
   std::optional<boost::asio::ssl::context> tls_;
   boost::asio::ip::tcp::acceptor acceptor_;
-  DescriptorReserve reserve_;
   Task accepting_;
   bool stopping_ = false;
 };

@@ -3,8 +3,12 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
+#include <span>
+#include <vector>
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
 #include "Tests/Desktop/Editor.h"
@@ -46,6 +50,9 @@ class AccessibilityBusFault : public testing::Test {
 TEST_F(AccessibilityBusFault, ABusThatHangsIsWaitedForInPartsOnly) {
   const auto pid = onAccessibilityBus("org.freedesktop.DBus");
   ASSERT_GT(pid, 1);
+  AccessibilityBus::reserveEnvironment();
+  char** const variables = environ;
+  const std::vector<char*> before(variables, variables + g_strv_length(variables));
   ::kill(pid, SIGSTOP);
   {
     SystemAccessibilityProvider provider{getpid(), lock, typist};
@@ -59,6 +66,8 @@ TEST_F(AccessibilityBusFault, ABusThatHangsIsWaitedForInPartsOnly) {
   }
   ::kill(pid, SIGCONT);
   EXPECT_TRUE(eventually([&] { return provider.isTrusted() && !provider.isGrantStale(); }));
+  EXPECT_TRUE(environ == variables && std::ranges::equal(before, std::span(variables, before.size())));
+  EXPECT_EQ(std::getenv("AT_SPI_BUS_ADDRESS"), nullptr) << "for who reads the environment at any time";
 }
 
 class AccessibilityBusLoss : public AccessibilityBusFault {

@@ -4,8 +4,10 @@
 #include <atspi/atspi.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
-#include <optional>
+#include <cstdlib>
+#include <string_view>
 #include <utility>
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/CallBudget.h"
@@ -25,18 +27,42 @@ constexpr std::chrono::milliseconds answersAtOnce{50};
 constexpr const char* registryName = "org.a11y.atspi.Registry";
 constexpr int timeout = static_cast<int>(CallBudget::limit.count());
 
+constexpr std::string_view addressVariable = "AT_SPI_BUS_ADDRESS";
+/// In place of its first letter, so that nobody knows it.
+constexpr char hidden = '_';
+/// Stands in the environment from before any thread has started. Only its bytes change later: to add a variable, or to
+/// take one out, moves others that a thread may be reading.
+std::array<char, 2048> addressEntry{};
+
+void write(const std::string& entry) {
+  addressEntry[0] = hidden;
+  entry.copy(addressEntry.data() + 1, addressEntry.size() - 2, 1);
+  addressEntry[std::min(entry.size(), addressEntry.size() - 1)] = '\0';
+  addressEntry[0] = entry[0];
+}
+
 /// The library would ask the X server where the bus is, without a limit, unless it is told.
 bool initialise(const std::string& address) {
-  constexpr auto variable = "AT_SPI_BUS_ADDRESS";
-  const char* const found = g_getenv(variable);
-  const auto before = found != nullptr ? std::optional<std::string>(found) : std::nullopt;
-  g_setenv(variable, address.c_str(), TRUE);
+  AccessibilityBus::reserveEnvironment();
+  const std::string before = addressEntry.data();
+  write(std::string(addressVariable) + "=" + address);
   const bool succeeded = atspi_init() <= 1;  // 1: it was initialised before
-  before ? void(g_setenv(variable, before->c_str(), TRUE)) : g_unsetenv(variable);
+  write(before);
   return succeeded;
 }
 
 }  // namespace
+
+void AccessibilityBus::reserveEnvironment() {
+  if (addressEntry[0] != '\0') return;
+  const std::string name(addressVariable);
+  const char* const found = g_getenv(name.c_str());
+  std::string entry = name + "=" + (found != nullptr ? found : "");
+  if (found == nullptr) entry[0] = hidden;
+  g_unsetenv(name.c_str());
+  write(entry);
+  ::putenv(addressEntry.data());
+}
 
 AccessibilityBus::AccessibilityBus() {
   session_.subscribe(busName, propertiesInterface, "PropertiesChanged", busPath, [this](GVariant*) { forget(); });

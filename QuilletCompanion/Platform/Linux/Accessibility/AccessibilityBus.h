@@ -18,6 +18,9 @@ namespace quillet {
 /// a change, so that asking again and again costs nothing. Main thread only.
 class AccessibilityBus {
  public:
+  /// To be called before any thread starts, since connecting changes a variable for a moment.
+  static void reserveEnvironment();
+
   AccessibilityBus();
   ~AccessibilityBus();
   AccessibilityBus(const AccessibilityBus&) = delete;
