@@ -50,6 +50,7 @@ void Stage::begin(bool paired, bool setUp) {
                                          TrayFrontEnd::Surroundings{.now = time.source().now,
                                                                     .quit = [] {},
                                                                     .openEditor = [] {},
+                                                                    .openSoundSettings = [] {},
                                                                     .accompany = [](QWindow&) {},
                                                                     .updates = std::move(updates),
                                                                     .trayMayTake = std::chrono::hours(1)});

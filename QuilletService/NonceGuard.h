@@ -2,12 +2,12 @@
 #pragma once
 
 #include <array>
+#include <boost/unordered/unordered_flat_map.hpp>
+#include <boost/unordered/unordered_flat_set.hpp>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "QuilletKit/Async/Clock.h"
@@ -70,9 +70,10 @@ class NonceGuard {
   void shortenFile();
 
   Bounds bounds_;
-  std::unordered_set<Key, Hash> known_;
+  // Flat, as nodes would lie strewn among the connections' memory and keep it from going back to the system.
+  boost::unordered_flat_set<Key, Hash> known_;
   std::vector<Held> byExpiry_;  ///< A heap, the earliest first.
-  std::unordered_map<std::uint64_t, std::size_t> counts_;
+  boost::unordered_flat_map<std::uint64_t, std::size_t> counts_;
   TimeSpans forgotten_;  ///< The expiry times of what was forgotten.
   NonceFile file_;
 };

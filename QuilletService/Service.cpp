@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletService/Service.h"
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 #include "QuilletService/ServiceError.h"
 
 namespace quillet {
@@ -66,6 +70,14 @@ OK Service::health() const {
   if (store_.health.failing()) problem = "The database can't be used: " + std::string(store_.health.problem()) + ".";
   if (!problem.empty()) throw ServiceError(503, "storage_failing", std::move(problem), true);
   return {true};
+}
+
+void Service::giveBackMemory() {
+  // These lie strewn among what connections leave, and the allocator gives back whole pages only.
+  store_.devices.forgetRecent();
+#ifdef __GLIBC__
+  ::malloc_trim(0);
+#endif
 }
 
 void Service::sweep() {

@@ -40,6 +40,8 @@ class Service {
   /// Forgets what is over, now and every half minute until cancelled.
   Awaitable<void> keepHouse();
   void sweep();
+  /// Keeps only what it needs in memory, and gives the rest back to the system.
+  void giveBackMemory();
   /// What is counted, with the number of open connections.
   std::string metricsText(std::size_t connections);
 

@@ -11,6 +11,7 @@ LANGUAGES = ["nl", "fr", "de"]
 ROOMS = ["App", "Dictation", "Views"]
 PIECE = r'"((?:[^"\\\n]|\\.)*)"'
 LITERAL = re.compile(rf"{PIECE}(?:\s*{PIECE})*")
+OF_VIEW = re.compile(rf'translate\("(\w+)", {PIECE}\)')
 NOT_FOR_PEOPLE = re.compile(r'#include.*|//.*|(Log::\w+|qWarning|static_assert)\((?:[^;"]|"(?:[^"\\]|\\.)*")*;')
 FOR_PEOPLE = re.compile(r"[A-Z%“].*[a-z].*[ …]")
 NOT_HERE = re.compile(r"\bMacs?\b|iPhone|Keychain|macOS|iCloud|menu bar|System Settings|Azure|[⌘⌥⌃⇧]")
@@ -27,7 +28,7 @@ def unescaped(text):
 
 
 def literals(source):
-    source = NOT_FOR_PEOPLE.sub("", source)
+    source = OF_VIEW.sub("", NOT_FOR_PEOPLE.sub("", source))
     return {unescaped("".join(re.findall(PIECE, found.group(0)))) for found in LITERAL.finditer(source)}
 
 
@@ -36,6 +37,8 @@ def texts_of_views(views):
     found = set()
     for file in views.rglob("*.qml"):
         found |= {(file.stem, unescaped(text)) for text in re.findall(rf"qsTr\(\s*{PIECE}", file.read_text())}
+    for file in views.glob("*.cpp"):
+        found |= {(context, unescaped(text)) for context, text in OF_VIEW.findall(file.read_text())}
     return found
 
 

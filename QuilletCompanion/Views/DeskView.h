@@ -25,6 +25,7 @@ class DeskView final : public ViewObject {
   Q_PROPERTY(int onboardingNumber READ onboardingNumber NOTIFY changed)
   Q_PROPERTY(bool launchAtLogin READ launchAtLogin NOTIFY changed)
   Q_PROPERTY(QString version READ version CONSTANT)
+  Q_PROPERTY(bool hasSoundSettings READ hasSoundSettings CONSTANT)
 
  public:
   /// What lies outside the model. All are called on the main thread.
@@ -32,6 +33,7 @@ class DeskView final : public ViewObject {
     std::function<void(const QString&window)> openWindow, closeWindow;
     std::function<void(const QString& text)> copy;
     std::function<void()> dismissPopover, openEditor, quit;
+    std::function<void()> openSoundSettings;  ///< Empty where the desktop has none.
   };
   DeskView(AppModel& model, Executor mainThread, Surroundings surroundings);
 
@@ -48,6 +50,7 @@ class DeskView final : public ViewObject {
   int onboardingNumber() const { return static_cast<int>(model_.onboardingStep().get()) + 1; }
   bool launchAtLogin() const { return model_.launchAtLogin().get(); }
   QString version() const { return toQt(model_.appVersion()); }
+  bool hasSoundSettings() const { return surroundings_.openSoundSettings != nullptr; }
 
   /// By their ids: "onboarding", "pair", "connection-test", "statistics", "settings".
   Q_INVOKABLE void openWindow(const QString& window) { surroundings_.openWindow(window); }
@@ -58,6 +61,7 @@ class DeskView final : public ViewObject {
   Q_INVOKABLE void copy(const QString& text) { surroundings_.copy(text); }
   /// With a place to write in.
   Q_INVOKABLE void openEditor() { surroundings_.openEditor(); }
+  Q_INVOKABLE void openSoundSettings() { surroundings_.openSoundSettings(); }
   Q_INVOKABLE void quit() { surroundings_.quit(); }
 
   /// An empty name brings the one back that the machine has.

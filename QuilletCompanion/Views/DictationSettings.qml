@@ -96,6 +96,12 @@ Column {
                 title: qsTr("Microphone")
                 value: dictation.microphoneAccess
             }
+            ActionButton {
+                visible: desk.hasSoundSettings
+                anchors.left: parent.left
+                label: qsTr("Open sound settings")
+                onClicked: desk.openSoundSettings()
+            }
             Picker {
                 width: parent.width
                 label: qsTr("Microphone to use")

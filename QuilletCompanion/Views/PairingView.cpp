@@ -100,10 +100,11 @@ void PairingView::start() {
   }
 }
 
+/// Anew with each identity that this device gets; without one there is nothing to pair.
 void PairingView::begin() {
-  if (pairing_ != nullptr) return;
+  if (pairing_ != nullptr) pairing_->stop();
   pairing_ = model_.makePairingViewModel();
-  if (pairing_ == nullptr) return;
+  if (pairing_ == nullptr) return Q_EMIT changed();
   follow(pairing_->phase);
   follow(pairing_->networkTrouble);
   follow(pairing_->showCode);

@@ -13,6 +13,7 @@
 #include "QuilletCompanion/Views/PairingView.h"
 #include "QuilletCompanion/Views/SettingsView.h"
 #include "QuilletCompanion/Views/SymbolProvider.h"
+#include "QuilletCompanion/Views/TrayMenu.h"
 #include "QuilletCompanion/Views/TrayPlacement.h"
 
 namespace quillet {
@@ -58,7 +59,8 @@ TrayFrontEnd::TrayFrontEnd(AppModel& model, Executor mainThread, Look& look, Sur
              .copy = copy,
              .dismissPopover = [this] { windows_.close("popover"); },
              .openEditor = surroundings_.openEditor,
-             .quit = surroundings_.quit}),
+             .quit = surroundings_.quit,
+             .openSoundSettings = surroundings_.openSoundSettings}),
       statistics_(model.wordStats(), mainThread_),
       dictation_(model.dictation(), mainThread_, copy),
       updater_(std::move(surroundings_.updates)),
@@ -105,7 +107,11 @@ void TrayFrontEnd::showWithoutTray() {
 void TrayFrontEnd::showIcon() {
   if (icon_) return;
   icon_.emplace();
-  connect(&*icon_, &QSystemTrayIcon::activated, this, [this] { togglePopover(); });
+  menu_ = makeTrayMenu(desk_, [this] { showPopover(true); });
+  icon_->setContextMenu(menu_.get());
+  connect(&*icon_, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+    if (reason != QSystemTrayIcon::Context) togglePopover();
+  });
   updateIcon();
   icon_->show();
 }
@@ -130,6 +136,7 @@ void TrayFrontEnd::showPopover(bool atIcon) {
   windows_.open("popover", [this, atIcon](QQuickWindow& window) {
     window.setFlags(atIcon ? popoverFlags : Qt::WindowFlags(Qt::Dialog));
     if (!atIcon) return;
+    surroundings_.accompany(window);
     const QRect icon = icon_ ? icon_->geometry() : QRect();
     const QPoint pointer = icon.isEmpty() ? QCursor::pos() : icon.center();
     const auto* screen = QGuiApplication::screenAt(pointer);

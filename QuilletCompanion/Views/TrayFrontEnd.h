@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QMenu>
 #include <QObject>
 #include <QString>
 #include <QSystemTrayIcon>
@@ -29,7 +30,8 @@ class TrayFrontEnd final : public QObject {
   struct Surroundings {
     std::function<std::int64_t()> now;  ///< Milliseconds since 1970.
     std::function<void()> quit;
-    std::function<void()> openEditor;  ///< Opens the user's editor with an empty note.
+    std::function<void()> openEditor;           ///< Opens the user's editor with an empty note.
+    std::function<void()> openSoundSettings{};  ///< Empty where the desktop has none.
     /// Lets a window that is not shown yet stand on every desktop and in no list of windows.
     std::function<void(QWindow&)> accompany = [](QWindow&) {};
     /// False while drawing would wait for a display that is silent.
@@ -69,6 +71,7 @@ class TrayFrontEnd final : public QObject {
   UpdateView updates_;
   Windows windows_;
   DictationPanelController panel_;
+  std::unique_ptr<QMenu> menu_;
   std::optional<QSystemTrayIcon> icon_;
   MenuIcon iconShown_;
   std::int64_t dismissedAt_ = 0;  ///< Milliseconds since 1970.

@@ -65,6 +65,11 @@ std::optional<Device> DeviceStore::device(const std::string& id) {
   return recent_.emplace(id, readDevice(row, id)).first->second;
 }
 
+void DeviceStore::forgetRecent() {
+  recent_.clear();
+  recentPairs_.clear();
+}
+
 void DeviceStore::save(const Device& device) {
   recent_.erase(device.id);
   saveDevice_.run(device.id, ByteView(device.signingKey), ByteView(device.agreementKey), rawValue(device.platform),

@@ -61,6 +61,8 @@ class DeviceStore {
   /// Those that aren't revoked.
   std::int64_t count() { return number(countDevices_); }
   std::int64_t pairCount() { return number(countPairs_); }
+  /// What was asked for lately is on disk only, until it is asked for again.
+  void forgetRecent();
 
  private:
   static std::int64_t number(Statement& count);

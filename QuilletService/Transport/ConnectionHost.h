@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <malloc.h>
-
 #include <algorithm>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -66,14 +64,12 @@ class ConnectionHost {
   }
 
  private:
-  /// Called as connections end. Once half of many are gone, their memory goes back, which the allocator would keep.
+  /// Called as connections end. Once half of many are gone, their memory goes back.
   void giveBackMemory() {
     constexpr std::size_t kMany = 256;
     if (most_ < kMany || connections_.size() > most_ / 2) return;
     most_ = connections_.size();
-#ifdef __GLIBC__
-    ::malloc_trim(0);
-#endif
+    service_.giveBackMemory();
   }
 
   Service& service_;

@@ -39,6 +39,7 @@ HTTPServer::HTTPServer(asio::io_context& context, Service& service, const std::s
     : context_(context),
       host_(service, std::move(limits)),
       acceptor_(context, resolve(context, host, port)),
+      reserve_(context),
       accepting_(context.get_executor()) {
   if (tls) tls_ = makeTLS(*tls);
 }
@@ -57,6 +58,7 @@ std::string HTTPServer::url() const {
 Awaitable<void> HTTPServer::accept() {
   while (!stopping_) {
     boost::system::error_code error;
+    reserve_.prepare(host_.count());
     ServerSocket socket(context_);
     co_await acceptor_.async_accept(socket, asio::redirect_error(asio::use_awaitable, error));
     if (stopping_ || error == asio::error::operation_aborted) co_return;

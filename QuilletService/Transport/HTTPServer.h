@@ -9,6 +9,7 @@
 #include <string>
 
 #include "QuilletService/Transport/ConnectionHost.h"
+#include "QuilletService/Transport/DescriptorReserve.h"
 
 namespace quillet {
 
@@ -41,6 +42,7 @@ class HTTPServer {
   ConnectionHost host_;
   std::optional<boost::asio::ssl::context> tls_;
   boost::asio::ip::tcp::acceptor acceptor_;
+  DescriptorReserve reserve_;
   Task accepting_;
   bool stopping_ = false;
 };

@@ -12,7 +12,7 @@ if [ -z "${DISPLAY:-}" ]; then
 fi
 # shellcheck source-path=SCRIPTDIR source=programs.sh
 source "$here/programs.sh" "$1"
-export QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 LANG=C.UTF-8
+export QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 LANG=C.UTF-8 XDG_CURRENT_DESKTOP= PATH=$work/tools:$PATH
 
 view() { "$here/views.py" "$@" || fail "views.py $*: $("$here/views.py" texts | head -n 60)"; }
 log=$work/windows.log
@@ -71,6 +71,10 @@ printf '[Desktop Entry]\nType=Application\nExec="/old/QuilletCompanion" "--termi
 printf '[Default Applications]\ntext/plain=org.xfce.mousepad.desktop\n' >"$XDG_CONFIG_HOME/mimeapps.list"
 
 mkdir "$work/words"
+# In place of the desktop's sound settings.
+mkdir "$work/tools"
+printf '#!/bin/sh\ntouch "%s/sound-settings"\n' "$work" >"$work/tools/pavucontrol"
+chmod +x "$work/tools/pavucontrol"
 # A first run begins the set-up.
 start_windows -wordLedgerFolder "$work/words"
 view wait "Use your phone to type on this computer."
@@ -149,6 +153,8 @@ view wait "Start dictation" # and what was recorded begins nothing yet
 view gone "Your desktop already uses Super+Q."
 view press "Turn “Hold to talk” off"
 view wait "Hold to talk: Off"
+view press "Open sound settings"
+await 5 "the sound settings did not open" test -e "$work/sound-settings"
 view check
 scroll_to "Send Feedback"
 view check
@@ -189,6 +195,14 @@ appearance 1
 await 10 "the settings did not turn dark" looks 30,30,32
 appearance 0
 await 10 "the settings did not turn light" looks 244,244,246
+# A desktop that leaves colours to programs has a theme all the same.
+theme() { printf 'Net/ThemeName "%s"\n' "$1" >"$work/xsettings"; }
+theme Some-Dark
+xsettingsd -c "$work/xsettings" >>"$work/xsettings.log" 2>&1 &
+processes+=($!)
+await 10 "the settings did not follow a dark theme" looks 30,30,32
+theme Some && kill -HUP $!
+await 10 "the settings did not follow a light theme" looks 244,244,246
 view fill "Computer name" "Another desk"
 view press "Save name"
 await 10 "the name was not changed" test "$(setting macName)" = "Another desk"
@@ -248,8 +262,13 @@ in_panel() {
   await 20 "there is no host for icons" watcher
   await 10 "the icon is not in the tray" item
 }
+# Some hosts know menus only.
+menu() {
+  gdbus call --session --dest "$(item)" --object-path /MenuBar --method com.canonical.dbusmenu.GetLayout -- 0 -1 '[]'
+}
 # It comes after the program, and once more.
 in_panel
+menu | grep "Pair a phone….*Quit Quillet" >/dev/null || fail "the icon's menu is another one: $(menu)"
 kill "$panel"
 wait "$panel" || true
 in_panel

@@ -5,6 +5,7 @@
 
 #include "QuilletCompanion/Platform/Linux/Session/DefaultEditor.h"
 #include "QuilletCompanion/Platform/Linux/Session/PortalAppearance.h"
+#include "QuilletCompanion/Platform/Linux/Session/SoundSettings.h"
 #include "QuilletCompanion/Platform/Linux/Session/TrayHosts.h"
 #include "QuilletCompanion/Platform/Linux/X11/AccompanyingWindow.h"
 #include "QuilletCompanion/Platform/Linux/X11/DisplayCheck.h"
@@ -28,6 +29,7 @@ class Front final : public WindowsFront {
               {.now = std::move(now),
                .quit = [] { QCoreApplication::quit(); },
                .openEditor = openDefaultEditor,
+               .openSoundSettings = soundSettings(),
                .accompany =
                    [](QWindow& window) {
                      if (isX11()) accompanyUser(window.winId());

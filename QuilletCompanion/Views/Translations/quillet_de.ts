@@ -169,7 +169,11 @@
         </message>
         <message>
             <source>Open Settings</source>
-            <translation>Einstellungen öffnen</translation>
+            <translation>Barrierefreiheit einschalten</translation>
+        </message>
+        <message>
+            <source>Open sound settings</source>
+            <translation>Audioeinstellungen öffnen</translation>
         </message>
         <message>
             <source>Press Esc to cancel a dictation. If there's no text field to type in, you can copy the text instead.</source>
@@ -742,6 +746,10 @@
     </context>
     <context>
         <name>Quillet</name>
+        <message>
+            <source>Open Quillet</source>
+            <translation>Quillet öffnen</translation>
+        </message>
         <message>
             <source>Quillet</source>
             <translation>Quillet</translation>

@@ -42,6 +42,10 @@
             <translation>Used for dictation on this computer.</translation>
         </message>
         <message>
+            <source>Open Settings</source>
+            <translation>Turn on accessibility</translation>
+        </message>
+        <message>
             <source>On this Mac</source>
             <translation>On this computer</translation>
         </message>

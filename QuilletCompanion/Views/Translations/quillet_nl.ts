@@ -169,7 +169,11 @@
         </message>
         <message>
             <source>Open Settings</source>
-            <translation>Instellingen openen</translation>
+            <translation>Toegankelijkheid aanzetten</translation>
+        </message>
+        <message>
+            <source>Open sound settings</source>
+            <translation>Geluidsinstellingen openen</translation>
         </message>
         <message>
             <source>Press Esc to cancel a dictation. If there's no text field to type in, you can copy the text instead.</source>
@@ -742,6 +746,10 @@
     </context>
     <context>
         <name>Quillet</name>
+        <message>
+            <source>Open Quillet</source>
+            <translation>Quillet openen</translation>
+        </message>
         <message>
             <source>Quillet</source>
             <translation>Quillet</translation>

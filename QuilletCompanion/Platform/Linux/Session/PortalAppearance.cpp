@@ -19,13 +19,14 @@ GVariantRef unwrapped(GVariant* setting) {
   return value;
 }
 
-bool isNumber(GVariant* value, guint32 wanted) {
-  return g_variant_is_of_type(value, G_VARIANT_TYPE_UINT32) && g_variant_get_uint32(value) == wanted;
+guint32 number(GVariant* value) {
+  return g_variant_is_of_type(value, G_VARIANT_TYPE_UINT32) ? g_variant_get_uint32(value) : 0;
 }
 
 }  // namespace
 
 PortalAppearance::PortalAppearance() {
+  themeWatch_ = theme_.value().observe([this](const auto&) { merge(); });
   bus_.subscribe(portal, settings, "SettingChanged", path, [this](GVariant* arguments) {
     if (!g_variant_is_of_type(arguments, G_VARIANT_TYPE("(ssv)"))) return;
     const char* space = nullptr;
@@ -41,6 +42,10 @@ PortalAppearance::PortalAppearance() {
     ask(gnome, "enable-animations");
   };
   bus_.watchName(portal, askAll, {});
+  // Few desktops start it before somebody asks for it.
+  constexpr const char* bus = "org.freedesktop.DBus";
+  bus_.callLater(bus, "/org/freedesktop/DBus", bus, "StartServiceByName", g_variant_new("(su)", portal, 0U),
+                 [](GVariant*, GUnixFDList*) {});
 }
 
 void PortalAppearance::ask(const char* space, const char* key) {
@@ -54,13 +59,23 @@ void PortalAppearance::ask(const char* space, const char* key) {
 
 void PortalAppearance::learn(const std::string& space, const std::string& key, GVariant* setting) {
   const auto value = unwrapped(setting);
-  auto known = value_.get();
-  if (space == appearance && key == "color-scheme") known.isDark = isNumber(value.get(), 1);
-  if (space == appearance && key == "contrast") known.hasHighContrast = isNumber(value.get(), 1);
-  if (space == gnome && key == "enable-animations" && g_variant_is_of_type(value.get(), G_VARIANT_TYPE_BOOLEAN)) {
-    known.reducesMotion = g_variant_get_boolean(value.get()) == FALSE;
+  if (space == appearance && key == "color-scheme") {
+    constexpr guint32 dark = 1;
+    const auto scheme = number(value.get());
+    isDark_ = scheme == 0 ? std::nullopt : std::optional(scheme == dark);
   }
-  value_.set(known);
+  if (space == appearance && key == "contrast") hasHighContrast_ = number(value.get()) == 1;
+  if (space == gnome && key == "enable-animations" && g_variant_is_of_type(value.get(), G_VARIANT_TYPE_BOOLEAN)) {
+    reducesMotion_ = g_variant_get_boolean(value.get()) == FALSE;
+  }
+  merge();
+}
+
+void PortalAppearance::merge() {
+  const auto& theme = theme_.value().get();
+  value_.set({.isDark = isDark_.value_or(theme.isDark),
+              .hasHighContrast = hasHighContrast_ || theme.hasHighContrast,
+              .reducesMotion = reducesMotion_ || theme.reducesMotion});
 }
 
 }  // namespace quillet

@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <optional>
+#include <string>
+
 #include "QuilletCompanion/App/DesktopAppearance.h"
 #include "QuilletCompanion/Platform/Linux/Session/DBusSignals.h"
+#include "QuilletCompanion/Platform/Linux/Session/ThemeAppearance.h"
 #include "QuilletKit/Base/Observable.h"
 
 namespace quillet {
 
-/// How the desktop wants windows to look, by its settings portal: light with nothing special until that has answered.
+/// How the desktop wants windows to look, by its settings portal; by its theme where that has no answer, or none yet.
 /// Main thread only.
 class PortalAppearance {
  public:
@@ -21,7 +25,13 @@ class PortalAppearance {
   void ask(const char* space, const char* key);
   void learn(const std::string& space, const std::string& key, GVariant* setting);
 
-  Observable<DesktopAppearance> value_;
+  void merge();
+
+  ThemeAppearance theme_;
+  std::optional<bool> isDark_;  ///< What the portal said; absent if it leaves that to programs.
+  bool hasHighContrast_ = false, reducesMotion_ = false;
+  Observable<DesktopAppearance> value_{theme_.value().get()};
+  Observable<DesktopAppearance>::Subscription themeWatch_;
   DBusSignals bus_{G_BUS_TYPE_SESSION};
 };
 
