@@ -6,8 +6,7 @@
 #include "Fuzz/ScratchFile.h"
 #include "QuilletCompanion/Relay/RelayMessageHandler.h"
 #include "Tests/Doubles/FakeAccessibilityProvider.h"
-#include "Tests/Doubles/OwnedHandler.h"
-#include "Tests/Doubles/RecordingTransport.h"
+#include "Tests/Doubles/RelayEnds.h"
 #include "Tests/Doubles/VirtualTime.h"
 
 namespace {

@@ -2,8 +2,7 @@
 #pragma once
 
 #include "Fuzz/FuzzInput.h"
-#include "Tests/Doubles/FileText.h"
-#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Doubles/Files.h"
 
 namespace quillet::fuzz {
 

@@ -3,9 +3,9 @@
 #include <chrono>
 
 #include "QuilletPictures/Stage.h"
+#include "Tests/Doubles/FakeStores.h"
 #include "Tests/Doubles/FakeUpdateController.h"
 #include "Tests/Doubles/LogCapture.h"
-#include "Tests/Doubles/MemoryPreferences.h"
 
 namespace quillet::pictures {
 namespace {

@@ -12,7 +12,7 @@
 #include "QuilletCompanion/Views/TrayFrontEnd.h"
 #include "QuilletKit/Protocol/WireCoding.h"
 #include "Tests/App/AppModelHarness.h"
-#include "Tests/Doubles/FakeLedgerStorage.h"
+#include "Tests/Doubles/FakeStores.h"
 
 namespace quillet::pictures {
 

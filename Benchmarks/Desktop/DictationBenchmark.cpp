@@ -16,8 +16,7 @@
 #include "Benchmarks/Table.h"
 #include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
 #include "Tests/Desktop/Editor.h"
-#include "Tests/Desktop/StubLock.h"
-#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Doubles/Files.h"
 
 #include "Tests/Desktop/DisplayKeyboard.h"
 

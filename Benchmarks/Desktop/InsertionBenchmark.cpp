@@ -23,10 +23,9 @@
 #include "QuilletCompanion/Target/FocusMonitor.h"
 #include "QuilletKit/Base/Log.h"
 #include "Tests/Desktop/Editor.h"
-#include "Tests/Desktop/StubLock.h"
+#include "Tests/Doubles/Files.h"
 #include "Tests/Doubles/NetworkThread.h"
-#include "Tests/Doubles/OwnedHandler.h"
-#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Doubles/RelayEnds.h"
 
 /// From a delivery's frame to its result's frame, with a real editor in front: envelope, guard, journal on disk,
 /// accessibility, signature and envelope again. All but the sockets.

@@ -11,7 +11,7 @@
 #include "Benchmarks/Table.h"
 #include "QuilletCompanion/Dictation/Biquad.h"
 #include "QuilletCompanion/Dictation/LowPassMuffler.h"
-#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Doubles/Files.h"
 
 /// What muffling costs on the sound thread, a frame of left and right: beside its four filter stages alone, and beside
 /// another program's filter.

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/App/AppModel.h"
 
 #include "Tests/App/AppModelHarness.h"
 #include "Tests/Doubles/LogCapture.h"

@@ -4,7 +4,7 @@
 #include "QuilletCompanion/App/FeedbackForm.h"
 #include "Tests/App/AppModelHarness.h"
 #include "Tests/Doubles/LogCapture.h"
-#include "Tests/Doubles/SealingPhone.h"
+#include "Tests/Doubles/RelayEnds.h"
 
 namespace quillet {
 namespace {

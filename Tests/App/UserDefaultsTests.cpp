@@ -1,16 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
 
-#include <algorithm>
-#include <fstream>
 #include <sstream>
 #include <thread>
 
 #include "QuilletCompanion/App/DefaultsCommand.h"
 #include "QuilletCompanion/App/UserDefaults.h"
-#include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/Files.h"
 #include "Tests/Doubles/LogCapture.h"
-#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet {
 namespace {

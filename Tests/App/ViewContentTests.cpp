@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
+#include <tuple>
 
 #include "QuilletCompanion/App/DeviceModel.h"
 #include "QuilletCompanion/App/DictationTexts.h"
@@ -114,22 +115,12 @@ TEST(WordMilestone, TellsWholeMinutesOfTypingFromOneOn) {
 }
 
 TEST(DeviceModel, PrefersTheModelNameToTheBattery) {
-  const struct {
-    std::optional<std::string> name;
-    bool battery;
-    std::optional<DeviceKind> kind;
-  } cases[] = {{"Mac mini (2023)", true, DeviceKind::macMini},
-               {"MacBookPro18,1", false, DeviceKind::macBook},
-               {"Some Desktop 900", false, std::nullopt},
-               {"Some Laptop 14", true, DeviceKind::macBook},
-               {"Mac14,3", true, DeviceKind::macBook},
-               {std::nullopt, true, DeviceKind::macBook},
-               {std::nullopt, false, std::nullopt}};
-  for (const auto& c : cases) {
+  for (const auto& [name, battery, kind] :
+       test::rows<std::tuple<std::string, bool, std::string>>("devices", "models")) {
     int questions = 0;
-    const DeviceModel model([&] { return ++questions, c.name; }, [&] { return c.battery; });
-    EXPECT_EQ(model.kind(), c.kind) << c.name.value_or("none");
-    EXPECT_EQ(model.kind(), c.kind);
+    const auto named = [&, name = name] { return ++questions, name.empty() ? std::nullopt : std::optional(name); };
+    const DeviceModel model(named, [battery = battery] { return battery; });
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(model.kind(), fromRaw<DeviceKind>(kind)) << name;
     EXPECT_EQ(questions, 1);
   }
 }

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "QuilletCompanion/Platform/Linux/Audio/PulseMuffleRoutes.h"
-#include "Tests/Doubles/UnannouncedErrors.h"
+#include "Tests/Doubles/LogCapture.h"
 
 namespace {
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <filesystem>
-#include <optional>
 
 #include "QuilletCompanion/Dictation/AudioMuffler.h"
 #include "QuilletCompanion/Platform/Linux/Audio/PulseMuffleRoutes.h"

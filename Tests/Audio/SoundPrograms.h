@@ -1,24 +1,17 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <unistd.h>
-
 #include <array>
 #include <chrono>
 #include <cmath>
 #include <csignal>
 #include <cstdio>
-#include <fstream>
 #include <mutex>
 #include <numbers>
-#include <optional>
-#include <string>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include "Tests/Doubles/ChildProcess.h"
-#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Doubles/Files.h"
 
 namespace quillet::test {
 

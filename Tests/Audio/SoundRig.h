@@ -4,14 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <boost/asio/io_context.hpp>
-#include <chrono>
 #include <cstdlib>
-#include <string>
 #include <tuple>
 
 #include "QuilletCompanion/Platform/Linux/Audio/PulseThread.h"
 #include "Tests/Audio/SoundPrograms.h"
-#include "Tests/Doubles/Paths.h"
 
 namespace quillet::test {
 

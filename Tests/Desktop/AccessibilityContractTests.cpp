@@ -5,9 +5,8 @@
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
 #include "Tests/Desktop/Editor.h"
-#include "Tests/Desktop/StubLock.h"
 #include "Tests/Doubles/AccessibilityContract.h"
-#include "Tests/Doubles/Paths.h"
+#include "Tests/Doubles/Files.h"
 
 namespace quillet::test {
 namespace {

@@ -13,9 +13,8 @@
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
 #include "Tests/Desktop/Editor.h"
-#include "Tests/Desktop/StubLock.h"
 #include "Tests/Desktop/TypingTarget.h"
-#include "Tests/Doubles/Paths.h"
+#include "Tests/Doubles/Files.h"
 
 namespace quillet::test {
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "Tests/Doubles/UnannouncedErrors.h"
+#include "Tests/Doubles/LogCapture.h"
 
 /// libatspi forgets a call that runs out of time, libdbus's part in it included.
 extern "C" const char* __lsan_default_suppressions();

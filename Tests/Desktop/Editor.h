@@ -13,7 +13,14 @@
 #include <chrono>
 #include <functional>
 
+#include "QuilletCompanion/Target/ScreenLockMonitor.h"
+
 namespace quillet::test {
+
+/// A screen that is never locked.
+class StubLock final : public ScreenLockMonitor {
+  bool isScreenLocked() override { return false; }
+};
 
 /// Serves the event loop until the condition holds. False if it doesn't within the bound.
 inline bool eventually(const std::function<bool()>& condition,

@@ -1,14 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <QProcess>
-#include <array>
-#include <chrono>
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "QuilletCompanion/Dictation/HotkeyMonitor.h"
 #include "QuilletCompanion/Dictation/ShortcutRecorder.h"

@@ -1,22 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <boost/asio/co_spawn.hpp>
-#include <chrono>
-#include <optional>
-#include <string>
 #include <utility>
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
 #include "QuilletCompanion/Platform/Qt/MainLoopExecutor.h"
 #include "QuilletCompanion/Target/FocusMonitor.h"
 #include "Tests/Desktop/Editor.h"
-#include "Tests/Desktop/StubLock.h"
+#include "Tests/Doubles/Files.h"
 #include "Tests/Doubles/InsertionReports.h"
 #include "Tests/Doubles/NetworkThread.h"
-#include "Tests/Doubles/Paths.h"
 
 namespace quillet::test {
 namespace {

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QFile>
-#include <chrono>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -10,7 +8,6 @@
 #include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
 #include "QuilletKit/Base/Unicode.h"
 #include "Tests/Desktop/Editor.h"
-#include "Tests/Desktop/StubLock.h"
 
 namespace quillet::test {
 

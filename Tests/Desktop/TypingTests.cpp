@@ -3,14 +3,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <QProcess>
-#include <algorithm>
-#include <chrono>
 #include <optional>
-#include <string>
-#include <thread>
 #include <utility>
-#include <vector>
 
 #include "Tests/Desktop/TypingTarget.h"
 // The macros of its own headers must come last.

@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Dictation/DictationFeature.h"
-
-#include <gtest/gtest.h>
 
 #include "QuilletKit/Protocol/APIClient.h"
 #include "Tests/Doubles/DictationDesk.h"
+#include "Tests/Doubles/FakeStores.h"
 #include "Tests/Doubles/LogCapture.h"
-#include "Tests/Doubles/MemoryPreferences.h"
 #include "Tests/Doubles/VirtualTime.h"
 
 namespace quillet::test {
@@ -28,7 +25,6 @@ class DictationFeatureTest : public testing::Test {
   ~DictationFeatureTest() override {
     feature.reset();
     time.run();
-    EXPECT_EQ(time.sleepers(), 0u);
     EXPECT_TRUE(desk.keyboard.hotKeys().empty()) << "a key stayed ours";
   }
 

@@ -5,7 +5,7 @@
 
 #include <tuple>
 
-#include "Tests/Doubles/MemoryPreferences.h"
+#include "Tests/Doubles/FakeStores.h"
 
 namespace quillet::test {
 namespace {

@@ -1,10 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Dictation/HotkeyMonitor.h"
 
-#include <gtest/gtest.h>
-
-#include <vector>
-
 #include "Tests/Doubles/FakeSystemKeyboard.h"
 #include "Tests/Doubles/LogCapture.h"
 

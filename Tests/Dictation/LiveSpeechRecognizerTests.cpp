@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Dictation/LiveSpeechRecognizer.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 
-#include "Tests/Doubles/Attempt.h"
-#include "Tests/Doubles/FakeMicrophone.h"
+#include "Tests/Doubles/FakeSound.h"
+#include "Tests/Doubles/FakeStores.h"
 #include "Tests/Doubles/LogCapture.h"
-#include "Tests/Doubles/MemoryPreferences.h"
 #include "Tests/Doubles/Rows.h"
 #include "Tests/Doubles/StubSpeechEngine.h"
 #include "Tests/Doubles/VirtualTime.h"

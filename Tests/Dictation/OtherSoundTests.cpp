@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <optional>
 
 #include "QuilletCompanion/Dictation/AudioMuffler.h"
 #include "QuilletCompanion/Dictation/MediaPauser.h"
-#include "Tests/Doubles/FakeMediaPlayers.h"
-#include "Tests/Doubles/FakeMuffleRoutes.h"
+#include "Tests/Doubles/FakeSound.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/VirtualTime.h"
 

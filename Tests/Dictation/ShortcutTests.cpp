@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <map>
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "QuilletCompanion/Dictation/ShortcutRecorder.h"
 #include "QuilletCompanion/Dictation/ShortcutText.h"

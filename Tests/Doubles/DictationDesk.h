@@ -2,14 +2,31 @@
 #pragma once
 
 #include "QuilletCompanion/Dictation/DictationFeature.h"
-#include "Tests/Doubles/FakeAudioDevices.h"
-#include "Tests/Doubles/FakeMediaPlayers.h"
-#include "Tests/Doubles/FakeMicrophone.h"
-#include "Tests/Doubles/FakeMuffleRoutes.h"
+#include "QuilletCompanion/Dictation/DictationRecognizer.h"
+#include "Tests/Doubles/FakeSound.h"
 #include "Tests/Doubles/FakeSystemKeyboard.h"
-#include "Tests/Doubles/StubRecognizer.h"
 
 namespace quillet::test {
+
+/// A recogniser whose starts and ends hang until the test answers them. Notes what it was asked, in order.
+class StubRecognizer final : public DictationRecognizer {
+ public:
+  Awaitable<void> start(RecognitionLanguage language) override {
+    calls.push_back("start " + std::string(rawValue(language)));
+    co_await starts.call();
+  }
+  float currentLevel() const override { return level; }
+  Awaitable<std::string> finish() override {
+    calls.push_back("finish");
+    co_return co_await finishes.call();
+  }
+  void cancel() override { calls.push_back("cancel"); }
+
+  HeldCalls<bool> starts;
+  HeldCalls<std::string> finishes;
+  std::vector<std::string> calls;
+  float level = 0;
+};
 
 /// Permission for others' sound as the test gives it.
 class StubSystemAudio final : public SystemAudioAccess {

@@ -104,14 +104,9 @@ struct FakeField {
 class FakeAccessibilityProvider final : public AccessibilityProvider {
  public:
   enum class Call {
-    isTrusted,
-    isLocked,
-    isSecureInputEnabled,
-    isOwnApplicationActive,
     frontApplication,
     focusedWindow,
     focusedElement,
-    inspect,
     selectedRange,
     readValue,
     replaceSelection,
@@ -167,16 +162,14 @@ class FakeAccessibilityProvider final : public AccessibilityProvider {
   std::function<void(std::size_t)> afterChunk;
 
   std::int32_t ownPID() const override { return kOwnPid; }
-  bool isTrusted() override { return counted(Call::isTrusted, trusted); }
-  bool isLocked() override { return counted(Call::isLocked, locked); }
+  bool isTrusted() override { return trusted; }
+  bool isLocked() override { return locked; }
   bool isKeyboardTaken() override { return keyboardTaken; }
   bool isSecureInputEnabled() override {
     const auto* focused = focusedField();
-    return counted(Call::isSecureInputEnabled, secureInput || (focused != nullptr && focused->traits.isSecure));
+    return secureInput || (focused != nullptr && focused->traits.isSecure);
   }
-  bool isOwnApplicationActive() override {
-    return counted(Call::isOwnApplicationActive, ownApplicationActive && front && front->pid == kOwnPid);
-  }
+  bool isOwnApplicationActive() override { return ownApplicationActive && front && front->pid == kOwnPid; }
   std::optional<FrontApplication> frontApplication() override { return counted(Call::frontApplication, front); }
   ElementRef focusedWindow(std::int32_t pid) override {
     return counted(Call::focusedWindow, handle(focusOf(pid).window));
@@ -186,7 +179,7 @@ class FakeAccessibilityProvider final : public AccessibilityProvider {
   }
   ElementTraits inspect(const ElementRef& element) override {
     const auto* found = find(element);
-    return counted(Call::inspect, found == nullptr ? ElementTraits{} : found->traits);
+    return found == nullptr ? ElementTraits{} : found->traits;
   }
   std::optional<AXTextRange> selectedRange(const ElementRef& element) override {
     const auto* found = find(element);

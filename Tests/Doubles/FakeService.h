@@ -3,9 +3,6 @@
 
 #include <deque>
 #include <map>
-#include <optional>
-#include <string>
-#include <vector>
 
 #include "QuilletKit/JSON/JSONCoding.h"
 #include "QuilletKit/Protocol/WireModels.h"

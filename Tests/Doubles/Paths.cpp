@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "Tests/Doubles/Paths.h"
+#include "Tests/Doubles/Files.h"
 
 namespace quillet {
 

@@ -3,11 +3,9 @@
 
 #include <boost/json.hpp>
 #include <stdexcept>
-#include <string>
 #include <vector>
 
-#include "Tests/Doubles/FileText.h"
-#include "Tests/Doubles/Paths.h"
+#include "Tests/Doubles/Files.h"
 
 namespace quillet::test {
 

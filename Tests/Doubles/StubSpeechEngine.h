@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <optional>
-#include <string>
 #include <vector>
 
 #include "QuilletSpeech/SpeechEngine.h"
-#include "Tests/Doubles/HeldCalls.h"
+#include "Tests/Doubles/Calls.h"
 
 namespace quillet::test {
 

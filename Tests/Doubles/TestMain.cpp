@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "Tests/Doubles/UnannouncedErrors.h"
+#include "Tests/Doubles/LogCapture.h"
 
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);

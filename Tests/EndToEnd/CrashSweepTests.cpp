@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
-#include "Tests/Desktop/StubLock.h"
-#include "Tests/Doubles/Paths.h"
+#include "Tests/Desktop/Editor.h"
+#include "Tests/Doubles/Files.h"
 #include "Tests/EndToEnd/KillPoint.h"
 #include "Tests/EndToEnd/ProcessMemory.h"
 #include "Tests/EndToEnd/Programs.h"

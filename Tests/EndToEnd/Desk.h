@@ -1,13 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <memory>
-#include <string>
-
-#include "QuilletCompanion/Relay/RelayMessageHandler.h"
 #include "Tests/Doubles/FakeAccessibilityProvider.h"
-#include "Tests/Doubles/OwnedHandler.h"
-#include "Tests/Doubles/SealingPhone.h"
+#include "Tests/Doubles/RelayEnds.h"
 
 namespace quillet::test {
 

@@ -1,15 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "Tests/EndToEnd/FileFaults.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cerrno>
-
 #include "QuilletKit/Base/AtomicFile.h"
-#include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/Files.h"
 #include "Tests/Doubles/LogCapture.h"
-#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/Doubles/VirtualTime.h"
 #include "Tests/EndToEnd/Desk.h"
 

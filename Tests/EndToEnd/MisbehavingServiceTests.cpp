@@ -6,7 +6,6 @@
 #include "Tests/Doubles/FakeSystemEvents.h"
 #include "Tests/Doubles/LoopbackServer.h"
 #include "Tests/Doubles/Rows.h"
-#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/EndToEnd/Desk.h"
 
 namespace quillet::test {

@@ -3,13 +3,10 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
-#include <QTemporaryDir>
-#include <functional>
 #include <list>
 
 #include "Tests/Desktop/Editor.h"
-#include "Tests/Doubles/Paths.h"
+#include "Tests/Doubles/Files.h"
 
 namespace quillet::test {
 

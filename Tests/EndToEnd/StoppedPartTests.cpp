@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <gio/gio.h>
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <QRasterWindow>
-#include <chrono>
 #include <cstdlib>
-#include <functional>
 
 #include "QuilletCompanion/Platform/Linux/Typing/ModifierState.h"
 #include "QuilletCompanion/Platform/Linux/X11/FrontWindow.h"

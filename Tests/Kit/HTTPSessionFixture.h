@@ -7,7 +7,6 @@
 #include <sstream>
 
 #include "QuilletKit/Network/HTTPSession.h"
-#include "Tests/Doubles/LoopbackServer.h"
 #include "Tests/Doubles/LoopbackTLS.h"
 
 namespace quillet::test {

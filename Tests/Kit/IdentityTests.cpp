@@ -1,14 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
 
-#include <cerrno>
-#include <fstream>
 #include <functional>
 
 #include "QuilletKit/Identity/DeviceIdentity.h"
-#include "QuilletKit/Identity/SecretStore.h"
+#include "Tests/Doubles/Files.h"
 #include "Tests/Doubles/SecretStoreContract.h"
-#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet::test {
 namespace {

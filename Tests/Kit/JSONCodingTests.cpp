@@ -4,8 +4,6 @@
 #include <limits>
 #include <map>
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "QuilletKit/JSON/JSONFields.h"
 #include "Tests/Doubles/Rows.h"

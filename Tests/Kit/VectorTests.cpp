@@ -1,14 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <string>
-
 #include "QuilletVectors/VectorRun.h"
-#include "Tests/Doubles/FileText.h"
-#include "Tests/Doubles/Paths.h"
 #include "Tests/Doubles/Rows.h"
-#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet::vectors {
 namespace {

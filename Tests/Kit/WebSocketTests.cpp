@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <boost/asio/redirect_error.hpp>
 
-#include "QuilletKit/Async/RunOn.h"
 #include "QuilletKit/Network/WebSocketTask.h"
-#include "Tests/Doubles/Attempt.h"
+#include "Tests/Doubles/Calls.h"
 #include "Tests/Kit/HTTPSessionFixture.h"
 
 namespace quillet::test {

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <mutex>
 #include <set>
 #include <sstream>
 
 #include "QuilletKit/Base/Base64URL.h"
 #include "QuilletKit/Identity/SecretStore.h"
 #include "QuilletPhone/PhoneCommands.h"
+#include "Tests/Doubles/Files.h"
 #include "Tests/Doubles/LoopbackServer.h"
-#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet::test {
 namespace {

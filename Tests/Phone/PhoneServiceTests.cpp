@@ -1,17 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <sstream>
-#include <thread>
 
 #include "QuilletKit/Base/Base64URL.h"
 #include "QuilletPhone/PhoneCommands.h"
-#include "Tests/Doubles/FileText.h"
 #include "Tests/Doubles/LoopbackServer.h"
 #include "Tests/Doubles/LoopbackService.h"
 #include "Tests/Doubles/Rows.h"
-#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace quillet::test {
 namespace {

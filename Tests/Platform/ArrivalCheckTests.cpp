@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Platform/Linux/Typing/ArrivalCheck.h"
-
 #include <gtest/gtest.h>
+
+#include <tuple>
+
+#include "QuilletCompanion/Platform/Linux/Accessibility/TextUnits.h"
+#include "QuilletCompanion/Platform/Linux/Typing/ArrivalCheck.h"
+#include "Tests/Doubles/Rows.h"
 
 namespace quillet {
 namespace {
@@ -166,6 +170,16 @@ TEST(ArrivalCheck, ATargetThatFallsSilentHasTakenNothing) {
   EXPECT_TRUE(check.unreadable() && check.elsewhere());
   EXPECT_FALSE(check.before(Look{.elsewhere = true}));
   EXPECT_FALSE(check.before(std::nullopt)) << "what was never seen can't be seen to change";
+}
+
+TEST(TextUnits, CountsUnitsAndDropsOnlyFillersAfterAstralCharacters) {
+  using Row = std::tuple<std::string, std::string, std::int64_t, std::int64_t>;
+  for (const auto& [raw, expected, points, units] : test::rows<Row>("texts", "units")) {
+    const auto clean = TextUnits::withoutFillers(raw);
+    EXPECT_EQ(clean, expected);
+    EXPECT_EQ(TextUnits::codePoints(clean), points) << raw;
+    EXPECT_EQ(TextUnits::utf16Length(clean), units) << raw;
+  }
 }
 
 }  // namespace

@@ -6,8 +6,7 @@
 
 #include "QuilletCompanion/Platform/Linux/Session/InstanceLock.h"
 #include "QuilletCompanion/Platform/Linux/Session/LinuxDeviceModel.h"
-#include "Tests/Doubles/FileText.h"
-#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Doubles/Files.h"
 
 namespace quillet {
 namespace {

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
+
+#include <algorithm>
+
 #include "QuilletCompanion/Platform/Linux/Storage/FolderWatch.h"
-
-#include <gtest/gtest.h>
-
-#include "Tests/Doubles/FileText.h"
-#include "Tests/Doubles/TemporaryFolder.h"
+#include "QuilletCompanion/Platform/Linux/Storage/NetworkMounts.h"
+#include "Tests/Doubles/Rows.h"
 #include "Tests/Platform/PrivateBus.h"
 
 namespace quillet {
@@ -104,6 +104,23 @@ TEST_F(FolderWatchTest, AFileInThePlaceOfTheFolderIsNoFolder) {
     fs::create_directory(folder);
   }));
   EXPECT_TRUE(toldOf([&] { test::writeText(folder / "words.a.json", "1"); }));
+}
+
+TEST(NetworkMounts, TheNearestMountDecides) {
+  std::vector<Mount> mounts;
+  for (const auto& [place, type] : test::rows<std::tuple<std::string, std::string>>("mounts", "mounted")) {
+    mounts.push_back({place, type});
+  }
+  for (const auto& [folder, network] : test::rows<std::tuple<std::string, bool>>("mounts", "folders")) {
+    EXPECT_EQ(isOnNetwork(folder, mounts), network) << folder;
+  }
+  EXPECT_FALSE(isOnNetwork("/srv", {}));
+}
+
+TEST(NetworkMounts, KnowsTheKernelsList) {
+  const auto found = mounts();
+  EXPECT_TRUE(std::any_of(found.begin(), found.end(),
+                          [](const Mount& mount) { return mount.place == "/proc" && mount.type == "proc"; }));
 }
 
 }  // namespace

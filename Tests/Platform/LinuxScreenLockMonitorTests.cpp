@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Platform/Linux/Session/LinuxScreenLockMonitor.h"
 
-#include <gtest/gtest.h>
-
 #include <functional>
+#include <map>
+#include <tuple>
 
+#include "Tests/Doubles/Rows.h"
 #include "Tests/Platform/PrivateBus.h"
 
 namespace quillet {
@@ -106,34 +107,17 @@ TEST_F(LinuxScreenLockMonitorTest, IsLockedWhileAnySourceSaysSo) {
   MockSaver saver(sessionBus, "org.gnome.ScreenSaver", "/org/gnome/ScreenSaver");
   LinuxScreenLockMonitor monitor;
   count(monitor);
-  const auto hint = [&](bool locked) { return logind.setSession("LockedHint", locked); };
-  const auto says = [&](bool active) { return saver.signals(active); };
-  const auto request = [&](bool lock) { return logind.callSession(lock ? "Lock" : "Unlock"); };
-  const struct {
-    const char* what;
-    std::function<bool()> event;
-    bool locked;
-  } steps[] = {{"hint", [&] { return hint(true); }, true},
-               {"saver too", [&] { return says(true); }, true},
-               {"hint off", [&] { return hint(false); }, true},
-               {"unlock request", [&] { return request(false); }, true},
-               {"saver off", [&] { return says(false); }, false},
-               {"saver first", [&] { return says(true); }, true},
-               {"then hint", [&] { return hint(true); }, true},
-               {"saver off again", [&] { return says(false); }, true},
-               {"hint off again", [&] { return hint(false); }, false},
-               {"lock request", [&] { return request(true); }, true},
-               {"hint follows", [&] { return hint(true); }, true},
-               {"hint tells of the unlock", [&] { return hint(false); }, false},
-               {"lock request alone", [&] { return request(true); }, true},
-               {"saver tells of the unlock", [&] { return says(false); }, false},
-               {"another's turn", [&] { return logind.setSession("Active", false); }, true},
-               {"in front again", [&] { return logind.setSession("Active", true); }, false}};
-  for (const auto& step : steps) {
+  const std::map<std::string, std::function<bool(bool)>> sources{
+      {"hint", [&](bool locked) { return logind.setSession("LockedHint", locked); }},
+      {"saver", [&](bool active) { return saver.signals(active); }},
+      {"request", [&](bool lock) { return logind.callSession(lock ? "Lock" : "Unlock"); }},
+      {"active", [&](bool ours) { return logind.setSession("Active", ours); }}};
+  using Step = std::tuple<std::string, std::string, bool, bool>;
+  for (const auto& [what, source, on, locked] : test::rows<Step>("locks", "steps")) {
     const int before = changes;
-    ASSERT_TRUE(step.event()) << step.what;
-    ASSERT_TRUE(eventually([&] { return changes > before; })) << step.what;
-    EXPECT_EQ(monitor.isLocked(), step.locked) << step.what;
+    ASSERT_TRUE(sources.at(source)(on)) << what;
+    ASSERT_TRUE(eventually([&] { return changes > before; })) << what;
+    EXPECT_EQ(monitor.isLocked(), locked) << what;
   }
 }
 

@@ -1,13 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Platform/Linux/Session/LinuxSystemEvents.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <thread>
-#include <vector>
-
 #include "Tests/Platform/PrivateBus.h"
 
 namespace quillet {

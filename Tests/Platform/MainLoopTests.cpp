@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
 #include <boost/asio/post.hpp>
 #include <memory>
 #include <vector>

@@ -5,7 +5,6 @@
 
 #include <boost/asio/io_context.hpp>
 #include <csignal>
-#include <optional>
 
 #include "Tests/Platform/PrivateBus.h"
 

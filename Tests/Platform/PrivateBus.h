@@ -1,24 +1,16 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <gio/gio.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
-#include <optional>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include "QuilletCompanion/Platform/Linux/Session/DBusSignals.h"
 #include "Tests/Doubles/BusCalls.h"
 #include "Tests/Doubles/ChildProcess.h"
-#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Doubles/Files.h"
 
 namespace quillet::test {
 

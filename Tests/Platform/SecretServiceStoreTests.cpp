@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Platform/Linux/Storage/SecretServiceStore.h"
 
-#include <gtest/gtest.h>
 #include <libsecret/secret.h>
-#include <signal.h>
 
 #include "QuilletCompanion/Platform/Linux/Session/GObjectRef.h"
 #include "QuilletCompanion/Platform/Linux/Storage/SystemSecretStore.h"

@@ -1,14 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletCompanion/Relay/RelayMessageHandler.h"
-
-#include <gtest/gtest.h>
 
 #include "Tests/Doubles/FakeAccessibilityProvider.h"
-#include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/Files.h"
 #include "Tests/Doubles/LogCapture.h"
-#include "Tests/Doubles/OwnedHandler.h"
-#include "Tests/Doubles/SealingPhone.h"
-#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Doubles/RelayEnds.h"
 #include "Tests/Doubles/VirtualTime.h"
 
 namespace quillet {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/Files.h"
 #include "Tests/Doubles/LogCapture.h"
-#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/Service/ServiceFixture.h"
 
 namespace quillet::test {

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <sstream>
+#include <tuple>
 
 #include "QuilletService/Options.h"
 #include "Tests/Doubles/Rows.h"
@@ -28,33 +26,26 @@ TEST(OptionsTest, ReadsEverything) {
       "--max-registrations-per-hour 8 --max-queue 9 --metrics-port 0 --engine https://speech.example/v1 "
       "--engine-model large --engine-region Ghent --engine-key /k --max-streams 5 --max-uploads 3 "
       "--max-uploads-waiting 0 --max-sound-per-hour 600");
-  ASSERT_TRUE(options.engine);
-  EXPECT_EQ(options.engine->url, "https://speech.example/v1");
-  EXPECT_EQ(options.engine->model, "large");
-  EXPECT_EQ(options.engine->region, "Ghent");
-  EXPECT_EQ(options.engine->keyFile, "/k");
-  EXPECT_EQ(options.settings.transcription.streams, 5U);
-  EXPECT_EQ(options.settings.transcription.uploads, 3U);
-  EXPECT_EQ(options.settings.transcription.uploadsWaiting, 0U);
-  EXPECT_EQ(options.settings.transcription.soundPerDeviceAndHour, std::chrono::minutes(10));
-  EXPECT_FALSE(parse("").engine);
-  EXPECT_EQ(options.host, "::1");
-  EXPECT_EQ(options.port, 0);
-  EXPECT_EQ(options.settings.database, "/x/y");
-  EXPECT_EQ(options.settings.maximumAge, std::chrono::minutes(1));
-  EXPECT_EQ(options.settings.pairingTimeToLive, std::chrono::seconds(30));
-  ASSERT_TRUE(options.tls);
-  EXPECT_EQ(options.tls->key, "k");
-  EXPECT_EQ(options.logLevel, Log::Level::debug);
+  ASSERT_TRUE(options.engine && options.tls);
+  EXPECT_EQ(std::tuple(options.host, options.port, options.tls->key, options.logLevel, options.metricsPort),
+            std::tuple("::1", 0, "k", Log::Level::debug, 0));
+  const SpeechEngineChoice& engine = *options.engine;
+  EXPECT_EQ(std::tie(engine.url, engine.model, engine.region),
+            std::tuple("https://speech.example/v1", "large", "Ghent"));
+  EXPECT_EQ(engine.keyFile, "/k");
+  const ServiceSettings& settings = options.settings;
+  EXPECT_EQ(std::tuple(settings.database, settings.maximumAge, settings.pairingTimeToLive),
+            std::tuple("/x/y", std::chrono::minutes(1), std::chrono::seconds(30)));
+  EXPECT_EQ(std::tuple(settings.registrationsPerHour, settings.relay.backlogCount), std::tuple(8, 9));
+  const TranscriptionLimits& sound = settings.transcription;
+  EXPECT_EQ(std::tuple(sound.streams, sound.uploads, sound.uploadsWaiting), std::tuple(5U, 3U, 0U));
+  EXPECT_EQ(sound.soundPerDeviceAndHour, std::chrono::minutes(10));
+  EXPECT_EQ(std::tuple(options.limits.connections, options.limits.connectionsPerAddress), std::tuple(7U, 0U));
   ASSERT_EQ(options.limits.trustedProxies.size(), 2U);
   EXPECT_TRUE(options.limits.trustedProxies[1].is_v6());
-  EXPECT_EQ(options.limits.connections, 7U);
-  EXPECT_EQ(options.limits.connectionsPerAddress, 0U);
-  EXPECT_EQ(options.settings.registrationsPerHour, 8);
-  EXPECT_EQ(options.settings.relay.backlogCount, 9);
-  EXPECT_EQ(options.metricsPort, 0);
-  EXPECT_FALSE(parse("").metricsPort);
-  EXPECT_EQ(parse("").host, "127.0.0.1") << "nothing but this machine unless asked";
+  const Options none = parse("");
+  EXPECT_FALSE(none.engine || none.metricsPort);
+  EXPECT_EQ(none.host, "127.0.0.1") << "nothing but this machine unless asked";
 }
 
 TEST(OptionsTest, RefusesWhatItDoesNotUnderstand) {

@@ -2,17 +2,12 @@
 #pragma once
 
 #include <boost/asio/read.hpp>
-#include <boost/asio/redirect_error.hpp>
-#include <boost/asio/use_awaitable.hpp>
 #include <boost/asio/write.hpp>
-#include <optional>
-#include <string>
 
 #include "QuilletKit/Network/WebSocketTask.h"
-#include "QuilletKit/Protocol/APIClient.h"
 #include "QuilletService/Transport/HTTPServer.h"
+#include "Tests/Doubles/Files.h"
 #include "Tests/Doubles/NetworkThread.h"
-#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/Service/ServiceFixture.h"
 
 namespace quillet::test {

@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include "QuilletKit/Base/Base64URL.h"
-#include "QuilletKit/JSON/JSONCoding.h"
 #include "QuilletKit/Protocol/APIClient.h"
 #include "QuilletKit/Protocol/Envelope.h"
 #include "QuilletKit/Protocol/RequestSigner.h"

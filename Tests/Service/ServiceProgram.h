@@ -5,12 +5,9 @@
 #include <sqlite3.h>
 
 #include "QuilletKit/Network/WebSocketTask.h"
-#include "QuilletKit/Protocol/APIClient.h"
 #include "Tests/Doubles/ChildProcess.h"
-#include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/Files.h"
 #include "Tests/Doubles/NetworkThread.h"
-#include "Tests/Doubles/Paths.h"
-#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/Service/ServiceFixture.h"
 
 namespace quillet::test {

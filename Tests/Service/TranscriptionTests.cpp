@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <boost/json.hpp>
 
-#include "QuilletKit/Protocol/WaveFile.h"
 #include "QuilletSpeech/SphinxEngine.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/Rows.h"

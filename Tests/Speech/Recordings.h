@@ -2,16 +2,12 @@
 #pragma once
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <span>
 #include <sstream>
-#include <string>
 #include <vector>
 
 #include "QuilletKit/Protocol/WaveFile.h"
-#include "Tests/Doubles/FileText.h"
+#include "Tests/Doubles/Files.h"
 
 namespace quillet::test {
 

@@ -5,7 +5,6 @@
 #include <boost/asio/read_until.hpp>
 #include <boost/json.hpp>
 #include <map>
-#include <mutex>
 
 #include "Tests/Doubles/LoopbackServer.h"
 

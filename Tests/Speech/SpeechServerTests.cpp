@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <tuple>
 
 #include "QuilletSpeech/OpenAIEngine.h"
 #include "QuilletSpeech/SpeechEngineChoice.h"
@@ -9,7 +9,6 @@
 #include "QuilletSpeech/SpeechText.h"
 #include "QuilletSpeech/WyomingEngine.h"
 #include "Tests/Doubles/Rows.h"
-#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/Speech/Recordings.h"
 #include "Tests/Speech/ScriptedSpeechServers.h"
 
@@ -19,24 +18,14 @@ namespace {
 using Kind = SpeechEngineChoice::Kind;
 
 TEST(SpeechEngineChoice, TellsTheEngineByItsScheme) {
-  EXPECT_EQ(SpeechEngineChoice::parse("sphinx").kind, Kind::sphinx);
-  EXPECT_EQ(SpeechEngineChoice::parse("embedded").kind, Kind::sphinx);
-  const auto web = SpeechEngineChoice::parse("https://speech.example:8443/openai/v1");
-  EXPECT_EQ(web.kind, Kind::openAI);
-  EXPECT_EQ(web.url, "https://speech.example:8443/openai/v1");
-  EXPECT_EQ(SpeechEngineChoice::parse("http://127.0.0.1:8080").kind, Kind::openAI);
-  for (const char* text : {"tcp://[::1]:10301", "wyoming://[::1]:10301"}) {
-    const auto home = SpeechEngineChoice::parse(text);
-    EXPECT_EQ(home.kind, Kind::wyoming);
-    EXPECT_EQ(home.host, "::1");
-    EXPECT_EQ(home.port, "10301");
+  const std::map<std::string, Kind> kinds{{"sphinx", Kind::sphinx}, {"web", Kind::openAI}, {"wyoming", Kind::wyoming}};
+  using Row = std::tuple<std::string, std::string, std::string, std::string, std::string>;
+  for (const auto& [text, kind, url, host, port] : rows<Row>("speech", "engines")) {
+    const auto choice = SpeechEngineChoice::parse(text);
+    EXPECT_EQ(choice.kind, kinds.at(kind)) << text;
+    EXPECT_EQ(std::tie(choice.url, choice.host, choice.port), std::tie(url, host, port)) << text;
   }
-  EXPECT_EQ(SpeechEngineChoice::parse("tcp://speech.local").port, "10300");
-}
-
-TEST(SpeechEngineChoice, RefusesWhatNamesNoEngine) {
-  for (const char* text : {"", "Sphinx", "speech.example", "ftp://speech.example", "http://", "https://a b/", "tcp://",
-                           "tcp://host:99999", "tcp://host/path", "tcp://user@host", "wyoming://host?x"}) {
+  for (const auto& text : rows<std::string>("speech", "no engines")) {
     EXPECT_THROW(SpeechEngineChoice::parse(text), SpeechEngineChoice::Malformed) << text;
   }
 }

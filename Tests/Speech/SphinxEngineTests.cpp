@@ -6,7 +6,6 @@
 #include <cmath>
 
 #include "Tests/Doubles/NetworkThread.h"
-#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/Speech/Recordings.h"
 
 namespace quillet::test {

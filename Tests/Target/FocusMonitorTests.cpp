@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
-
 #include "Tests/Doubles/FakeAccessibilityProvider.h"
 
 namespace quillet {

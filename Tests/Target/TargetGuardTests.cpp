@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "QuilletCompanion/Target/LocalTestField.h"
 #include "Tests/Doubles/FakeAccessibilityProvider.h"
 

@@ -1,14 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <boost/asio/bind_cancellation_slot.hpp>
 #include <boost/asio/co_spawn.hpp>
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
 
 #include "QuilletCompanion/Target/LocalTestField.h"
 #include "Tests/Doubles/FakeAccessibilityProvider.h"

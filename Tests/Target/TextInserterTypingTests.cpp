@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <list>
 
 #include "Tests/Doubles/Rows.h"
 #include "Tests/Target/TextInserterFixture.h"

@@ -6,29 +6,6 @@
 namespace quillet::test {
 namespace {
 
-TEST_F(TextInserterTest, EmptyTextTouchesNothing) {
-  const auto snapshot = prepared();
-  desktop.resetCalls();
-  start("", snapshot);
-  EXPECT_EQ(report, (InsertionReport{InsertionOutcome::inserted, std::nullopt, std::nullopt}));
-  EXPECT_EQ(desktop.calls(Call::readValue) + desktop.calls(Call::replaceSelection), 0);
-}
-
-TEST_F(TextInserterTest, LocalTestFieldTakesTextOrRefuses) {
-  desktop.activateOwnApplication();
-  local->setFocused(true);
-  const auto snapshot = prepared();
-  start("hello", snapshot);
-  EXPECT_EQ(report, (InsertionReport{InsertionOutcome::inserted, std::nullopt, std::nullopt}));
-  EXPECT_EQ(local->text().get(), "hello");
-  local->setFocused(false);
-  start("more", snapshot);
-  EXPECT_EQ(report, refusedFor(RefusalReason::focusChanged));
-  local.reset();
-  start("more", snapshot);
-  EXPECT_EQ(report, refusedFor(RefusalReason::focusChanged));
-}
-
 TEST_F(TextInserterTest, AVerifiedWriteNeedsNoSleepAndFewCalls) {
   desktop.setText("Hi ");
   const auto snapshot = prepared();
@@ -149,6 +126,29 @@ TEST_F(TextInserterTest, AFailedWriteIsBelievedOnlyIfTheFieldStoodStill) {
     EXPECT_EQ(desktop.typed.size(), c.report == kTyped ? 1U : 0U) << &c - cases;
   }
   EXPECT_EQ(desktop.calls(Call::replaceSelection), static_cast<int>(std::size(cases)));  // none was remembered
+}
+
+TEST_F(TextInserterTest, EmptyTextTouchesNothing) {
+  const auto snapshot = prepared();
+  desktop.resetCalls();
+  start("", snapshot);
+  EXPECT_EQ(report, (InsertionReport{InsertionOutcome::inserted, std::nullopt, std::nullopt}));
+  EXPECT_EQ(desktop.calls(Call::readValue) + desktop.calls(Call::replaceSelection), 0);
+}
+
+TEST_F(TextInserterTest, LocalTestFieldTakesTextOrRefuses) {
+  desktop.activateOwnApplication();
+  local->setFocused(true);
+  const auto snapshot = prepared();
+  start("hello", snapshot);
+  EXPECT_EQ(report, (InsertionReport{InsertionOutcome::inserted, std::nullopt, std::nullopt}));
+  EXPECT_EQ(local->text().get(), "hello");
+  local->setFocused(false);
+  start("more", snapshot);
+  EXPECT_EQ(report, refusedFor(RefusalReason::focusChanged));
+  local.reset();
+  start("more", snapshot);
+  EXPECT_EQ(report, refusedFor(RefusalReason::focusChanged));
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 #include <QApplication>
 #include <cstdlib>
 
-#include "Tests/Doubles/UnannouncedErrors.h"
+#include "Tests/Doubles/LogCapture.h"
 
 int main(int argc, char** argv) {
   setenv("TZ", "UTC", 1);  // or days in texts are others than those of the scenes

@@ -6,14 +6,12 @@
 #include <boost/asio/co_spawn.hpp>
 #include <boost/json.hpp>
 #include <iostream>
-#include <optional>
 #include <string>
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
 #include "QuilletCompanion/Platform/Qt/MainLoopExecutor.h"
 #include "QuilletCompanion/Target/FocusMonitor.h"
 #include "Tests/Desktop/Editor.h"
-#include "Tests/Desktop/StubLock.h"
 #include "Tests/Doubles/InsertionReports.h"
 #include "Tests/Doubles/NetworkThread.h"
 

@@ -12,7 +12,6 @@
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
 #include "Tests/Desktop/Editor.h"
-#include "Tests/Desktop/StubLock.h"
 #include "Tests/Doubles/BusCalls.h"
 
 namespace quillet::test {

@@ -1,19 +1,112 @@
 // SPDX-License-Identifier: MIT
-#include "QuilletKit/Base/AtomicFile.h"
-
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <cerrno>
-#include <fstream>
+#include <atomic>
+#include <map>
+#include <thread>
+#include <vector>
 
+#include "QuilletKit/Base/AtomicFile.h"
+#include "QuilletKit/Base/Crypto.h"
 #include "QuilletKit/Base/File.h"
-#include "Tests/Doubles/FileText.h"
-#include "Tests/Doubles/TemporaryFolder.h"
+#include "QuilletKit/Base/LogLimiter.h"
+#include "QuilletKit/Base/Unicode.h"
+#include "Tests/Doubles/Files.h"
 
 namespace quillet {
 namespace {
+
+using namespace Crypto;
+
+Key filledKey(std::uint8_t value) {
+  Key key;
+  key.fill(value);
+  return key;
+}
+
+TEST(Crypto, ManyThreadsAtOnce) {
+  std::atomic<int> wrong = 0;
+  std::vector<std::thread> threads;
+  for (std::uint8_t t = 1; t <= 4; ++t) {
+    threads.emplace_back([&wrong, t] {
+      const Key key = filledKey(t);
+      for (int i = 0; i < 50; ++i) {
+        const Bytes message = randomBytes(200);
+        if (open(key, seal(key, {}, message, {}), {}) != message) ++wrong;
+        if (!verify(ed25519PublicKey(key), sha256(message), sign(key, sha256(message)))) ++wrong;
+        if (hkdf(message, {}, {}, 32) != hkdf(message, Bytes(32), {}, 32)) ++wrong;
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(wrong, 0);
+}
+
+using namespace std::chrono_literals;
+
+TEST(LogLimiterTest, ARepeatedLineIsCountedAndToldOfOnceAMinute) {
+  LogLimiter limiter;
+  LogLimiter::Time now{};
+  const auto written = [&](const char* line, int times) {
+    int count = 0;
+    for (int i = 0; i < times; ++i) count += limiter.admits(line, now);
+    return count;
+  };
+  const auto told = [&] {
+    std::map<std::string, std::size_t> lines;
+    limiter.summarise(now, [&](const std::string& line, std::size_t times) { lines[line] = times; });
+    return lines;
+  };
+  using Lines = std::map<std::string, std::size_t>;
+  EXPECT_EQ(written("a", 1000), 10);
+  EXPECT_EQ(written("b", 10), 10);
+  now += 59s;
+  EXPECT_EQ(written("a", 5), 0);
+  EXPECT_EQ(written("c", 11), 10);
+  EXPECT_EQ(told(), Lines{});
+  now += 1s;
+  EXPECT_EQ(told(), (Lines{{"a", 995}}));
+  EXPECT_EQ(written("a", 11), 10);
+  now = LogLimiter::Time::max();
+  EXPECT_EQ(told(), (Lines{{"a", 1}, {"c", 1}}));
+}
+
+TEST(LogLimiterTest, DifferentLinesDoNotFillTheMemory) {
+  LogLimiter limiter;
+  for (int i = 0; i < 5000; ++i) EXPECT_TRUE(limiter.admits("line " + std::to_string(i), {}));
+  int written = 0;
+  for (int i = 0; i < 100; ++i) written += limiter.admits("line 7", {});
+  EXPECT_EQ(written, 9) << "those that were known stay so";
+}
+
+TEST(Unicode, ConvertsBothWaysAndRefusesIllFormedText) {
+  for (const std::string text : {"", "plain", "\u00E9\u20AC\U0001F600"}) {
+    const auto units = Unicode::toUTF16(text);
+    ASSERT_TRUE(units);
+    EXPECT_EQ(Unicode::toUTF8(*units), text);
+    EXPECT_EQ(Unicode::utf16Length(text), units->size());
+  }
+  EXPECT_EQ(Unicode::toUTF16("\U0001F600"), u"\xD83D\xDE00");
+  EXPECT_EQ(Unicode::toUTF16(std::string_view("a\0b", 3)), std::u16string(u"a\0b", 3));
+  for (const std::string_view bad : {"\xC0\xAF", "\xED\xA0\x80", "\xE2\x82", "\xFF", "\xF4\x90\x80\x80"}) {
+    EXPECT_FALSE(Unicode::toUTF16(bad)) << bad.size();
+    EXPECT_FALSE(Unicode::isValidUTF8(bad));
+  }
+  EXPECT_EQ(Unicode::toUTF32(u"\u00E9\xD83D\xDE00z"), U"\u00E9\U0001F600z");
+  for (const std::u16string_view lone : {u"a\xD83D", u"\xDE00z", u"\xD83D\xD83D\xDE00"}) {
+    EXPECT_FALSE(Unicode::toUTF8(lone));
+    EXPECT_FALSE(Unicode::toUTF32(lone));
+  }
+}
+
+TEST(Unicode, TrimsWhiteSpaceAndNewLines) {
+  EXPECT_EQ(Unicode::trim(" \t\r\n\u0085\u00A0\u2003\u2028\u2029\u3000a b\u205F\v\f "), "a b");
+  EXPECT_EQ(Unicode::trim(" \u3000 "), "");
+  EXPECT_EQ(Unicode::trim("\u200Bx\u200B"), "\u200Bx\u200B");
+  EXPECT_EQ(Unicode::trim(u"\u2003\U0001F600 "), u"\U0001F600");
+}
 
 namespace fs = std::filesystem;
 using test::TemporaryFolder;
@@ -113,6 +206,21 @@ TEST(AtomicFile, ARelativePathStandsInTheWorkingFolder) {
   fs::current_path(before);
   EXPECT_EQ(failure, "none");
   EXPECT_EQ(test::readText(folder.path() / "file"), "text");
+}
+
+TEST(Crypto, ASignatureFitsOneKeyAndOneMessage) {
+  const Key first = filledKey(1), second = filledKey(2);
+  // Two keys by turns: what is remembered of one must not sign for the other.
+  const Signature byFirst = sign(first, bytesOf("text"));
+  const Signature bySecond = sign(second, bytesOf("text"));
+  EXPECT_EQ(sign(first, bytesOf("text")), byFirst);
+  EXPECT_NE(byFirst, bySecond);
+  EXPECT_TRUE(verify(ed25519PublicKey(first), bytesOf("text"), byFirst));
+  EXPECT_TRUE(verify(ed25519PublicKey(second), bytesOf("text"), bySecond));
+  EXPECT_FALSE(verify(ed25519PublicKey(first), bytesOf("text"), bySecond));
+  EXPECT_FALSE(verify(ed25519PublicKey(first), bytesOf("texT"), byFirst));
+  EXPECT_FALSE(verify(ed25519PublicKey(first), bytesOf("text"), ByteView(byFirst).first(63)));
+  EXPECT_FALSE(verify(ed25519PublicKey(first), bytesOf("text"), {}));
 }
 
 }  // namespace

@@ -1,14 +1,46 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "QuilletCompanion/Relay/RelayMessageHandler.h"
+#include "QuilletCompanion/Relay/RelayTransport.h"
 #include "QuilletKit/Identity/DeviceIdentity.h"
 #include "QuilletKit/Protocol/WireModels.h"
-#include "Tests/Doubles/RecordingTransport.h"
 
 namespace quillet::test {
+
+/// Keeps the frames that were sent.
+class RecordingTransport final : public RelayTransport {
+ public:
+  bool send(const RelayClientMessage& message) override {
+    sent.push_back(message);
+    return true;
+  }
+  template <typename Frame>
+  std::vector<Frame> all() const {
+    std::vector<Frame> found;
+    for (const auto& message : sent) {
+      if (const auto* frame = std::get_if<Frame>(&message)) found.push_back(*frame);
+    }
+    return found;
+  }
+
+  std::vector<RelayClientMessage> sent;
+};
+
+class RecordingEventSink final : public RelayEventSink {
+ public:
+  void peerRevoked(const std::string& deviceId) override { told.push_back("revoked " + deviceId); }
+  void peerPaired() override { told.push_back("paired"); }
+  void insertionSucceeded(const std::string& phoneName) override { told.push_back("inserted " + phoneName); }
+
+  std::vector<std::string> told;
+};
 
 /// A phone with its keys, and the frames that bring what it sealed for a desktop.
 struct SealingPhone {
@@ -42,5 +74,13 @@ struct SealingPhone {
   DeviceIdentity keys = DeviceIdentity::generate();
   PeerIdentity peer;
 };
+
+/// A handler whose owner holds nothing else.
+template <typename... Arguments>
+std::shared_ptr<RelayMessageHandler> makeHandler(Arguments&&... arguments) {
+  auto owner = std::make_shared<std::optional<RelayMessageHandler>>();
+  owner->emplace(std::weak_ptr<const void>(owner), std::forward<Arguments>(arguments)...);
+  return {owner, &**owner};
+}
 
 }  // namespace quillet::test
