@@ -136,21 +136,6 @@ TEST_F(LiveSpeechRecognizerTest, MayBeCancelledWhereverItWaits) {
   cancel();
 }
 
-TEST_F(LiveSpeechRecognizerTest, AnInputThatGoesAwayInterruptsItsOwnRecording) {
-  int interruptions = 0;
-  recognizer->onInterrupted = [&] { ++interruptions; };
-  start();
-  microphone.unplug();
-  recognizer->cancel();
-  start();
-  time.run();
-  EXPECT_EQ(interruptions, 0);
-  microphone.unplug();
-  time.run();
-  EXPECT_EQ(interruptions, 1);
-  EXPECT_TRUE(LogCapture::instance().contains("Audio input changed while dictating"));
-}
-
 TEST(SpeechLocaleTest, FollowsTheChoiceOrElseTheUser) {
   using Row = std::tuple<std::string, std::vector<std::string>, std::string, std::string>;
   for (const auto& [language, languages, region, expected] : rows<Row>("locales", "speech")) {

@@ -208,20 +208,5 @@ TEST(AtomicFile, ARelativePathStandsInTheWorkingFolder) {
   EXPECT_EQ(test::readText(folder.path() / "file"), "text");
 }
 
-TEST(Crypto, ASignatureFitsOneKeyAndOneMessage) {
-  const Key first = filledKey(1), second = filledKey(2);
-  // Two keys by turns: what is remembered of one must not sign for the other.
-  const Signature byFirst = sign(first, bytesOf("text"));
-  const Signature bySecond = sign(second, bytesOf("text"));
-  EXPECT_EQ(sign(first, bytesOf("text")), byFirst);
-  EXPECT_NE(byFirst, bySecond);
-  EXPECT_TRUE(verify(ed25519PublicKey(first), bytesOf("text"), byFirst));
-  EXPECT_TRUE(verify(ed25519PublicKey(second), bytesOf("text"), bySecond));
-  EXPECT_FALSE(verify(ed25519PublicKey(first), bytesOf("text"), bySecond));
-  EXPECT_FALSE(verify(ed25519PublicKey(first), bytesOf("texT"), byFirst));
-  EXPECT_FALSE(verify(ed25519PublicKey(first), bytesOf("text"), ByteView(byFirst).first(63)));
-  EXPECT_FALSE(verify(ed25519PublicKey(first), bytesOf("text"), {}));
-}
-
 }  // namespace
 }  // namespace quillet

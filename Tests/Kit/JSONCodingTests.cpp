@@ -66,37 +66,12 @@ TEST(JSONDecoding, AcceptsEveryWayToWriteTheSame) {
   EXPECT_EQ(JSONCoding::decode<Record>(nested(20)), (Record{1, std::nullopt}));
 }
 
-TEST(JSONDecoding, KeepsEvery64BitInteger) {
-  for (const std::int64_t value :
-       {std::int64_t{0}, std::int64_t{-1}, (std::int64_t{1} << 53) + 1, (std::int64_t{1} << 32) + 1,
-        std::numeric_limits<std::int64_t>::max(), std::numeric_limits<std::int64_t>::min()}) {
-    const std::string text = JSONCoding::encode(Record{value, std::nullopt});
-    EXPECT_EQ(text, R"({"count":)" + std::to_string(value) + "}");
-    EXPECT_EQ(JSONCoding::decode<Record>(text).count, value);
-  }
-}
-
 TEST(JSONDecoding, NamesTheKeyAndNeverTheValue) {
   try {
     JSONCoding::decode<Record>(R"({"count":1,"note":["secret"]})");
     FAIL() << "decoded";
   } catch (const DecodingError& error) {
     EXPECT_STREQ(error.what(), "\"note\" is not a string");
-  }
-}
-
-TEST(JSONEncoding, EscapesNoMoreThanItMust) {
-  const std::pair<std::string, std::string> cases[] = {
-      {"a/b", R"("a/b")"},
-      {"\"\\", R"("\"\\")"},
-      {"\b\f\n\r\t", R"("\b\f\n\r\t")"},
-      {std::string("\0\x1F", 2), R"("\u0000\u001f")"},
-      {"\x7F\xC3\xA9\xE2\x80\xA8\xF0\x9F\x98\x80", "\"\x7F\xC3\xA9\xE2\x80\xA8\xF0\x9F\x98\x80\""},
-      {"", R"("")"},
-  };
-  for (const auto& [text, expected] : cases) {
-    EXPECT_EQ(JSONCoding::encode(text), expected);
-    EXPECT_EQ(JSONCoding::decode<std::string>(expected), text);
   }
 }
 
@@ -109,15 +84,6 @@ TEST(JSONEncoding, FindsASpecialCharacterAtAnyPlace) {
       EXPECT_EQ(encoded.size(), 2 + 69 + (special < " " ? 6 : 2)) << at;
     }
     EXPECT_THROW(JSONCoding::encode(std::string(40, 'x') + special + "\xFF"), EncodingError);
-  }
-}
-
-TEST(JSONEncoding, RefusesTextThatIsNotUTF8) {
-  for (const std::string text : {"\xFF", "\x80", "\xC0\xAF", "\xE0\x80\x80", "\xED\xA0\x80", "\xED\xBF\xBF",
-                                 "\xF4\x90\x80\x80", "\xE2\x82", "\xF0\x9F\x98", "\xC3"}) {
-    EXPECT_THROW(JSONCoding::encode(Record{1, text}), EncodingError);
-    EXPECT_THROW(JSONCoding::encode(Record{1, text + "abc"}), EncodingError);
-    EXPECT_THROW(JSONCoding::encode(std::map<std::string, std::string>{{text, ""}}), EncodingError);
   }
 }
 

@@ -23,32 +23,6 @@ TEST(WordCounter, CountsPiecesThatHoldALetterOrANumber) {
   EXPECT_EQ(WordCounter::count("bad\xFF\xFE bytes \xC3"), 2);
 }
 
-TEST(WordLedger, AddsToTodayAndArchivesWhatIsOlderThanTheCutoff) {
-  WordLedger ledger{{{"2025-01-01", 7}, {"2025-06-30", 5}, {"2025-07-01", 3}, {"nonsense", 2}}, 10, "n", "s"};
-  ledger.add(4, "2026-08-05", "2025-07-01");
-  EXPECT_EQ(ledger.days, (std::map<std::string, std::int64_t>{{"2025-07-01", 3}, {"2026-08-05", 4}, {"nonsense", 2}}));
-  EXPECT_EQ(ledger.archived, 22);
-  EXPECT_EQ(ledger.total(), 31);
-
-  const WordLedger before = ledger;
-  ledger.add(0, "2026-08-05", "9999");
-  ledger.add(-3, "2026-08-05", "9999");
-  EXPECT_EQ(ledger, before);
-
-  // Today stays, also where a clock that was set back makes it older than the cutoff.
-  ledger.add(1, "2024-01-01", "2026-01-01");
-  EXPECT_EQ(ledger.days, (std::map<std::string, std::int64_t>{{"2024-01-01", 1}, {"2026-08-05", 4}, {"nonsense", 2}}));
-}
-
-TEST(WordLedger, SumsStopAtTheEndsOfTheRange) {
-  WordLedger ledger{{{"2025-01-01", kMost}, {"2026-01-01", kMost}}, kMost, "", ""};
-  EXPECT_EQ(ledger.total(), kMost);
-  ledger.add(kMost, "2026-01-01", "2025-12-31");
-  EXPECT_EQ(ledger.days, (std::map<std::string, std::int64_t>{{"2026-01-01", kMost}}));
-  EXPECT_EQ(ledger.archived, kMost);
-  EXPECT_EQ(saturatingSum(-kMost, -kMost), std::numeric_limits<std::int64_t>::min());
-}
-
 TEST(WordLedger, KeepsTodayAndStopsAtTheEndsOfTheRange) {
   WordLedger ledger{{{"2025-01-01", kMost}, {"2026-01-01", kMost}}, kMost, "", ""};
   EXPECT_EQ(ledger.total(), kMost);
@@ -85,22 +59,6 @@ TEST(WordCalendar, NamesDaysAndBeginsWeeksAsZoneAndLocaleSay) {
     EXPECT_EQ(week.start, calendar.startOfDay(week.start)) << locale;
     EXPECT_EQ(calendar.addingDays(week.start, 7), week.end) << locale;
   }
-}
-
-TEST(WordCalendar, DaysFollowTheClocksOfTheZone) {
-  // The clocks skip the hour after midnight, so the day begins at one.
-  const WordCalendar santiago("America/Santiago", "es_CL");
-  const std::int64_t noon = at(santiago, 2025, 9, 7, 12);
-  EXPECT_EQ(santiago.dayKey(santiago.startOfDay(noon)), "2025-09-07");
-  EXPECT_EQ(santiago.dayKey(santiago.startOfDay(noon) - 1), "2025-09-06");
-  EXPECT_EQ(santiago.startOfDay(noon), santiago.date(2025, 9, 7));
-  // The hour after midnight comes twice, so the day begins at the first.
-  const WordCalendar havana("America/Havana", "es_CU");
-  const std::int64_t start = havana.startOfDay(at(havana, 2025, 11, 2, 12));
-  EXPECT_EQ(havana.dayKey(start - 1), "2025-11-01");
-  EXPECT_EQ(havana.addingDays(start, 1).value() - start, 25 * 3'600'000);
-  // Adding days keeps the time of day when the clocks change.
-  EXPECT_EQ(kBerlin.addingDays(at(kBerlin, 2026, 3, 28, 10), 1), at(kBerlin, 2026, 3, 29, 9));
 }
 
 TEST(WordCalendar, ADayBeginsAtItsFirstMomentHoweverTheClocksGo) {

@@ -115,16 +115,6 @@ TEST_F(InsertionJournalTest, ForgetsWhatIsOldOnceTheClockIsKnownToBeRight) {
   EXPECT_FALSE(std::filesystem::exists(aside(kNow - kWeek - 1)));
 }
 
-TEST_F(InsertionJournalTest, AFileThatNeedsNoRepairStaysAsItIs) {
-  const auto untouched = R"({ "version": 1, "entries": [)" + json("u", kNow, kNow, "inserted") + "] }";
-  fill(untouched);
-  EXPECT_TRUE(openAtStandardPlace()->entry("p", "u"));
-  EXPECT_EQ(bytes(), untouched);
-  fill("");
-  openAtStandardPlace();
-  EXPECT_EQ(bytes(), "");
-}
-
 TEST_F(InsertionJournalTest, KeepsOfADamagedFileEachEntryThatCanBeMadeOut) {
   const auto good = json("u", kNow, kNow, "inserted"), other = json("w", kNow, kNow, "refused");
   const auto known = [&](const std::string& text, std::vector<std::string> uncertain) {

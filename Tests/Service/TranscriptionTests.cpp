@@ -372,29 +372,5 @@ TEST_F(TranscriptionTest, CountsWhatItDoesAndLogsNoWord) {
   EXPECT_FALSE(LogCapture::instance().anyHolds("Mirabelle"));
 }
 
-TEST_F(TranscriptionTest, GivesTheSameTextByStreamByUploadAndFromTheEngineAlone) {
-  SphinxEngine sphinx;
-  serveWith(sphinx);
-  for (const Recording& recording : transcribedRecordings()) {
-    if (recording.name != "005" && !recording.name.ends_with("0920")) continue;
-    play([&]() -> Awaitable<void> {
-      auto session = co_await sphinx.begin({.language = "en"});
-      session->accept(recording.samples);
-      const std::string alone = co_await session->finish();
-      const auto uploaded = co_await upload({"u-1", RecognitionLanguage::en}, recording.samples);
-      StreamClient client = co_await stream("u-2");
-      co_await client.speak(recording.samples);
-      co_await client.sayFinish();
-      const auto streamed = co_await client.answer();
-      EXPECT_GT(alone.size(), 20U);
-      EXPECT_EQ(uploaded.text, alone);
-      EXPECT_EQ(streamed.at("text").as_string(), alone);
-    });
-  }
-  play([&]() -> Awaitable<void> {
-    EXPECT_EQ(co_await refusal(upload({"u-1", RecognitionLanguage::fr}, samples_)), "422 language_unsupported");
-  });
-}
-
 }  // namespace
 }  // namespace quillet::test
