@@ -19,7 +19,8 @@ Window {
     minimumWidth: pageWidth
     maximumWidth: pageWidth
     color: Theme.window
-    flags: Qt.Dialog
+    // No dialog: some desktops keep those of a program over all its windows, also over the pill.
+    flags: Qt.Window
 
     Page {
         id: page

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Views/Windows.h"
 
+#include <QCursor>
+#include <QGuiApplication>
 #include <QQmlComponent>
 #include <QScreen>
 #include <QUrl>
@@ -26,6 +28,15 @@ QUrl fileOf(const QString& id) {
   return name.isEmpty() ? QUrl() : QUrl("qrc:/quillet/qml/Quillet/" + name + "Window.qml");
 }
 
+/// Of the screen on which the user is.
+void toMiddle(QQuickWindow& window) {
+  const auto* screen = QGuiApplication::screenAt(QCursor::pos());
+  if (screen == nullptr) screen = window.screen();
+  QRect place(QPoint(), window.size());
+  place.moveCenter(screen->availableGeometry().center());
+  window.setPosition(placeWithin(screen->availableGeometry(), place));
+}
+
 }  // namespace
 
 Windows::Windows(Furnish furnish, std::function<void()> onRest)
@@ -48,7 +59,7 @@ QQuickWindow* Windows::open(const QString& id, const std::function<void(QQuickWi
   auto* window = find(id);
   if (window == nullptr) window = create(id);
   if (window == nullptr) return nullptr;
-  if (!window->isVisible() && arrange) arrange(*window);
+  if (!window->isVisible()) arrange ? arrange(*window) : toMiddle(*window);
   window->show();
   if ((window->flags() & Qt::WindowDoesNotAcceptFocus) == 0) {
     window->raise();
