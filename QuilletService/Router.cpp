@@ -123,6 +123,7 @@ const Route kRoutes[] = {
      [](Call& c) -> Reply { co_return c.service.relay.cancel(c.device, c.ids[0], c.ids[1]).json(); }},
     {"GET", "/v1/presence", Access::signedByDevice, Change::none, kNoBody,
      [](Call& c) -> Reply { co_return c.service.relay.presence(c.device).json(); }},
+    {"OPTIONS", "*", Access::open, Change::none, kNoBody, [](Call&) -> Reply { co_return encoded(OK{true}); }},
     {"GET", "/v1/config", Access::open, Change::none, kNoBody,
      [](Call& c) -> Reply { co_return encoded(c.service.config()); }},
     {"GET", "/v1/health", Access::open, Change::none, kNoBody,

@@ -30,13 +30,23 @@ std::size_t countOf(const Header& header, std::string_view name) {
 void requireHost(const Header& header) {
   const std::size_t hosts = countOf(header, "Host");
   if (hosts > 1 || (hosts == 0 && header.version() >= 11)) throw Refusal::badRequest("The request must name one host.");
-  if (header[http::field::host].find_first_of(" \t,/@?#\\") != beast::string_view::npos) {
+  const auto host = header[http::field::host];
+  if ((hosts == 1 && host.empty()) || host.find_first_of(" \t,/@?#\\") != beast::string_view::npos) {
     throw Refusal::badRequest("The host isn't one.");
   }
 }
 
-/// The parser takes "chunked" in the last place for chunks, and anything else for no body at all.
+void requireTarget(const Header& header) {
+  const auto isForeign = [](char c) { return c == '#' || static_cast<unsigned char>(c) > '~'; };
+  const auto target = header.target();
+  if (std::any_of(target.begin(), target.end(), isForeign)) throw Refusal::badRequest("The target isn't one.");
+}
+
+/// The parser takes "chunked" in the last place for chunks, and anything else for no body at all. Zeros before a length
+/// make it octal for some.
 void requireFraming(const Header& header) {
+  const auto length = header[http::field::content_length];
+  if (length.size() > 1 && length.starts_with('0')) throw Refusal::badRequest("The body's length isn't one.");
   std::string codings;
   const auto [first, last] = header.equal_range(http::field::transfer_encoding);
   if (first == last) return;
@@ -73,6 +83,7 @@ std::size_t length(std::string_view bytes, std::size_t& checked) {
 }
 
 void requireStrict(const Header& header) {
+  requireTarget(header);
   requireHost(header);
   requireFraming(header);
   for (const char* name : {"X-QLT-Device", "X-QLT-Timestamp", "X-QLT-Nonce", "X-QLT-Signature", "X-QLT-DeviceCheck"}) {

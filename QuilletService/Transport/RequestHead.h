@@ -18,7 +18,7 @@ std::size_t emptyLines(std::string_view bytes);
 /// The length of the head that the bytes begin with, its empty line included; 0 while that hasn't come. `checked` is
 /// where the search goes on, 0 at first.
 std::size_t length(std::string_view bytes, std::size_t& checked);
-/// What the parser lets pass: the host, the body's framing, and what is signed.
+/// What the parser lets pass: the target, the host, the body's framing, and what is signed.
 void requireStrict(const Header& header);
 /// The key of a WebSocket's opening handshake is 16 bytes in base64.
 bool isWebSocketKey(std::string_view key);
