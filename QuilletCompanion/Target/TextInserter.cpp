@@ -15,7 +15,7 @@ namespace {
 
 constexpr Duration kModifierPoll = std::chrono::milliseconds(20);
 /// For a target that is behind, or doesn't answer, with nothing typed meanwhile.
-constexpr Duration kPatience = std::chrono::seconds(6);
+constexpr Duration kPatience = std::chrono::seconds(9);
 constexpr std::size_t kMaximumChunk = 20;  // What one key event carries.
 constexpr std::size_t kChunksBetweenLooks = 8;
 

@@ -108,9 +108,9 @@ TEST(ArrivalCheck, ForgetsWhatATargetHasLost) {
   EXPECT_EQ(arrived(U"  ", here, here, 1499ms), 0U);
   EXPECT_EQ(arrived(U"  ", here, here, 1500ms), 2U) << "not all count blanks at the end";
   auto busy = posted(U"ab", here);
-  busy.look(here, at(4999ms));
+  busy.look(here, at(7999ms));
   EXPECT_TRUE(busy.arrived() == 0 && !busy.lost()) << "a page that holds its keys";
-  busy.look(here, at(5000ms));
+  busy.look(here, at(8000ms));
   EXPECT_TRUE(busy.arrived() == 2 && busy.takeLost() && !busy.takeLost());
   auto slow = posted(U"ab", here);
   slow.look(Look{6, 6, 0, 1, Unit::codePoints}, at(1400ms));
@@ -146,13 +146,13 @@ TEST(ArrivalCheck, WhatAnEarlierTextHasLostDoesNotEndTheNext) {
   const Look here{5, 5, 0, 1, Unit::codePoints};
   auto check = posted(U"ab", here);
   check.beginText();
-  check.look(here, at(4999ms));
+  check.look(here, at(7999ms));
   EXPECT_EQ(check.underWay(), 2U) << "it may still come";
-  check.look(here, at(5000ms));
+  check.look(here, at(8000ms));
   EXPECT_TRUE(check.underWay() == 0 && !check.lost());
   check.before(here);
   check.add(U"c", at(6s));
-  check.look(here, at(11s));
+  check.look(here, at(14s));
   EXPECT_TRUE(check.lost());
 }
 

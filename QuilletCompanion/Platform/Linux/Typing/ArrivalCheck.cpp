@@ -15,7 +15,7 @@ constexpr Duration uncountedAfter = 1500ms;
 /// A target that has changed and then doesn't for so long has made something else of the rest.
 constexpr Duration forgottenAfter = 3s;
 /// One that hasn't changed at all may only be busy, but not for ever.
-constexpr Duration lostAfter = 5s;
+constexpr Duration lostAfter = 8s;
 constexpr Duration otherElementWait = 100ms;
 /// A count that has stopped at the number of code points, in a target that might count UTF-16 units.
 constexpr Duration standstill = 60ms;

@@ -26,7 +26,9 @@ constexpr Duration remapSettle = 12ms;
 /// So much may be under way when more goes out, so that the target needn't wait for us, and goes out at once. Less
 /// where the target takes long to answer: it handles all keys that it finds before it looks for questions, and must not
 /// be taken for hung.
-constexpr std::uint64_t leastAhead = 2, mostAhead = 16;
+constexpr std::uint64_t fewAhead = 2, mostAhead = 16;
+/// A few, and the next ones only once these have arrived: a page that is never idle tells nothing of what it has taken.
+constexpr std::uint64_t leastAhead = 1;
 constexpr Duration quickAnswer = 40ms, slowAnswer = 120ms;
 /// Less also where keys take long to arrive, as in a page that holds each: what is piled up there would be missed.
 constexpr Duration quickArrival = 300ms, slowArrival = 600ms;
@@ -73,7 +75,7 @@ struct KeyTypist::Parts {
   std::optional<unsigned> group;
   ArrivalCheck arrival;
   bool later = false;  ///< Whether what `type` left may be tried again.
-  std::uint64_t ahead = leastAhead;
+  std::uint64_t ahead = fewAhead;
   MonotonicTime lastPost;
   std::uint64_t arrivedByThen = 0;  ///< At the last post.
   MonotonicTime waitingSince;       ///< Nothing of what is under way has arrived since, or was found slow.
@@ -88,7 +90,7 @@ KeyTypist::~KeyTypist() {
 
 void KeyTypist::beginText() {
   parts_->arrival.beginText();
-  parts_->ahead = leastAhead;
+  parts_->ahead = fewAhead;
 }
 
 TypedUnits KeyTypist::type(std::u16string_view units, const Progress& progress, MonotonicTime deadline) {
@@ -165,7 +167,7 @@ std::size_t KeyTypist::Parts::post(const KeymapPlan::Chunk& chunk, std::u32strin
     } else if (arrival.underWay() == 0 && !arrival.before(progress())) {
       break;
     }
-    const auto slice = std::min<std::size_t>(ahead, chunk.strokes.size() - count);
+    const auto slice = std::min<std::size_t>(std::max(ahead, fewAhead), chunk.strokes.size() - count);
     if (!keyboard.post(std::span(chunk.strokes).subspan(count, slice), state)) break;
     lastPost = steady_clock::now();
     arrivedByThen = arrival.arrived();
@@ -209,7 +211,7 @@ bool KeyTypist::Parts::mayGoOn(const Progress& progress, MonotonicTime end) {
 
 /// Not in a target that was never quick, or no longer is.
 bool KeyTypist::Parts::mayPileUp() const {
-  return ahead > leastAhead && arrival.underWay() <= mostBehind;
+  return ahead > fewAhead && arrival.underWay() <= mostBehind;
 }
 
 void KeyTypist::Parts::look(const Progress& progress) {
@@ -227,7 +229,8 @@ void KeyTypist::Parts::look(const Progress& progress) {
 
 /// False if more than may be under way still is by then.
 bool KeyTypist::Parts::awaitRoom(const Progress& progress, MonotonicTime end) {
-  return awaitArrival(arrival.posted() - std::min(ahead, arrival.posted()), progress, end);
+  const auto allowed = ahead > leastAhead ? ahead : 0;
+  return awaitArrival(arrival.posted() - std::min(allowed, arrival.posted()), progress, end);
 }
 
 /// False if so many characters of all that was posted haven't arrived by then.
