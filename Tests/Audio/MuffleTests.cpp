@@ -144,22 +144,6 @@ TEST_F(MuffleTest, CleansUpWhatAnEarlierRunLeft) {
   EXPECT_TRUE(eventually([] { return sinks().find("quillet_muffle") == std::string::npos; }));
 }
 
-TEST_F(MuffleTest, TellsOfAnOutputThatWasUnplugged) {
-  const std::string output = outputOf("pactl load-module module-null-sink sink_name=usb norewinds=1");
-  ASSERT_TRUE(eventually([] { return sinks().find("usb") != std::string::npos; }));
-  makeDefault("usb");
-  // Told where to, since a server may remember where its kind of music went before.
-  const Music music({"-d", "usb"});
-  Listener usb("usb");
-  build();
-  ASSERT_TRUE(eventually([&] { return usb.hearsMuffledMusic(); }));
-  run("pactl unload-module " + output);
-  ASSERT_TRUE(eventually([&] { return ended == End::broke; }));
-  // Where the music goes then is for the server to choose.
-  run("pactl set-default-sink speakers");
-  EXPECT_TRUE(hearsMusicSoon());
-}
-
 TEST_F(MuffleTest, MovesOnToAnotherOutputWhenItsOwnIsUnplugged) {
   LogCapture::instance().expect("Couldn't muffle audio: play (" + std::to_string(PA_ERR_KILLED) + ")");
   LogCapture::instance().expect("Couldn't muffle audio: play (" + std::to_string(PA_ERR_NOENTITY) + ")");

@@ -1,18 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <unistd.h>
 
-#include <QCoreApplication>
-#include <QProcess>
 #include <QRasterWindow>
-#include <chrono>
-#include <string>
-#include <thread>
 #include <vector>
 
-#include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
-#include "Tests/Desktop/Editor.h"
 #include "Tests/Desktop/TypingTarget.h"
 #include "Tests/Doubles/Files.h"
 

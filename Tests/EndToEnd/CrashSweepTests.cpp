@@ -2,20 +2,14 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <QDirIterator>
-#include <algorithm>
-#include <array>
 #include <cstring>
 #include <iostream>
 #include <map>
 #include <utility>
-#include <vector>
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
-#include "Tests/Desktop/Editor.h"
-#include "Tests/Doubles/Files.h"
 #include "Tests/EndToEnd/KillPoint.h"
 #include "Tests/EndToEnd/ProcessMemory.h"
 #include "Tests/EndToEnd/Programs.h"

@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <fstream>
-#include <functional>
-#include <optional>
 
 #include "Tests/Service/ServiceProgram.h"
 

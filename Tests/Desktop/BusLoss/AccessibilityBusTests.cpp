@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <gio/gio.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cstdlib>
 #include <span>
 #include <vector>
