@@ -25,7 +25,7 @@ rests() { [ "$(memory)" -lt $((at_work - 1000)) ]; }
 await 15 "it gives nothing back" rests
 before=$(memory) handles=$(handles)
 cycle "${2:-10}"
-fits() { [ "$(memory)" -le $((before + 400)) ]; }
+fits() { [ "$(memory)" -le $((before + 200)) ]; }
 await 15 "$(($(memory) - before)) KiB were left taken" fits
 echo "$before KiB and $handles handles before, $(memory) KiB and $(handles) handles after"
 [ "$(handles)" -le $((handles + 2)) ] || fail "handles were left open"
