@@ -30,7 +30,7 @@ namespace quillet::JSONCoding {
 struct DecodingError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
-/// A value that can't be represented (text that isn't UTF-8, a number that isn't finite).
+/// A value that can't be represented (text that isn't UTF-8).
 struct EncodingError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };

@@ -24,7 +24,6 @@ struct JSONNode {
   union {
     std::int64_t integer = 0;
     std::uint64_t unsignedInteger;
-    double number;
     bool boolean;
     std::size_t count;  ///< Elements or members.
   };
@@ -70,7 +69,7 @@ class JSONDocument {
   bool on_double(double value, Text text, Error& error) {
     std::from_chars(text.data(), text.data() + text.size(), value);  // the parser's own may be off by a bit
     if (!std::isfinite(value)) error = boost::json::error::exponent_overflow;
-    return !error.failed() && add({JSONNode::Kind::number, 1, {.number = value}});
+    return !error.failed() && add({JSONNode::Kind::number});
   }
   bool on_bool(bool value, Error&) { return add({JSONNode::Kind::boolean, 1, {.boolean = value}}); }
   bool on_null(Error&) { return add({}); }

@@ -76,13 +76,6 @@ std::uint64_t JSONReader::unsignedInteger() const {
   return static_cast<std::uint64_t>(value);
 }
 
-double JSONReader::number() const {
-  if (node_->kind == Kind::number) return node_->number;
-  if (node_->kind == Kind::unsignedInteger) return static_cast<double>(node_->unsignedInteger);
-  if (node_->kind != Kind::integer) fail("not a number");
-  return static_cast<double>(node_->integer);
-}
-
 std::string_view JSONReader::string() const {
   if (node_->kind != Kind::string) fail("not a string");
   return node_->text;

@@ -23,7 +23,6 @@ class JSONReader {
   /// Only of a number that was written without fraction and exponent, and that fits.
   std::int64_t integer() const;
   std::uint64_t unsignedInteger() const;
-  double number() const;
   std::string_view string() const;
 
   /// A member of an object; absent also when it is null.
