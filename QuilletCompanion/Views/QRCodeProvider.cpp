@@ -23,7 +23,7 @@ QImage QRCodeProvider::requestImage(const QString& id, QSize* size, const QSize&
   for (int i = 0; code != nullptr && i < side * side; ++i) {
     if ((code->data[i] & 1) != 0) modules.setPixel(i % side, i / side, qRgb(0, 0, 0));
   }
-  const auto image = modules.scaled(side * pixelsOfModule, side * pixelsOfModule);
+  auto image = modules.scaled(side * pixelsOfModule, side * pixelsOfModule);
   if (size != nullptr) *size = image.size();
   return image;
 }

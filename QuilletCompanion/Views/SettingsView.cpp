@@ -64,7 +64,7 @@ void SettingsView::setReplyTo(const QString& replyTo) {
 
 QString SettingsView::feedbackProblem() const {
   if (const auto problem = form_.problem()) {
-    const auto text = inWords(*problem);
+    auto text = inWords(*problem);
     if (!text.contains("%2")) return text;
     return text.arg(QLocale().toString(qulonglong{form_.characters()}),
                     QLocale().toString(qulonglong{Feedback::kMaximumMessageCharacters}));

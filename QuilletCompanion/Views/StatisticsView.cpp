@@ -35,7 +35,7 @@ QString duration(std::int64_t minutes) {
   const auto hours = minutes / 60;
   const auto rest = minutes % 60;
   const auto hoursText = inWords("%1 hr").arg(number(hours));
-  const auto minutesText = inWords("%1 min").arg(rest);
+  auto minutesText = inWords("%1 min").arg(rest);
   if (hours == 0) return minutesText;
   return rest == 0 ? hoursText : hoursText + ' ' + minutesText;
 }
@@ -79,9 +79,9 @@ QString StatisticsView::totalText() const {
 
 QString StatisticsView::headline() const {
   const auto milestone = WordMilestone::of(summary_.total);
-  const auto words = milestone.subjectIsTitle || milestone.subject.empty()
-                         ? inWords(milestone.headline)
-                         : inWords(milestone.headline, toQt(milestone.subject).toLongLong());
+  auto words = milestone.subjectIsTitle || milestone.subject.empty()
+                   ? inWords(milestone.headline)
+                   : inWords(milestone.headline, toQt(milestone.subject).toLongLong());
   if (milestone.subject.empty()) return words;
   return words.arg(milestone.subjectIsTitle ? inWords(milestone.subject) : toQt(milestone.subject));
 }

@@ -52,14 +52,14 @@ Awaitable<void> Task::Token::wait(std::shared_ptr<State> state) {
   }
 }
 
-void Task::Completion::operator()(std::exception_ptr error) const {
+void Task::Completion::operator()(const std::exception_ptr& error) const {
   state->finish();
   if (error && !isCancellation(error)) fatal(error);
 }
 
 void startDetached(const Executor& executor, std::function<Awaitable<void>()> body) {
   auto run = [](std::function<Awaitable<void>()> work) -> Awaitable<void> { co_await work(); };
-  boost::asio::co_spawn(executor, run(std::move(body)), [](std::exception_ptr error) {
+  boost::asio::co_spawn(executor, run(std::move(body)), [](const std::exception_ptr& error) {
     if (error && !isCancellation(error)) fatal(error);
   });
 }

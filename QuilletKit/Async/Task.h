@@ -139,7 +139,7 @@ class Task {
     using cancellation_slot_type = boost::asio::cancellation_slot;
     std::shared_ptr<State> state;
     cancellation_slot_type get_cancellation_slot() const noexcept { return state->signal.slot(); }
-    void operator()(std::exception_ptr error) const;
+    void operator()(const std::exception_ptr& error) const;
   };
   template <typename Body>
   static Awaitable<void> run(std::shared_ptr<State> state, Body body) {

@@ -23,11 +23,11 @@ at_work=$(memory)
 # Some seconds after the last window it gives back what draws.
 rests() { [ "$(memory)" -lt $((at_work - 1000)) ]; }
 await 15 "it gives nothing back" rests
-before=$(memory) handles=$(handles)
+before=$(memory) held=$(handles)
 cycle "${2:-10}"
 fits() { [ "$(memory)" -le $((before + 200)) ]; }
 await 15 "$(($(memory) - before)) KiB were left taken" fits
-echo "$before KiB and $handles handles before, $(memory) KiB and $(handles) handles after"
-[ "$(handles)" -le $((handles + 2)) ] || fail "handles were left open"
+echo "$before KiB and $held handles before, $(memory) KiB and $(handles) handles after"
+[ "$(handles)" -le $((held + 2)) ] || fail "handles were left open"
 noise=$(grep -vE '^[0-9T:.-]+ (debug|info|default) ' "$log" || true)
 [ -z "$noise" ] || fail "the log tells of trouble: $noise"
