@@ -95,13 +95,13 @@ class AppModelTest : public testing::Test {
     settle();
   }
   /// A phone that is paired before the program starts.
-  void havePeer(const DeviceIdentity& phone, std::int64_t pairedAt = 0, const std::string& name = "Ada's phone") {
-    PeerStore(folder.path() / "peers.json").upsert(phone.peerIdentity(name, DevicePlatform::ios), pairedAt);
+  void havePeer(const DeviceIdentity& peer, std::int64_t pairedAt = 0, const std::string& name = "Ada's phone") {
+    PeerStore(folder.path() / "peers.json").upsert(peer.peerIdentity(name, DevicePlatform::ios), pairedAt);
   }
-  /// Connected, with a phone that is paired.
-  void connectWith(const DeviceIdentity& phone) {
-    havePeer(phone, time.wall);
-    listPairs({phone.deviceId()});
+  /// Connected, with one that is paired.
+  void connectWith(const DeviceIdentity& peer) {
+    havePeer(peer, time.wall);
+    listPairs({peer.deviceId()});
     connect();
   }
   void listPairs(const std::vector<std::string>& ids) {
@@ -135,8 +135,8 @@ class AppModelTest : public testing::Test {
   bool is(Step step) const { return model->registration().get() == AppModel::Registration(step); }
   const Offline* offline() const { return std::get_if<Offline>(&model->registration().get()); }
   bool isConnected() const { return model->connectionStatus().get() == ConnectionStatus::connected; }
-  /// The readiness reports that a phone got, opened.
-  std::vector<ReadinessPayload> reports(const DeviceIdentity& phone) {
+  /// The readiness reports that the phone got, opened.
+  std::vector<ReadinessPayload> reports() {
     std::vector<ReadinessPayload> found;
     const auto mac = DeviceIdentity::loadOrCreate(secrets.store).peerIdentity("mac", DevicePlatform::macos);
     for (const auto& frame : service.frames<RelayClient::Presence>()) {
@@ -165,6 +165,7 @@ class AppModelTest : public testing::Test {
   int prompts = 0, restarts = 0;
   double jitter = 1.0;
   std::shared_ptr<AppModel> model;
+  const DeviceIdentity phone = DeviceIdentity::generate();
 
  private:
   std::list<Task> tasks_;

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-
 #include "Tests/App/AppModelHarness.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/Rows.h"
@@ -12,7 +11,6 @@ using test::AppModelTest;
 using test::FakeService;
 
 TEST_F(AppModelTest, RegistersConnectsAndTellsPhonesOnce) {
-  const auto phone = DeviceIdentity::generate();
   havePeer(phone, time.wall);
   listPairs({phone.deviceId()});
   service.hold(kRegister);
@@ -21,12 +19,12 @@ TEST_F(AppModelTest, RegistersConnectsAndTellsPhonesOnce) {
   model->start();
   ASSERT_TRUE(until([&] { return service.count(kRegister) == 1; }));
   service.release(kRegister);
-  ASSERT_TRUE(until([&] { return isConnected() && service.count(kPairs) >= 2 && !reports(phone).empty(); }));
+  ASSERT_TRUE(until([&] { return isConnected() && service.count(kPairs) >= 2 && !reports().empty(); }));
   ASSERT_EQ(service.count(kRegister), 1u);
   const std::string body = service.bodies(kRegister)[0];
   EXPECT_NE(body.find(R"x("appVersion":"1.2 (3)")x"), std::string::npos);
   EXPECT_NE(body.find(R"("name":"desk")"), std::string::npos);
-  const auto report = reports(phone)[0];
+  const auto report = reports()[0];
   EXPECT_EQ(report.macName, "desk");
   EXPECT_EQ(report.state, ReadinessState::ready);
   EXPECT_EQ(report.appName, "Editor");
@@ -144,7 +142,6 @@ TEST_F(AppModelTest, RefusedSocketsDoNotPushAPlannedRegistrationBack) {
   }
   EXPECT_EQ(registrations, (std::vector<std::int64_t>{2000, 6000, 14'000, 30'000, 62'000}));
   EXPECT_GE(sockets.size(), 4u);
-
   service.refuseRelay(std::nullopt);
   service.set(kRegister, {200, R"({"deviceId":"any","registeredAt":1})"});
   ASSERT_LT(reconnecting()->at, offline()->retryAt);
@@ -157,12 +154,11 @@ TEST_F(AppModelTest, RefusedSocketsDoNotPushAPlannedRegistrationBack) {
 }
 
 TEST_F(AppModelTest, PublishesOnceAfterARunOfChangesAndOnEveryHeartbeat) {
-  const auto phone = DeviceIdentity::generate();
   connectWith(phone);
-  const std::size_t before = reports(phone).size();
+  const std::size_t before = reports().size();
   const auto sent = [&](std::size_t more) {
     settle();
-    return reports(phone).size() == before + more;
+    return reports().size() == before + more;
   };
   for (int i = 0; i < 10; ++i) {
     lockMonitor.tell(i % 2 == 0);
@@ -171,17 +167,17 @@ TEST_F(AppModelTest, PublishesOnceAfterARunOfChangesAndOnEveryHeartbeat) {
   time.advance(199ms);
   EXPECT_TRUE(sent(0));
   time.advance(1ms);
-  ASSERT_TRUE(until([&] { return reports(phone).size() == before + 1; }));
+  ASSERT_TRUE(until([&] { return reports().size() == before + 1; }));
   time.advance(28'700ms);
   EXPECT_TRUE(sent(1));
   time.advance(1s);
-  ASSERT_TRUE(until([&] { return reports(phone).size() == before + 2; }));
+  ASSERT_TRUE(until([&] { return reports().size() == before + 2; }));
   provider.locked = true;
   lockMonitor.tell(true);
   time.advance(300ms);
-  ASSERT_TRUE(until([&] { return reports(phone).size() == before + 3; }));
-  EXPECT_EQ(reports(phone).back().state, ReadinessState::locked);
-  EXPECT_EQ(reports(phone).back().appName, std::nullopt);
+  ASSERT_TRUE(until([&] { return reports().size() == before + 3; }));
+  EXPECT_EQ(reports().back().state, ReadinessState::locked);
+  EXPECT_EQ(reports().back().appName, std::nullopt);
 }
 
 TEST_F(AppModelTest, KeepsReadinessToItselfWithoutPhonesOrRelay) {
@@ -196,19 +192,18 @@ TEST_F(AppModelTest, KeepsReadinessToItselfWithoutPhonesOrRelay) {
 }
 
 TEST_F(AppModelTest, SaysGoodNightToPhonesAndComesBack) {
-  const auto phone = DeviceIdentity::generate();
   connectWith(phone);
   systemEvents.sleep();
   EXPECT_EQ(model->readiness().get().state, ReadinessState::ready);
   EXPECT_EQ(model->connectionStatus().get(), ConnectionStatus::offline);
-  ASSERT_TRUE(until([&] { return reports(phone).back().state == ReadinessState::asleep; }));
-  EXPECT_EQ(reports(phone).back().appName, std::nullopt);
-  const std::size_t nights = reports(phone).size();
+  ASSERT_TRUE(until([&] { return reports().back().state == ReadinessState::asleep; }));
+  EXPECT_EQ(reports().back().appName, std::nullopt);
+  const std::size_t nights = reports().size();
   time.advance(120s);
-  EXPECT_EQ(reports(phone).size(), nights);
+  EXPECT_EQ(reports().size(), nights);
   systemEvents.wake();
-  ASSERT_TRUE(until([&] { return isConnected() && reports(phone).size() == nights + 1; }));
-  EXPECT_EQ(reports(phone).back().state, ReadinessState::ready);
+  ASSERT_TRUE(until([&] { return isConnected() && reports().size() == nights + 1; }));
+  EXPECT_EQ(reports().back().state, ReadinessState::ready);
 }
 
 TEST_F(AppModelTest, FollowsTrustWithinTwoSeconds) {

@@ -29,7 +29,7 @@ class DeviceUpkeepTest : public test::AppModelTest {
   static std::string revocation(const std::string& id) { return "DELETE /v1/pairs/" + id; }
   bool isPeer(const DeviceIdentity& who) { return model->peerStore().peer(who.deviceId()).has_value(); }
 
-  const DeviceIdentity phone = DeviceIdentity::generate(), other = DeviceIdentity::generate();
+  const DeviceIdentity other = DeviceIdentity::generate();
 };
 
 TEST_F(DeviceUpkeepTest, ANewNameReachesPhonesAtOnceAndTheServiceWhenItCan) {
@@ -42,8 +42,7 @@ TEST_F(DeviceUpkeepTest, ANewNameReachesPhonesAtOnceAndTheServiceWhenItCan) {
   EXPECT_TRUE(model->rename("  " + std::string(65, 'x') + " "));
   EXPECT_EQ(model->macName().get(), std::string(64, 'x'));
   EXPECT_EQ(defaults.string("macName"), std::string(64, 'x'));
-  ASSERT_TRUE(
-      until([&] { return service.count(kRename) == 1 && reports(phone).back().macName == std::string(64, 'x'); }));
+  ASSERT_TRUE(until([&] { return service.count(kRename) == 1 && reports().back().macName == std::string(64, 'x'); }));
   settle();
   EXPECT_TRUE(defaults.boolean("pendingRename"));
   service.set(kRename, {});
@@ -141,7 +140,6 @@ TEST_F(DeviceUpkeepTest, ARevocationOfAnEarlierPairingIsNotTriedAgain) {
   service.release(revocation(phone.deviceId()));
   ASSERT_TRUE(until([&] { return ended; }));
   EXPECT_TRUE(pending().empty());
-
   defaults.set("pendingRevocations", boost::json::array{phone.deviceId(), other.deviceId()});
   service.hold(revocation(phone.deviceId()));
   model->rename("Attic");

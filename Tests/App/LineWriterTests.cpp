@@ -5,11 +5,7 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <memory>
-#include <sstream>
 #include <thread>
-#include <utility>
-#include <vector>
 
 namespace quillet {
 namespace {

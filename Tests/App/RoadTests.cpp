@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-
 #include "QuilletPhone/Phone.h"
 #include "Tests/App/AppModelHarness.h"
 #include "Tests/Doubles/LogCapture.h"

@@ -25,7 +25,6 @@ class TerminalFrontEndTest : public test::AppModelTest {
   void openConnected() {
     havePeer(phone, time.wall);
     listPairs({phone.deviceId()});
-    makeModel();
     open();
     model->start();
     ASSERT_TRUE(until([&] { return isConnected() && service.count(kPairs) >= 2; }));
@@ -58,7 +57,6 @@ class TerminalFrontEndTest : public test::AppModelTest {
   }
   ~TerminalFrontEndTest() override { front.reset(); }
 
-  const DeviceIdentity phone = DeviceIdentity::generate();
   std::vector<std::string> lines;
   int quits = 0;
   std::unique_ptr<TerminalFrontEnd> front;
@@ -66,7 +64,6 @@ class TerminalFrontEndTest : public test::AppModelTest {
 
 TEST_F(TerminalFrontEndTest, DictatesAndTellsEveryPhaseAndTheLevel) {
   defaults.setString("dictation.recognizer", "device");
-  makeModel();
   open();
   model->start();
   time.run();
@@ -96,7 +93,6 @@ TEST_F(TerminalFrontEndTest, DictatesAndTellsEveryPhaseAndTheLevel) {
 }
 
 TEST_F(TerminalFrontEndTest, ChangesWhatDictationDoes) {
-  makeModel();
   open();
   model->start();
   EXPECT_EQ(refusal("microphones"), "Dictation is off. Type \"dictation on\".");
@@ -118,7 +114,6 @@ TEST_F(TerminalFrontEndTest, ChangesWhatDictationDoes) {
 }
 
 TEST_F(TerminalFrontEndTest, TellsEveryStepToTheFirstConnection) {
-  makeModel();
   open();
   model->start();
   ASSERT_TRUE(until([&] { return isConnected(); }));
@@ -286,7 +281,6 @@ TEST_F(TerminalFrontEndTest, TextFromElsewhereStaysInItsPlace) {
                                       .phoneName = hostile,
                                       .phoneDeviceId = phone.deviceId(),
                                       .phoneEphemeralPublicKey = Base64URL::encode(phone.agreementPublicKey())})});
-  makeModel();
   open(TerminalFrontEnd::Style::people);
   model->start();
   ASSERT_TRUE(until([&] { return isConnected(); }));

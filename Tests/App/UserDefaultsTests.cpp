@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-
-#include <sstream>
 #include <thread>
 
 #include "QuilletCompanion/App/DefaultsCommand.h"
@@ -125,7 +123,6 @@ TEST_F(UserDefaultsOnDisk, TheCommandRefusesWhatItCannotKeep) {
   test::LogCapture::instance().expect("A setting that no file can keep was refused");
   EXPECT_FALSE(defaults.set("foo", "caf\xe9"));
   EXPECT_EQ(UserDefaults(file_).lasting(), (boost::json::object{{"macName", "Desk"}}));
-
   test::LogCapture::instance().expect("Could not save the settings");
   UserDefaults nowhere("/proc/nope/defaults.json");
   EXPECT_EQ(runDefaultsCommand(nowhere, {"write", "a", "b"}, out, err), 1);

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
-#include <tuple>
 
 #include "QuilletCompanion/App/DeviceModel.h"
 #include "QuilletCompanion/App/DictationTexts.h"

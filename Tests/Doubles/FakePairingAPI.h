@@ -2,11 +2,7 @@
 #pragma once
 
 #include <deque>
-#include <functional>
 #include <map>
-#include <optional>
-#include <string>
-#include <vector>
 
 #include "QuilletKit/Base/Base64URL.h"
 #include "QuilletKit/Protocol/APIClient.h"

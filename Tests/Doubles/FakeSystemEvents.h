@@ -2,7 +2,6 @@
 #pragma once
 
 #include <list>
-#include <optional>
 
 #include "QuilletCompanion/Relay/SystemEvents.h"
 
@@ -23,20 +22,10 @@ class FakeSystemEvents final : public SystemEvents {
   void sleep() {
     const auto hold = std::make_shared<int>();
     hold_ = hold;
-    tell([](const Handlers& h) {
-      if (h.willSleep) h.willSleep();
-    });
+    tell(&Handlers::willSleep);
   }
-  void wake() {
-    tell([](const Handlers& h) {
-      if (h.didWake) h.didWake();
-    });
-  }
-  void network(bool available) {
-    tell([=](const Handlers& h) {
-      if (h.networkPath) h.networkPath(available);
-    });
-  }
+  void wake() { tell(&Handlers::didWake); }
+  void network(bool available) { tell(&Handlers::networkPath, available); }
   /// Whether somebody still has sleep wait.
   bool sleepWaits() const { return !hold_.expired(); }
   std::size_t observers() const { return handlers_.size(); }
@@ -52,10 +41,12 @@ class FakeSystemEvents final : public SystemEvents {
     std::weak_ptr<void>& hold;
   };
 
-  template <typename Call>
-  void tell(Call call) {
+  template <typename... Values>
+  void tell(std::function<void(Values...)> Handlers::*handler, Values... values) {
     const auto now = handlers_;  // a handler may end its observation
-    for (const auto& handlers : now) call(handlers);
+    for (const auto& handlers : now) {
+      if (handlers.*handler) (handlers.*handler)(values...);
+    }
   }
 
   std::list<Handlers> handlers_;

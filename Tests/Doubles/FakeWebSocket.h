@@ -2,9 +2,6 @@
 #pragma once
 
 #include <deque>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "QuilletKit/Async/Event.h"
 #include "QuilletKit/Network/WebSocketTask.h"

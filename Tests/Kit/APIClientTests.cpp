@@ -1,24 +1,22 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include "QuilletKit/Base/Base64URL.h"
 #include "QuilletKit/Protocol/APIClient.h"
 #include "QuilletKit/Protocol/APIResponse.h"
 #include "QuilletKit/Protocol/RequestSigner.h"
-#include "Tests/Doubles/LoopbackServer.h"
 #include "Tests/Doubles/Rows.h"
+#include "Tests/Kit/HTTPSessionFixture.h"
 
 namespace quillet::test {
 namespace {
 
-std::string rewritten(std::string_view text) {
-  const auto url = ServiceURL::parse(text);
-  return url ? url->text() : "absent";
-}
+using namespace std::chrono_literals;
 
 TEST(ServiceURL, ParsesAddressesAndNothingElse) {
-  for (const auto& [text, url] : test::rows<std::tuple<std::string, std::string>>("service_url", "parsed")) {
-    EXPECT_EQ(rewritten(text), url) << text;
+  for (const auto& [text, expected] : rows<std::tuple<std::string, std::string>>("service_url", "parsed")) {
+    const auto url = ServiceURL::parse(text);
+    EXPECT_EQ(url ? url->text() : "absent", expected) << text;
   }
 }
 
@@ -61,13 +59,11 @@ TEST(RequestSigner, SigningAgainReplacesTheHeaders) {
   EXPECT_EQ(request.headers.size(), 5u);
   EXPECT_EQ(header(request, "X-QLT-Timestamp"), "2");
   EXPECT_NE(header(request, "X-QLT-Nonce"), nonce);
-
   HTTPRequest nowhere;
   signer.sign(nowhere, 1);
   EXPECT_TRUE(nowhere.headers.empty());
 }
 
-using namespace std::chrono_literals;
 TEST(APIResponse, AnErrorWithoutAWordOfTheServiceIsNamedAfterItsStatus) {
   EXPECT_TRUE(decodeResponse<OK>(299, R"({"ok":true})").ok);
   const std::tuple<int, std::string, APIErrorBody> cases[] = {
@@ -77,19 +73,13 @@ TEST(APIResponse, AnErrorWithoutAWordOfTheServiceIsNamedAfterItsStatus) {
       {403, R"({"error":{"code":"device_revoked","message":"m","retryable":true}})", {"device_revoked", "m", true}},
   };
   for (const auto& [status, body, expected] : cases) {
-    try {
-      decodeResponse<OK>(status, body);
-      ADD_FAILURE() << "decoded " << status << body;
-    } catch (const APIError& error) {
-      EXPECT_EQ(error, APIError(APIError::Server{status, expected})) << status << body;
-    }
+    EXPECT_THAT(([&, code = status, text = body] { decodeResponse<OK>(code, text); }),
+                testing::Throws<APIError>(APIError(APIError::Server{status, expected})))
+        << status << body;
   }
 }
 
-struct APIClientTest : testing::Test {
-  MainThread main;
-  NetworkThread network;
-  HTTPSession session{network.executor()};
+struct APIClientTest : HTTPSessionTest {
   DeviceIdentity identity = DeviceIdentity::generate();
   LoopbackServer server{[](LoopbackServer& self, LoopbackServer::Socket socket) -> Awaitable<void> {
     for (;;) {
@@ -158,12 +148,10 @@ TEST_F(APIClientTest, TheConfigurationIsReadWithoutASignature) {
 
 TEST_F(APIClientTest, AnIdThatCannotStandInAPathSendsNothing) {
   for (const std::string id : {"", " ", "a b", "a/b", "a?b", "a#b", "a%2fb", "a\r\nX: y", "..", "\x7f"}) {
-    try {
-      main.await(api.removePair(id));
-      ADD_FAILURE() << id;
-    } catch (const APIError& error) {
-      EXPECT_TRUE(std::holds_alternative<APIError::Transport>(error.detail)) << id;
-    }
+    EXPECT_THAT([&] { main.await(api.removePair(id)); },
+                testing::Throws<APIError>(
+                    testing::Field(&APIError::detail, testing::VariantWith<APIError::Transport>(testing::_))))
+        << id;
     EXPECT_THROW(main.await(api.cancelDelivery("m", id)), APIError) << id;
   }
   EXPECT_EQ(server.connections(), 0);

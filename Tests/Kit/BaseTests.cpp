@@ -4,9 +4,7 @@
 #include <sys/stat.h>
 
 #include <atomic>
-#include <map>
 #include <thread>
-#include <vector>
 
 #include "QuilletKit/Base/AtomicFile.h"
 #include "QuilletKit/Base/Crypto.h"
@@ -119,26 +117,25 @@ unsigned modeOf(const fs::path& path) {
   return static_cast<unsigned>(fs::status(path).permissions());
 }
 
-std::string failureOf(std::string_view text, const fs::path& path) {
+using Failed = std::pair<std::string, int>;
+const Failed kNone("none", 0);
+
+Failed failureOf(std::string_view text, const fs::path& path) {
   try {
     AtomicFile::write(bytesOf(text), path);
   } catch (const AtomicFile::Failure& failure) {
-    return failure.operation + " " + std::to_string(failure.code);
+    return {failure.operation, failure.code};
   } catch (const fs::filesystem_error& error) {
-    return "folder " + std::to_string(error.code().value());
+    return {"folder", error.code().value()};
   }
-  return "none";
-}
-
-std::string failed(const std::string& operation, int code) {
-  return operation + " " + std::to_string(code);
+  return kNone;
 }
 
 TEST(AtomicFile, OnlyTheOwnerCanReadWhatIsNew) {
   const TemporaryFolder folder;
   const mode_t before = ::umask(0);
   const fs::path path = folder.path() / "a" / "b" / "file";
-  EXPECT_EQ(failureOf("text", path), "none");
+  EXPECT_EQ(failureOf("text", path), kNone);
   ::umask(before);
   EXPECT_EQ(modeOf(folder.path() / "a"), 0700u);
   EXPECT_EQ(modeOf(folder.path() / "a" / "b"), 0700u);
@@ -191,9 +188,9 @@ TEST(AtomicFile, AFailureNamesItsStepAndLeavesNothingBehind) {
   const TemporaryFolder folder;
   std::ofstream(folder.path() / "file") << "old";
   fs::create_directories(folder.path() / "occupied" / "inner");
-  EXPECT_EQ(failureOf("new", folder.path() / "file" / "child"), failed("folder", ENOTDIR));
-  EXPECT_EQ(failureOf("new", folder.path() / std::string(250, 'n')), failed("open", ENAMETOOLONG));
-  EXPECT_EQ(failureOf("new", folder.path() / "occupied"), failed("rename", EISDIR));
+  EXPECT_EQ(failureOf("new", folder.path() / "file" / "child"), Failed("folder", ENOTDIR));
+  EXPECT_EQ(failureOf("new", folder.path() / std::string(250, 'n')), Failed("open", ENAMETOOLONG));
+  EXPECT_EQ(failureOf("new", folder.path() / "occupied"), Failed("rename", EISDIR));
   EXPECT_EQ(entriesIn(folder.path()), 2);
   EXPECT_EQ(test::readText(folder.path() / "file"), "old");
 }
@@ -202,9 +199,8 @@ TEST(AtomicFile, ARelativePathStandsInTheWorkingFolder) {
   const TemporaryFolder folder;
   const fs::path before = fs::current_path();
   fs::current_path(folder.path());
-  const std::string failure = failureOf("text", "file");
+  EXPECT_EQ(failureOf("text", "file"), kNone);
   fs::current_path(before);
-  EXPECT_EQ(failure, "none");
   EXPECT_EQ(test::readText(folder.path() / "file"), "text");
 }
 

@@ -3,10 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
-
 #include "QuilletKit/Network/HTTPSession.h"
+#include "Tests/Doubles/Files.h"
 #include "Tests/Doubles/LoopbackTLS.h"
 
 namespace quillet::test {
@@ -35,6 +33,11 @@ inline LoopbackServer::Serve answering(std::string text) {
   };
 }
 
+inline Awaitable<void> neverReads(LoopbackServer&, LoopbackServer::Socket socket) {
+  co_await LoopbackServer::stall();
+  socket.close();
+}
+
 /// Listens, but takes no connection and has no room for one to wait: connecting to it never ends.
 class FullListener {
  public:
@@ -54,9 +57,7 @@ class FullListener {
   bool isTried() const {
     std::ostringstream peer;
     peer << std::uppercase << std::hex << " 0100007F:" << port() << " 02 ";
-    std::ifstream table("/proc/net/tcp");
-    const std::string text{std::istreambuf_iterator(table), {}};
-    return text.find(peer.str()) != text.npos;
+    return readText("/proc/net/tcp").find(peer.str()) != std::string::npos;
   }
 
  private:

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-
-#include <functional>
+#include <gmock/gmock.h>
 
 #include "QuilletKit/Identity/DeviceIdentity.h"
 #include "Tests/Doubles/Files.h"
@@ -98,12 +97,7 @@ TEST(FileSecretStore, FailuresCarryErrno) {
       {ENAMETOOLONG, [&] { store.save(Bytes{1}, std::string(300, 'a')); }},
   };
   for (const auto& [status, operation] : cases) {
-    try {
-      operation();
-      ADD_FAILURE() << "expected " << status;
-    } catch (const SecretStoreError& error) {
-      EXPECT_EQ(error.status, status);
-    }
+    EXPECT_THAT(operation, testing::Throws<SecretStoreError>(testing::Field(&SecretStoreError::status, status)));
   }
 }
 

@@ -1,9 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include <limits>
-#include <map>
-#include <optional>
+#include <gmock/gmock.h>
 
 #include "QuilletKit/JSON/JSONFields.h"
 #include "Tests/Doubles/Rows.h"
@@ -67,12 +63,8 @@ TEST(JSONDecoding, AcceptsEveryWayToWriteTheSame) {
 }
 
 TEST(JSONDecoding, NamesTheKeyAndNeverTheValue) {
-  try {
-    JSONCoding::decode<Record>(R"({"count":1,"note":["secret"]})");
-    FAIL() << "decoded";
-  } catch (const DecodingError& error) {
-    EXPECT_STREQ(error.what(), "\"note\" is not a string");
-  }
+  EXPECT_THAT([] { JSONCoding::decode<Record>(R"({"count":1,"note":["secret"]})"); },
+              testing::ThrowsMessage<DecodingError>("\"note\" is not a string"));
 }
 
 TEST(JSONEncoding, FindsASpecialCharacterAtAnyPlace) {

@@ -2,10 +2,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <atomic>
 #include <condition_variable>
-#include <cstdlib>
-#include <mutex>
 
 #include "QuilletKit/JSON/JSONCoding.h"
 #include "QuilletKit/Words/BackgroundLedgerStorage.h"
@@ -81,7 +78,6 @@ TEST_F(FolderLedgerStorageTest, NeverMakesTheFolder) {
   EXPECT_TRUE(missing.allKeys().empty());
   EXPECT_TRUE(fs::is_empty(folder.path()));
   EXPECT_TRUE(storage.available());
-
   place("file", "x");
   FolderLedgerStorage notAFolder(folder.path() / "file");
   EXPECT_FALSE(notAFolder.available());
@@ -226,7 +222,6 @@ TEST_F(BackgroundLedgerStorageTest, AStoreThatHangsHoldsNobodyUp) {
   remote->hang(false);
   ASSERT_TRUE(eventually([&] { return stats.isSynchronised().get(); }));
   EXPECT_EQ(stats.summary().total, 5) << "what was shared before is not lost to a smaller copy";
-
   remote->hang(true);
   stats.record(2);
   EXPECT_EQ(stats.summary().total, 7);
@@ -265,7 +260,6 @@ TEST_F(BackgroundLedgerStorageTest, EndsWithItsWritesDoneOrAloneIfTheStoreHangs)
   storage->write("words.a", bytesOf("1"));
   storage.reset();
   EXPECT_TRUE(eventually([&] { return remote->value("words.a") == "1"; }));
-
   storage = open();
   ASSERT_TRUE(eventually([&] { return storage->available(); }));
   remote->hang(true);

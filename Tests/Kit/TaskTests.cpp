@@ -3,6 +3,7 @@
 
 #include "QuilletKit/Async/RunOn.h"
 #include "QuilletKit/Base/Observable.h"
+#include "Tests/Doubles/Calls.h"
 #include "Tests/Doubles/VirtualTime.h"
 
 namespace quillet::test {
@@ -147,29 +148,22 @@ TEST(TaskTest, AHopIsCancelledBeforeBetweenAndAfterItsSteps) {
   VirtualTime home, away;
   const TimeSource source = away.source();
   for (int stage = 0; stage < 4; ++stage) {
-    std::string outcome;
     int worked = 0;
-    Task task(home.executor());
-    task.start([&]() -> Awaitable<void> {
-      try {
-        co_await runOn(away.executor(), [](const TimeSource& time, int& steps) -> Awaitable<void> {
-          ++steps;
-          co_await time.sleep(1s);
-          ++steps;
-        }(source, worked));
-        outcome = "done";
-      } catch (const std::exception& error) {
-        outcome = isCancellation(error) ? "cancelled" : error.what();
-      }
+    Attempt hop(home.executor(), [&]() -> Awaitable<void> {
+      co_await runOn(away.executor(), [](const TimeSource& time, int& steps) -> Awaitable<void> {
+        ++steps;
+        co_await time.sleep(1s);
+        ++steps;
+      }(source, worked));
     });
     home.run();
     if (stage > 0) away.run();
     if (stage > 1) away.advance(1s);
     if (stage > 2) home.run();
-    task.cancel();
+    hop.task.cancel();
     away.run();
     home.run();
-    EXPECT_EQ(outcome, stage < 2 ? "cancelled" : "done") << stage;
+    EXPECT_EQ(hop.outcome, stage < 2 ? "cancelled" : "done") << stage;
     EXPECT_EQ(worked, stage < 2 ? 1 : 2) << stage;
     EXPECT_EQ(away.sleepers(), 0u);
   }

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-
 #include "QuilletKit/Network/WebSocketTask.h"
 #include "Tests/Doubles/Calls.h"
 #include "Tests/Kit/HTTPSessionFixture.h"
@@ -11,10 +10,7 @@ using namespace std::chrono_literals;
 using Socket = LoopbackServer::Socket;
 namespace websocket = boost::beast::websocket;
 
-struct WebSocketTest : testing::Test {
-  MainThread main;
-  NetworkThread network;
-  HTTPSession session{network.executor()};
+struct WebSocketTest : HTTPSessionTest {
   std::atomic<int> closeCode{0};
 
   std::unique_ptr<WebSocketTask> open(LoopbackServer& server, std::chrono::milliseconds timeout = 20s) {
@@ -24,10 +20,6 @@ struct WebSocketTest : testing::Test {
     auto task = makeWebSocketTask(session, main.executor(), std::move(request), 1000);
     task->resume();
     return task;
-  }
-  /// Lets what was posted to the network thread begin.
-  Awaitable<void> settle() {
-    co_await runOn(network.executor(), []() -> Awaitable<void> { co_return; }());
   }
   /// "text …", "binary …" or the failure.
   std::string receive(WebSocketTask& task) {
@@ -113,11 +105,8 @@ TEST_F(WebSocketTest, FailsAnUpgradeThatChoosesWhatWasNotOffered) {
 }
 
 TEST_F(WebSocketTest, BoundsTheUpgrade) {
-  LoopbackServer server([](LoopbackServer& self, Socket socket) -> Awaitable<void> {
-    co_await self.readRequest(socket);
-    co_await LoopbackServer::stall();
-  });
-  const auto task = open(server, 50ms);
+  LoopbackServer deaf(&neverReads);
+  const auto task = open(deaf, 50ms);
   EXPECT_EQ(receive(*task), "failed");
 }
 
@@ -136,9 +125,7 @@ TEST_F(WebSocketTest, EndsPolitelyAfterWhatWasQueuedOrDropsAtOnce) {
     task->cancel(code, std::move(kept));
     task.reset();
     EXPECT_TRUE(main.runUntil([&] { return untilClosed.expired(); }));
-    if (code != 1006) {
-      EXPECT_EQ(texts, 6) << "let go before the last words were there";
-    }
+    if (code != 1006) EXPECT_EQ(texts, 6) << "let go before the last words were there";
     EXPECT_TRUE(main.runUntil([&] { return closeCode != 0; }));
     EXPECT_EQ(closeCode, code);
   }
@@ -171,15 +158,8 @@ TEST_F(WebSocketTest, EndsPolitelyWhileAMessageComesInFragments) {
 
 TEST_F(WebSocketTest, MayGoAwayAtEveryStage) {
   const FullListener full;
-  LoopbackServer deaf([](LoopbackServer&, Socket socket) -> Awaitable<void> {
-    co_await LoopbackServer::stall();
-    socket.close();
-  });
-  const struct {
-    const char* stage;
-    HTTPRequest request;
-    std::function<bool()> reached;
-  } cases[] = {
+  LoopbackServer deaf(&neverReads);
+  const std::tuple<const char*, HTTPRequest, std::function<bool()>> cases[] = {
       {"at once", deaf.request("/", "GET", "ws"), [] { return true; }},
       {"connecting", full.request("ws"), [&] { return full.isTried(); }},
       {"shaking hands", deaf.request("/", "GET", "wss"), [&] { return deaf.connections() > 0; }},
@@ -191,7 +171,7 @@ TEST_F(WebSocketTest, MayGoAwayAtEveryStage) {
     task->sendText("ping", [](bool) { FAIL() << "called back after its end"; });
     Attempt listener(main.executor(), [&]() -> Awaitable<void> { co_await task->receive(); });
     EXPECT_TRUE(main.runUntil(reached)) << stage;
-    main.await(settle());
+    settle(main, network);
     task.reset();
     EXPECT_TRUE(main.runUntil([&] { return listener.outcome == "cancelled"; })) << stage;
   }

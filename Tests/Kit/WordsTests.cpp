@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <limits>
-
 #include "QuilletKit/JSON/JSONCoding.h"
 #include "QuilletKit/Words/WordLedger.h"
 #include "QuilletKit/Words/WordStatsStore.h"
@@ -35,6 +32,7 @@ TEST(WordLedger, KeepsTodayAndStopsAtTheEndsOfTheRange) {
   EXPECT_EQ(saturatingSum(-kMost, -kMost), std::numeric_limits<std::int64_t>::min());
 }
 
+using Days = std::map<std::string, std::int64_t>;
 using Ledgers = std::map<std::string, WordLedger>;
 
 const WordCalendar kBerlin("Europe/Berlin", "de_DE");
@@ -44,7 +42,7 @@ std::int64_t at(const WordCalendar& calendar, int year, int month, int day, int 
   return calendar.date(year, month, day).value() + hour * std::int64_t{3'600'000};
 }
 
-Ledgers ledgerOf(std::map<std::string, std::int64_t> days, std::int64_t archived = 0) {
+Ledgers ledgerOf(Days days, std::int64_t archived = 0) {
   return {{"me", {std::move(days), archived, "Desk", "macmini"}}};
 }
 
@@ -96,7 +94,6 @@ TEST(WordStatsSummary, AddsUpAllDevices) {
 
 TEST(WordStatsSummary, CountsStreaksUpToTodayOrYesterday) {
   const std::int64_t now = at(kBerlin, 2026, 3, 30, 1);  // the day after the clocks changed
-  using Days = std::map<std::string, std::int64_t>;
   for (const auto& [days, streak] : test::rows<std::tuple<Days, std::int64_t>>("words", "streaks")) {
     EXPECT_EQ(WordStatsSummary::of(ledgerOf(days), "me", kBerlin, now).streak, streak);
   }
@@ -107,7 +104,7 @@ TEST(WordStatsSummary, CountsStreaksUpToTodayOrYesterday) {
 
 TEST(WordStatsSummary, OfEqualDaysTheLaterIsTheBest) {
   const std::int64_t now = at(kBerlin, 2026, 8, 5, 15);
-  const auto best = [&](std::map<std::string, std::int64_t> days) {
+  const auto best = [&](Days days) {
     return kBerlin.dayKey(WordStatsSummary::of(ledgerOf(std::move(days)), "me", kBerlin, now).bestDay.value().date);
   };
   EXPECT_EQ(best({{"2026-01-02", 9}, {"2026-05-01", 9}, {"2026-04-01", 8}}), "2026-05-01");
@@ -149,8 +146,6 @@ TEST(WordStatsSummary, SurvivesLedgersFromAnywhere) {
             static_cast<std::int64_t>(all.size()));
 }
 
-using Days = std::map<std::string, std::int64_t>;
-
 const std::string kId = "0b5b1c0e-7c5f-4b6e-9d8e-0a1b2c3d4e5f";
 const std::string kSharedKey = "words." + kId;
 
@@ -184,7 +179,6 @@ TEST_F(WordStatsStoreTest, RecordsInMemoryLocallyAndShared) {
   EXPECT_EQ(JSONCoding::decode<WordLedger>(sharedCopy()), expected);
   EXPECT_EQ(stats.summary().today, 5);
   EXPECT_TRUE(stats.summary().devices.at(0).isThisDevice);
-
   const int writes = cloud.writes + local.writes;
   for (const char* const nothing : {"", " \n\t", "-", "— …"}) stats.record(nothing);
   stats.record(0);
@@ -208,38 +202,31 @@ TEST_F(WordStatsStoreTest, ArchivesDaysAfter400) {
 TEST_F(WordStatsStoreTest, ReconcilesTheTwoCopies) {
   const std::string five = json({{"2026-08-01", 5}}), otherFive = json({{"2026-08-02", 5}});
   const std::string six = json({{"2026-08-01", 6}}), renamed = json({{"2026-08-01", 5}}, 0, "Old name");
-  const struct {
-    const char* what;
-    std::string local, shared, kept;
-    int localWrites, sharedWrites;
-  } cases[] = {{"none", "", "", "", 0, 0},
-               {"local only", five, "", five, 0, 1},
-               {"shared only", "", five, five, 0, 0},
-               {"greater shared", five, six, six, 1, 0},
-               {"greater local", six, five, six, 0, 1},
-               {"alike", five, five, five, 0, 0},
-               {"tie", five, otherFive, five, 0, 1},
-               {"tie, another name", five, renamed, five, 0, 1},
-               {"unreadable local", "{", six, six, 0, 0},
-               {"unreadable shared", five, "{}", five, 0, 1}};
-  for (const auto& each : cases) {
+  using Case = std::tuple<const char*, std::string, std::string, std::string, int, int>;
+  for (const auto& [what, here, there, kept, localWrites, sharedWrites] :
+       {Case{"none", "", "", "", 0, 0},
+        {"local only", five, "", five, 0, 1},
+        {"shared only", "", five, five, 0, 0},
+        {"greater shared", five, six, six, 1, 0},
+        {"greater local", six, five, six, 0, 1},
+        {"alike", five, five, five, 0, 0},
+        {"tie", five, otherFive, five, 0, 1},
+        {"tie, another name", five, renamed, five, 0, 1},
+        {"unreadable local", "{", six, six, 0, 0},
+        {"unreadable shared", five, "{}", five, 0, 1}}) {
     local.values.erase("qlt.wordLedger");
     cloud.values.clear();
-    if (!each.local.empty()) local.values["qlt.wordLedger"] = each.local;
-    if (!each.shared.empty()) cloud.values[kSharedKey] = each.shared;
+    if (!here.empty()) local.values["qlt.wordLedger"] = here;
+    if (!there.empty()) cloud.values[kSharedKey] = there;
     local.writes = cloud.writes = 0;
     const auto stats = store(&cloud);
-    EXPECT_EQ(local.writes, each.localWrites) << each.what;
-    EXPECT_EQ(cloud.writes, each.sharedWrites) << each.what;
+    EXPECT_EQ(local.writes, localWrites) << what;
+    EXPECT_EQ(cloud.writes, sharedWrites) << what;
     const auto& ledgers = stats.ledgers().get();
-    if (each.kept.empty()) {
-      EXPECT_TRUE(ledgers.empty()) << each.what;
-      continue;
-    }
-    ASSERT_TRUE(ledgers.contains(kId)) << each.what;
-    EXPECT_EQ(JSONCoding::encode(ledgers.at(kId)), each.kept) << each.what;
-    if (each.localWrites > 0) EXPECT_EQ(localCopy(), each.kept) << each.what;
-    if (each.sharedWrites > 0) EXPECT_EQ(sharedCopy(), each.kept) << each.what;
+    EXPECT_EQ(ledgers.contains(kId) ? JSONCoding::encode(ledgers.at(kId)) : "", kept) << what;
+    EXPECT_EQ(ledgers.empty(), kept.empty()) << what;
+    if (localWrites > 0) EXPECT_EQ(localCopy(), kept) << what;
+    if (sharedWrites > 0) EXPECT_EQ(sharedCopy(), kept) << what;
   }
 }
 
@@ -251,7 +238,6 @@ TEST_F(WordStatsStoreTest, ReadsOtherDevicesAndFollowsThem) {
   auto stats = store(&cloud);
   EXPECT_EQ(stats.summary().total, 8);
   EXPECT_EQ(stats.ledgers().get().size(), 1U);
-
   int told = 0;
   const auto subscription = stats.ledgers().observe([&](const auto&) { ++told; });
   cloud.onExternalChange();

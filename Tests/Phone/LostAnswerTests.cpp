@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <set>
-#include <sstream>
-
 #include "QuilletKit/Base/Base64URL.h"
 #include "QuilletKit/Identity/SecretStore.h"
 #include "QuilletPhone/PhoneCommands.h"

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <sstream>
-
 #include "QuilletKit/Async/Clock.h"
 #include "QuilletKit/Words/FolderLedgerStorage.h"
 #include "QuilletKit/Words/WordStatsStore.h"
@@ -199,7 +196,6 @@ TEST(PhoneWordCount, ReachesTheDesktopThroughTheFolder) {
   EXPECT_EQ(PhoneState::load(phone)->wordLedgerFolder, shared);
   sendAndCount(state, phone, "-", notes);
   EXPECT_EQ(summaryOf(shared).total, 0);
-
   std::filesystem::create_directory(shared);
   sendAndCount(state, phone, "and three more", notes);
   const auto summary = summaryOf(shared);

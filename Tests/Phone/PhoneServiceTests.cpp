@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "QuilletKit/Base/Base64URL.h"
 #include "QuilletPhone/PhoneCommands.h"
 #include "Tests/Doubles/LoopbackServer.h"
@@ -139,12 +137,8 @@ TEST_F(PhoneServiceTest, PairsThoughItsConfirmationOrTheAnswersToItAreLost) {
 TEST_F(PhoneServiceTest, APairThatCannotBeKeptIsNone) {
   serve();
   const auto file = folder.path() / "phone.json";
-  EXPECT_EQ(pair(mac,
-                 [&] {
-                   std::filesystem::remove(file);
-                   std::filesystem::create_directory(file);
-                 }),
-            PhoneExit::failure);
+  const auto spoil = [&] { std::filesystem::remove(file), std::filesystem::create_directory(file); };
+  EXPECT_EQ(pair(mac, spoil), PhoneExit::failure);
   EXPECT_NE(output.str().find(file.string()), std::string::npos) << output.str();
   EXPECT_TRUE(main.await(api->pairs()).pairs.empty());
 }

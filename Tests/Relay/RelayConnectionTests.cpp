@@ -57,9 +57,12 @@ class RelayConnectionTest : public testing::Test {
   State state() const { return relay->state().get(); }
   State planned(std::chrono::milliseconds delay) { return Reconnecting{time.source().now() + delay.count()}; }
 
-  void connect() {
+  void open() {
     relay->start();
     time.run();
+  }
+  void connect() {
+    open();
     line().complete(true);
     ASSERT_EQ(state(), State(Phase::connected));
   }
@@ -83,7 +86,6 @@ TEST_F(RelayConnectionTest, ConnectsOnceAndProvesTheSocketByThePingThatWasWritte
   EXPECT_EQ(state(), State(Phase::connecting));
   EXPECT_FALSE(relay->send(frame));
   EXPECT_FALSE(relay->hasEverConnected().get());
-
   line().complete(true);
   EXPECT_EQ(state(), State(Phase::connected));
   EXPECT_EQ(relay->lastConnectedAt().get(), time.source().now());
@@ -98,8 +100,7 @@ TEST_F(RelayConnectionTest, ConnectsOnceAndProvesTheSocketByThePingThatWasWritte
 }
 
 TEST_F(RelayConnectionTest, AnyFirstFrameConnectsAndBadFramesAreDropped) {
-  relay->start();
-  time.run();
+  open();
   line().complete(false);
   EXPECT_EQ(state(), State(Phase::connecting)) << "a ping that failed proves nothing";
   line().deliver("pong");
@@ -139,8 +140,7 @@ TEST_F(RelayConnectionTest, ARefusalIsToldBeforeTheRetryIsPlanned) {
     events.push_back("rejected");
     EXPECT_EQ(state(), State(Phase::connecting));
   };
-  relay->start();
-  time.run();
+  open();
   fail(401);
   EXPECT_EQ(state(), planned(1s));
   time.advance(1s);
@@ -153,8 +153,7 @@ TEST_F(RelayConnectionTest, ARefusalIsToldBeforeTheRetryIsPlanned) {
 
 TEST_F(RelayConnectionTest, ARefusalThatStartsOverIsNotPlannedTwice) {
   relay->onAuthenticationRejected = [this] { relay->reconnectNow(); };
-  relay->start();
-  time.run();
+  open();
   fail(401);
   EXPECT_EQ(lines.size(), 2u);
   EXPECT_EQ(state(), State(Phase::connecting));
@@ -220,8 +219,7 @@ TEST_F(RelayConnectionTest, SleepsAfterOneLastFrameAndWakesAtOnce) {
 
 TEST_F(RelayConnectionTest, WaitsForTheNetworkWithoutATimer) {
   system.announcedAtOnce = false;
-  relay->start();
-  time.run();
+  open();
   EXPECT_EQ(state(), State(Phase::offline));
   system.network(true);
   time.run();
@@ -285,8 +283,7 @@ TEST_F(RelayConnectionTest, NothingFiresAfterItsEnd) {
 
 TEST_F(RelayConnectionTest, CallbacksMayStopIt) {
   relay->onConnected = [this] { relay->stop(); };
-  relay->start();
-  time.run();
+  open();
   line().complete(true);
   time.advance(1min);
   EXPECT_EQ(state(), State(Phase::stopped));
@@ -294,10 +291,7 @@ TEST_F(RelayConnectionTest, CallbacksMayStopIt) {
 }
 
 TEST(BackoffTest, StaysWithinItsBounds) {
-  struct Case {
-    int attempt;
-    double jitter, delay;
-  };
+  using Case = std::tuple<int, double, double>;
   for (const auto& [attempt, jitter, delay] :
        {Case{0, 0.5, 0.5}, {3, 1, 8}, {9, 1, 60}, {99, 0.5, 30}, {0, 0, 0.1}, {2, 7, 4}, {2, -1, 0.1}}) {
     Backoff backoff{1, 60, attempt};

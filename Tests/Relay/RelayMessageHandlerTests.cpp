@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-
 #include "Tests/Doubles/FakeAccessibilityProvider.h"
 #include "Tests/Doubles/Files.h"
 #include "Tests/Doubles/LogCapture.h"
@@ -11,7 +10,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using test::LogCapture;
-
 using Phone = test::SealingPhone;
 
 /// A desktop with one paired phone, a real journal on a real disk, and virtual time.
@@ -21,10 +19,9 @@ class RelayMessageHandlerTest : public testing::Test {
     peers.upsert(phone.peer, 1);
     start();
   }
-
   ~RelayMessageHandlerTest() override {
     handler.reset();
-    time.advance(std::chrono::seconds(10));  // lets what was cancelled unwind
+    time.advance(10s);  // lets what was cancelled unwind
   }
 
   void start() { start(file); }
@@ -36,15 +33,10 @@ class RelayMessageHandlerTest : public testing::Test {
   }
   RelayServer::Prepare prepareFrame(const std::string& requestId) { return phone.prepares(macPeer, requestId); }
   std::string token() { return std::get<TargetSnapshot>(guard.prepare(phone.peer.deviceId)).token; }
-  RelayServer::Deliver deliverFrame(const std::string& utteranceId, const std::string& withToken, const Phone& from,
-                                    const std::string& inner) {
-    return from.delivers(macPeer, utteranceId, withToken, inner);
-  }
   RelayServer::Deliver deliverFrame(const std::string& utteranceId, const std::string& withToken) {
     return phone.delivers(macPeer, utteranceId, withToken);
   }
-  std::vector<ResultPayload> results(const Phone& reader) { return reader.results(macPeer, *transport); }
-  std::vector<ResultPayload> results() { return results(phone); }
+  std::vector<ResultPayload> results() { return phone.results(macPeer, *transport); }
   void expectRefusal(RefusalReason reason) {
     ASSERT_FALSE(results().empty());
     EXPECT_EQ(results().back().outcome, InsertionOutcome::refused);
@@ -127,18 +119,17 @@ TEST_F(RelayMessageHandlerTest, BeyondSixteenPendingDeliveriesAreRefusedAtOnce) 
 }
 
 TEST_F(RelayMessageHandlerTest, DropsWhatNoPairedPhoneSent) {
-  auto posing = deliverFrame("u1", token(), stranger, "u1");
+  auto posing = stranger.delivers(macPeer, "u1", token());
   posing.from = phone.peer.deviceId;
   auto misdirected = deliverFrame("u2", token());
   misdirected.envelope.to = stranger.peer.deviceId;
   handler->handle(posing);
   handler->handle(misdirected);
-  handler->handle(deliverFrame("u3", token(), stranger, "u3"));
+  handler->handle(stranger.delivers(macPeer, "u3", token()));
   time.advance(5s);
   EXPECT_EQ(transport->all<RelayClient::Received>().size(), 3u);
   EXPECT_EQ(transport->sent.size(), 3u);
   EXPECT_EQ(desktop.text(), "");
-
   auto renamed = prepareFrame("r");
   renamed.requestId = "another";
   handler->handle(renamed);
@@ -153,16 +144,17 @@ TEST_F(RelayMessageHandlerTest, DropsWhatNoPairedPhoneSent) {
 
 TEST_F(RelayMessageHandlerTest, RefusesAndRemembersAsTheFaultAsks) {
   const auto good = token();
-  handler->handle(deliverFrame("inner", good, phone, "other"));
+  handler->handle(phone.delivers(macPeer, "inner", good, "other"));
   time.run();
   expectRefusal(RefusalReason::tokenUnknown);
   EXPECT_FALSE(entry("inner"));
 
   peers.upsert(stranger.peer, 2);
-  handler->handle(deliverFrame("foreign", good, stranger, "foreign"));
+  handler->handle(stranger.delivers(macPeer, "foreign", good));
   time.run();
-  ASSERT_EQ(results(stranger).size(), 1u);
-  EXPECT_EQ(results(stranger)[0].reason, RefusalReason::tokenUnknown);
+  const auto told = stranger.results(macPeer, *transport);
+  ASSERT_EQ(told.size(), 1u);
+  EXPECT_EQ(told[0].reason, RefusalReason::tokenUnknown);
   EXPECT_TRUE(journal->entry(stranger.peer.deviceId, "foreign"));
 
   desktop.setText("moved");
@@ -230,7 +222,7 @@ TEST_F(RelayMessageHandlerTest, SaysNothingToAPeerWhoseKeyCannotSeal) {
   broken.agreementPublicKey = std::string(43, 'A');  // 32 zero bytes
   peers.upsert(broken, 2);
   journal->record({.peerId = broken.deviceId, .utteranceId = "u", .createdAt = 1, .updatedAt = 1});
-  handler->handle(deliverFrame("u", "t", stranger, "u"));
+  handler->handle(stranger.delivers(macPeer, "u", "t"));
   time.run();
   EXPECT_EQ(transport->sent.size(), 1u) << "only that it was received";
   EXPECT_TRUE(LogCapture::instance().contains("Could not seal a result"));
@@ -308,7 +300,6 @@ TEST_F(RelayMessageHandlerTest, WaitsForADictationThatIsBeingInserted) {
   time.advance(5s);
   EXPECT_EQ(transport->all<RelayClient::PrepareResult>().size(), 1u);
   EXPECT_EQ(entry("u")->state, JournalState::inserted);
-
   task.start([&] { return dictate(); });
   time.run();
   handler->handle(deliverFrame("waiting", token()));
@@ -323,13 +314,10 @@ TEST_F(RelayMessageHandlerTest, WaitsForADictationThatIsBeingInserted) {
 TEST_F(RelayMessageHandlerTest, AnswersAfreshWhatTheJournalHoldsNoFittingResultFor) {
   const auto stored =
       ResultPayload::makeSigned("u", InsertionOutcome::inserted, std::nullopt, std::nullopt, std::nullopt, 1, mac);
-  const struct {
-    JournalState state;
-    std::optional<ResultPayload> result;
-    InsertionOutcome expected;
-  } cases[] = {{JournalState::attempting, std::nullopt, InsertionOutcome::uncertain},
-               {JournalState::refused, stored, InsertionOutcome::refused},
-               {JournalState::inserted, std::nullopt, InsertionOutcome::inserted}};
+  const std::tuple<JournalState, std::optional<ResultPayload>, InsertionOutcome> cases[] = {
+      {JournalState::attempting, std::nullopt, InsertionOutcome::uncertain},
+      {JournalState::refused, stored, InsertionOutcome::refused},
+      {JournalState::inserted, std::nullopt, InsertionOutcome::inserted}};
   std::size_t answered = 0;
   for (const auto& [state, result, expected] : cases) {
     journal->record({.peerId = phone.peer.deviceId,

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-
 #include <random>
 
 #include "QuilletCompanion/Relay/InsertionJournal.h"
@@ -266,9 +265,7 @@ TEST(PresenceBuilder, SealsForEachPeerInOrderAndLeavesOutBrokenOnes) {
   peers[1].agreementPublicKey = "no key!";
   peers[2].agreementPublicKey = "AAAA";
   const ReadinessPayload payload{.macName = "Mac", .state = ReadinessState::ready, .appName = "Editor", .at = 5};
-
   const auto updates = PresenceBuilder::seal(payload, mac, peers);
-
   ASSERT_EQ(updates.size(), 2U);
   for (std::size_t i = 0; i < 2; ++i) {
     EXPECT_EQ(updates[i].to, phones[i].deviceId());

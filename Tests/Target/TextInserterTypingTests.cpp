@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-
 #include "Tests/Doubles/Rows.h"
 #include "Tests/Target/TextInserterFixture.h"
 
@@ -34,12 +33,7 @@ TEST_F(TextInserterTest, AClusterBeyondOneEventCannotBeTyped) {
 }
 
 TEST_F(TextInserterTest, TypingIsRefusedBeforeTheFirstKey) {
-  const struct {
-    const char* name;
-    std::function<void()> arrange;
-    std::string text;
-    RefusalReason reason;
-  } cases[] = {
+  const std::tuple<const char*, std::function<void()>, std::string, RefusalReason> cases[] = {
       {"line break", [] {}, "a\nb", RefusalReason::unsupportedTarget},
       {"tab", [] {}, "a\tb", RefusalReason::unsupportedTarget},
       {"next line", [] {}, "a\u0085", RefusalReason::unsupportedTarget},
@@ -55,15 +49,15 @@ TEST_F(TextInserterTest, TypingIsRefusedBeforeTheFirstKey) {
       {"no events", [&] { desktop.typingFailsAt = 0; }, "a", RefusalReason::unsupportedTarget},
       {"not UTF-8", [] {}, "\xFF", RefusalReason::unsupportedTarget},
   };
-  for (const auto& c : cases) {
+  for (const auto& [name, arrange, text, reason] : cases) {
     desktop.field() = {};
     desktop.setText("old");
     typingOnly();
     const auto snapshot = prepared();
-    c.arrange();
-    start(c.text, snapshot);
+    arrange();
+    start(text, snapshot);
     time.advance(10s);
-    EXPECT_EQ(report, refusedFor(c.reason)) << c.name;
+    EXPECT_EQ(report, refusedFor(reason)) << name;
     desktop.locked = desktop.modifiersHeld = false;
     desktop.typingFailsAt.reset();
   }
@@ -79,7 +73,6 @@ TEST_F(TextInserterTest, WaitsASecondForModifiersAtMost) {
   time.advance(1ms);
   EXPECT_EQ(report, refusedFor(RefusalReason::busy));
   EXPECT_EQ(desktop.calls(Call::modifiersDown), 51);
-
   desktop.modifiersHeld = false;
   desktop.modifierLooks = 3;
   start("released");
@@ -158,7 +151,6 @@ TEST_F(TextInserterTest, ACancelledInsertionEndsBeforeItsNextChunk) {
   time.advance(10s);
   EXPECT_TRUE(isCancellation(failure));
   EXPECT_EQ(desktop.typed.size(), 1U);
-
   desktop.typed.clear();
   desktop.field().write = FakeField::Write::ineffective;
   start("nothing is typed after a write that was cancelled");
@@ -235,14 +227,13 @@ TEST_F(TextInserterTest, WhileItWaitsTheFieldIsCheckedEachTime) {
 
 TEST_F(TextInserterTest, AFieldThatDoesNotAnswerForAMomentIsWaitedFor) {
   typingOnly();
-  const auto element = desktop.focus[FakeAccessibilityProvider::kPid].element;
   desktop.afterChunk = [&](std::size_t count) {
-    if (count == 1) desktop.focus[FakeAccessibilityProvider::kPid].element = 0;
+    if (count == 1) desktop.focus[kPid].element = 0;
   };
   start("the quick brown fox jumps");
   time.advance(1s);
   EXPECT_EQ(desktop.typed.size(), 1u);
-  desktop.focus[FakeAccessibilityProvider::kPid].element = element;
+  desktop.focus[kPid].element = FakeAccessibilityProvider::kField;
   time.advance(10s);
   EXPECT_EQ(report, kTyped);
 }

@@ -32,12 +32,7 @@ TEST_F(TextInserterTest, VerdictsOnWritesThatClaimSuccess) {
   const auto selectsFirst = [](std::int64_t units) {
     return [units](FakeField& field) { field.selection = {0, units}; };
   };
-  const struct {
-    const char* name;
-    std::function<void(FakeField&)> arrange;
-    std::string text;
-    InsertionReport report;
-  } cases[] = {
+  const std::tuple<const char*, std::function<void(FakeField&)>, std::string, InsertionReport> cases[] = {
       {"replaces a selection", selectsFirst(3), "new", kWritten},
       {"replaces with the same text", selectsFirst(3), "old", kWritten},
       {"hidden selection, text appears", [](auto& f) { f.selectionShown = false; }, "new", kWritten},
@@ -51,12 +46,12 @@ TEST_F(TextInserterTest, VerdictsOnWritesThatClaimSuccess) {
       {"can't be seen at all", [](auto& f) { f.value = FakeField::Value::absent, f.selectionShown = false; }, "new",
        kMaybeWritten},
   };
-  for (const auto& c : cases) {
+  for (const auto& [name, arrange, text, expected] : cases) {
     desktop.field() = {};
     desktop.setText("old ");
-    c.arrange(desktop.field());
-    EXPECT_EQ(insert(c.text), c.report) << c.name;
-    EXPECT_TRUE(desktop.typed.empty()) << c.name;
+    arrange(desktop.field());
+    EXPECT_EQ(insert(text), expected) << name;
+    EXPECT_TRUE(desktop.typed.empty()) << name;
   }
 }
 
@@ -84,7 +79,6 @@ TEST_F(TextInserterTest, AWriteWithoutEffectIsTypedAndRememberedPerApplication) 
   EXPECT_EQ(report, kTyped);
   EXPECT_TRUE(LogCapture::instance().contains("AX write had no effect in org.example.editor; typing from now on"));
   EXPECT_EQ(desktop.calls(Call::replaceSelection), 1);
-
   start(" two");
   EXPECT_EQ(desktop.typed.size(), 2U);  // at once, without another write
   time.advance(10s);
@@ -92,7 +86,6 @@ TEST_F(TextInserterTest, AWriteWithoutEffectIsTypedAndRememberedPerApplication) 
   EXPECT_EQ(desktop.text(), "one two");
   EXPECT_EQ(insert("a\nb"), refusedFor(RefusalReason::unsupportedTarget));
   EXPECT_EQ(desktop.calls(Call::replaceSelection), 1);
-
   desktop.front->bundleId.reset();
   EXPECT_EQ(insert("three"), kTyped);
   EXPECT_EQ(desktop.calls(Call::replaceSelection), 2);  // "Editor" is another application
@@ -100,30 +93,27 @@ TEST_F(TextInserterTest, AWriteWithoutEffectIsTypedAndRememberedPerApplication) 
 
 TEST_F(TextInserterTest, AFailedWriteIsBelievedOnlyIfTheFieldStoodStill) {
   using Write = FakeField::Write;
-  const struct {
-    Write write;
-    FakeField::Value value;
-    bool selectionShown;
-    InsertionReport report;
-  } cases[] = {
-      {Write::fails, FakeField::Value::shown, true, kTyped},
-      {Write::fails, FakeField::Value::shown, false, kTyped},
-      {Write::fails, FakeField::Value::absent, true, kTyped},
-      {Write::fails, FakeField::Value::absent, false, refusedFor(RefusalReason::unsupportedTarget)},
-      {Write::failsButChanges, FakeField::Value::shown, true, kMaybeWritten},
-      {Write::failsButChanges, FakeField::Value::absent, true, kMaybeWritten},
-      {Write::failsButChanges, FakeField::Value::absent, false, refusedFor(RefusalReason::unsupportedTarget)},
-      {Write::failsButCaretMoves, FakeField::Value::shown, true, kMaybeWritten},
+  using Value = FakeField::Value;
+  const std::tuple<Write, Value, bool, InsertionReport> cases[] = {
+      {Write::fails, Value::shown, true, kTyped},
+      {Write::fails, Value::shown, false, kTyped},
+      {Write::fails, Value::absent, true, kTyped},
+      {Write::fails, Value::absent, false, refusedFor(RefusalReason::unsupportedTarget)},
+      {Write::failsButChanges, Value::shown, true, kMaybeWritten},
+      {Write::failsButChanges, Value::absent, true, kMaybeWritten},
+      {Write::failsButChanges, Value::absent, false, refusedFor(RefusalReason::unsupportedTarget)},
+      {Write::failsButCaretMoves, Value::shown, true, kMaybeWritten},
   };
-  for (const auto& c : cases) {
+  for (const auto& each : cases) {
+    const auto& [write, value, selectionShown, expected] = each;
     desktop.field() = {};
     desktop.setText("old ");
-    desktop.field().write = c.write;
-    desktop.field().value = c.value;
-    desktop.field().selectionShown = c.selectionShown;
+    desktop.field().write = write;
+    desktop.field().value = value;
+    desktop.field().selectionShown = selectionShown;
     desktop.typed.clear();
-    EXPECT_EQ(insert("new"), c.report) << &c - cases;
-    EXPECT_EQ(desktop.typed.size(), c.report == kTyped ? 1U : 0U) << &c - cases;
+    EXPECT_EQ(insert("new"), expected) << &each - cases;
+    EXPECT_EQ(desktop.typed.size(), expected == kTyped ? 1U : 0U) << &each - cases;
   }
   EXPECT_EQ(desktop.calls(Call::replaceSelection), static_cast<int>(std::size(cases)));  // none was remembered
 }

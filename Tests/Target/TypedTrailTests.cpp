@@ -3,9 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
-#include <string>
-
 namespace quillet {
 namespace {
 

@@ -7,15 +7,7 @@
 #include <QFile>
 #include <QKeyEvent>
 #include <QTranslator>
-#include <algorithm>
-#include <array>
-#include <cctype>
 #include <cmath>
-#include <cstring>
-#include <functional>
-#include <map>
-#include <set>
-#include <string_view>
 
 #include "QuilletPictures/Gallery.h"
 #include "QuilletPictures/Stage.h"
