@@ -3,11 +3,6 @@
 
 #include <boost/algorithm/hex.hpp>
 #include <boost/json.hpp>
-#include <iterator>
-#include <optional>
-#include <stdexcept>
-#include <string>
-#include <string_view>
 
 #include "QuilletKit/Base/Crypto.h"
 #include "QuilletKit/JSON/JSONCoding.h"
@@ -42,6 +37,11 @@ inline DeviceIdentity identityIn(const json::object& named) {
           Crypto::keyFrom(fromHex(text(named.at("agreementSeedHex"))))};
 }
 
+template <typename T>
+T decodeValue(const json::value& value) {
+  return JSONCoding::decode<T>(json::serialize(value));
+}
+
 /// One case of a vectors file, with the identities that its file names.
 struct Case {
   const json::object& fields;
@@ -60,16 +60,15 @@ struct Case {
   DeviceIdentity device(std::string_view inKey) const { return identityIn(identities.at(inText(inKey)).as_object()); }
   /// The identity given in full under `peerKey`, or named under `nameKey`.
   PeerIdentity peer(std::string_view peerKey, std::string_view nameKey) const {
-    const json::value& value =
-        in().contains(peerKey) ? in(peerKey) : identities.at(inText(nameKey)).as_object().at("peer");
-    return JSONCoding::decode<PeerIdentity>(json::serialize(value));
+    return decodeValue<PeerIdentity>(in().contains(peerKey) ? in(peerKey)
+                                                            : identities.at(inText(nameKey)).as_object().at("peer"));
+  }
+  /// Requires that this is what stands under `key` of the answer.
+  template <typename T>
+  void gives(std::string_view key, const T& actual) const {
+    require(json::value_from(actual) == out().at(key), key);
   }
 };
-
-template <typename T>
-T decodeValue(const json::value& value) {
-  return JSONCoding::decode<T>(json::serialize(value));
-}
 
 template <typename T>
 void requireValue(const T& actual, const json::value& expected, std::string_view what) {

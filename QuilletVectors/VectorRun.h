@@ -3,10 +3,7 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <set>
-#include <string>
-#include <vector>
 
 #include "QuilletVectors/VectorChecks.h"
 

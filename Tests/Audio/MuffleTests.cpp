@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-
 #include "QuilletCompanion/Dictation/AudioMuffler.h"
 #include "QuilletCompanion/Platform/Linux/Audio/PulseMuffleRoutes.h"
 #include "Tests/Audio/SoundRig.h"

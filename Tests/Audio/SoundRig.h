@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <boost/asio/io_context.hpp>
-#include <cstdlib>
-#include <tuple>
 
 #include "QuilletCompanion/Platform/Linux/Audio/PulseThread.h"
 #include "Tests/Audio/SoundPrograms.h"

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <unistd.h>
 
-#include <optional>
-
 #include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
 #include "Tests/Desktop/Editor.h"
 #include "Tests/Doubles/AccessibilityContract.h"

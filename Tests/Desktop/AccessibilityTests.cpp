@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <QRasterWindow>
-#include <vector>
 
 #include "Tests/Desktop/TypingTarget.h"
 #include "Tests/Doubles/Files.h"
@@ -185,8 +184,7 @@ TEST_F(Accessibility, DialogOfTheSameProgramIsAnotherWindowAndTellsOfItsFocus) {
   const Editor editor("mousepad");
   const auto field = awaitFocus(editor);
   const auto window = provider.focusedWindow(editor.pid());
-  ASSERT_TRUE(field);
-  ASSERT_TRUE(window);
+  ASSERT_TRUE(field && window);
   EXPECT_TRUE(sameElement(window, provider.focusedWindow(editor.pid())));
   std::vector<ElementRef> told;
   int windowChanges = 0;

@@ -46,7 +46,6 @@ class DisplayKeyboard {
     press(keycode);
     release(keycode);
   }
-  _XDisplay* connection() const { return display_; }
   /// As the user's fingers do.
   void pressOwn(unsigned keycode) const {
     XDevice* const device = XOpenDevice(display_, ownId());

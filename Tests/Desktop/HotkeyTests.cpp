@@ -2,8 +2,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <optional>
-
 #include "QuilletCompanion/Dictation/HotkeyMonitor.h"
 #include "QuilletCompanion/Dictation/ShortcutRecorder.h"
 #include "QuilletCompanion/Dictation/ShortcutText.h"
@@ -52,10 +50,9 @@ class Hotkeys : public testing::Test {
     events.pop_back();
     return std::exchange(events, {});
   }
-  bool pressAll(std::initializer_list<unsigned> keys) {
+  void pressAll(std::initializer_list<unsigned> keys) {
     for (const unsigned key : keys) display.press(key);
     for (auto key = std::rbegin(keys); key != std::rend(keys); ++key) display.release(*key);
-    return true;
   }
 
   const DisplayKeyboard display;

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <boost/asio/co_spawn.hpp>
-#include <utility>
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
 #include "QuilletCompanion/Platform/Qt/MainLoopExecutor.h"

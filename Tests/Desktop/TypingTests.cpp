@@ -3,9 +3,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <optional>
-#include <utility>
-
 #include "Tests/Desktop/TypingTarget.h"
 // The macros of its own headers must come last.
 #include "Tests/Desktop/DisplayKeyboard.h"

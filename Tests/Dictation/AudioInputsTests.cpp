@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "QuilletCompanion/Dictation/AudioInputs.h"
 #include "QuilletCompanion/Dictation/DictationPCM.h"
@@ -11,7 +10,6 @@ namespace quillet {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 AudioDevice microphone(std::uint32_t id, const std::string& uid, const std::string& name) {
   return {.id = id, .uid = uid, .name = name, .hasInput = true, .hidden = std::nullopt};
@@ -52,7 +50,7 @@ TEST_F(AudioInputsTest, TellsOnlyWhatIsDifferent) {
   devices.tell({{microphone(8, "a", "A")}, std::nullopt});
   EXPECT_EQ(inputs.systemDefault.get(), std::nullopt);
   devices.tell({});
-  EXPECT_THAT(inputs.all.get(), IsEmpty());
+  EXPECT_TRUE(inputs.all.get().empty());
   EXPECT_EQ(lists, 3);
   inputs.start();
   EXPECT_EQ(devices.watches, 1);

@@ -174,10 +174,7 @@ TEST_F(CloudRecognizerTest, StoppedBeforeTheServiceIsReadyItSendsAllThatIsWaitin
     }
     co_await transcribes(talk);
   });
-  start();
-  microphone.speak(3000);
-  finish();
-  time.run();
+  record(3000);
   mayBeReady = true;
   ASSERT_TRUE(runUntil(time.context, [&] { return isOver(); })) << "it paused, and no time passes";
   EXPECT_EQ(text, "loud tone");
@@ -186,14 +183,10 @@ TEST_F(CloudRecognizerTest, StoppedBeforeTheServiceIsReadyItSendsAllThatIsWaitin
 }
 
 TEST_F(CloudRecognizerTest, TooLittleSoundReachesNobody) {
-  start();
-  microphone.speak(99);
-  finish();
+  record(99);
   EXPECT_EQ(outcome, "Didn't catch that.");
   EXPECT_TRUE(uploads.empty());
-  start();
-  microphone.speak(100);
-  finish();
+  record(100);
   EXPECT_EQ(outcome, "done");
   EXPECT_EQ(text, "uploaded");
 }
@@ -290,9 +283,7 @@ TEST_F(CloudRecognizerTest, MayBeCancelledWhereverItWaits) {
   ASSERT_TRUE(wait([&] { return ended == 1; }));
   EXPECT_EQ(closeCode, 1001);
 
-  start();
-  microphone.speak(500);
-  finish();
+  record();
   ASSERT_TRUE(wait([&] { return streams == 2; }));
   time.advance(1s);
   cancel();
@@ -304,9 +295,7 @@ TEST_F(CloudRecognizerTest, MayBeCancelledWhereverItWaits) {
   uploadHangs = true;
   for (const bool obeys : {true, false}) {
     uploading.obeysCancellation = obeys;
-    start();
-    microphone.speak(500);
-    finish();
+    record();
     ASSERT_EQ(uploading.size(), 1u);
     task.cancel();
     recognizer->cancel();

@@ -131,6 +131,12 @@ class CloudRecognizerTest : public testing::Test {
     attempt.start([this]() -> Awaitable<void> { text = co_await recognizer->finish(); });
     time.run();
   }
+  /// All of a dictation but the wait for its text.
+  void record(int milliseconds = 500) {
+    start();
+    microphone.speak(milliseconds);
+    finish();
+  }
   bool isOver() const { return attempt.isOver(); }
   /// Half a second of speech, and its text or failure.
   std::string dictate() {

@@ -40,18 +40,14 @@ struct Rig {
   }
 
   const DictationPhase& phase() const { return controller->phase().get(); }
-  void started() {
-    recognizer.starts.give(true);
+  template <typename Value>
+  void give(HeldCalls<Value>& calls, Value value) {
+    calls.give(std::move(value));
     time.run();
   }
-  void finished(std::string text) {
-    recognizer.finishes.give(std::move(text));
-    time.run();
-  }
-  void inserted(DictationInsertion result = DictationInserted{}) {
-    insertions.give(result);
-    time.run();
-  }
+  void started() { give(recognizer.starts, true); }
+  void finished(const std::string& text) { give(recognizer.finishes, text); }
+  void inserted() { give<DictationInsertion>(insertions, DictationInserted{}); }
   void stop() {
     controller->stop();
     time.run();
@@ -205,9 +201,7 @@ class ModelRun {
 
   std::string step() {
     const int kind = draw(10);
-    if (kind < 4) return event();
-    if (kind < 6) return pass();
-    return complete();
+    return kind < 4 ? event() : kind < 6 ? pass() : complete();
   }
 
   std::string event() {

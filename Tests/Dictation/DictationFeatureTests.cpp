@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-
 #include "QuilletKit/Protocol/APIClient.h"
 #include "Tests/Doubles/DictationDesk.h"
 #include "Tests/Doubles/FakeStores.h"
@@ -41,11 +40,15 @@ class DictationFeatureTest : public testing::Test {
     time.run();
   }
   const DictationPhase& phase() const { return feature->controller().phase().get(); }
+  template <typename Value>
+  void give(HeldCalls<Value>& calls, Value value) {
+    calls.give(std::move(value));
+    time.run();
+  }
   void listen() {
     desk.keyboard.press(kRightOption);
     time.run();
-    recognizer->starts.give(true);
-    time.run();
+    give(recognizer->starts, true);
     time.advance(1s);
     ASSERT_TRUE(is<Listening>(phase()));
   }
@@ -53,8 +56,7 @@ class DictationFeatureTest : public testing::Test {
     desk.keyboard.release(kRightOption);
     time.run();
     ASSERT_TRUE(is<Transcribing>(phase()));
-    recognizer->finishes.give(std::move(text));
-    time.run();
+    give(recognizer->finishes, std::move(text));
   }
   bool escapeIsOurs() const {
     const auto keys = desk.keyboard.hotKeys();
@@ -77,8 +79,7 @@ TEST_F(DictationFeatureTest, AHeldKeyBecomesTextAndMusicIsMuffledMeanwhile) {
   EXPECT_TRUE(is<Starting>(phase()));
   EXPECT_TRUE(escapeIsOurs());
   EXPECT_EQ(desk.routes.built, 0) << "before the microphone is open nothing is touched";
-  recognizer->starts.give(true);
-  time.run();
+  give(recognizer->starts, true);
   EXPECT_TRUE(desk.routes.engaged);
   time.advance(2s);
   desk.keyboard.release(kRightOption);
@@ -86,8 +87,7 @@ TEST_F(DictationFeatureTest, AHeldKeyBecomesTextAndMusicIsMuffledMeanwhile) {
   EXPECT_TRUE(is<Transcribing>(phase()));
   EXPECT_FALSE(desk.routes.engaged) << "sound is back before the text is there";
   EXPECT_TRUE(escapeIsOurs());
-  recognizer->finishes.give("Hello");
-  time.run();
+  give<std::string>(recognizer->finishes, "Hello");
   EXPECT_TRUE(is<Inserted>(phase()));
   EXPECT_FALSE(escapeIsOurs());
   EXPECT_EQ(texts, std::vector<std::string>{"Hello"});
@@ -107,8 +107,7 @@ TEST_F(DictationFeatureTest, TheToggleKeyTheButtonAndEscapeDoAsTheTableSays) {
     time.run();
   };
   toggle();
-  recognizer->starts.give(true);
-  time.run();
+  give(recognizer->starts, true);
   desk.keyboard.tap(kRightOption);
   EXPECT_TRUE(is<Listening>(phase())) << "the hold key is nothing to a dictation that was toggled";
   toggle();
@@ -121,8 +120,7 @@ TEST_F(DictationFeatureTest, TheToggleKeyTheButtonAndEscapeDoAsTheTableSays) {
   EXPECT_TRUE(is<Idle>(phase()));
   feature->toggleFromPanel();
   time.run();
-  recognizer->starts.give(true);
-  time.run();
+  give(recognizer->starts, true);
   EXPECT_TRUE(is<Listening>(phase()));
   EXPECT_TRUE(desk.devices.isWatched());
   feature->setEnabled(false);
@@ -252,22 +250,19 @@ TEST_F(DictationFeatureTest, TheServicesConfigurationDecidesOverStreamingAlone) 
   EXPECT_EQ(fetches, 2);
   EXPECT_EQ(answers.size(), 1u) << "never two at once";
   offered.cloud.streaming = {{true, "m", "r"}};
-  answers.give(true);
-  time.run();
+  give(answers, true);
   EXPECT_TRUE(feature->cloud.streamingAvailable);
   EXPECT_EQ(feature->configuration().get(), offered);
   fails = true;
   feature->refreshConfiguration();
   time.run();
-  answers.give(true);
-  time.run();
+  give(answers, true);
   EXPECT_TRUE(feature->cloud.streamingAvailable) << "a failure changes nothing";
   fails = false;
   offered.cloud.streaming.reset();
   feature->refreshConfiguration();
   time.run();
-  answers.give(true);
-  time.run();
+  give(answers, true);
   EXPECT_FALSE(feature->cloud.streamingAvailable);
 }
 

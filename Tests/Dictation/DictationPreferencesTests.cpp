@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <tuple>
-
 #include "Tests/Doubles/FakeStores.h"
 
 namespace quillet::test {

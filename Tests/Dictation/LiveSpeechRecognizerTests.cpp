@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Dictation/LiveSpeechRecognizer.h"
 
-#include <cstdlib>
-
 #include "Tests/Doubles/FakeSound.h"
 #include "Tests/Doubles/FakeStores.h"
 #include "Tests/Doubles/LogCapture.h"

@@ -8,7 +8,6 @@
 #include <limits>
 #include <new>
 #include <numbers>
-#include <vector>
 
 namespace {
 
@@ -34,8 +33,6 @@ namespace {
 
 using testing::Each;
 using testing::ElementsAre;
-using testing::FloatEq;
-using testing::FloatNear;
 using Samples = std::vector<float>;
 
 static_assert(std::atomic<bool>::is_always_lock_free);
@@ -49,14 +46,10 @@ Samples render(LowPassMuffler& muffler, Samples input, std::size_t inputChannels
   return output;
 }
 
-Samples constant(std::size_t samples, float value) {
-  return Samples(samples, value);
-}
-
 /// A muffler whose effect has faded in, and that remembers nothing but silence.
 void engageFully(LowPassMuffler& muffler, double sampleRate) {
   muffler.engaged = true;
-  render(muffler, constant(static_cast<std::size_t>(sampleRate) * 2, 0));
+  render(muffler, Samples(static_cast<std::size_t>(sampleRate) * 2, 0));
   ASSERT_EQ(muffler.mix(), 1);
 }
 
@@ -89,21 +82,21 @@ TEST(LowPassMufflerTest, IsAButterworthFilterOfFourthOrder) {
 
 TEST(LowPassMufflerTest, FadesInThreeTenthsOfASecond) {
   LowPassMuffler muffler({.sampleRate = 44'100});
-  render(muffler, constant(20'000, 0.5F));
+  render(muffler, Samples(20'000, 0.5F));
   EXPECT_EQ(muffler.mix(), 0);
   muffler.engaged = true;
-  render(muffler, constant(2, 0.5F));
+  render(muffler, Samples(2, 0.5F));
   EXPECT_FLOAT_EQ(muffler.mix(), 1.0F / 13'230);
-  render(muffler, constant(2 * 13'229, 0.5F));
+  render(muffler, Samples(2 * 13'229, 0.5F));
   EXPECT_NEAR(muffler.mix(), 1, 1e-3);
-  render(muffler, constant(40, 0.5F));
+  render(muffler, Samples(40, 0.5F));
   EXPECT_EQ(muffler.mix(), 1);
   // It turns round wherever it is.
   muffler.engaged = false;
-  render(muffler, constant(2 * 6615, 0.5F));
+  render(muffler, Samples(2 * 6615, 0.5F));
   EXPECT_NEAR(muffler.mix(), 0.5, 1e-3);
   muffler.engaged = true;
-  render(muffler, constant(2 * 1323, 0.5F));
+  render(muffler, Samples(2 * 1323, 0.5F));
   EXPECT_NEAR(muffler.mix(), 0.6, 1e-3);
   EXPECT_EQ(LowPassMuffler({.sampleRate = 0}).mix(), 0);
 }
@@ -150,7 +143,7 @@ TEST(LowPassMufflerTest, ForgetsWhatIsNoNumber) {
   LowPassMuffler muffler({});
   engageFully(muffler, 48'000);
   render(muffler, {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()});
-  const Samples later = render(muffler, constant(20'000, 0.5F));
+  const Samples later = render(muffler, Samples(20'000, 0.5F));
   EXPECT_NEAR(later[19'998], 0.4, 1e-3);
   EXPECT_NEAR(later[19'999], 0.4, 1e-3);
 }
@@ -158,13 +151,13 @@ TEST(LowPassMufflerTest, ForgetsWhatIsNoNumber) {
 TEST(LowPassMufflerTest, LeavesNoDenormalNumbersBehind) {
   LowPassMuffler muffler({});
   engageFully(muffler, 48'000);
-  render(muffler, constant(960, 1));
+  render(muffler, Samples(960, 1));
   for (int callback = 0; callback < 400; ++callback) {
-    for (const float sample : render(muffler, constant(960, std::numeric_limits<float>::denorm_min()))) {
+    for (const float sample : render(muffler, Samples(960, std::numeric_limits<float>::denorm_min()))) {
       ASSERT_NE(std::fpclassify(sample), FP_SUBNORMAL) << "callback " << callback;
     }
   }
-  EXPECT_THAT(render(muffler, constant(960, 0)), Each(0));
+  EXPECT_THAT(render(muffler, Samples(960, 0)), Each(0));
 }
 
 TEST(LowPassMufflerTest, TakesNoMemory) {

@@ -12,7 +12,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class MediaPauserTest : public testing::Test {
  protected:
@@ -42,7 +41,7 @@ TEST_F(MediaPauserTest, LeavesASilentSystemAlone) {
   pauser->pause();
   pauser->resume();
   time.run();
-  EXPECT_THAT(players.commands, IsEmpty());
+  EXPECT_TRUE(players.commands.empty());
 }
 
 TEST_F(MediaPauserTest, OwesNothingWhenThePauseHadNoEffect) {
@@ -68,7 +67,7 @@ TEST_F(MediaPauserTest, ResumeNowCountsAPauseUnderWay) {
   pauser->pause();
   time.advance(50ms);
   pauser->resumeNow();
-  EXPECT_THAT(players.commands, IsEmpty()) << "nobody was told to pause yet";
+  EXPECT_TRUE(players.commands.empty()) << "nobody was told to pause yet";
   pauser->pause();
   time.advance(150ms);
   pauser->resumeNow();

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <optional>
-
 #include "QuilletCompanion/Dictation/ShortcutRecorder.h"
 #include "QuilletCompanion/Dictation/ShortcutText.h"
 #include "Tests/Doubles/FakeSystemKeyboard.h"

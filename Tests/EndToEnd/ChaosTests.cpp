@@ -2,15 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <boost/asio/redirect_error.hpp>
-#include <cstdlib>
 #include <deque>
 #include <iostream>
 #include <random>
 
-#include "QuilletCompanion/Relay/RelayConnection.h"
 #include "QuilletPhone/Phone.h"
-#include "Tests/Doubles/FakeSystemEvents.h"
-#include "Tests/Doubles/Files.h"
 #include "Tests/Doubles/LoopbackServer.h"
 #include "Tests/Doubles/LoopbackService.h"
 #include "Tests/EndToEnd/Desk.h"
@@ -22,170 +18,143 @@ using namespace std::chrono_literals;
 namespace asio = boost::asio;
 namespace websocket = boost::beast::websocket;
 
+Awaitable<void> sleep(std::chrono::milliseconds duration) {
+  asio::steady_timer timer(co_await asio::this_coro::executor, duration);
+  co_await timer.async_wait(asio::use_awaitable);
+}
+
 /// Stands between a desktop's relay socket and the service and mistreats the frames of both directions: holds them up,
 /// drops, fragments, repeats and reorders them, also on a later connection, and cuts connections, some within a frame.
 class ChaosProxy {
  public:
-  /// Shares in which a frame meets each fate.
-  struct Odds {
-    double drop = 0.01, cut = 0.003, repeat = 0.1, keepForLater = 0.05, delay = 0.3, fragment = 0.2;
-  };
   struct Counts {
-    std::atomic<int> forwarded, dropped, cut, repeated, keptForLater, delayed, fragmented;
+    std::atomic<int> dropped, cut, repeated, keptForLater, fragmented;
   };
 
-  ChaosProxy(std::uint32_t seed, boost::asio::ip::tcp::endpoint service, Odds odds);
+  ChaosProxy(std::uint32_t seed, asio::ip::tcp::endpoint service) : random_(seed), service_(std::move(service)) {}
 
   /// The same request by way of the proxy.
-  HTTPRequest through(HTTPRequest request) const;
+  HTTPRequest through(HTTPRequest request) const {
+    request.url.port = server_.url().port;
+    return request;
+  }
   /// From now on every frame goes through unharmed.
   void calmDown() { calm_ = true; }
   const Counts& counts() const { return counts_; }
 
  private:
   using WebSocket = LoopbackServer::WebSocket;
-  struct Link;
+  // Shares in which a frame meets each fate.
+  static constexpr double kDrop = 0.01, kCut = 0.003, kRepeat = 0.1, kKeepForLater = 0.05, kDelay = 0.3,
+                          kFragment = 0.2;
 
-  Awaitable<void> serve(LoopbackServer& server, LoopbackServer::Socket socket);
-  static Awaitable<bool> connect(Link& link, LoopbackServer::Request request);
-  Awaitable<void> pump(std::shared_ptr<Link> link, bool down);
+  struct Link {
+    Link(LoopbackServer::Socket near, LoopbackServer::Socket far) : desktop(std::move(near)), service(std::move(far)) {}
+    void cut() {
+      boost::system::error_code ignored;
+      desktop.next_layer().close(ignored);
+      service.next_layer().close(ignored);
+    }
+    WebSocket desktop, service;
+  };
+
+  Awaitable<void> serve(LoopbackServer& server, LoopbackServer::Socket socket) {
+    const auto request = co_await server.readRequest(socket);
+    LoopbackServer::Socket far(co_await asio::this_coro::executor);
+    co_await far.async_connect(service_, asio::use_awaitable);
+    const auto link = std::make_shared<Link>(std::move(socket), std::move(far));
+    if (!co_await connect(*link, request)) co_return;
+    for (const bool down : {true, false}) {
+      asio::co_spawn(co_await asio::this_coro::executor, pump(link, down),
+                     [link](const std::exception_ptr&) { link->cut(); });
+    }
+  }
+  static Awaitable<bool> connect(Link& link, LoopbackServer::Request request) {
+    link.service.set_option(websocket::stream_base::decorator([&](websocket::request_type& upgrade) {
+      for (const auto& field : request) {
+        if (field.name() == boost::beast::http::field::unknown) upgrade.set(field.name_string(), field.value());
+      }
+    }));
+    websocket::response_type answer;
+    boost::system::error_code error;
+    co_await link.service.async_handshake(answer, std::string(request[boost::beast::http::field::host]),
+                                          std::string(request.target()),
+                                          asio::redirect_error(asio::use_awaitable, error));
+    if (error) {
+      co_await LoopbackServer::write(link.desktop.next_layer(),
+                                     LoopbackServer::answer(static_cast<int>(answer.result_int()), answer.body()));
+      co_return false;
+    }
+    co_await link.desktop.async_accept(request, asio::use_awaitable);
+    co_return true;
+  }
+  Awaitable<void> pump(std::shared_ptr<Link> link, bool down) {
+    WebSocket& in = down ? link->service : link->desktop;
+    WebSocket& out = down ? link->desktop : link->service;
+    for (;;) {
+      std::string frame = co_await LoopbackServer::readText(in);
+      if (!co_await mistreat(out, std::move(frame), later_[down ? 1 : 0])) co_return;
+    }
+  }
   /// False when the connection is to be cut.
-  Awaitable<bool> mistreat(WebSocket& out, std::string frame, std::deque<std::string>& later);
-  Awaitable<void> forward(WebSocket& out, const std::string& frame);
-  Awaitable<void> breakOff(WebSocket& out);
+  Awaitable<bool> mistreat(WebSocket& out, std::string frame, std::deque<std::string>& later) {
+    if (happens(kCut)) {
+      ++counts_.cut;
+      co_await breakOff(out);
+      co_return false;
+    }
+    if (happens(kDelay)) co_await sleep(std::chrono::milliseconds(draw(1, 4)));
+    if (happens(kDrop)) {
+      ++counts_.dropped;
+      co_return true;
+    }
+    if (happens(kRepeat)) {
+      const int copies = draw(1, 4);
+      counts_.repeated += copies;
+      for (int i = 0; i < copies; ++i) {
+        if (happens(0.5)) {
+          later.push_back(frame);
+        } else {
+          co_await forward(out, frame);
+        }
+      }
+    }
+    if (happens(kKeepForLater)) {
+      ++counts_.keptForLater;
+      later.push_back(std::move(frame));
+    } else {
+      co_await forward(out, frame);
+    }
+    while (!later.empty() && (calm_ || happens(0.6))) {
+      const std::string old = std::move(later.front());
+      later.pop_front();
+      co_await forward(out, old);
+    }
+    co_return true;
+  }
+  Awaitable<void> forward(WebSocket& out, const std::string& frame) {
+    const bool fragmented = happens(kFragment);
+    if (fragmented) ++counts_.fragmented;
+    out.text(true);
+    out.auto_fragment(fragmented);
+    out.write_buffer_bytes(fragmented ? static_cast<std::size_t>(draw(8, 200)) : 4096);
+    co_await out.async_write(asio::buffer(frame), asio::use_awaitable);
+  }
+  /// Half of the time after the first bytes of a frame of a hundred.
+  Awaitable<void> breakOff(WebSocket& out) {
+    if (happens(0.5)) co_await LoopbackServer::write(out.next_layer(), std::string("\x81\x64{\"type\":", 10));
+  }
   bool happens(double share) { return !calm_ && std::bernoulli_distribution(share)(random_); }
   int draw(int least, int most) { return std::uniform_int_distribution<int>(least, most)(random_); }
 
   std::mt19937 random_;  ///< The proxy's thread only, as `later_`.
-  boost::asio::ip::tcp::endpoint service_;
-  Odds odds_;
+  asio::ip::tcp::endpoint service_;
   Counts counts_{};
   std::atomic<bool> calm_{false};
   std::deque<std::string> later_[2];  ///< For each direction; outlive connections.
-  LoopbackServer server_;
+  LoopbackServer server_{
+      [this](LoopbackServer& server, LoopbackServer::Socket socket) { return serve(server, std::move(socket)); }};
 };
-
-Awaitable<void> sleep(std::chrono::milliseconds duration) {
-  asio::steady_timer timer(co_await asio::this_coro::executor, duration);
-  co_await timer.async_wait(asio::use_awaitable);
-}
-
-struct ChaosProxy::Link {
-  Link(LoopbackServer::Socket near, LoopbackServer::Socket far) : desktop(std::move(near)), service(std::move(far)) {}
-  void cut() {
-    boost::system::error_code ignored;
-    desktop.next_layer().close(ignored);
-    service.next_layer().close(ignored);
-  }
-  WebSocket desktop, service;
-};
-
-ChaosProxy::ChaosProxy(std::uint32_t seed, asio::ip::tcp::endpoint service, Odds odds)
-    : random_(seed),
-      service_(std::move(service)),
-      odds_(odds),
-      server_(
-          [this](LoopbackServer& server, LoopbackServer::Socket socket) { return serve(server, std::move(socket)); }) {}
-
-HTTPRequest ChaosProxy::through(HTTPRequest request) const {
-  request.url.port = server_.url().port;
-  return request;
-}
-
-Awaitable<void> ChaosProxy::serve(LoopbackServer& server, LoopbackServer::Socket socket) {
-  const auto request = co_await server.readRequest(socket);
-  LoopbackServer::Socket far(co_await asio::this_coro::executor);
-  co_await far.async_connect(service_, asio::use_awaitable);
-  const auto link = std::make_shared<Link>(std::move(socket), std::move(far));
-  if (!co_await connect(*link, request)) co_return;
-  for (const bool down : {true, false}) {
-    asio::co_spawn(co_await asio::this_coro::executor, pump(link, down),
-                   [link](const std::exception_ptr&) { link->cut(); });
-  }
-}
-
-Awaitable<bool> ChaosProxy::connect(Link& link, LoopbackServer::Request request) {
-  link.service.set_option(websocket::stream_base::decorator([&](websocket::request_type& upgrade) {
-    for (const auto& field : request) {
-      if (field.name() == boost::beast::http::field::unknown) upgrade.set(field.name_string(), field.value());
-    }
-  }));
-  websocket::response_type answer;
-  boost::system::error_code error;
-  co_await link.service.async_handshake(answer, std::string(request[boost::beast::http::field::host]),
-                                        std::string(request.target()),
-                                        asio::redirect_error(asio::use_awaitable, error));
-  if (error) {
-    co_await LoopbackServer::write(link.desktop.next_layer(),
-                                   LoopbackServer::answer(static_cast<int>(answer.result_int()), answer.body()));
-    co_return false;
-  }
-  co_await link.desktop.async_accept(request, asio::use_awaitable);
-  co_return true;
-}
-
-Awaitable<void> ChaosProxy::pump(std::shared_ptr<Link> link, bool down) {
-  WebSocket& in = down ? link->service : link->desktop;
-  WebSocket& out = down ? link->desktop : link->service;
-  for (;;) {
-    std::string frame = co_await LoopbackServer::readText(in);
-    if (!co_await mistreat(out, std::move(frame), later_[down ? 1 : 0])) co_return;
-  }
-}
-
-Awaitable<bool> ChaosProxy::mistreat(WebSocket& out, std::string frame, std::deque<std::string>& later) {
-  if (happens(odds_.cut)) {
-    ++counts_.cut;
-    co_await breakOff(out);
-    co_return false;
-  }
-  if (happens(odds_.delay)) {
-    ++counts_.delayed;
-    co_await sleep(std::chrono::milliseconds(draw(1, 4)));
-  }
-  if (happens(odds_.drop)) {
-    ++counts_.dropped;
-    co_return true;
-  }
-  if (happens(odds_.repeat)) {
-    const int copies = draw(1, 4);
-    counts_.repeated += copies;
-    for (int i = 0; i < copies; ++i) {
-      if (happens(0.5)) {
-        later.push_back(frame);
-      } else {
-        co_await forward(out, frame);
-      }
-    }
-  }
-  if (happens(odds_.keepForLater)) {
-    ++counts_.keptForLater;
-    later.push_back(std::move(frame));
-  } else {
-    co_await forward(out, frame);
-  }
-  while (!later.empty() && (calm_ || happens(0.6))) {
-    const std::string old = std::move(later.front());
-    later.pop_front();
-    co_await forward(out, old);
-  }
-  co_return true;
-}
-
-Awaitable<void> ChaosProxy::forward(WebSocket& out, const std::string& frame) {
-  ++counts_.forwarded;
-  const bool fragmented = happens(odds_.fragment);
-  if (fragmented) ++counts_.fragmented;
-  out.text(true);
-  out.auto_fragment(fragmented);
-  out.write_buffer_bytes(fragmented ? static_cast<std::size_t>(draw(8, 200)) : 4096);
-  co_await out.async_write(asio::buffer(frame), asio::use_awaitable);
-}
-
-/// Half of the time after the first bytes of a frame of a hundred.
-Awaitable<void> ChaosProxy::breakOff(WebSocket& out) {
-  if (happens(0.5)) co_await LoopbackServer::write(out.next_layer(), std::string("\x81\x64{\"type\":", 10));
-}
 
 constexpr int kDeliveries = 1000;
 constexpr int kLanes = 16;  // More than may be pending, once their frames are repeated.
@@ -201,7 +170,7 @@ std::uint32_t chosenSeed() {
 }
 
 /// A real phone, service, connection, handler and journal; a field in memory; chaos on the relay's socket.
-class ChaosTest : public testing::Test {
+class ChaosTest : public ConnectedDesk {
  protected:
   ChaosTest() {
     service.enrol(desk.keys, DevicePlatform::macos);
@@ -213,23 +182,9 @@ class ChaosTest : public testing::Test {
     };
     startDesk();
   }
-  ~ChaosTest() override {
-    connection->stop();
-    desk.crash();
-    main.runUntil([this] { return desk.isQuiet(); });
-    settle(main, network);
-  }
 
   void startDesk() {
-    connection = std::make_shared<RelayConnection>(
-        main.executor(), [this] { return proxy.through(api.relayRequest()); },
-        [this](HTTPRequest request, std::size_t size) {
-          return makeWebSocketTask(session, main.executor(), std::move(request), size);
-        },
-        system, time, [] { return 0.0; });
-    connection->onMessage = [this](const RelayServerMessage& message) { desk.handler->handle(message); };
-    desk.handler->setTransport(connection);
-    connection->start();
+    connect([this] { return proxy.through(api.relayRequest()); });
   }
   void crashAndRestart() {
     connection->stop();
@@ -307,22 +262,13 @@ class ChaosTest : public testing::Test {
   const std::uint32_t seed = chosenSeed();
   std::mt19937 random{seed};
   LoopbackService service{{.relay = {.prepare = 2s}}};
-  ChaosProxy proxy{seed, service.endpoint(), {}};
-  TemporaryFolder folder;
-  FakeSystemEvents system;
-  MainThread main;
-  NetworkThread network;
-  TimeSource time = systemTime(network.executor());
-  HTTPSession session{network.executor()};
-  SealingPhone pocket;
-  Desk desk{main.executor(), time, folder.path(), pocket.peer};
+  ChaosProxy proxy{seed, service.endpoint()};
   APIClient api{service.url(), desk.keys, session};
   Phone phone{{.name = "Pocket", .service = service.url().text(), .macs = {{desk.identity(), 1}}},
               folder.path(),
               pocket.keys,
               session,
               time};
-  std::shared_ptr<RelayConnection> connection;
   std::map<std::string, InsertionOutcome> told;
   int begun = 0, lanesDone = 0, crashes = 0;
 };

@@ -1,7 +1,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include "QuilletCompanion/Relay/RelayConnection.h"
+#include "QuilletKit/Network/HTTPSession.h"
+#include "QuilletKit/Network/WebSocketTask.h"
 #include "Tests/Doubles/FakeAccessibilityProvider.h"
+#include "Tests/Doubles/FakeSystemEvents.h"
+#include "Tests/Doubles/Files.h"
+#include "Tests/Doubles/NetworkThread.h"
 #include "Tests/Doubles/RelayEnds.h"
 
 namespace quillet::test {
@@ -53,6 +61,43 @@ class Desk {
   std::unique_ptr<TextInserter> inserter_;
   std::weak_ptr<RelayMessageHandler> crashed_;
   std::vector<std::shared_ptr<void>> graves_;  ///< What suspended work may still refer to.
+};
+
+/// A desk with a relay connection over real sockets, paired with one phone.
+class ConnectedDesk : public testing::Test {
+ protected:
+  void TearDown() override {
+    if (connection) connection->stop();
+    desk.crash();
+    main.runUntil([this] { return desk.isQuiet(); });
+    settle(main, network);
+  }
+  void connect(std::function<HTTPRequest()> makeRequest) {
+    connection = std::make_shared<RelayConnection>(
+        main.executor(), std::move(makeRequest),
+        [this](HTTPRequest request, std::size_t size) {
+          return makeWebSocketTask(session, main.executor(), std::move(request), size);
+        },
+        system, time, [] { return 0.0; });
+    connection->onMessage = [this](const RelayServerMessage& message) {
+      ++messages;
+      desk.handler->handle(message);
+    };
+    connection->onAuthenticationRejected = [this] { ++rejections; };
+    desk.handler->setTransport(connection);
+    connection->start();
+  }
+
+  MainThread main;
+  NetworkThread network;
+  TimeSource time = systemTime(network.executor());
+  HTTPSession session{network.executor()};
+  FakeSystemEvents system;
+  TemporaryFolder folder;
+  SealingPhone pocket;
+  Desk desk{main.executor(), time, folder.path(), pocket.peer};
+  std::shared_ptr<RelayConnection> connection;
+  int messages = 0, rejections = 0;
 };
 
 }  // namespace quillet::test

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include "QuilletCompanion/Relay/RelayConnection.h"
 #include "QuilletKit/JSON/JSONCoding.h"
-#include "Tests/Doubles/FakeSystemEvents.h"
 #include "Tests/Doubles/LoopbackServer.h"
 #include "Tests/Doubles/Rows.h"
 #include "Tests/EndToEnd/Desk.h"
@@ -30,45 +28,11 @@ std::string text(const std::string& payload) {
   return framed('\x81', payload);
 }
 
-/// The desktop's half over real sockets.
-class MisbehavingServiceTest : public testing::Test {
+class MisbehavingServiceTest : public ConnectedDesk {
  protected:
-  ~MisbehavingServiceTest() override {
-    if (connection) connection->stop();
-    desk.crash();
-    main.runUntil([this] { return desk.isQuiet(); });
-    settle(main, network);
-  }
-
-  void start(std::function<HTTPRequest()> makeRequest) {
-    connection = std::make_shared<RelayConnection>(
-        main.executor(), std::move(makeRequest),
-        [this](HTTPRequest request, std::size_t size) {
-          return makeWebSocketTask(session, main.executor(), std::move(request), size);
-        },
-        system, time, [] { return 0.0; });
-    connection->onMessage = [this](const RelayServerMessage& message) {
-      ++messages;
-      desk.handler->handle(message);
-    };
-    connection->onAuthenticationRejected = [this] { ++rejections; };
-    desk.handler->setTransport(connection);
-    connection->start();
-  }
   RelayServer::Deliver delivery(const std::string& utteranceId) {
-    return phone.delivers(desk.identity(), utteranceId, desk.token(phone));
+    return pocket.delivers(desk.identity(), utteranceId, desk.token(pocket));
   }
-
-  MainThread main;
-  NetworkThread network;
-  TimeSource time = systemTime(network.executor());
-  HTTPSession session{network.executor()};
-  FakeSystemEvents system;
-  TemporaryFolder folder;
-  SealingPhone phone;
-  Desk desk{main.executor(), time, folder.path(), phone.peer};
-  std::shared_ptr<RelayConnection> connection;
-  int messages = 0, rejections = 0;
 };
 
 /// Every bad frame is followed, on the same socket or the next, by a delivery that still works.
@@ -127,7 +91,7 @@ TEST_F(MisbehavingServiceTest, BadConnectionsAndFramesDoNoHarm) {
       if ((co_await LoopbackServer::readText(stream)).find(R"("type":"result")") != std::string::npos) ++results;
     }
   });
-  start([&] { return server.request("/v1/mac/connect", "GET", "ws"); });
+  connect([&] { return server.request("/v1/mac/connect", "GET", "ws"); });
   EXPECT_TRUE(main.runUntil([&] { return results == 5; }, 60s)) << server.connections() << " connections";
   EXPECT_EQ(server.connections(), bad + 1);
   EXPECT_EQ(rejections, 2);

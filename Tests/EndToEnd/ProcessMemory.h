@@ -7,7 +7,6 @@
 #include <QString>
 #include <cstdio>
 #include <fstream>
-#include <string>
 #include <vector>
 
 namespace quillet::test {

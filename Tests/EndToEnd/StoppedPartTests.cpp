@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <QRasterWindow>
-#include <cstdlib>
 
 #include "QuilletCompanion/Platform/Linux/Typing/ModifierState.h"
 #include "QuilletCompanion/Platform/Linux/X11/FrontWindow.h"

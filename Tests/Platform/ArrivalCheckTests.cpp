@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <tuple>
-
 #include "QuilletCompanion/Platform/Linux/Accessibility/TextUnits.h"
 #include "QuilletCompanion/Platform/Linux/Typing/ArrivalCheck.h"
 #include "Tests/Doubles/Rows.h"
@@ -27,11 +25,16 @@ ArrivalCheck posted(std::u32string_view characters, std::optional<Look> before) 
   return check;
 }
 
+/// The check once its target was looked at.
+ArrivalCheck& seen(ArrivalCheck& check, std::optional<Look> now, Duration age) {
+  check.look(std::move(now), at(age));
+  return check;
+}
+
 std::uint64_t arrived(std::u32string_view characters, std::optional<Look> before, std::optional<Look> now,
                       Duration age = 1ms) {
   auto check = posted(characters, before);
-  check.look(now, at(age));
-  return check.arrived();
+  return seen(check, std::move(now), age).arrived();
 }
 
 TEST(ArrivalCheck, CountsWhatArrived) {
@@ -50,18 +53,14 @@ TEST(ArrivalCheck, CountsWhatArrived) {
 
 TEST(ArrivalCheck, GoesOnCountingFromWhereItStarted) {
   auto check = posted(U"abc", Look{10, 10, 0, 1, Unit::codePoints});
-  check.look(Look{12, 12, 0, 1, Unit::codePoints}, at(1ms));
-  EXPECT_EQ(check.underWay(), 1U);
+  EXPECT_EQ(seen(check, Look{12, 12, 0, 1, Unit::codePoints}, 1ms).underWay(), 1U);
   check.before(Look{12, 12, 0, 1, Unit::codePoints});  // a character is still under way
   check.add(U"def", at(2ms));
-  check.look(Look{14, 14, 0, 1, Unit::codePoints}, at(3ms));
-  EXPECT_EQ(check.arrived(), 4U);
-  check.look(Look{16, 16, 0, 1, Unit::codePoints}, at(4ms));
-  EXPECT_EQ(check.underWay(), 0U);
+  EXPECT_EQ(seen(check, Look{14, 14, 0, 1, Unit::codePoints}, 3ms).arrived(), 4U);
+  EXPECT_EQ(seen(check, Look{16, 16, 0, 1, Unit::codePoints}, 4ms).underWay(), 0U);
   check.before(Look{3, 3, 0, 2, Unit::codePoints});
   check.add(U"g", at(5ms));
-  check.look(Look{3, 3, 0, 2, Unit::codePoints}, at(6ms));
-  EXPECT_EQ(check.arrived(), 6U);
+  EXPECT_EQ(seen(check, Look{3, 3, 0, 2, Unit::codePoints}, 6ms).arrived(), 6U);
   EXPECT_EQ(check.posted(), 7U);
 }
 
@@ -84,15 +83,12 @@ TEST(ArrivalCheck, FindsOutTheUnitOnceForAnElement) {
   ArrivalCheck check = posted(emoji, Look{0, {}, 0, 7});
   // A count that stays at the number of code points is final.
   check.look(Look{2, {}, 0, 7}, at(10ms));
-  check.look(Look{2, {}, 0, 7}, at(69ms));
-  EXPECT_EQ(check.arrived(), 1U);
-  check.look(Look{2, {}, 0, 7}, at(70ms));
-  EXPECT_EQ(check.arrived(), 2U);
+  EXPECT_EQ(seen(check, Look{2, {}, 0, 7}, 69ms).arrived(), 1U);
+  EXPECT_EQ(seen(check, Look{2, {}, 0, 7}, 70ms).arrived(), 2U);
   const auto further = [&](std::uintptr_t element, std::int64_t start, std::int64_t grown) {
     check.before(Look{start, {}, 0, element});
     check.add(emoji, at(80ms));
-    check.look(Look{start + grown, {}, 0, element}, at(81ms));
-    return check.underWay();
+    return seen(check, Look{start + grown, {}, 0, element}, 81ms).underWay();
   };
   EXPECT_EQ(further(7, 2, 2), 0U);
   EXPECT_EQ(further(7, 4, 3), 1U) << "it counts UTF-16 after all";
@@ -114,8 +110,7 @@ TEST(ArrivalCheck, ForgetsWhatATargetHasLost) {
   EXPECT_TRUE(busy.arrived() == 2 && busy.takeLost() && !busy.takeLost());
   auto slow = posted(U"ab", here);
   slow.look(Look{6, 6, 0, 1, Unit::codePoints}, at(1400ms));
-  slow.look(Look{6, 6, 0, 1, Unit::codePoints}, at(4399ms));
-  EXPECT_EQ(slow.arrived(), 1U) << "it has shown that it is at work";
+  EXPECT_EQ(seen(slow, Look{6, 6, 0, 1, Unit::codePoints}, 4399ms).arrived(), 1U) << "it has shown that it is at work";
   slow.look(Look{6, 6, 0, 1, Unit::codePoints}, at(4400ms));
   EXPECT_TRUE(slow.arrived() == 2 && !slow.lost());
 }
@@ -127,33 +122,26 @@ TEST(ArrivalCheck, AFieldThatShowsAPartIsReadAtItsCaret) {
   auto check = posted(U"and so on", look(400, U"$ walk "));
   check.look(look(322, U"$ walk and"), at(1ms));  // a line of 80 has gone at the top, and 2 have come
   EXPECT_EQ(check.arrived(), 3U);
-  check.look(look(328, U"lk and so on"), at(2ms));
-  EXPECT_EQ(check.underWay(), 0U);
+  EXPECT_EQ(seen(check, look(328, U"lk and so on"), 2ms).underWay(), 0U);
   check.before(look(328, U"lk and so on"));
   check.add(U"ly", at(3ms));
-  check.look(look(250, U"$ "), at(4ms));
-  EXPECT_EQ(check.underWay(), 2U) << "it may be about to be filled anew";
-  check.look(look(250, U"$ "), at(304ms));
-  EXPECT_EQ(check.underWay(), 0U) << "somebody else has cleared it";
+  EXPECT_EQ(seen(check, look(250, U"$ "), 4ms).underWay(), 2U) << "it may be about to be filled anew";
+  EXPECT_EQ(seen(check, look(250, U"$ "), 304ms).underWay(), 0U) << "somebody else has cleared it";
   auto page = posted(U"it\u2019s so", look(500, U"and "));
-  page.look(look(600, U"other text"), at(1ms));
-  EXPECT_EQ(page.arrived(), 0U) << "more, but not of what was typed";
-  page.look(look(500, U"and\u00A0it's"), at(2ms));
-  EXPECT_EQ(page.arrived(), 4U) << "it shows no more than 500";
+  EXPECT_EQ(seen(page, look(600, U"other text"), 1ms).arrived(), 0U) << "more, but not of what was typed";
+  EXPECT_EQ(seen(page, look(500, U"and\u00A0it's"), 2ms).arrived(), 4U) << "it shows no more than 500";
 }
 
 TEST(ArrivalCheck, WhatAnEarlierTextHasLostDoesNotEndTheNext) {
   const Look here{5, 5, 0, 1, Unit::codePoints};
   auto check = posted(U"ab", here);
   check.beginText();
-  check.look(here, at(7999ms));
-  EXPECT_EQ(check.underWay(), 2U) << "it may still come";
+  EXPECT_EQ(seen(check, here, 7999ms).underWay(), 2U) << "it may still come";
   check.look(here, at(8000ms));
   EXPECT_TRUE(check.underWay() == 0 && !check.lost());
   check.before(here);
   check.add(U"c", at(6s));
-  check.look(here, at(14s));
-  EXPECT_TRUE(check.lost());
+  EXPECT_TRUE(seen(check, here, 14s).lost());
 }
 
 TEST(ArrivalCheck, ATargetThatFallsSilentHasTakenNothing) {
@@ -163,8 +151,7 @@ TEST(ArrivalCheck, ATargetThatFallsSilentHasTakenNothing) {
     EXPECT_EQ(check.underWay(), 2U);
     EXPECT_TRUE(check.unreadable());
   }
-  check.look(Look{7, 7, 0, 1, Unit::codePoints}, at(5001ms));
-  EXPECT_EQ(check.underWay(), 0U);
+  EXPECT_EQ(seen(check, Look{7, 7, 0, 1, Unit::codePoints}, 5001ms).underWay(), 0U);
   EXPECT_FALSE(check.unreadable());
   check.look(Look{.elsewhere = true}, at(5002ms));
   EXPECT_TRUE(check.unreadable() && check.elsewhere());

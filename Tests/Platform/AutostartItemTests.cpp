@@ -21,18 +21,15 @@ TEST(AutostartItem, WritesAnEntryThatDesktopsStartAsItWasMeant) {
   item.setEnabled(true);
   EXPECT_TRUE(item.isEnabled());
   // What GLib, which desktops start entries by, makes of the line.
-  GKeyFile* keys = g_key_file_new();
+  g_autoptr(GKeyFile) keys = g_key_file_new();
   ASSERT_TRUE(g_key_file_load_from_file(keys, file.c_str(), G_KEY_FILE_NONE, nullptr));
-  char* line = g_key_file_get_string(keys, "Desktop Entry", "Exec", nullptr);
-  char** words = nullptr;
+  g_autofree char* line = g_key_file_get_string(keys, "Desktop Entry", "Exec", nullptr);
+  g_auto(GStrv) words = nullptr;
   int count = 0;
   ASSERT_TRUE(g_shell_parse_argv(line, &count, &words, nullptr)) << line;
   ASSERT_EQ(count, 2);
   EXPECT_STREQ(words[0], "/opt/my \"own\" $HOME`s/100%%/back\\slash");
   EXPECT_STREQ(words[1], "--terminal");
-  g_strfreev(words);
-  g_free(line);
-  g_key_file_free(keys);
   item.setEnabled(false);
   EXPECT_FALSE(item.isEnabled());
   EXPECT_FALSE(std::filesystem::exists(file));

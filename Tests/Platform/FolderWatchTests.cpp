@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: MIT
-
-#include <algorithm>
-
 #include "QuilletCompanion/Platform/Linux/Storage/FolderWatch.h"
 #include "QuilletCompanion/Platform/Linux/Storage/NetworkMounts.h"
 #include "Tests/Doubles/Rows.h"

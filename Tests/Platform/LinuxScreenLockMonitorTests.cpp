@@ -1,19 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "QuilletCompanion/Platform/Linux/Session/LinuxScreenLockMonitor.h"
 
-#include <functional>
-#include <map>
-#include <tuple>
-
 #include "Tests/Doubles/Rows.h"
 #include "Tests/Platform/PrivateBus.h"
 
 namespace quillet {
 namespace {
 
-using test::eventually;
-using test::MockLogind;
-using test::PrivateBus;
+using namespace test;
 
 /// A screen saver on the session bus.
 class MockSaver {
@@ -26,8 +20,6 @@ class MockSaver {
     program_.end(SIGKILL);
     EXPECT_TRUE(bus_.awaitNoOwner(name_));
   }
-  MockSaver(const MockSaver&) = delete;
-  MockSaver& operator=(const MockSaver&) = delete;
 
   bool answers(bool active) {
     return bus_.mock(name_, path_, "AddMethod",
@@ -84,8 +76,8 @@ TEST_F(LinuxScreenLockMonitorTest, FollowsScreenSavers) {
                                    std::pair("org.xfce.ScreenSaver", "/org/xfce/ScreenSaver")}) {
     MockSaver saver(sessionBus, name, path);
     for (const bool active : {true, false, true}) {
-      ASSERT_TRUE(saver.signals(active));
-      EXPECT_TRUE(eventually([&] { return monitor.lockedByNotification() == active; })) << name << active;
+      EXPECT_TRUE(saver.signals(active) && eventually([&] { return monitor.lockedByNotification() == active; }))
+          << name << active;
     }
   }
   EXPECT_TRUE(eventually([&] { return !monitor.isLocked(); })) << "a screen saver that is gone locks nothing";
@@ -99,8 +91,7 @@ TEST_F(LinuxScreenLockMonitorTest, AsksAScreenSaverThatWasThereBefore) {
   EXPECT_TRUE(eventually([&] { return monitor.isScreenLocked(); }));
   EXPECT_EQ(changes, 1);
   EXPECT_FALSE(monitor.lockedByNotification());
-  ASSERT_TRUE(saver.signals(false));
-  EXPECT_TRUE(eventually([&] { return !monitor.isLocked(); }));
+  EXPECT_TRUE(saver.signals(false) && eventually([&] { return !monitor.isLocked(); }));
 }
 
 TEST_F(LinuxScreenLockMonitorTest, IsLockedWhileAnySourceSaysSo) {
@@ -115,22 +106,19 @@ TEST_F(LinuxScreenLockMonitorTest, IsLockedWhileAnySourceSaysSo) {
   using Step = std::tuple<std::string, std::string, bool, bool>;
   for (const auto& [what, source, on, locked] : test::rows<Step>("locks", "steps")) {
     const int before = changes;
-    ASSERT_TRUE(sources.at(source)(on)) << what;
-    ASSERT_TRUE(eventually([&] { return changes > before; })) << what;
+    ASSERT_TRUE(sources.at(source)(on) && eventually([&] { return changes > before; })) << what;
     EXPECT_EQ(monitor.isLocked(), locked) << what;
   }
 }
 
 TEST_F(LinuxScreenLockMonitorTest, FollowsLogindThatComesAndGoes) {
   LinuxScreenLockMonitor monitor;
-  ASSERT_TRUE(logind.setSession("LockedHint", true));
-  ASSERT_TRUE(eventually([&] { return monitor.lockedByNotification(); }));
+  ASSERT_TRUE(logind.setSession("LockedHint", true) && eventually([&] { return monitor.lockedByNotification(); }));
   logind.stop();
   EXPECT_TRUE(monitor.isLocked()) << "its last word";
   logind.start();
   EXPECT_TRUE(eventually([&] { return !monitor.isLocked(); })) << "unlocked meanwhile";
-  ASSERT_TRUE(logind.callSession("Lock"));
-  EXPECT_TRUE(eventually([&] { return monitor.isLocked(); }));
+  EXPECT_TRUE(logind.callSession("Lock") && eventually([&] { return monitor.isLocked(); }));
 }
 
 TEST_F(LinuxScreenLockMonitorTest, FindsLogindAndItsSessionLater) {
@@ -173,8 +161,7 @@ TEST_F(LinuxScreenLockMonitorTest, StartedInsideAnotherLoginFollowsTheDisplaysSe
 TEST_F(LinuxScreenLockMonitorTest, ADesktopThatWasStartedFromATerminalHasThatSession) {
   ASSERT_TRUE(logind.setSession("Type", g_variant_new_string("tty")));
   ASSERT_TRUE(logind.setSession("LockedHint", true));
-  ASSERT_TRUE(logind.addSession("c2"));
-  ASSERT_TRUE(logind.setDisplay("c2", "/org/freedesktop/login1/session/c2"));
+  ASSERT_TRUE(logind.addSession("c2") && logind.setDisplay("c2", "/org/freedesktop/login1/session/c2"));
   LinuxScreenLockMonitor monitor;
   EXPECT_TRUE(monitor.isLocked());
 }
@@ -200,19 +187,15 @@ TEST_F(LinuxScreenLockMonitorTest, IgnoresWhatOthersSay) {
   systemBus.forge(MockLogind::session, "org.freedesktop.login1.Session", "Lock", g_variant_new("()"));
   sessionBus.forge("/org/gnome/ScreenSaver", "org.gnome.ScreenSaver", "ActiveChanged", g_variant_new("(b)", TRUE));
   count(monitor);
-  ASSERT_TRUE(logind.callSession("Unlock"));
-  ASSERT_TRUE(saver.signals(false));
+  ASSERT_TRUE(logind.callSession("Unlock") && saver.signals(false));
   EXPECT_TRUE(eventually([&] { return changes >= 2; }));
   EXPECT_EQ(changes, 2);
   EXPECT_FALSE(monitor.isLocked());
   // Nor a lock's forged end.
-  ASSERT_TRUE(saver.signals(true));
-  ASSERT_TRUE(eventually([&] { return monitor.isLocked(); }));
+  ASSERT_TRUE(saver.signals(true) && eventually([&] { return monitor.isLocked(); }));
   sessionBus.forge("/org/gnome/ScreenSaver", "org.gnome.ScreenSaver", "ActiveChanged", g_variant_new("(b)", FALSE));
-  ASSERT_TRUE(logind.callSession("Lock"));
-  ASSERT_TRUE(eventually([&] { return changes >= 4; }));
-  ASSERT_TRUE(logind.callSession("Unlock"));
-  ASSERT_TRUE(eventually([&] { return changes >= 5; }));
+  ASSERT_TRUE(logind.callSession("Lock") && eventually([&] { return changes >= 4; }));
+  ASSERT_TRUE(logind.callSession("Unlock") && eventually([&] { return changes >= 5; }));
   EXPECT_TRUE(monitor.isLocked());
 }
 

@@ -56,19 +56,16 @@ TEST_F(LinuxSystemEventsTest, SleepWaitsUntilNobodyHoldsItUp) {
   keepHold = true;
   for (int round = 0; round < 2; ++round) {
     told.clear();
-    ASSERT_TRUE(logind.prepareForSleep(true));
-    ASSERT_TRUE(hears({"sleep"}));
+    ASSERT_TRUE(logind.prepareForSleep(true) && hears({"sleep"}));
     ASSERT_NE(hold, nullptr);
     EXPECT_EQ(openPipes(), before + 1) << "a frame still has to leave";
     std::thread([this] { hold.reset(); }).join();
     EXPECT_TRUE(letsSleep());
-    ASSERT_TRUE(logind.prepareForSleep(false));
-    ASSERT_TRUE(hears({"sleep", "wake"}));
+    ASSERT_TRUE(logind.prepareForSleep(false) && hears({"sleep", "wake"}));
     EXPECT_TRUE(inhibits()) << "for the next sleep";
   }
   keepHold = false;
-  ASSERT_TRUE(logind.prepareForSleep(true));
-  ASSERT_TRUE(hears({"sleep", "wake", "sleep"}));
+  ASSERT_TRUE(logind.prepareForSleep(true) && hears({"sleep", "wake", "sleep"}));
   EXPECT_TRUE(letsSleep()) << "nobody holds it up";
   observation.reset();
 }
@@ -76,16 +73,13 @@ TEST_F(LinuxSystemEventsTest, SleepWaitsUntilNobodyHoldsItUp) {
 TEST_F(LinuxSystemEventsTest, SleepWaitsNoLongerThanItsBound) {
   EXPECT_TRUE(inhibits());
   keepHold = true;
-  ASSERT_TRUE(logind.prepareForSleep(true));
-  ASSERT_TRUE(hears({"sleep"}));
+  ASSERT_TRUE(logind.prepareForSleep(true) && hears({"sleep"}));
   EXPECT_TRUE(letsSleep()) << "with the hold still there";
   const auto old = hold;
-  ASSERT_TRUE(logind.prepareForSleep(false));
-  ASSERT_TRUE(hears({"sleep", "wake"}));
+  ASSERT_TRUE(logind.prepareForSleep(false) && hears({"sleep", "wake"}));
   EXPECT_TRUE(inhibits());
   hold.reset();
-  ASSERT_TRUE(logind.prepareForSleep(true));
-  ASSERT_TRUE(hears({"sleep", "wake", "sleep"}));
+  ASSERT_TRUE(logind.prepareForSleep(true) && hears({"sleep", "wake", "sleep"}));
   EXPECT_NE(hold, old);
   EXPECT_EQ(openPipes(), before + 1) << "the hold of an earlier sleep says nothing of this one";
 }
@@ -94,8 +88,7 @@ TEST_F(LinuxSystemEventsTest, ObservationsShareOneDelay) {
   auto second = observe();
   EXPECT_TRUE(inhibits());
   observation.reset();
-  ASSERT_TRUE(logind.prepareForSleep(true));
-  ASSERT_TRUE(hears({"sleep"})) << "the one that is left";
+  ASSERT_TRUE(logind.prepareForSleep(true) && hears({"sleep"})) << "the one that is left";
   ASSERT_TRUE(logind.prepareForSleep(false));
   EXPECT_TRUE(inhibits());
   second.reset();
@@ -109,8 +102,7 @@ TEST_F(LinuxSystemEventsTest, FollowsLogindThatComesAndGoes) {
   logind.start();
   EXPECT_TRUE(inhibits());
   ASSERT_TRUE(logind.prepareForSleep(true));
-  ASSERT_TRUE(logind.prepareForSleep(true));
-  ASSERT_TRUE(hears({"sleep"}));
+  ASSERT_TRUE(logind.prepareForSleep(true) && hears({"sleep"}));
   logind.stop();
   EXPECT_TRUE(hears({"sleep", "wake"})) << "nobody could tell of the wake any more";
 }
@@ -118,8 +110,7 @@ TEST_F(LinuxSystemEventsTest, FollowsLogindThatComesAndGoes) {
 TEST_F(LinuxSystemEventsTest, IgnoresWhatOthersSay) {
   EXPECT_TRUE(inhibits());
   systemBus.forge(MockLogind::manager, "org.freedesktop.login1.Manager", "PrepareForSleep", g_variant_new("(b)", TRUE));
-  ASSERT_TRUE(logind.prepareForSleep(false));
-  EXPECT_TRUE(hears({"wake"}));
+  EXPECT_TRUE(logind.prepareForSleep(false) && hears({"wake"}));
 }
 
 TEST_F(LinuxSystemEventsTest, AHandlerMayEndObservations) {

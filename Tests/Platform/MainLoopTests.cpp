@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <boost/asio/post.hpp>
-#include <memory>
-#include <vector>
 
 #include "QuilletCompanion/Platform/Qt/MainLoopExecutor.h"
 #include "QuilletCompanion/Platform/Qt/MainLoopTimers.h"

@@ -3,9 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <cstdlib>
-#include <memory>
 #include <thread>
 
 #include "Tests/Doubles/BusCalls.h"
@@ -36,8 +33,6 @@ class PrivateBus {
     start();
   }
   ~PrivateBus() { unsetenv(variable_); }
-  PrivateBus(const PrivateBus&) = delete;
-  PrivateBus& operator=(const PrivateBus&) = delete;
 
   /// Ends the bus for everybody on it.
   void stop() {
@@ -126,8 +121,6 @@ class MockLogind {
     start();
   }
   ~MockLogind() { unsetenv("XDG_SESSION_ID"); }
-  MockLogind(const MockLogind&) = delete;
-  MockLogind& operator=(const MockLogind&) = delete;
 
   void start() {
     program_ = ChildProcess::quiet({"/usr/bin/python3", "-m", "dbusmock", "--system", "--template", "logind"});

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-
 #include "Tests/Doubles/Files.h"
 #include "Tests/Service/ServiceFixture.h"
 
@@ -30,8 +29,10 @@ class AuthenticatorTest : public ServiceTest {
     wire.sign(party, time.source().now() + offset);
     return wire;
   }
-  std::string outcome(const Wire& wire) {
-    return refusalOf([&] { authenticate(service.authenticator, wire.view()); });
+  std::string outcome(const Wire& wire, std::string_view address = {}) {
+    SignedRequest request = wire.view();
+    request.address = address;
+    return refusalOf([&] { authenticate(service.authenticator, request); });
   }
 };
 
@@ -50,12 +51,9 @@ TEST_F(AuthenticatorTest, EverySignedPartIsBound) {
   for (const auto& [name, tamper] : tamperings) {
     Wire wire = signedBy(phone);
     tamper(wire);
-    SignedRequest request = wire.view();
-    request.address = name;
-    EXPECT_EQ(refusalOf([&] { authenticate(service.authenticator, request); }), "401 bad_signature") << name;
+    EXPECT_EQ(outcome(wire, name), "401 bad_signature") << name;
   }
-  Wire stranger = signedBy(Party("Stranger", DevicePlatform::ios));
-  EXPECT_EQ(outcome(stranger), "401 unknown_device");
+  EXPECT_EQ(outcome(signedBy(Party("Stranger", DevicePlatform::ios))), "401 unknown_device");
 }
 
 TEST_F(AuthenticatorTest, ARequestCountsOnceForAsLongAsItsTimeIsGood) {
@@ -88,9 +86,7 @@ TEST_F(AuthenticatorTest, AForgerIsCutOffForAWhileFromWhereItIs) {
   const auto from = [&](std::string_view address, bool forged) {
     Wire wire = signedBy(phone);
     if (forged) wire.body = "{ }";
-    SignedRequest request = wire.view();
-    request.address = address;
-    return refusalOf([&] { authenticate(service.authenticator, request); });
+    return outcome(wire, address);
   };
   for (int i = 0; i < 5; ++i) EXPECT_EQ(from("here", true), "401 bad_signature");
   EXPECT_EQ(from("here", true), "429 too_many_requests");

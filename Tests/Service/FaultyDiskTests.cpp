@@ -42,7 +42,7 @@ class FaultyDiskTest : public ProgramTest {
   }
   template <typename Response>
   std::string refusal(Awaitable<Response> call) {
-    return main.await(refusalTo(std::move(call)));
+    return main.await(test::refusal(std::move(call)));
   }
   HTTPResponse get(const ServiceProgram& program, const std::string& target, const Party* by = nullptr) {
     HTTPRequest request;

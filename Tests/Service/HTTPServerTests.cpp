@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <deque>
-
 #include "QuilletService/Transport/MetricsServer.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/LoopbackTLS.h"
@@ -13,11 +11,6 @@ namespace {
 class HTTPServerTest : public ServerTest {
  protected:
   void SetUp() override { serve(); }
-  std::string answerTo(const std::string& request) {
-    std::string answer;
-    play([&]() -> Awaitable<void> { answer = co_await raw(request); });
-    return answer;
-  }
   /// Requests as they go on the wire, and the status that each deserves.
   static auto requests(const std::string& table) { return rows<std::tuple<std::string, std::string>>("http", table); }
 };
@@ -172,7 +165,7 @@ TEST_F(HTTPServerTest, AnOpeningHandshakeNeedsAKeyAndTheRightVersion) {
 TEST_F(HTTPServerTest, RequestsThatComeTogetherAreEachAnsweredForThemselves) {
   play([&]() -> Awaitable<void> {
     co_await enrol();
-    std::deque<Socket> sockets;
+    std::vector<Socket> sockets;
     constexpr int kCalls = 40;
     for (int i = 0; i < kCalls; ++i) {
       sockets.push_back(co_await dial());

@@ -18,9 +18,7 @@ class LimitsTest : public ServerTest {
     return status("GET /v1/health HTTP/1.1\r\nHost: a\r\n" + header + "Connection: close\r\n\r\n", source);
   }
   std::string status(const std::string& request, const std::string& source = "127.0.0.1") {
-    std::string answer;
-    play([&]() -> Awaitable<void> { answer = co_await raw(request, source); });
-    return statusIn(answer);
+    return statusIn(answerTo(request, source));
   }
   std::string registering(const Party& party) {
     return wire(party, "POST", "/v1/devices/register", JSONCoding::encode(party.registration()));

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <set>
-
 #include "QuilletKit/Protocol/PairingCrypto.h"
 #include "Tests/Service/ServiceFixture.h"
 

@@ -1,8 +1,4 @@
 // SPDX-License-Identifier: MIT
-
-#include <sstream>
-#include <tuple>
-
 #include "QuilletService/Options.h"
 #include "Tests/Doubles/Rows.h"
 #include "Tests/Service/ServiceProgram.h"

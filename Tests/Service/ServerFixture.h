@@ -77,6 +77,9 @@ class ServerTest : public testing::Test {
     co_await write(socket, std::move(request));
     co_return co_await readToEnd(socket);
   }
+  std::string answerTo(const std::string& request, const std::string& source = "127.0.0.1") {
+    return await(context, raw(request, source));
+  }
   /// The three digits of an answer; empty for none.
   static std::string statusIn(const std::string& answer) {
     return answer.starts_with("HTTP/1.1 ") ? answer.substr(9, 3) : std::string();
@@ -124,10 +127,6 @@ class ServerTest : public testing::Test {
   template <typename Message>
   void send(WebSocketTask& socket, Message message) {
     socket.sendText(JSONCoding::encode(RelayClientMessage(std::move(message))), [](bool) {});
-  }
-  template <typename Response>
-  static Awaitable<std::string> refusal(Awaitable<Response> call) {
-    return refusalTo(std::move(call));
   }
   DeliveryRequest delivery(const std::string& utterance, const std::string& content = "{}") {
     return {utterance, Envelope::sealBytes(content, EnvelopePurpose::delivery, phone.identity, mac.peer)};

@@ -59,7 +59,7 @@ inline Awaitable<void> pairOver(APIClient& macAPI, APIClient& phoneAPI) {
 
 /// What the service answers when it doesn't do as it was asked: "429 too_many_requests"; empty if it does.
 template <typename Response>
-Awaitable<std::string> refusalTo(Awaitable<Response> call) {
+Awaitable<std::string> refusal(Awaitable<Response> call) {
   try {
     co_await std::move(call);
     co_return std::string();

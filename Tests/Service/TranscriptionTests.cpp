@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-
 #include "QuilletSpeech/SphinxEngine.h"
 #include "Tests/Doubles/LogCapture.h"
 #include "Tests/Doubles/Rows.h"
@@ -9,8 +8,6 @@
 
 namespace quillet::test {
 namespace {
-
-using boost::asio::use_awaitable;
 
 /// A transcription stream as its client has it.
 class StreamClient {
@@ -91,7 +88,7 @@ class TranscriptionTest : public ServerTest {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (!condition() && std::chrono::steady_clock::now() < deadline) {
       tick.expires_after(std::chrono::milliseconds(1));
-      co_await tick.async_wait(use_awaitable);
+      co_await tick.async_wait(boost::asio::use_awaitable);
     }
     co_return condition();
   }
@@ -228,10 +225,10 @@ TEST_F(TranscriptionTest, RefusesWhatIsNoUpload) {
     EXPECT_EQ(co_await refusal(upload({.utteranceId = "u-1", .phrases = phrases}, samples_)), "400 bad_request");
     EXPECT_EQ(co_await refusal(upload({.utteranceId = "u-1", .phrases = {std::string(201, 'x')}}, samples_)),
               "400 bad_request");
-    const std::vector<std::int16_t> long_(301 * kSpeechRate);
-    EXPECT_EQ(co_await refusal(upload({"u-1"}, long_)), "413 too_long");
-    const std::vector<std::int16_t> longest(300 * kSpeechRate);
-    EXPECT_EQ(co_await refusal(upload({"u-1"}, longest)), "");
+    std::vector<std::int16_t> sound(301 * kSpeechRate);
+    EXPECT_EQ(co_await refusal(upload({"u-1"}, sound)), "413 too_long");
+    sound.resize(300 * kSpeechRate);
+    EXPECT_EQ(co_await refusal(upload({"u-1"}, sound)), "");
   });
 }
 
@@ -360,11 +357,10 @@ TEST_F(TranscriptionTest, CountsWhatItDoesAndLogsNoWord) {
     StreamClient client = co_await stream();
     co_await client.speak(samples_);
     const std::string metrics = service->metricsText(0);
-    EXPECT_NE(metrics.find("quillet_transcription_streams 1\n"), std::string::npos);
-    EXPECT_NE(metrics.find("quillet_transcription_streams_total 1\n"), std::string::npos);
-    EXPECT_NE(metrics.find("quillet_transcription_uploads_total 1\n"), std::string::npos);
-    EXPECT_NE(metrics.find("quillet_transcription_queue 0\n"), std::string::npos);
-    EXPECT_NE(metrics.find("quillet_transcription_seconds_total 2."), std::string::npos);
+    for (const char* line :
+         {"streams 1\n", "streams_total 1\n", "uploads_total 1\n", "queue 0\n", "seconds_total 2."}) {
+      EXPECT_NE(metrics.find("quillet_transcription_" + std::string(line)), metrics.npos) << line;
+    }
     engine.finishFails = SpeechFailure::failed;
     co_await client.sayFinish();
     co_await client.answer();

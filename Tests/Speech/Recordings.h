@@ -2,9 +2,7 @@
 #pragma once
 
 #include <algorithm>
-#include <span>
 #include <sstream>
-#include <vector>
 
 #include "QuilletKit/Protocol/WaveFile.h"
 #include "Tests/Doubles/Files.h"

@@ -4,7 +4,6 @@
 #include <boost/asio/read.hpp>
 #include <boost/asio/read_until.hpp>
 #include <boost/json.hpp>
-#include <map>
 
 #include "Tests/Doubles/LoopbackServer.h"
 
@@ -63,7 +62,6 @@ class ScriptedWyoming {
                        R"({"name":"large","languages":["fr"],"installed":false}]}]})";
     std::vector<std::string> answers = {"{\"type\":\"transcript\",\"data\":{\"text\":\"go forward\"}}\n"};
     bool hangUpAfterInfo = false;
-    bool answerInfo = true;
     bool dataBehindTheLine = false;
   };
 
@@ -102,7 +100,7 @@ class ScriptedWyoming {
   }
 
   Awaitable<void> answer(Socket& socket, const std::string& type) {
-    if (type == "describe" && script_.answerInfo) {
+    if (type == "describe") {
       const std::string& info = script_.info;
       co_await LoopbackServer::write(socket, script_.dataBehindTheLine
                                                  ? "{\"type\":\"info\",\"version\":\"1.5\",\"data_length\":" +

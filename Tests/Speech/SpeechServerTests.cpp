@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <tuple>
-
 #include "QuilletSpeech/OpenAIEngine.h"
 #include "QuilletSpeech/SpeechEngineChoice.h"
 #include "QuilletSpeech/SpeechEngines.h"

@@ -6,7 +6,6 @@
 #include <boost/asio/co_spawn.hpp>
 #include <boost/json.hpp>
 #include <iostream>
-#include <string>
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
 #include "QuilletCompanion/Platform/Qt/MainLoopExecutor.h"

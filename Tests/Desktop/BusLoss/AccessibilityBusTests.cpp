@@ -4,9 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
 #include <span>
-#include <vector>
 
 #include "QuilletCompanion/Platform/Linux/Accessibility/SystemAccessibilityProvider.h"
 #include "Tests/Desktop/Editor.h"
