@@ -120,7 +120,7 @@ PhoneError phoneError(const APIError& error) {
   return {PhoneExit::unreachable, std::string("The service can't be reached: ") + error.what()};
 }
 
-Phone::Phone(PhoneState state, std::filesystem::path folder, DeviceIdentity identity, HTTPSession& session,
+Phone::Phone(PhoneState state, std::filesystem::path folder, const DeviceIdentity& identity, HTTPSession& session,
              TimeSource time)
     : state_(std::move(state)),
       folder_(std::move(folder)),

@@ -63,7 +63,8 @@ class Phone {
   };
 
   /// `session` outlives the phone.
-  Phone(PhoneState state, std::filesystem::path folder, DeviceIdentity identity, HTTPSession& session, TimeSource time);
+  Phone(PhoneState state, std::filesystem::path folder, const DeviceIdentity& identity, HTTPSession& session,
+        TimeSource time);
 
   /// Throws PhoneError(usage) for what is none.
   static ServiceURL serviceURL(const std::string& text);

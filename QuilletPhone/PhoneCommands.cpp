@@ -54,7 +54,7 @@ class PhoneRun {
  private:
   void await(Awaitable<void> operation) {
     std::exception_ptr error;
-    boost::asio::co_spawn(context_, std::move(operation), [&](std::exception_ptr e) { error = e; });
+    boost::asio::co_spawn(context_, std::move(operation), [&](const std::exception_ptr& e) { error = e; });
     context_.restart();
     context_.run();
     if (error) std::rethrow_exception(error);
