@@ -59,7 +59,7 @@ void parseListen(Options& options, std::string_view text) {
 
 boost::asio::ip::address parseAddress(std::string_view option, std::string_view text) {
   boost::system::error_code error;
-  const auto address = boost::asio::ip::make_address(std::string(text), error);
+  auto address = boost::asio::ip::make_address(std::string(text), error);
   if (error) throw Options::UsageError(std::string(option) + " needs an IP address");
   return address;
 }

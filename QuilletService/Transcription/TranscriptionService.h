@@ -61,7 +61,8 @@ class TranscriptionService {
   /// A stream's right to be open.
   class Place {
    public:
-    Place(Place&& other) noexcept : service_(std::exchange(other.service_, nullptr)), deviceId_(other.deviceId_) {}
+    Place(Place&& other) noexcept
+        : service_(std::exchange(other.service_, nullptr)), deviceId_(std::move(other.deviceId_)) {}
     Place& operator=(Place&&) = delete;
     ~Place() {
       if (service_ != nullptr) service_->leave(deviceId_);

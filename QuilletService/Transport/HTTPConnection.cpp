@@ -128,8 +128,9 @@ class HTTPConnection final : public ServerConnection {
     if (!error && !refused) refused = refusalOfHead(parser);
     if (!error && !refused) error = co_await readBody(parser, bodyHash);
     if (error && isHTTPError(error)) refused = reply(malformed(error));
-    if (refused) co_await refuse(*std::move(refused));
-    if (error || refused) co_return false;
+    const bool isRefused = refused.has_value();
+    if (isRefused) co_await refuse(*std::move(refused));
+    if (error || isRefused) co_return false;
 
     const Request request = parser.release();
     if (Router::isRelayPath(targetOf(request))) co_return co_await serveRelay(request);
@@ -167,8 +168,9 @@ class HTTPConnection final : public ServerConnection {
     const auto client = forwardedAddress(forwardedFor(request));
     if (!client) return true;
     auto lease = host_.addresses().take(addressKey(*client));
-    if (lease) origin_.lease = *std::move(lease);
-    return lease.has_value();
+    if (!lease) return false;
+    origin_.lease = *std::move(lease);
+    return true;
   }
 
   std::size_t bodyLimit(const Parser& parser) const {
@@ -395,7 +397,7 @@ template <typename Stream>
 void start(ConnectionHost& host, Stream stream, ConnectionOrigin origin) {
   const auto executor = stream.get_executor();
   auto connection = std::make_unique<HTTPConnection<Stream>>(host, std::move(stream), std::move(origin));
-  asio::co_spawn(executor, drive(std::move(connection)), [](std::exception_ptr error) {
+  asio::co_spawn(executor, drive(std::move(connection)), [](const std::exception_ptr& error) {
     if (error && !isCancellation(error)) Log::error("service", "A connection ended in an unexpected exception");
   });
 }
