@@ -210,10 +210,9 @@ TEST_F(Hotkeys, WhatWeTypeIsNoKeyPress) {
   monitor.configure(DictationShortcut{kF13}, DictationShortcut{kRightOption});
   std::int64_t typed = 0;
   const auto type = [&](std::u16string_view text) {
-    // As if the target took everything up at once.
-    typed += static_cast<std::int64_t>(text.size());
-    return typist.type(
-        text, [&] { return KeyTypist::Observation{.characters = typed}; }, std::chrono::steady_clock::now() + 5s);
+    // As if the target had taken everything up at each look.
+    const auto look = [&] { return KeyTypist::Observation{.characters = typed += std::ssize(text)}; };
+    return typist.type(text, look, std::chrono::steady_clock::now() + 5s);
   };
   EXPECT_TRUE(type(u"Das @ und der €"));
   EXPECT_EQ(told(), Events{});

@@ -25,7 +25,8 @@ rests() { [ "$(memory)" -lt $((at_work - 1000)) ]; }
 await 15 "it gives nothing back" rests
 before=$(memory) held=$(handles)
 cycle "${2:-10}"
-fits() { [ "$(memory)" -le $((before + 200)) ]; }
+# The allocator's pages alone make some 400 of difference; what each opening left behind once came to 1,200.
+fits() { [ "$(memory)" -le $((before + 600)) ]; }
 await 15 "$(($(memory) - before)) KiB were left taken" fits
 echo "$before KiB and $held handles before, $(memory) KiB and $(handles) handles after"
 [ "$(handles)" -le $((held + 2)) ] || fail "handles were left open"
