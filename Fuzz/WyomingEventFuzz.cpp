@@ -2,6 +2,7 @@
 #include "QuilletSpeech/WyomingEvent.h"
 
 #include "Fuzz/FuzzInput.h"
+#include "QuilletKit/JSON/JSONReader.h"
 
 namespace {
 
